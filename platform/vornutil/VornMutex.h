@@ -1,0 +1,50 @@
+/// @file
+/// Desktop stand-in for the utility library's named mutex.
+
+#ifndef VORN_PLATFORM_VORNMUTEX_H
+#define VORN_PLATFORM_VORNMUTEX_H
+
+namespace vornutil {
+struct NamedLock;
+}
+
+/// A guard on the lock of a given name.
+///
+/// Within the process, guards of equal names share one lock, which exists as
+/// long as any of them; guards of unequal names never wait for each other. Like
+/// `std::mutex`, the lock is not recursive: one thread holding it through one
+/// guard must not lock it through another.
+///
+/// Guards of different threads may be made, locked and destroyed at the same
+/// time. One guard belongs to one thread.
+class VornMutex {
+ public:
+  /// Makes an unlocked guard.
+  /// @param name name of the lock, NUL-terminated, copied; the empty name is a
+  ///        name like any other.
+  /// @throws std::bad_alloc when memory is exhausted.
+  explicit VornMutex(const char* name);
+
+  /// Destroys the guard. One that is still locked, because an exception left
+  /// the code that it guards, is unlocked, so that the name stays usable.
+  ~VornMutex();
+
+  VornMutex(const VornMutex&) = delete;
+  VornMutex& operator=(const VornMutex&) = delete;
+
+  /// Waits until the lock is held.
+  void Lock();
+
+  /// Releases the lock. Does nothing unless this guard holds it.
+  void Unlock();
+
+  /// The number of names that have a lock at the moment. A member of the
+  /// stand-in only, for tests.
+  static int CountNames();
+
+ private:
+  vornutil::NamedLock* m_lock;
+  bool m_isLocked;
+};
+
+#endif  // VORN_PLATFORM_VORNMUTEX_H
