@@ -1,0 +1,29 @@
+# What all our own targets have in common. Nothing of it reaches a consumer.
+
+include(CheckCXXCompilerFlag)
+
+# GCC only: see ContainerGuard.cpp.
+check_cxx_compiler_flag(-fno-printf-return-value VORN_HAS_NO_PRINTF_RETURN_VALUE)
+
+function(vorn_target target)
+  target_compile_features(${target} PRIVATE cxx_std_17)
+  set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+  if(VORN_WARNINGS_AS_ERRORS)
+    target_compile_options(${target} PRIVATE -Werror)
+  endif()
+  if(VORN_SANITIZE)
+    target_compile_options(${target} PRIVATE
+      -fsanitize=${VORN_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(${target} PRIVATE -fsanitize=${VORN_SANITIZE})
+  endif()
+endfunction()
+
+# For the shared libraries among them. Clang leaves the sanitizers' symbols to
+# the program, so a library cannot be complete there.
+function(vorn_shared_library target)
+  vorn_target(${target})
+  if(NOT (VORN_SANITIZE AND CMAKE_CXX_COMPILER_ID MATCHES "Clang"))
+    target_link_options(${target} PRIVATE -Wl,--no-undefined)
+  endif()
+endfunction()

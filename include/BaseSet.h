@@ -1,0 +1,92 @@
+/// @file
+/// Column values and equality conditions: the base of the row requests.
+
+#ifndef VORNDATABASE_BASESET_H
+#define VORNDATABASE_BASESET_H
+
+#include <map>
+#include <string>
+
+#include "BasePath.h"
+
+/// Collects the column values that a statement writes (the data map) and the
+/// equality conditions that it applies (the where map).
+///
+/// **Column names are kept by pointer.** A column's key in a map is the
+/// caller's pointer itself; its text is neither copied nor compared. Hence:
+///
+///  1. Keep every column name alive and unchanged until the request has been
+///     run. String literals are the safe choice.
+///  2. The same name through two different pointers makes two entries, and the
+///     statement then names that column twice.
+///  3. Columns appear in a statement in the order of their addresses, neither
+///     in the order of the calls nor alphabetically.
+///  4. The first value set through a pointer stays; setting it again through
+///     the same pointer is silently ignored.
+///
+/// Values, in contrast, are copied as text when they are set.
+///
+/// **Lifecycle.** A set is filled, then run, any number of times. Entries are
+/// never changed or removed; use a new request for other values.
+///
+/// **Threads.** Each change runs under a named lock of its own map: concurrent
+/// `SetData` calls on one object wait for each other, and so do concurrent
+/// `SetWhere` calls, while a `SetData` and a `SetWhere` do not. Reads take no
+/// lock, so fill a request completely before running it.
+///
+/// **Log.** "Failed to get MUTEX_NAME at %s::%s[%d]" (priority 6) should the
+/// name of a lock ever fail to be formatted; the change is made all the same.
+/// Nothing else.
+class BaseSet : public BasePath {
+ public:
+  /// Column name, by pointer, to value text, in ascending address order.
+  using ColumnMap = std::map<const char*, std::string>;
+
+  /// Creates a set without values or conditions.
+  BaseSet();
+
+  /// Releases all values. Takes no lock.
+  virtual ~BaseSet();
+
+  /// @name Values to write
+  /// Add one column value to the data map, unless this very pointer already has
+  /// one.
+  ///
+  /// @param column column name; kept by pointer (see the class).
+  /// @param value the value, stored as text: a text as it is up to its NUL, an
+  ///        integer in plain decimal, a double as a default output stream
+  ///        writes it, that is with **six significant digits** (3.14159265
+  ///        becomes 3.14159, 1000000.0 becomes 1e+06). Pass a text to keep
+  ///        more digits.
+  /// @throws std::logic_error for a null text value; the map is unchanged.
+  /// @throws std::bad_alloc when memory is exhausted; the map is unchanged.
+  /// @{
+  void SetData(const char* column, const char* value);
+  void SetData(const char* column, int value);
+  void SetData(const char* column, double value);
+  /// @}
+
+  /// @name Conditions
+  /// Add one condition "column equals value" to the where map, unless this very
+  /// pointer already has one. Conditions are joined by AND; there is no other
+  /// operator. Parameters, text forms and exceptions are those of `SetData`.
+  /// @{
+  void SetWhere(const char* column, double value);
+  void SetWhere(const char* column, const char* value);
+  void SetWhere(const char* column, int value);
+  /// @}
+
+  /// Replaces `columns` with a copy of the data map. The copy shares the
+  /// caller's column-name pointers. Takes no lock.
+  void GetDataMap(ColumnMap& columns);
+
+  /// Replaces `columns` with a copy of the where map. The copy shares the
+  /// caller's column-name pointers. Takes no lock.
+  void GetWhereMap(ColumnMap& columns);
+
+ private:
+  ColumnMap m_data;
+  ColumnMap m_where;
+};
+
+#endif  // VORNDATABASE_BASESET_H

@@ -1,0 +1,41 @@
+// The one way to change a container that several threads may change.
+
+#ifndef VORNDATABASE_SRC_CONTAINERGUARD_H
+#define VORNDATABASE_SRC_CONTAINERGUARD_H
+
+#include <VornMutex.h>
+
+#include "Log.h"
+
+namespace vorn {
+
+// Holds the named lock of one container from construction until Unlock().
+//
+// This is not a scoped lock. When an exception leaves the change, the mutex is
+// destroyed still locked: what becomes of a lock whose container may be half
+// changed is the utility library's decision, not ours.
+class ContainerGuard {
+ public:
+  // Forms the lock's name from the container's address and locks it. A name that
+  // cannot be formed is logged from `site`; the lock is then taken under
+  // whatever the buffer holds.
+  ContainerGuard(const LogSite& site, const void* container);
+
+  ContainerGuard(const ContainerGuard&) = delete;
+  ContainerGuard& operator=(const ContainerGuard&) = delete;
+
+  void Unlock() { m_mutex.Unlock(); }
+
+ private:
+  struct Name {
+    Name(const LogSite& site, const void* container);
+    char text[100] = "";
+  };
+
+  Name m_name;
+  VornMutex m_mutex;
+};
+
+}  // namespace vorn
+
+#endif  // VORNDATABASE_SRC_CONTAINERGUARD_H

@@ -1,0 +1,91 @@
+// The one way to write a log line.
+//
+// A line reads "file: function(line) > message". VORN_LOG takes the three from
+// the place where it stands. A procedure that serves several public members
+// takes the place from the member instead (VORN_HERE), because the reader of the
+// log looks for the member, not for our helper.
+
+#ifndef VORNDATABASE_SRC_LOG_H
+#define VORNDATABASE_SRC_LOG_H
+
+#include <dlog.h>
+
+#include <VornLogger.h>
+#include <cstddef>
+#include <cstdio>
+#include <string>
+
+namespace vorn {
+
+enum LogPriority { kDebug = 3, kInfo = 4, kWarning = 5, kError = 6 };
+
+struct LogSite {
+  const char* file;
+  const char* function;
+  int line;
+};
+
+// Joined to every message format at build time, so that the direct path needs no
+// formatting of our own. The bare format is the tail of the joined one.
+#define VORN_LOG_PREFIX "%s: %s(%d) > "
+constexpr std::size_t kLogPrefixLength = sizeof(VORN_LOG_PREFIX) - 1;
+
+// The size of the protected path's message, its NUL included.
+constexpr std::size_t kProtectedMessageSize = 599;
+
+// The log id of the platform's main buffer.
+constexpr int kMainLogBuffer = 0;
+
+// Prints a message through the logger's conversion; the bare message is already
+// in the logger's buffer.
+void PrintProtected(const LogSite& site, LogPriority priority, const char* buffer);
+
+template <typename... Args>
+void FormatMessage(char* buffer, const char* format, Args... args) {
+  if constexpr (sizeof...(args) == 0) {
+    std::snprintf(buffer, kProtectedMessageSize, "%s", format);
+  } else {
+    std::snprintf(buffer, kProtectedMessageSize, format, args...);
+  }
+}
+
+// Prints one line; `format` is a VORN_FORMAT. The logger is asked for afresh at
+// each use because the utility library may exchange it at any time.
+template <typename... Args>
+void PrintLog(const LogSite& site, LogPriority priority, const char* format, Args... args) {
+  if (!VornLogger::GetInstance()->GetEncryptionFlag()) {
+    __dlog_print(kMainLogBuffer, priority, VornLogger::GetInstance()->GetLogTag(), format,
+                 site.file, site.function, site.line, args...);
+    return;
+  }
+  const int index = VornLogger::GetInstance()->GetBufferIndex();
+  char* const buffer = VornLogger::GetBuffer(index);
+  FormatMessage(buffer, format + kLogPrefixLength, args...);
+  PrintProtected(site, priority, buffer);
+}
+
+// Never defined: lets the compiler check a message's arguments.
+int CheckFormat(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+}  // namespace vorn
+
+// The place where this stands.
+#define VORN_HERE (::vorn::LogSite{__FILE_NAME__, __func__, __LINE__})
+
+// A message format literal in the form that PrintLog takes.
+#define VORN_FORMAT(format) (VORN_LOG_PREFIX format)
+
+// Writes a line from a given place: VORN_LOG_AT(site, priority, format, ...).
+#define VORN_LOG_AT(site, priority, ...)                        \
+  (static_cast<void>(sizeof(::vorn::CheckFormat(__VA_ARGS__))), \
+   ::vorn::PrintLog(site, priority, VORN_LOG_PREFIX __VA_ARGS__))
+
+// Writes a line from here: VORN_LOG(priority, format, ...).
+#define VORN_LOG(priority, ...) VORN_LOG_AT(VORN_HERE, priority, __VA_ARGS__)
+
+// Writes the line that marks the entry of a member. The place stands twice in
+// it, in the prefix and in the message; readers of the log filter by either.
+#define VORN_TRACE() \
+  VORN_LOG(::vorn::kDebug, "%s::%s(%d) called", __FILE_NAME__, __func__, __LINE__)
+
+#endif  // VORNDATABASE_SRC_LOG_H

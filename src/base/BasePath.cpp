@@ -1,0 +1,21 @@
+#include "BasePath.h"
+
+#include "base/OwnedText.h"
+
+BasePath::BasePath() : m_directory(nullptr), m_fileName(nullptr) {}
+
+BasePath::~BasePath() {
+  vorn::ReleaseText(m_directory);
+  vorn::ReleaseText(m_fileName);
+}
+
+void BasePath::SetPath(const char* directory, const char* fileName) {
+  vorn::StoreText(m_directory, directory);
+  vorn::StoreText(m_fileName, fileName);
+}
+
+void BasePath::GetPath(std::string& directory, std::string& fileName) {
+  // Built as strings on purpose: a part that was never set throws here.
+  directory = std::string(m_directory);
+  fileName = std::string(m_fileName);
+}
