@@ -1,0 +1,21 @@
+#include "DeleteRequest.h"
+
+#include "Log.h"
+#include "base/OwnedText.h"
+
+DeleteRequest::DeleteRequest() : m_table(nullptr) { VORN_TRACE(); }
+
+DeleteRequest::~DeleteRequest() {
+  VORN_TRACE();
+  vorn::ReleaseText(m_table);
+}
+
+void DeleteRequest::SetTable(const char* table) {
+  VORN_TRACE();
+  vorn::StoreText(m_table, table);
+}
+
+void DeleteRequest::GetTable(std::string& table) {
+  VORN_TRACE();
+  vorn::LoadText(m_table, table);
+}

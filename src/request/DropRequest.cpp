@@ -1,0 +1,21 @@
+#include "DropRequest.h"
+
+#include "Log.h"
+#include "base/OwnedText.h"
+
+DropRequest::DropRequest() : m_table(nullptr) { VORN_TRACE(); }
+
+DropRequest::~DropRequest() {
+  VORN_TRACE();
+  vorn::ReleaseText(m_table);
+}
+
+void DropRequest::SetTable(const char* table) {
+  VORN_TRACE();
+  vorn::StoreText(m_table, table);
+}
+
+void DropRequest::GetTable(std::string& table) {
+  VORN_TRACE();
+  vorn::LoadText(m_table, table);
+}

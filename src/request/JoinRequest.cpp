@@ -1,0 +1,39 @@
+#include "JoinRequest.h"
+
+#include "Log.h"
+#include "base/OwnedText.h"
+
+JoinRequest::JoinRequest()
+    : m_leftTable(nullptr), m_leftColumn(nullptr), m_rightTable(nullptr), m_rightColumn(nullptr) {
+  VORN_TRACE();
+}
+
+JoinRequest::~JoinRequest() {
+  VORN_TRACE();
+  vorn::ReleaseText(m_leftTable);
+  vorn::ReleaseText(m_leftColumn);
+  vorn::ReleaseText(m_rightTable);
+  vorn::ReleaseText(m_rightColumn);
+}
+
+void JoinRequest::SetLeftJoin(const char* table, const char* column) {
+  VORN_TRACE();
+  vorn::StoreText(m_leftTable, table);
+  vorn::StoreText(m_leftColumn, column);
+}
+
+void JoinRequest::SetRightJoin(const char* table, const char* column) {
+  VORN_TRACE();
+  vorn::StoreText(m_rightTable, table);
+  vorn::StoreText(m_rightColumn, column);
+}
+
+void JoinRequest::GetLeftJoin(std::string& table, std::string& column) {
+  VORN_TRACE();
+  vorn::LoadTexts(m_leftTable, m_leftColumn, table, column);
+}
+
+void JoinRequest::GetRightJoin(std::string& table, std::string& column) {
+  VORN_TRACE();
+  vorn::LoadTexts(m_rightTable, m_rightColumn, table, column);
+}

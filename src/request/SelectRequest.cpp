@@ -1,0 +1,21 @@
+#include "SelectRequest.h"
+
+#include "Log.h"
+#include "base/OwnedText.h"
+
+SelectRequest::SelectRequest() : m_table(nullptr) { VORN_TRACE(); }
+
+SelectRequest::~SelectRequest() {
+  VORN_TRACE();
+  vorn::ReleaseText(m_table);
+}
+
+void SelectRequest::SetTable(const char* table) {
+  VORN_TRACE();
+  vorn::StoreText(m_table, table);
+}
+
+void SelectRequest::GetTable(std::string& table) {
+  VORN_TRACE();
+  vorn::LoadText(m_table, table);
+}

@@ -1,0 +1,21 @@
+#include "UpsertRequest.h"
+
+#include "Log.h"
+#include "base/OwnedText.h"
+
+UpsertRequest::UpsertRequest() : m_table(nullptr) { VORN_TRACE(); }
+
+UpsertRequest::~UpsertRequest() {
+  VORN_TRACE();
+  vorn::ReleaseText(m_table);
+}
+
+void UpsertRequest::SetTable(const char* table) {
+  VORN_TRACE();
+  vorn::StoreText(m_table, table);
+}
+
+void UpsertRequest::GetTable(std::string& table) {
+  VORN_TRACE();
+  vorn::LoadText(m_table, table);
+}
