@@ -1,0 +1,171 @@
+#include "Cursor.h"
+
+#include <iterator>
+#include <sstream>
+#include <utility>
+
+#include "ContainerGuard.h"
+#include "Log.h"
+
+namespace {
+
+using CellMap = std::map<std::string, std::vector<std::string>>;
+
+// The results of the moves and the reads. Hosts tell the moves apart by them.
+enum Result { kOk = 0, kFailed = 1, kInvalidPosition = 1, kFirstRow = 2, kLastRow = 3 };
+
+// The cell of a column in the current row; or null, after logging from `site`
+// why there is none.
+const std::string* FindCell(const vorn::LogSite& site, Cursor& cursor, const CellMap& cells,
+                            const char* column) {
+  const auto entry = cells.find(std::string(column));
+  if (entry == cells.end()) {
+    VORN_LOG_AT(site, vorn::kError, "NO MATCHED ERROR!!!");
+    return nullptr;
+  }
+  const int position = cursor.GetPosition();
+  // The column's own length counts too, since a cursor filled by hand or from
+  // equal column names may have columns of different lengths.
+  if (!cursor.IsValidPosition(position) ||
+      static_cast<std::size_t>(position) >= entry->second.size()) {
+    VORN_LOG_AT(site, vorn::kError, "CURSOR RANGE ERROR!!!");
+    return nullptr;
+  }
+  return &entry->second[static_cast<std::size_t>(position)];
+}
+
+// Extracts the number that a cell begins with; `failure` is logged from `site`
+// when there is none.
+template <typename Number>
+int ReadNumber(const vorn::LogSite& site, const std::string* cell, const char* failure,
+               Number& value) {
+  if (cell == nullptr) {
+    return kFailed;
+  }
+  std::istringstream stream(*cell);
+  Number number{};
+  stream >> number;
+  if (stream.fail()) {
+    vorn::PrintLog(site, vorn::kError, failure);
+    return kFailed;
+  }
+  value = number;
+  return kOk;
+}
+
+}  // namespace
+
+Cursor::Cursor() : m_position(-1) {
+  VORN_TRACE();
+  vorn::ContainerGuard guard(VORN_HERE, &m_cells);
+  m_columns.clear();
+  m_cells.clear();
+  guard.Unlock();
+}
+
+Cursor::~Cursor() { VORN_TRACE(); }
+
+void Cursor::Initialize() {
+  vorn::ContainerGuard guard(VORN_HERE, &m_cells);
+  m_position = -1;
+  m_cells.clear();
+  m_columns.clear();
+  guard.Unlock();
+}
+
+void Cursor::SetColumn(const char* name) {
+  vorn::ContainerGuard guard(VORN_HERE, &m_cells);
+  m_columns.emplace_back(name);
+  m_cells.insert(CellMap::value_type(name, {}));
+  guard.Unlock();
+}
+
+void Cursor::SetData(const char* column, const char* value) {
+  vorn::ContainerGuard guard(VORN_HERE, &m_cells);
+  const std::string columnText(column);
+  std::string valueText(value);
+  const auto entry = m_cells.find(columnText);
+  std::vector<std::string>& cells = entry != m_cells.end() ? entry->second : m_columns;
+  cells.push_back(std::move(valueText));
+  guard.Unlock();
+}
+
+int Cursor::GetCount() {
+  if (m_cells.empty()) {
+    return -1;
+  }
+  if (m_cells.size() == 1) {
+    return static_cast<int>(m_columns.size());
+  }
+  return static_cast<int>(std::next(m_cells.begin())->second.size());
+}
+
+int Cursor::GetColumn(std::vector<std::string>& columns) {
+  VORN_TRACE();
+  if (m_columns.empty()) {
+    return kFailed;
+  }
+  columns = m_columns;
+  return kOk;
+}
+
+void Cursor::ShowDataLog() {}
+
+void Cursor::MoveToFirst() { m_position = -1; }
+
+void Cursor::MoveToLast() { m_position = GetCount(); }
+
+int Cursor::MoveToNext() {
+  ++m_position;
+  if (m_position < GetCount()) {
+    return kOk;
+  }
+  VORN_LOG(vorn::kInfo, "Last Row");
+  m_position = GetCount() - 1;
+  return kLastRow;
+}
+
+int Cursor::MoveToPrev() {
+  --m_position;
+  if (m_position >= 0) {
+    return kOk;
+  }
+  VORN_LOG(vorn::kInfo, "First Row");
+  m_position = 0;
+  return kFirstRow;
+}
+
+bool Cursor::IsValidPosition(int position) { return position >= 0 && position < GetCount(); }
+
+int Cursor::MoveToPosition(int position) {
+  if (IsValidPosition(position)) {
+    m_position = position;
+    return kOk;
+  }
+  VORN_LOG(vorn::kError, "Invalid Position");
+  return kInvalidPosition;
+}
+
+int Cursor::GetPosition() { return m_position; }
+
+int Cursor::GetString(const char* column, std::string& value) {
+  VORN_TRACE();
+  const std::string* const cell = FindCell(VORN_HERE, *this, m_cells, column);
+  if (cell == nullptr) {
+    return kFailed;
+  }
+  value = *cell;
+  return kOk;
+}
+
+int Cursor::GetInt(const char* column, int& value) {
+  VORN_TRACE();
+  return ReadNumber(VORN_HERE, FindCell(VORN_HERE, *this, m_cells, column),
+                    VORN_FORMAT("CONVERT TO INT ERROR!!!"), value);
+}
+
+int Cursor::GetDouble(const char* column, double& value) {
+  VORN_TRACE();
+  return ReadNumber(VORN_HERE, FindCell(VORN_HERE, *this, m_cells, column),
+                    VORN_FORMAT("CONVERT TO DOUBLE ERROR!!!"), value);
+}
