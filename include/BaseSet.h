@@ -53,11 +53,12 @@ class BaseSet : public BasePath {
   /// one.
   ///
   /// @param column column name; kept by pointer (see the class).
-  /// @param value the value, stored as text: a text as it is up to its NUL, an
-  ///        integer in plain decimal, a double as a default output stream
-  ///        writes it, that is with **six significant digits** (3.14159265
-  ///        becomes 3.14159, 1000000.0 becomes 1e+06). Pass a text to keep
-  ///        more digits.
+  /// @param value the value, stored as text: a text as it is up to its NUL, a
+  ///        number as a default output stream writes it, that is an integer in
+  ///        plain decimal and a double with **six significant digits**
+  ///        (3.14159265 becomes 3.14159, 1000000.0 becomes 1e+06). Pass a text
+  ///        to keep more digits. A host that sets the global C++ locale changes
+  ///        how numbers are written.
   /// @throws std::logic_error for a null text value; the map is unchanged.
   /// @throws std::bad_alloc when memory is exhausted; the map is unchanged.
   /// @{

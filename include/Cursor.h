@@ -24,7 +24,7 @@
 ///
 /// **Row count.** `GetCount` answers -1 without columns, and **1 for a result
 /// of exactly one column, whatever the number of its cells**: only the first
-/// row of such a result can be reached. Select a second column to avoid it.
+/// row of such a result can be reached. Give the table a second column.
 ///
 /// **Equal column names** share one cell list, which then holds two cells per
 /// row; what reads of that column, and counts that rest on it, then give is not
@@ -132,7 +132,8 @@ class Cursor {
   int GetInt(const char* column, int& value);
 
   /// Reads the number that the cell begins with, as a default input stream does.
-  /// "CONVERT TO DOUBLE ERROR!!!" when there is none.
+  /// "CONVERT TO DOUBLE ERROR!!!" when there is none or it does not fit a
+  /// `double`.
   int GetDouble(const char* column, double& value);
   /// @}
 

@@ -44,8 +44,8 @@ class UpsertRequest;
 /// cursors must not be changed by another thread meanwhile.
 ///
 /// **Log.** Every member but `IsRetryLimit` begins with a trace line (priority
-/// 3). The other lines stand with the members; texts in quotes are printf
-/// formats.
+/// 3). The other lines stand with the members, beside those of `OpenDB` and, for
+/// a busy file, of `IsRetryLimit`; texts in quotes are printf formats.
 class Database {
  public:
   Database();
@@ -57,8 +57,8 @@ class Database {
   /// Writes values into the rows that meet the conditions.
   ///
   /// @param request location, table, values and conditions; only read.
-  /// @return 0 or SQLite's result code. Code 1 without any condition: a
-  ///         whole-table update does not exist.
+  /// @return 0 or SQLite's result code; 1 without any condition, since the
+  ///         statement is then incomplete (see `SqlGenerator::GetUpdateSql`).
   ///
   /// Log: "update SUCCESS[%d]" (4) or "update FAILED[%d]: %s" (6) with the code
   /// and SQLite's text.

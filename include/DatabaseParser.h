@@ -23,7 +23,8 @@ class Cursor;
 ///
 /// **Threads.** The class has no state.
 ///
-/// **Log.** No trace lines. The lines carry the file name
+/// **Log.** No trace lines. The lines that stand with the members, and those of
+/// `IsRetryLimit` while a step is busy, carry the file name
 /// `DatabasePasrser.cpp`.
 class DatabaseParser {
  public:

@@ -65,9 +65,10 @@ class SqlGenerator {
   /// "INSERT OR REPLACE INTO … (…) VALUES (…)"
   void GetUpsertSql(UpsertRequest& request, std::string& sql);
 
-  /// "UPDATE … SET … WHERE …". The WHERE is written even without conditions,
-  /// which SQLite rejects; and the statement is always cut at its last " AND",
-  /// which without conditions may stand inside a value.
+  /// "UPDATE … SET … WHERE …". The WHERE is written even without conditions, and
+  /// SQLite then rejects the statement as incomplete. It is always cut at its last
+  /// " AND", however, which without conditions may stand inside a value: after an
+  /// undoubled quote ("x' AND") what is left is complete and changes every row.
   void GetUpdateSql(UpdateRequest& request, std::string& sql);
 
   /// "DELETE  FROM …" (two blanks after DELETE), with a WHERE clause when there

@@ -12,7 +12,8 @@
 ///
 /// Values come from `SetData`, conditions from `SetWhere`. At least one
 /// condition is needed: without any the statement is incomplete and SQLite
-/// rejects it, so there is no whole-table update.
+/// rejects it. (Unless a value holds an undoubled quote and an " AND" behind it:
+/// `SqlGenerator::GetUpdateSql` tells why.)
 ///
 /// **Lifecycle.** Set the location (`SetPath`), the table, values and conditions,
 /// pass the request to `Database::Update`, as often as needed, and destroy it.

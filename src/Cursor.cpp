@@ -82,6 +82,7 @@ void Cursor::SetColumn(const char* name) {
 
 void Cursor::SetData(const char* column, const char* value) {
   vorn::ContainerGuard guard(VORN_HERE, &m_cells);
+  // Both live beyond Unlock(), so that nothing is released under the lock.
   const std::string columnText(column);
   std::string valueText(value);
   const auto entry = m_cells.find(columnText);

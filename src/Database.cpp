@@ -185,7 +185,8 @@ int Database::CheckExistTable(BasePath& path, const char* table, bool& exists) {
 
 int Database::OpenDB(sqlite3*& db, std::string dir, std::string file) {
   VORN_TRACE();
-  // Informative, but at error level: fielded log filters show it that way.
+  // Informative, but at error level, so that a log that shows a failure shows
+  // its file too.
   VORN_LOG(vorn::kError, "DB file: %s %s", dir.c_str(), file.c_str());
 
   SqlGenerator generator;

@@ -7,8 +7,8 @@ namespace vorn {
 void PrintProtected(const LogSite& site, LogPriority priority, const char* buffer) {
   std::string message(buffer);
   const std::string converted = VornLogger::GetInstance()->ConvertToSecureLog(std::move(message));
-  __dlog_print(kMainLogBuffer, priority, VornLogger::GetInstance()->GetLogTag(),
-               VORN_LOG_PREFIX "%s", site.file, site.function, site.line, converted.c_str());
+  CallSystemLog(__dlog_print, priority, VornLogger::GetInstance()->GetLogTag(),
+                VORN_LOG_PREFIX "%s", site.file, site.function, site.line, converted.c_str());
 }
 
 }  // namespace vorn

@@ -17,6 +17,11 @@
 
 namespace vorn {
 
+#ifndef __FILE_NAME__
+#error \
+    "The compiler lacks __FILE_NAME__, the source's base name: GCC 12, Clang 9 or later is needed."
+#endif
+
 enum LogPriority { kDebug = 3, kInfo = 4, kWarning = 5, kError = 6 };
 
 struct LogSite {
@@ -33,8 +38,14 @@ constexpr std::size_t kLogPrefixLength = sizeof(VORN_LOG_PREFIX) - 1;
 // The size of the protected path's message, its NUL included.
 constexpr std::size_t kProtectedMessageSize = 599;
 
-// The log id of the platform's main buffer.
-constexpr int kMainLogBuffer = 0;
+// Hands one line to the system log. A device's header may declare buffer and
+// priority as enumerations of its own, hence the casts.
+template <typename Buffer, typename Priority, typename... Args>
+void CallSystemLog(int (*print)(Buffer, Priority, const char*, const char*, ...),
+                   LogPriority priority, const char* tag, const char* format, Args... args) {
+  constexpr auto kMainBuffer = static_cast<Buffer>(0);
+  print(kMainBuffer, static_cast<Priority>(priority), tag, format, args...);
+}
 
 // Prints a message through the logger's conversion; the bare message is already
 // in the logger's buffer.
@@ -49,13 +60,13 @@ void FormatMessage(char* buffer, const char* format, Args... args) {
   }
 }
 
-// Prints one line; `format` is a VORN_FORMAT. The logger is asked for afresh at
-// each use because the utility library may exchange it at any time.
+// Prints one line; `format` is a VORN_FORMAT. The logger belongs to the utility
+// library and is asked for at each use, never kept.
 template <typename... Args>
 void PrintLog(const LogSite& site, LogPriority priority, const char* format, Args... args) {
   if (!VornLogger::GetInstance()->GetEncryptionFlag()) {
-    __dlog_print(kMainLogBuffer, priority, VornLogger::GetInstance()->GetLogTag(), format,
-                 site.file, site.function, site.line, args...);
+    CallSystemLog(__dlog_print, priority, VornLogger::GetInstance()->GetLogTag(), format, site.file,
+                  site.function, site.line, args...);
     return;
   }
   const int index = VornLogger::GetInstance()->GetBufferIndex();

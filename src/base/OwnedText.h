@@ -11,8 +11,7 @@
 namespace vorn {
 
 // Stores a copy of `text`; null leaves the field as it is. An earlier copy is
-// abandoned, not released: hosts may still hold on to texts that they know to
-// outlive a second setting.
+// abandoned, not released; that is a documented part of the contract.
 inline void StoreText(char*& field, const char* text) {
   if (text == nullptr) {
     return;
