@@ -1,0 +1,225 @@
+// The log line, seen through public members that write one.
+
+#include <cstring>
+#include <fstream>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "Cursor.h"
+#include "Database.h"
+#include "LibraryTest.h"
+#include "SelectRequest.h"
+#include "TemporaryDatabase.h"
+#include "UpsertRequest.h"
+
+namespace {
+
+using fake::Line;
+using fake::LogLine;
+using fake::Trace;
+using journal::Kind;
+using ::testing::AllOf;
+using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::Field;
+using ::testing::HasSubstr;
+using ::testing::SizeIs;
+
+class LogTest : public LibraryTest {
+ protected:
+  // Writes one line with the argument `count`, "SQLITE BUSY[count]".
+  static void LogBusy(int count) {
+    Database database;
+    ForgetNewDatabase();
+    int counter = count - 1;
+    database.IsRetryLimit(counter);
+    lines = fake::LogLines();
+    events = journal::Of({Kind::kLogger, Kind::kLog});
+    fake::SetEncryption(false);
+  }
+
+  // Writes one line without arguments, "Last Row".
+  static void LogLastRow() {
+    Cursor cursor;
+    ForgetNewDatabase();
+    cursor.MoveToNext();
+    lines = fake::LogLines();
+    events = journal::Of({Kind::kLogger, Kind::kLog});
+    fake::SetEncryption(false);
+  }
+
+  static void ForgetNewDatabase() {
+    const bool encryption = wantsEncryption;
+    const auto conversion = wantedConversion;
+    ForgetEvents();
+    fake::SetEncryption(encryption);
+    if (conversion) {
+      fake::SetConversion(conversion);
+    }
+  }
+
+  void SetUp() override {
+    wantsEncryption = false;
+    wantedConversion = nullptr;
+  }
+
+  static inline bool wantsEncryption = false;
+  static inline std::function<std::string(const std::string&)> wantedConversion;
+  static inline std::vector<LogLine> lines;
+  static inline std::vector<std::string> events;
+};
+
+TEST_F(LogTest, DirectPathHandsFormatAndArgumentsToTheSystemLog) {
+  LogBusy(3);
+  ASSERT_THAT(lines, SizeIs(1));
+  EXPECT_EQ("%s: %s(%d) > SQLITE BUSY[%d]", lines[0].format);
+  EXPECT_EQ("Database.cpp: IsRetryLimit(" + std::to_string(lines[0].line) + ") > SQLITE BUSY[3]",
+            lines[0].text);
+}
+
+TEST_F(LogTest, EveryLineGoesToTheMainBufferUnderTheLoggersTag) {
+  LogBusy(1);
+  EXPECT_THAT(lines, Each(AllOf(Field(&LogLine::logId, 0), Field(&LogLine::tag, "FAKE_TAG"))));
+  wantsEncryption = true;
+  LogBusy(1);
+  EXPECT_THAT(lines, Each(AllOf(Field(&LogLine::logId, 0), Field(&LogLine::tag, "FAKE_TAG"))));
+}
+
+TEST_F(LogTest, DirectPathAsksForTheLoggerTwice) {
+  LogBusy(1);
+  EXPECT_THAT(events, ElementsAre("GetInstance", "GetEncryptionFlag", "GetInstance", "GetLogTag",
+                                  Line(5, "Database.cpp", "IsRetryLimit", "SQLITE BUSY[1]")));
+}
+
+TEST_F(LogTest, ProtectedPathAsksForTheLoggerFourTimes) {
+  wantsEncryption = true;
+  LogBusy(1);
+  EXPECT_THAT(events,
+              ElementsAre("GetInstance", "GetEncryptionFlag",                   //
+                          "GetInstance", "GetBufferIndex", "GetBuffer(7)",      //
+                          "GetInstance", "ConvertToSecureLog(SQLITE BUSY[1])",  //
+                          "GetInstance", "GetLogTag",
+                          Line(5, "Database.cpp", "IsRetryLimit", "secure(SQLITE BUSY[1])")));
+}
+
+TEST_F(LogTest, ProtectedPathPrintsTheConvertedTextAsAnArgument) {
+  wantsEncryption = true;
+  wantedConversion = [](const std::string&) { return "100%d %s%n"; };
+  LogBusy(1);
+  ASSERT_THAT(lines, SizeIs(1));
+  EXPECT_EQ("%s: %s(%d) > %s", lines[0].format);
+  EXPECT_THAT(lines[0].text, HasSubstr("> 100%d %s%n"));
+}
+
+TEST_F(LogTest, ProtectedPathTakesAMessageWithoutArgumentsWhole) {
+  wantsEncryption = true;
+  LogLastRow();
+  EXPECT_THAT(events, ::testing::Contains("ConvertToSecureLog(Last Row)"));
+}
+
+TEST_F(LogTest, DirectPathTakesAMessageWithoutArguments) {
+  LogLastRow();
+  ASSERT_THAT(lines, SizeIs(1));
+  EXPECT_EQ("%s: %s(%d) > Last Row", lines[0].format);
+}
+
+// The two paths on a message of any length: SQLite's text in a failed open.
+class LongMessageTest : public LibraryTest {
+ protected:
+  static std::string OpenFailure(bool encryption) {
+    const std::string text(700, 'x');
+    sqlite_spy::SetErrorText(text);
+    sqlite_spy::Script("sqlite3_open", {sqlite_spy::Answer(14)});
+    std::string message;
+    fake::SetEncryption(encryption);
+    fake::SetConversion([&](const std::string& bare) {
+      message = bare;
+      return bare;
+    });
+    Database database;
+    sqlite3* db = nullptr;
+    EXPECT_EQ(14, database.OpenDB(db, "/nowhere", "app.db"));
+    fake::SetEncryption(false);
+    return encryption ? message : fake::LogLines().back().text;
+  }
+};
+
+TEST_F(LongMessageTest, ProtectedPathCutsTheMessageTo598Characters) {
+  const std::string whole = "DB open failed. Error no(14): " + std::string(700, 'x');
+  EXPECT_EQ(whole.substr(0, 598), OpenFailure(true));
+}
+
+TEST_F(LongMessageTest, ProtectedPathWritesAtMost599BytesIntoTheBuffer) {
+  OpenFailure(true);
+  EXPECT_EQ('\0', fake::Buffer()[598]);
+  EXPECT_EQ('~', fake::Buffer()[599]);
+}
+
+TEST_F(LongMessageTest, DirectPathPrintsTheMessageWhole) {
+  EXPECT_THAT(OpenFailure(false),
+              HasSubstr("> DB open failed. Error no(14): " + std::string(700, 'x')));
+}
+
+class LogPlaceTest : public LibraryTest {};
+
+TEST_F(LogPlaceTest, MembersThatShareAProcedureLogTheirOwnNameAndFile) {
+  TemporaryDatabase file;
+  file.Run("CREATE TABLE t (a TEXT)");
+  UpsertRequest request;
+  file.Locate(request);
+  request.SetTable("t");
+  request.SetData("a", 1);
+  Database database;
+  fake::SetEncryption(true);
+  ASSERT_EQ(0, database.Upsert(request));
+  fake::SetEncryption(false);
+  const LogLine success = fake::LogLines().back();
+  EXPECT_EQ("Upsert", success.function);
+  EXPECT_EQ("Database.cpp", success.file);
+}
+
+// Every line that a whole session writes must name a place that a reader of the
+// log finds: an existing file, and there a line that logs.
+TEST_F(LogPlaceTest, EveryLineNamesAPlaceInTheSources) {
+  TemporaryDatabase file;
+  file.Run("CREATE TABLE t (a TEXT, b BLOB); INSERT INTO t VALUES (NULL, x'00')");
+  {
+    UpsertRequest upsert;
+    file.Locate(upsert);
+    upsert.SetTable("t");
+    upsert.SetData("nosuch", 1);
+    SelectRequest select;
+    file.Locate(select);
+    select.SetTable("t");
+    Cursor cursor;
+    Database database;
+    EXPECT_EQ(1, database.Upsert(upsert));
+    EXPECT_EQ(0, database.Select(select, cursor));
+    int number = 0;
+    cursor.GetInt("a", number);
+    cursor.MoveToPosition(0);
+    cursor.GetInt("a", number);
+    cursor.GetInt("c", number);
+    cursor.MoveToPosition(9);
+    int busy = 0;
+    database.IsRetryLimit(busy);
+  }
+  std::set<std::string> files;
+  for (const LogLine& line : fake::LogLines()) {
+    files.insert(line.file);
+    const bool isRequest = line.file.find("Request") != std::string::npos;
+    std::ifstream source(std::string(VORN_SOURCE_DIR) + (isRequest ? "/src/request/" : "/src/") +
+                         line.file);
+    ASSERT_TRUE(source) << line.file;
+    std::string text;
+    for (int number = 0; number < line.line; ++number) {
+      ASSERT_TRUE(std::getline(source, text)) << line.text;
+    }
+    EXPECT_THAT(text, ::testing::ContainsRegex("VORN_(TRACE|LOG|HERE)")) << line.text;
+  }
+  EXPECT_THAT(files, ElementsAre("Cursor.cpp", "Database.cpp", "DatabasePasrser.cpp",
+                                 "SelectRequest.cpp", "UpsertRequest.cpp"));
+}
+
+}  // namespace

@@ -1,0 +1,195 @@
+#include "BaseSet.h"
+
+#include <limits>
+#include <locale>
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <type_traits>
+
+#include "LibraryTest.h"
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Pair;
+using ::testing::SizeIs;
+
+static_assert(!std::is_copy_constructible_v<BaseSet> && !std::is_copy_assignable_v<BaseSet>);
+static_assert(
+    std::is_same_v<BaseSet::ColumnMap, std::map<const char*, std::string, std::less<const char*>>>);
+
+// Column names at ascending addresses.
+constexpr char kNames[] = "uid\0name\0age";
+constexpr const char* kUid = kNames;
+constexpr const char* kName = kNames + 4;
+constexpr const char* kAge = kNames + 9;
+
+class BaseSetTest : public LibraryTest {
+ protected:
+  BaseSet::ColumnMap Data() {
+    BaseSet::ColumnMap map;
+    set.GetDataMap(map);
+    return map;
+  }
+  BaseSet::ColumnMap Where() {
+    BaseSet::ColumnMap map;
+    set.GetWhereMap(map);
+    return map;
+  }
+  template <typename Value>
+  static std::string Stored(Value value) {
+    BaseSet other;
+    other.SetData(kUid, value);
+    BaseSet::ColumnMap map;
+    other.GetDataMap(map);
+    return map[kUid];
+  }
+  template <typename Value>
+  static std::string StoredWhere(Value value) {
+    BaseSet other;
+    other.SetWhere(kUid, value);
+    BaseSet::ColumnMap map;
+    other.GetWhereMap(map);
+    return map[kUid];
+  }
+  BaseSet set;
+};
+
+TEST_F(BaseSetTest, AFreshSetIsEmpty) {
+  EXPECT_THAT(Data(), IsEmpty());
+  EXPECT_THAT(Where(), IsEmpty());
+}
+
+TEST_F(BaseSetTest, KeepsFirstValueSetThroughSamePointer) {
+  set.SetData(kAge, "1");
+  set.SetData(kAge, "2");
+  set.SetData(kAge, 3);
+  set.SetData(kAge, 4.0);
+  EXPECT_THAT(Data(), ElementsAre(Pair(kAge, "1")));
+}
+
+TEST_F(BaseSetTest, KeepsFirstConditionSetThroughSamePointer) {
+  set.SetWhere(kAge, 1);
+  set.SetWhere(kAge, "2");
+  EXPECT_THAT(Where(), ElementsAre(Pair(kAge, "1")));
+}
+
+TEST_F(BaseSetTest, KeepsColumnsByPointerNotByText) {
+  const char buffers[] = "age\0age";
+  set.SetData(buffers + 4, "second");
+  set.SetData(buffers, "first");
+  EXPECT_THAT(Data(), ElementsAre(Pair(buffers, "first"), Pair(buffers + 4, "second")));
+}
+
+TEST_F(BaseSetTest, OrdersColumnsByAddressNotByCall) {
+  set.SetData(kAge, 3);
+  set.SetData(kUid, 1);
+  set.SetData(kName, 2);
+  EXPECT_THAT(Data(), ElementsAre(Pair(kUid, "1"), Pair(kName, "2"), Pair(kAge, "3")));
+}
+
+TEST_F(BaseSetTest, CopiesTextValues) {
+  char value[] = "Kim";
+  set.SetData(kName, value);
+  value[0] = 'T';
+  EXPECT_THAT(Data(), ElementsAre(Pair(kName, "Kim")));
+}
+
+TEST_F(BaseSetTest, WritesIntegersInPlainDecimal) {
+  EXPECT_EQ("-42", Stored(-42));
+  EXPECT_EQ("0", StoredWhere(0));
+  EXPECT_EQ("2147483647", Stored(std::numeric_limits<int>::max()));
+  EXPECT_EQ("-2147483648", StoredWhere(std::numeric_limits<int>::min()));
+}
+
+TEST_F(BaseSetTest, WritesDoublesWithSixSignificantDigits) {
+  EXPECT_EQ("3.14159", Stored(3.14159265));
+  EXPECT_EQ("2", Stored(2.0));
+  EXPECT_EQ("0.1", Stored(0.1));
+  EXPECT_EQ("1e-05", Stored(0.00001));
+  EXPECT_EQ("1e+20", Stored(1e20));
+  EXPECT_EQ("100000", Stored(100000.0));
+  EXPECT_EQ("1e+06", Stored(1000000.0));
+  EXPECT_EQ("-0.5", Stored(-0.5));
+  EXPECT_EQ("3.14159", StoredWhere(3.14159265));
+}
+
+// A stream takes its digits from the locale that is global when it is made.
+TEST_F(BaseSetTest, WritesNumbersThroughADefaultStream) {
+  struct CommaPoint : std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+  };
+  const std::locale before = std::locale::global(std::locale(std::locale(), new CommaPoint));
+  const std::string stored = Stored(2.5);
+  std::locale::global(before);
+  EXPECT_EQ("2,5", stored);
+}
+
+TEST_F(BaseSetTest, StoresAnEmptyText) {
+  EXPECT_EQ("", Stored(""));
+  set.SetData(kName, "");
+  EXPECT_THAT(Data(), SizeIs(1));
+}
+
+TEST_F(BaseSetTest, KeepsValuesAndConditionsApart) {
+  set.SetData(kAge, 1);
+  set.SetWhere(kAge, 2);
+  EXPECT_THAT(Data(), ElementsAre(Pair(kAge, "1")));
+  EXPECT_THAT(Where(), ElementsAre(Pair(kAge, "2")));
+}
+
+TEST_F(BaseSetTest, GettersReplaceTheOutput) {
+  set.SetData(kAge, 1);
+  BaseSet::ColumnMap map{{kUid, "old"}, {kName, "old"}};
+  set.GetDataMap(map);
+  EXPECT_THAT(map, ElementsAre(Pair(kAge, "1")));
+  set.GetWhereMap(map);
+  EXPECT_THAT(map, IsEmpty());
+}
+
+TEST_F(BaseSetTest, CopiesKeepTheCallersPointers) {
+  char column[] = "age";
+  set.SetData(column, 1);
+  const BaseSet::ColumnMap copy = Data();
+  column[0] = 'A';
+  EXPECT_STREQ("Age", copy.begin()->first);
+}
+
+TEST_F(BaseSetTest, ANullColumnIsStoredBeforeAllOthers) {
+  set.SetData(kUid, 1);
+  set.SetData(nullptr, 2);
+  EXPECT_THAT(Data(), ElementsAre(Pair(nullptr, "2"), Pair(kUid, "1")));
+}
+
+TEST_F(BaseSetTest, ANullValueThrowsAndLeavesTheMap) {
+  const char* const null = nullptr;
+  set.SetData(kUid, 1);
+  EXPECT_THROW(set.SetData(kName, null), std::logic_error);
+  EXPECT_THROW(set.SetWhere(kName, null), std::logic_error);
+  EXPECT_THAT(Data(), ElementsAre(Pair(kUid, "1")));
+  EXPECT_THAT(Where(), IsEmpty());
+}
+
+TEST_F(BaseSetTest, LogsNothing) {
+  BaseSet::ColumnMap map;
+  {
+    BaseSet other;
+    other.SetData(kUid, "v");
+    other.SetWhere(kUid, 1.5);
+    other.GetDataMap(map);
+    other.GetWhereMap(map);
+  }
+  EXPECT_THAT(fake::Lines(), IsEmpty());
+}
+
+// The lock comes first, then the text of the value: a value that cannot be
+// turned into text has been tried under the lock.
+TEST_F(BaseSetTest, ConvertsTheValueUnderTheLock) {
+  journal::Clear();
+  EXPECT_THROW(set.SetData(kUid, static_cast<const char*>(nullptr)), std::logic_error);
+  EXPECT_THAT(journal::Of({journal::Kind::kMutex}), SizeIs(3));
+}
+
+}  // namespace

@@ -1,0 +1,196 @@
+#include "FakePlatform.h"
+
+#include <VornLogger.h>
+#include <VornMutex.h>
+#include <dlog.h>
+#include <unistd.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <map>
+#include <mutex>
+#include <utility>
+
+#include "Journal.h"
+
+namespace fake {
+
+namespace {
+
+using journal::Kind;
+
+std::vector<LogLine> logLines;
+bool encryption = false;
+std::function<std::string(const std::string&)> convert;
+char buffer[kBufferSize];
+std::optional<int> lockNameResult;
+std::optional<LockNameCall> lockNameCall;
+std::map<const VornMutex*, std::string> mutexNames;
+
+void ReplaceAll(std::string& text, const std::string& from, const std::string& to) {
+  for (std::size_t at = text.find(from); at != std::string::npos; at = text.find(from, at)) {
+    text.replace(at, from.size(), to);
+    at += to.size();
+  }
+}
+
+std::string Normalised(const LogLine& line) {
+  std::string text = std::to_string(line.priority) + " " + line.text;
+  const std::string number = std::to_string(line.line);
+  ReplaceAll(text, line.function + "(" + number + ")", line.function + "(#)");
+  ReplaceAll(text, line.function + "[" + number + "]", line.function + "[#]");
+  return text;
+}
+
+std::string Formatted(const char* format, va_list arguments) {
+  va_list measured;
+  va_copy(measured, arguments);
+  const int length = std::vsnprintf(nullptr, 0, format, measured);
+  va_end(measured);
+  std::string text(static_cast<std::size_t>(length) + 1, '\0');
+  std::vsnprintf(text.data(), text.size(), format, arguments);
+  text.pop_back();
+  return text;
+}
+
+}  // namespace
+
+std::vector<LogLine> LogLines() { return logLines; }
+
+std::vector<std::string> Lines() {
+  std::vector<std::string> lines;
+  for (const LogLine& line : logLines) {
+    lines.push_back(Normalised(line));
+  }
+  return lines;
+}
+
+std::string Line(int priority, const std::string& file, const std::string& function,
+                 const std::string& message) {
+  return std::to_string(priority) + " " + file + ": " + function + "(#) > " + message;
+}
+
+std::string Trace(const std::string& file, const std::string& function) {
+  return Line(3, file, function, file + "::" + function + "(#) called");
+}
+
+void SetEncryption(bool flag) { encryption = flag; }
+
+void SetConversion(std::function<std::string(const std::string&)> conversion) {
+  convert = std::move(conversion);
+}
+
+char* Buffer() { return buffer; }
+
+void FailLockNames(int result) { lockNameResult = result; }
+
+std::optional<LockNameCall> LastLockNameCall() { return lockNameCall; }
+
+void ResetPlatform() {
+  logLines.clear();
+  encryption = false;
+  convert = [](const std::string& message) { return "secure(" + message + ")"; };
+  std::fill(std::begin(buffer), std::end(buffer), '~');
+  lockNameResult.reset();
+  lockNameCall.reset();
+  mutexNames.clear();
+}
+
+}  // namespace fake
+
+using fake::convert;
+using journal::Kind;
+
+// The system log.
+
+int __dlog_print(int logId, int priority, const char* tag, const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  va_list prefix;
+  va_copy(prefix, arguments);
+  const char* const file = va_arg(prefix, const char*);
+  const char* const function = va_arg(prefix, const char*);
+  const int line = va_arg(prefix, int);
+  va_end(prefix);
+  fake::logLines.push_back(
+      {logId, priority, tag, format, fake::Formatted(format, arguments), file, function, line});
+  va_end(arguments);
+  journal::Add(Kind::kLog, fake::Normalised(fake::logLines.back()));
+  return 0;
+}
+
+// The logger of the utility library.
+
+VornLogger::VornLogger() = default;
+VornLogger::~VornLogger() = default;
+
+VornLogger* VornLogger::GetInstance() {
+  static VornLogger logger;
+  journal::Add(Kind::kLogger, "GetInstance");
+  return &logger;
+}
+
+bool VornLogger::GetEncryptionFlag() {
+  journal::Add(Kind::kLogger, "GetEncryptionFlag");
+  return fake::encryption;
+}
+
+int VornLogger::GetBufferIndex() {
+  journal::Add(Kind::kLogger, "GetBufferIndex");
+  return fake::kBufferIndex;
+}
+
+char* VornLogger::GetBuffer(const int& index) {
+  journal::Add(Kind::kLogger, "GetBuffer(" + std::to_string(index) + ")");
+  return fake::buffer;
+}
+
+std::string VornLogger::ConvertToSecureLog(std::string message) {
+  journal::Add(Kind::kLogger, "ConvertToSecureLog(" + message + ")");
+  return convert(message);
+}
+
+const char* VornLogger::GetLogTag() const {
+  journal::Add(Kind::kLogger, "GetLogTag");
+  return "FAKE_TAG";
+}
+
+// The named mutex of the utility library.
+
+VornMutex::VornMutex(const char* name) : m_lock(nullptr), m_isLocked(false) {
+  fake::mutexNames[this] = name;
+  journal::Add(Kind::kMutex, std::string("make ") + name);
+}
+
+VornMutex::~VornMutex() {
+  journal::Add(Kind::kMutex, "destroy " + fake::mutexNames[this]);
+  fake::mutexNames.erase(this);
+}
+
+void VornMutex::Lock() { journal::Add(Kind::kMutex, "lock " + fake::mutexNames[this]); }
+
+void VornMutex::Unlock() { journal::Add(Kind::kMutex, "unlock " + fake::mutexNames[this]); }
+
+// The system library.
+
+int usleep(useconds_t microseconds) {
+  journal::Add(Kind::kSleep, "usleep " + std::to_string(microseconds));
+  return 0;
+}
+
+// The size tells the library's formatting of a lock name from everybody else's
+// use of this call.
+int snprintf(char* output, std::size_t size, const char* format, ...) noexcept {
+  constexpr std::size_t kLockNameSize = 100;
+  if (size == kLockNameSize) {
+    fake::lockNameCall = fake::LockNameCall{size, format};
+    if (fake::lockNameResult) {
+      return *fake::lockNameResult;
+    }
+  }
+  va_list arguments;
+  va_start(arguments, format);
+  const int length = std::vsnprintf(output, size, format, arguments);
+  va_end(arguments);
+  return length;
+}

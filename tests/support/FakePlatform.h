@@ -1,0 +1,57 @@
+// Fakes of the platform, in front of the real libraries: a test program that
+// contains them is what the library under test, unchanged, calls into.
+
+#ifndef VORN_TESTS_SUPPORT_FAKEPLATFORM_H
+#define VORN_TESTS_SUPPORT_FAKEPLATFORM_H
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace fake {
+
+// One call of __dlog_print.
+struct LogLine {
+  int logId;
+  int priority;
+  std::string tag;
+  std::string format;
+  std::string text;
+  std::string file;
+  std::string function;
+  int line;
+};
+
+std::vector<LogLine> LogLines();
+
+// The lines as "priority text", with "#" for the line number of the call.
+std::vector<std::string> Lines();
+
+// How such a line is expected to read.
+std::string Line(int priority, const std::string& file, const std::string& function,
+                 const std::string& message);
+std::string Trace(const std::string& file, const std::string& function);
+
+// The logger.
+constexpr int kBufferIndex = 7;
+constexpr std::size_t kBufferSize = 1024;
+void SetEncryption(bool flag);
+void SetConversion(std::function<std::string(const std::string&)> conversion);
+char* Buffer();
+
+// What the formatting call for lock names answers instead of formatting.
+void FailLockNames(int result);
+// Size and format of the last formatting call for a lock name.
+struct LockNameCall {
+  std::size_t size;
+  std::string format;
+};
+std::optional<LockNameCall> LastLockNameCall();
+
+// Puts all fakes back into their first state.
+void ResetPlatform();
+
+}  // namespace fake
+
+#endif  // VORN_TESTS_SUPPORT_FAKEPLATFORM_H

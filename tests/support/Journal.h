@@ -1,0 +1,23 @@
+// The order of events that the fakes see: log lines, lock events, waits and calls
+// into SQLite, in one list, so that a test can ask for the order across them.
+
+#ifndef VORN_TESTS_SUPPORT_JOURNAL_H
+#define VORN_TESTS_SUPPORT_JOURNAL_H
+
+#include <initializer_list>
+#include <string>
+#include <vector>
+
+namespace journal {
+
+enum class Kind { kLog, kLogger, kMutex, kSleep, kSqlite };
+
+void Clear();
+void Add(Kind kind, std::string text);
+
+// The texts of the events of these kinds, in their order.
+std::vector<std::string> Of(std::initializer_list<Kind> kinds);
+
+}  // namespace journal
+
+#endif  // VORN_TESTS_SUPPORT_JOURNAL_H

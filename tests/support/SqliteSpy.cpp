@@ -1,0 +1,274 @@
+#include "SqliteSpy.h"
+
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <deque>
+#include <map>
+
+#include "Journal.h"
+
+namespace sqlite_spy {
+
+namespace {
+
+std::map<std::string, std::deque<Step>> scripts;
+std::optional<std::string> errorText;
+std::vector<std::string> calls;
+std::vector<sqlite3*> connections;
+std::vector<sqlite3_stmt*> statements;
+
+// The tests' own calls, and SQLite's calls to itself, pass through here too.
+bool IsFromLibrary(const void* caller) {
+  Dl_info info;
+  return dladdr(caller, &info) != 0 && std::strstr(info.dli_fname, "libvorndatabase.so") != nullptr;
+}
+
+template <typename Function>
+Function* RealFunction(const char* name, Function* /*prototype*/) {
+  void* const symbol = dlsym(RTLD_NEXT, name);
+  if (symbol == nullptr) {
+    std::abort();
+  }
+  return reinterpret_cast<Function*>(symbol);
+}
+
+Step Next(const std::string& function) {
+  auto& steps = scripts[function];
+  if (steps.empty()) {
+    return Real();
+  }
+  const Step step = steps.front();
+  steps.pop_front();
+  return step;
+}
+
+void Note(const std::string& function, const std::string& arguments) {
+  calls.push_back(function + "(" + arguments + ")");
+  journal::Add(journal::Kind::kSqlite, calls.back());
+}
+
+template <typename Handle>
+void Remove(std::vector<Handle>& handles, Handle handle) {
+  handles.erase(std::remove(handles.begin(), handles.end(), handle), handles.end());
+}
+
+// Runs one call as its script says: `real` makes it, `function` names it.
+template <typename RealCall, typename Result>
+Result Run(const std::string& function, const std::string& arguments, RealCall real,
+           Result (*fromAnswer)(int)) {
+  Note(function, arguments);
+  const Step step = Next(function);
+  const Result result = step.callsReal ? real() : Result{};
+  return step.answer ? fromAnswer(*step.answer) : result;
+}
+
+template <typename RealCall>
+int RunInt(const std::string& function, const std::string& arguments, RealCall real) {
+  return Run<RealCall, int>(function, arguments, real, [](int answer) { return answer; });
+}
+
+// Of the texts, only null can be scripted.
+template <typename Text, typename RealCall>
+const Text* RunText(const std::string& function, const std::string& arguments, RealCall real) {
+  return Run<RealCall, const Text*>(function, arguments, real,
+                                    [](int) -> const Text* { return nullptr; });
+}
+
+}  // namespace
+
+Step Real() { return {true, std::nullopt}; }
+
+Step Answer(int result) { return {false, result}; }
+
+Step RealButAnswer(int result) { return {true, result}; }
+
+void Script(const std::string& function, std::vector<Step> steps) {
+  scripts[function].assign(steps.begin(), steps.end());
+}
+
+void Script(const std::string& function, int count, Step step) {
+  scripts[function].assign(static_cast<std::size_t>(count), step);
+}
+
+void SetErrorText(std::string text) { errorText = std::move(text); }
+
+std::vector<std::string> Calls() { return calls; }
+
+int CountCalls(const std::string& function) {
+  return static_cast<int>(std::count_if(calls.begin(), calls.end(), [&](const std::string& call) {
+    return call.compare(0, function.size() + 1, function + "(") == 0;
+  }));
+}
+
+std::vector<sqlite3*> OpenConnections() { return connections; }
+
+std::vector<sqlite3_stmt*> OpenStatements() { return statements; }
+
+void CloseConnections() {
+  for (sqlite3* connection : connections) {
+    sqlite3_close(connection);
+  }
+  connections.clear();
+}
+
+void Reset() {
+  scripts.clear();
+  errorText.reset();
+  calls.clear();
+}
+
+}  // namespace sqlite_spy
+
+using namespace sqlite_spy;  // NOLINT: the wrappers below are the spy
+
+#define REAL(function) RealFunction(#function, &function)
+#define IS_FROM_LIBRARY IsFromLibrary(__builtin_return_address(0))
+
+int sqlite3_open(const char* path, sqlite3** db) {
+  static auto* const real = REAL(sqlite3_open);
+  if (!IS_FROM_LIBRARY) {
+    return real(path, db);
+  }
+  return RunInt("sqlite3_open", path, [&] {
+    const int rc = real(path, db);
+    if (*db != nullptr) {
+      connections.push_back(*db);
+    }
+    return rc;
+  });
+}
+
+int sqlite3_close(sqlite3* db) {
+  static auto* const real = REAL(sqlite3_close);
+  if (!IS_FROM_LIBRARY) {
+    return real(db);
+  }
+  return RunInt("sqlite3_close", db == nullptr ? "null" : "", [&] {
+    const int rc = real(db);
+    if (rc == SQLITE_OK) {
+      Remove(connections, db);
+    }
+    return rc;
+  });
+}
+
+int sqlite3_exec(sqlite3* db, const char* sql, int (*callback)(void*, int, char**, char**),
+                 void* argument, char** error) {
+  static auto* const real = REAL(sqlite3_exec);
+  if (!IS_FROM_LIBRARY) {
+    return real(db, sql, callback, argument, error);
+  }
+  bool wasReal = false;
+  const int rc = RunInt("sqlite3_exec",
+                        std::string(sql) + (callback == nullptr ? "" : ", callback") +
+                            (argument == nullptr ? "" : ", argument"),
+                        [&] {
+                          wasReal = true;
+                          return real(db, sql, callback, argument, error);
+                        });
+  if (!wasReal) {
+    *error = errorText ? sqlite3_mprintf("%s", errorText->c_str()) : nullptr;
+  }
+  return rc;
+}
+
+void sqlite3_free(void* memory) {
+  static auto* const real = REAL(sqlite3_free);
+  if (IS_FROM_LIBRARY) {
+    Note("sqlite3_free", memory == nullptr ? "null" : "");
+  }
+  real(memory);
+}
+
+const char* sqlite3_errmsg(sqlite3* db) {
+  static auto* const real = REAL(sqlite3_errmsg);
+  if (IS_FROM_LIBRARY) {
+    Note("sqlite3_errmsg", db == nullptr ? "null" : "");
+    if (errorText) {
+      return errorText->c_str();
+    }
+  }
+  return real(db);
+}
+
+int sqlite3_prepare(sqlite3* db, const char* sql, int length, sqlite3_stmt** stmt,
+                    const char** tail) {
+  static auto* const real = REAL(sqlite3_prepare);
+  if (!IS_FROM_LIBRARY) {
+    return real(db, sql, length, stmt, tail);
+  }
+  return RunInt(
+      "sqlite3_prepare",
+      std::string(sql) + ", " + std::to_string(length) + (tail == nullptr ? ", no tail" : ", tail"),
+      [&] {
+        const int rc = real(db, sql, length, stmt, tail);
+        if (*stmt != nullptr) {
+          statements.push_back(*stmt);
+        }
+        return rc;
+      });
+}
+
+int sqlite3_step(sqlite3_stmt* stmt) {
+  static auto* const real = REAL(sqlite3_step);
+  if (!IS_FROM_LIBRARY) {
+    return real(stmt);
+  }
+  return RunInt("sqlite3_step", "", [&] { return real(stmt); });
+}
+
+int sqlite3_finalize(sqlite3_stmt* stmt) {
+  static auto* const real = REAL(sqlite3_finalize);
+  if (!IS_FROM_LIBRARY) {
+    return real(stmt);
+  }
+  return RunInt("sqlite3_finalize", stmt == nullptr ? "null" : "", [&] {
+    Remove(statements, stmt);
+    return real(stmt);
+  });
+}
+
+int sqlite3_column_count(sqlite3_stmt* stmt) {
+  static auto* const real = REAL(sqlite3_column_count);
+  if (!IS_FROM_LIBRARY) {
+    return real(stmt);
+  }
+  return RunInt("sqlite3_column_count", "", [&] { return real(stmt); });
+}
+
+const char* sqlite3_column_name(sqlite3_stmt* stmt, int column) {
+  static auto* const real = REAL(sqlite3_column_name);
+  if (!IS_FROM_LIBRARY) {
+    return real(stmt, column);
+  }
+  return RunText<char>("sqlite3_column_name", std::to_string(column),
+                       [&] { return real(stmt, column); });
+}
+
+int sqlite3_column_type(sqlite3_stmt* stmt, int column) {
+  static auto* const real = REAL(sqlite3_column_type);
+  if (!IS_FROM_LIBRARY) {
+    return real(stmt, column);
+  }
+  return RunInt("sqlite3_column_type", std::to_string(column), [&] { return real(stmt, column); });
+}
+
+const unsigned char* sqlite3_column_text(sqlite3_stmt* stmt, int column) {
+  static auto* const real = REAL(sqlite3_column_text);
+  if (!IS_FROM_LIBRARY) {
+    return real(stmt, column);
+  }
+  return RunText<unsigned char>("sqlite3_column_text", std::to_string(column),
+                                [&] { return real(stmt, column); });
+}
+
+int sqlite3_column_int(sqlite3_stmt* stmt, int column) {
+  static auto* const real = REAL(sqlite3_column_int);
+  if (!IS_FROM_LIBRARY) {
+    return real(stmt, column);
+  }
+  return RunInt("sqlite3_column_int", std::to_string(column), [&] { return real(stmt, column); });
+}

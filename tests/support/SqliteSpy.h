@@ -1,0 +1,54 @@
+// Stands between the library under test and the real SQLite: notes every call in
+// the journal and, where a test says so, answers in SQLite's place.
+
+#ifndef VORN_TESTS_SUPPORT_SQLITESPY_H
+#define VORN_TESTS_SUPPORT_SQLITESPY_H
+
+#include <sqlite3.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace sqlite_spy {
+
+// What becomes of one call.
+struct Step {
+  bool callsReal;
+  std::optional<int> answer;
+};
+
+// Call the real function and hand on its result.
+Step Real();
+// Answer in its place; for the functions that return a text, 0 is null.
+Step Answer(int result);
+// Call the real function, then give another result.
+Step RealButAnswer(int result);
+
+// Sets the steps of the coming calls of a function, such as "sqlite3_step"; the
+// calls after them are real.
+void Script(const std::string& function, std::vector<Step> steps);
+// The same step `count` times.
+void Script(const std::string& function, int count, Step step);
+
+// The text that sqlite3_errmsg gives, and that a scripted sqlite3_exec stores;
+// unset, the former is real and the latter stores null.
+void SetErrorText(std::string text);
+
+// The calls as "name(arguments)", in their order; those that SQLite makes to its
+// own functions are not among them.
+std::vector<std::string> Calls();
+int CountCalls(const std::string& function);
+
+// Connections that were opened and not closed, and statements likewise.
+std::vector<sqlite3*> OpenConnections();
+std::vector<sqlite3_stmt*> OpenStatements();
+// Closes the connections that are left open on purpose.
+void CloseConnections();
+
+// Forgets scripts and texts. Connections stay known.
+void Reset();
+
+}  // namespace sqlite_spy
+
+#endif  // VORN_TESTS_SUPPORT_SQLITESPY_H

@@ -1,0 +1,60 @@
+// A database file in a fresh directory, and a way to ask it directly.
+
+#ifndef VORN_TESTS_SUPPORT_TEMPORARYDATABASE_H
+#define VORN_TESTS_SUPPORT_TEMPORARYDATABASE_H
+
+#include <sqlite3.h>
+
+#include <string>
+#include <vector>
+
+class TemporaryDirectory {
+ public:
+  TemporaryDirectory();
+  ~TemporaryDirectory();
+  TemporaryDirectory(const TemporaryDirectory&) = delete;
+  TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+
+  const std::string& Path() const { return m_path; }
+
+ private:
+  std::string m_path;
+};
+
+// The directory and the file name that a test's requests name.
+class TemporaryDatabase {
+ public:
+  const char* Directory() const { return m_directory.Path().c_str(); }
+  const char* FileName() const { return "app.db"; }
+  std::string Path() const { return m_directory.Path() + "/app.db"; }
+
+  // Gives a request this location.
+  template <typename Request>
+  void Locate(Request& request) const {
+    request.SetPath(Directory(), FileName());
+  }
+
+  // Runs statements of the test's own; fails the test when SQLite does.
+  void Run(const std::string& sql) const;
+
+  // The rows of a query of the test's own, cells joined by "|", NULL as "NULL".
+  std::vector<std::string> Rows(const std::string& sql) const;
+
+ private:
+  TemporaryDirectory m_directory;
+};
+
+// A connection of the test's own that holds a lock on the file while it lives.
+class Locker {
+ public:
+  // `begin` is such as "BEGIN EXCLUSIVE".
+  Locker(const TemporaryDatabase& database, const std::string& begin);
+  ~Locker();
+  Locker(const Locker&) = delete;
+  Locker& operator=(const Locker&) = delete;
+
+ private:
+  sqlite3* m_db = nullptr;
+};
+
+#endif  // VORN_TESTS_SUPPORT_TEMPORARYDATABASE_H
