@@ -1,0 +1,130 @@
+#include "HeapSpy.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <new>
+
+namespace heap_spy {
+
+namespace {
+
+struct Array {
+  void* block;
+  std::size_t size;
+};
+
+// Of fixed size, since they are written while the heap is in use.
+std::array<Array, 64> arrays;
+std::size_t arrayCount = 0;
+std::array<const char*, 256> events;
+std::size_t eventCount = 0;
+int allocations = 0;
+thread_local bool counting = false;
+
+// While the spy itself uses the heap.
+struct Pause {
+  Pause() : wasCounting(counting) { counting = false; }
+  ~Pause() { counting = wasCounting; }
+  const bool wasCounting;
+};
+
+void* Allocate(std::size_t size) {
+  void* const block = std::malloc(size == 0 ? 1 : size);
+  if (block == nullptr) {
+    throw std::bad_alloc();
+  }
+  return block;
+}
+
+void CountAllocation() {
+  if (counting) {
+    ++allocations;
+    Note("allocate");
+  }
+}
+
+void CountRelease(void* block) {
+  if (block != nullptr) {
+    Note("release");
+  }
+}
+
+void AddArray(void* block, std::size_t size) {
+  if (counting) {
+    if (arrayCount == arrays.size()) {
+      std::abort();
+    }
+    arrays[arrayCount++] = {block, size};
+  }
+}
+
+void RemoveArray(void* block) {
+  const auto end = arrays.begin() + static_cast<std::ptrdiff_t>(arrayCount);
+  const auto last = std::remove_if(arrays.begin(), end,
+                                   [block](const Array& array) { return array.block == block; });
+  arrayCount = static_cast<std::size_t>(last - arrays.begin());
+}
+
+}  // namespace
+
+void Start() {
+  arrayCount = 0;
+  allocations = 0;
+  eventCount = 0;
+  counting = true;
+}
+
+void Stop() { counting = false; }
+
+int Allocations() { return allocations; }
+
+std::vector<std::size_t> ArraysHeld() {
+  const Pause pause;
+  std::vector<std::size_t> sizes;
+  for (std::size_t i = 0; i < arrayCount; ++i) {
+    sizes.push_back(arrays[i].size);
+  }
+  return sizes;
+}
+
+std::vector<std::string> Events() {
+  const Pause pause;
+  return std::vector<std::string>(events.begin(),
+                                  events.begin() + static_cast<std::ptrdiff_t>(eventCount));
+}
+
+void Note(const char* word) {
+  if (counting && eventCount < events.size()) {
+    events[eventCount++] = word;
+  }
+}
+
+}  // namespace heap_spy
+
+void* operator new(std::size_t size) {
+  heap_spy::CountAllocation();
+  return heap_spy::Allocate(size);
+}
+
+void* operator new[](std::size_t size) {
+  heap_spy::CountAllocation();
+  void* const block = heap_spy::Allocate(size);
+  heap_spy::AddArray(block, size);
+  return block;
+}
+
+void operator delete(void* block) noexcept {
+  heap_spy::CountRelease(block);
+  std::free(block);
+}
+
+void operator delete(void* block, std::size_t) noexcept { operator delete(block); }
+
+void operator delete[](void* block) noexcept {
+  heap_spy::CountRelease(block);
+  heap_spy::RemoveArray(block);
+  std::free(block);
+}
+
+void operator delete[](void* block, std::size_t) noexcept { operator delete[](block); }

@@ -1,0 +1,95 @@
+#include "VornLogger.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <future>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+TEST(VornLoggerTest, IsOnePerProcess) {
+  EXPECT_NE(nullptr, VornLogger::GetInstance());
+  EXPECT_EQ(VornLogger::GetInstance(), VornLogger::GetInstance());
+}
+
+TEST(VornLoggerTest, DoesNotConvertUnlessTold) {
+  VornLogger* const logger = VornLogger::GetInstance();
+  EXPECT_FALSE(logger->GetEncryptionFlag());
+  logger->SetEncryptionFlag(true);
+  EXPECT_TRUE(logger->GetEncryptionFlag());
+  logger->SetEncryptionFlag(false);
+  EXPECT_FALSE(logger->GetEncryptionFlag());
+}
+
+TEST(VornLoggerTest, TheProtectedFormIsVisiblyDifferentAndOfOneRule) {
+  const std::string converted = VornLogger::GetInstance()->ConvertToSecureLog("Last Row");
+  EXPECT_EQ("<protected 8 776f52207473614c>", converted);
+  EXPECT_THAT(converted, Not(HasSubstr("Last")));
+  EXPECT_EQ("<protected 0 >", VornLogger::GetInstance()->ConvertToSecureLog(""));
+}
+
+TEST(VornLoggerTest, TakesEveryByte) {
+  EXPECT_EQ("<protected 3 ff00c3>",
+            VornLogger::GetInstance()->ConvertToSecureLog(std::string("\xC3\0\xFF", 3)));
+}
+
+TEST(VornLoggerTest, HasATag) { EXPECT_STREQ("VORN", VornLogger::GetInstance()->GetLogTag()); }
+
+TEST(VornLoggerTest, AThreadKeepsItsBuffer) {
+  VornLogger* const logger = VornLogger::GetInstance();
+  const int index = logger->GetBufferIndex();
+  EXPECT_EQ(index, logger->GetBufferIndex());
+  char* const buffer = VornLogger::GetBuffer(index);
+  EXPECT_EQ(buffer, VornLogger::GetBuffer(index));
+  std::memset(buffer, 'x', 599);
+}
+
+TEST(VornLoggerTest, LivingThreadsHaveBuffersOfTheirOwn) {
+  constexpr int kThreads = 20;
+  std::promise<void> everybodyHasOne;
+  std::shared_future<void> goOn(everybodyHasOne.get_future());
+  std::vector<std::promise<char*>> buffers(kThreads);
+  std::vector<std::thread> threads;
+  for (std::promise<char*>& buffer : buffers) {
+    threads.emplace_back([&buffer, goOn] {
+      VornLogger* const logger = VornLogger::GetInstance();
+      char* const mine = VornLogger::GetBuffer(logger->GetBufferIndex());
+      std::memset(mine, 'x', 599);
+      buffer.set_value(mine);
+      goOn.wait();
+    });
+  }
+  std::set<char*> distinct;
+  for (std::promise<char*>& buffer : buffers) {
+    distinct.insert(buffer.get_future().get());
+  }
+  everybodyHasOne.set_value();
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_EQ(static_cast<std::size_t>(kThreads), distinct.size());
+}
+
+TEST(VornLoggerTest, AThreadThatEndsPassesItsBufferOn) {
+  std::set<int> indices;
+  for (int round = 0; round < 10; ++round) {
+    std::thread([&] { indices.insert(VornLogger::GetInstance()->GetBufferIndex()); }).join();
+  }
+  EXPECT_EQ(1U, indices.size());
+}
+
+TEST(VornLoggerTest, AnUnknownIndexThrows) {
+  EXPECT_THROW(VornLogger::GetBuffer(-1), std::out_of_range);
+  EXPECT_THROW(VornLogger::GetBuffer(1000000), std::out_of_range);
+}
+
+}  // namespace

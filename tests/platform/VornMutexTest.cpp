@@ -1,0 +1,140 @@
+#include "VornMutex.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+// Long enough for a thread that can go on to have gone on.
+constexpr std::chrono::milliseconds kWhile(50);
+
+TEST(VornMutexTest, EqualNamesShareOneLock) {
+  VornMutex first("name");
+  first.Lock();
+  std::atomic<bool> isLocked{false};
+  std::thread other([&] {
+    VornMutex second(std::string("name").c_str());
+    second.Lock();
+    isLocked = true;
+    second.Unlock();
+  });
+  std::this_thread::sleep_for(kWhile);
+  EXPECT_FALSE(isLocked);
+  first.Unlock();
+  other.join();
+  EXPECT_TRUE(isLocked);
+}
+
+TEST(VornMutexTest, UnequalNamesDoNotWaitForEachOther) {
+  // More names than the registry has parts, so that some share one.
+  std::vector<std::unique_ptr<VornMutex>> guards;
+  for (int name = 0; name < 500; ++name) {
+    guards.push_back(std::make_unique<VornMutex>(std::to_string(name).c_str()));
+    guards.back()->Lock();
+  }
+  auto other = std::async(std::launch::async, [] {
+    for (int name = 500; name < 1000; ++name) {
+      VornMutex guard(std::to_string(name).c_str());
+      guard.Lock();
+      guard.Unlock();
+    }
+  });
+  EXPECT_EQ(std::future_status::ready, other.wait_for(std::chrono::seconds(20)));
+}
+
+TEST(VornMutexTest, ALockGoesWithItsLastGuard) {
+  ASSERT_EQ(0, VornMutex::CountNames());
+  {
+    VornMutex first("name");
+    VornMutex second("name");
+    VornMutex other("other");
+    EXPECT_EQ(2, VornMutex::CountNames());
+  }
+  EXPECT_EQ(0, VornMutex::CountNames());
+}
+
+TEST(VornMutexTest, AGuardDestroyedWhileLockedLeavesTheNameUsable) {
+  VornMutex survivor("name");
+  try {
+    VornMutex guard("name");
+    guard.Lock();
+    throw std::string("an exception");
+  } catch (const std::string&) {
+  }
+  survivor.Lock();
+  survivor.Unlock();
+  VornMutex later("name");
+  later.Lock();
+  later.Unlock();
+}
+
+TEST(VornMutexTest, DestructionOfAnUnlockedGuardLeavesTheHolderAlone) {
+  VornMutex holder("name");
+  holder.Lock();
+  { VornMutex bystander("name"); }
+  std::atomic<bool> isLocked{false};
+  std::thread other([&] {
+    VornMutex guard("name");
+    guard.Lock();
+    isLocked = true;
+  });
+  std::this_thread::sleep_for(kWhile);
+  EXPECT_FALSE(isLocked);
+  holder.Unlock();
+  other.join();
+}
+
+TEST(VornMutexTest, UnlockOfAnUnlockedGuardDoesNothing) {
+  VornMutex holder("name");
+  holder.Lock();
+  VornMutex bystander("name");
+  bystander.Unlock();
+  std::atomic<bool> isLocked{false};
+  std::thread other([&] {
+    VornMutex guard("name");
+    guard.Lock();
+    isLocked = true;
+  });
+  std::this_thread::sleep_for(kWhile);
+  EXPECT_FALSE(isLocked);
+  holder.Unlock();
+  other.join();
+}
+
+TEST(VornMutexTest, TheEmptyNameIsAName) {
+  VornMutex guard("");
+  guard.Lock();
+  guard.Unlock();
+  EXPECT_EQ(1, VornMutex::CountNames());
+}
+
+// Run under a sanitizer for threads, this shows that it sees the lock.
+TEST(VornMutexTest, GuardsMadeAfreshInEveryCallExcludeEachOther) {
+  constexpr int kThreads = 8;
+  constexpr int kRounds = 5000;
+  int counter = 0;
+  std::vector<std::thread> threads;
+  for (int thread = 0; thread < kThreads; ++thread) {
+    threads.emplace_back([&counter] {
+      for (int round = 0; round < kRounds; ++round) {
+        VornMutex guard("counter");
+        guard.Lock();
+        ++counter;
+        guard.Unlock();
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_EQ(kThreads * kRounds, counter);
+  EXPECT_EQ(0, VornMutex::CountNames());
+}
+
+}  // namespace

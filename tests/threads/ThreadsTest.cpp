@@ -1,0 +1,184 @@
+// Several threads on the library, with the real platform libraries.
+
+#include <VornMutex.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cinttypes>
+#include <cstdio>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "CreateRequest.h"
+#include "Cursor.h"
+#include "Database.h"
+#include "PrivateMember.h"
+#include "SelectRequest.h"
+#include "TemporaryDatabase.h"
+#include "UpsertRequest.h"
+
+struct DataMap {
+  using Type = BaseSet::ColumnMap BaseSet::*;
+  friend Type MemberOf(DataMap);
+};
+template struct PrivateMember<DataMap, &BaseSet::m_data>;
+
+namespace {
+
+using ::testing::Each;
+using ::testing::Ge;
+using ::testing::SizeIs;
+
+constexpr int kThreads = 8;
+
+template <typename Work>
+void RunOnThreads(int count, Work work) {
+  std::vector<std::thread> threads;
+  for (int thread = 0; thread < count; ++thread) {
+    threads.emplace_back(work, thread);
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+}
+
+// Column names with an address for each thread and round.
+class ThreadsTest : public ::testing::Test {
+ protected:
+  static constexpr int kRounds = 300;
+  static const char* Column(int thread, int round) {
+    static const std::string names(static_cast<std::size_t>(kThreads * kRounds), 'c');
+    return names.c_str() + thread * kRounds + round;
+  }
+};
+
+TEST_F(ThreadsTest, FillOneSet) {
+  UpsertRequest request;
+  RunOnThreads(kThreads, [&](int thread) {
+    for (int round = 0; round < kRounds; ++round) {
+      request.SetData(Column(thread, round), round);
+      request.SetWhere(Column(thread, round), 0.5);
+    }
+  });
+  BaseSet::ColumnMap map;
+  request.GetDataMap(map);
+  EXPECT_THAT(map, SizeIs(kThreads * kRounds));
+  EXPECT_EQ("299", map[Column(7, 299)]);
+  request.GetWhereMap(map);
+  EXPECT_THAT(map, SizeIs(kThreads * kRounds));
+}
+
+TEST_F(ThreadsTest, FillOneColumnList) {
+  CreateRequest request;
+  RunOnThreads(kThreads, [&](int thread) {
+    for (int round = 0; round < kRounds; ++round) {
+      request.SetColumnKey(Column(thread, round), "TEXT");
+    }
+  });
+  CreateRequest::ColumnKeys keys;
+  request.GetColumnKey(keys);
+  EXPECT_THAT(keys, SizeIs(kThreads * kRounds));
+}
+
+TEST_F(ThreadsTest, FillOneCursor) {
+  Cursor cursor;
+  cursor.SetColumn("a");
+  cursor.SetColumn("b");
+  RunOnThreads(kThreads, [&](int thread) {
+    for (int round = 0; round < kRounds; ++round) {
+      cursor.SetData(thread % 2 == 0 ? "a" : "b", std::to_string(round).c_str());
+    }
+  });
+  EXPECT_EQ(kThreads / 2 * kRounds, cursor.GetCount());
+}
+
+TEST_F(ThreadsTest, AnExceptionLeavesTheContainerUsable) {
+  UpsertRequest request;
+  RunOnThreads(kThreads, [&](int thread) {
+    for (int round = 0; round < kRounds; ++round) {
+      EXPECT_ANY_THROW(request.SetData(Column(thread, round), static_cast<const char*>(nullptr)));
+      request.SetData(Column(thread, round), "value");
+    }
+  });
+  BaseSet::ColumnMap map;
+  request.GetDataMap(map);
+  EXPECT_THAT(map, SizeIs(kThreads * kRounds));
+}
+
+// A holder of the data map's lock keeps SetData out, and SetWhere not.
+TEST_F(ThreadsTest, AValueWaitsForAValueAndNotForACondition) {
+  UpsertRequest request;
+  char name[32];
+  std::snprintf(name, sizeof name, "%" PRIxPTR,
+                reinterpret_cast<std::uintptr_t>(&(request.*MemberOf(DataMap()))));
+  VornMutex holder(name);
+  holder.Lock();
+
+  std::thread condition([&] { request.SetWhere("c", 1); });
+  condition.join();  // hangs if it waits
+
+  std::atomic<bool> isSet{false};
+  std::thread value([&] {
+    request.SetData("c", 1);
+    isSet = true;
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  EXPECT_FALSE(isSet);
+  holder.Unlock();
+  value.join();
+  EXPECT_TRUE(isSet);
+}
+
+TEST_F(ThreadsTest, OneDatabaseObjectServesThemOnFilesOfTheirOwn) {
+  Database database;
+  std::vector<TemporaryDatabase> files(kThreads);
+  RunOnThreads(kThreads, [&](int thread) {
+    const TemporaryDatabase& file = files[static_cast<std::size_t>(thread)];
+    CreateRequest create;
+    file.Locate(create);
+    create.SetTable("t");
+    create.SetColumnKey("a", "INTEGER");
+    EXPECT_EQ(0, database.CreateTable(create));
+    for (int row = 0; row < 5; ++row) {
+      UpsertRequest upsert;
+      file.Locate(upsert);
+      upsert.SetTable("t");
+      upsert.SetData("a", row);
+      EXPECT_EQ(0, database.Upsert(upsert));
+    }
+    SelectRequest select;
+    file.Locate(select);
+    select.SetTable("t");
+    Cursor cursor;
+    EXPECT_EQ(0, database.Select(select, cursor));
+    EXPECT_EQ(5, cursor.GetCount());
+  });
+}
+
+// The one real wait: the holder of the file lets go while the library retries.
+TEST_F(ThreadsTest, AWriteWaitsForALockedFile) {
+  TemporaryDatabase file;
+  file.Run("CREATE TABLE t (a TEXT)");
+  UpsertRequest request;
+  file.Locate(request);
+  request.SetTable("t");
+  request.SetData("a", 1);
+  Database database;
+
+  auto locker = std::make_unique<Locker>(file, "BEGIN EXCLUSIVE");
+  const auto start = std::chrono::steady_clock::now();
+  std::thread release([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(350));
+    locker.reset();
+  });
+  EXPECT_EQ(0, database.Upsert(request));
+  const auto waited = std::chrono::steady_clock::now() - start;
+  release.join();
+  EXPECT_THAT(waited, Ge(std::chrono::milliseconds(350)));
+  EXPECT_THAT(file.Rows("SELECT a FROM t"), ::testing::ElementsAre("1"));
+}
+
+}  // namespace
