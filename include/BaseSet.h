@@ -46,7 +46,7 @@ class BaseSet : public BasePath {
   BaseSet();
 
   /// Releases all values. Takes no lock.
-  virtual ~BaseSet();
+  ~BaseSet() override;
 
   /// @name Values to write
   /// Add one column value to the data map, unless this very pointer already has

@@ -38,7 +38,7 @@ class CreateRequest : public BasePath {
   CreateRequest();
 
   /// Releases the copies that are held. Takes no lock.
-  virtual ~CreateRequest();
+  ~CreateRequest() override;
 
   /// Stores a copy of the table name; null changes nothing.
   /// @warning Set it once. A repeated call never releases the earlier copy.

@@ -25,7 +25,7 @@ class DeleteRequest : public BaseSet {
   DeleteRequest();
 
   /// Releases the table name that is held.
-  virtual ~DeleteRequest();
+  ~DeleteRequest() override;
 
   /// Stores a copy of the table name.
   ///

@@ -23,7 +23,7 @@ class DropRequest : public BasePath {
   DropRequest();
 
   /// Releases the table name that is held.
-  virtual ~DropRequest();
+  ~DropRequest() override;
 
   /// Stores a copy of the table name.
   ///

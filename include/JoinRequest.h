@@ -27,7 +27,7 @@ class JoinRequest : public BaseSet {
   JoinRequest();
 
   /// Releases the copies that are held.
-  virtual ~JoinRequest();
+  ~JoinRequest() override;
 
   /// Stores copies of the left side's table and column; a null argument leaves
   /// its text as it was.

@@ -25,7 +25,7 @@ class SelectRequest : public BaseSet {
   SelectRequest();
 
   /// Releases the table name that is held.
-  virtual ~SelectRequest();
+  ~SelectRequest() override;
 
   /// Stores a copy of the table name.
   ///

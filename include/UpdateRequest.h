@@ -27,7 +27,7 @@ class UpdateRequest : public BaseSet {
   UpdateRequest();
 
   /// Releases the table name that is held.
-  virtual ~UpdateRequest();
+  ~UpdateRequest() override;
 
   /// Stores a copy of the table name.
   ///

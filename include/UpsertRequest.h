@@ -25,7 +25,7 @@ class UpsertRequest : public BaseSet {
   UpsertRequest();
 
   /// Releases the table name that is held.
-  virtual ~UpsertRequest();
+  ~UpsertRequest() override;
 
   /// Stores a copy of the table name.
   ///

@@ -955,17 +955,6 @@ TEST_F(PassingExceptionTest, ALoggerThatThrowsFreesTheTextAndClosesTheFile) {
 
 // A file that is really locked, by another connection.
 
-TEST_F(DatabaseTest, AWriteToALockedFileGivesUpAfterTheLimit) {
-  {
-    const Locker locker(file, "BEGIN EXCLUSIVE");
-    EXPECT_EQ(SQLITE_BUSY, Writes()[4].run(database, file.Directory(), "contact"));
-  }
-  EXPECT_EQ(15, Waits());
-  EXPECT_THAT(DatabaseLines().back(),
-              Line(6, kFile, "DropTable", "DropTable FAILED[5]: database is locked"));
-  EXPECT_THAT(Contacts(), SizeIs(2));
-}
-
 TEST_F(DatabaseTest, AQueryOfALockedFileGivesUpAfterTheLimit) {
   SelectRequest request;
   file.Locate(request);

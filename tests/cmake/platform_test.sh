@@ -36,7 +36,7 @@ build_and_check() {
   cmake --build "$work/build" >"$work/log" 2>&1 || fail "the library does not build"
   local library=$work/build/src/libvorndatabase.so
   for needed in libdlog.so libvornutil.so; do
-    readelf -dW "$library" | grep -q "NEEDED.*\[$needed\]" || fail "the library does not need $needed"
+    grep -q "NEEDED.*\[$needed\]" <<<"$(readelf -dW "$library")" || fail "the library does not need $needed"
   done
   [ ! -e "$work/build/platform" ] || fail "the stand-ins were built"
 }
@@ -49,7 +49,7 @@ expect_failure() {
     fail "the configuration should have failed"
   fi
   # CMake wraps long messages.
-  tr -s ' \n' ' ' <"$work/log" | grep -qF -- "$text" || fail "the message should say '$text'"
+  grep -qF -- "$text" <<<"$(tr -s ' \n' ' ' <"$work/log")" || fail "the message should say '$text'"
 }
 
 missing_everything() {

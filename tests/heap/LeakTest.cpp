@@ -132,31 +132,35 @@ TEST_F(LeakTest, EveryFailedOpenLeavesItsHandle) {
   sqlite_spy::CloseConnections();
 }
 
-// SQLite gives a text for each busy attempt; only the last one is freed.
-TEST_F(LeakTest, EveryBusyAttemptButTheLastLeavesItsText) {
+// A file that is really locked: SQLite gives a text for each busy attempt, and
+// only the last one is freed.
+class LockedFileTest : public LeakTest {
+ protected:
+  static int BlocksOfSqlite() {
+    int current = 0;
+    int highest = 0;
+    sqlite3_status(SQLITE_STATUS_MALLOC_COUNT, &current, &highest, 0);
+    return current;
+  }
+};
+
+TEST_F(LockedFileTest, AWriteGivesUpAfterTheLimitAndLeavesTheTextsOfAllAttemptsButTheLast) {
   TemporaryDatabase file;
   file.Run("CREATE TABLE t (a TEXT)");
   DropRequest request;
   file.Locate(request);
   request.SetTable("t");
   Database database;
-  EXPECT_EQ(0, database.DropTable(request));
-  file.Run("CREATE TABLE t (a TEXT)");
-
-  const sqlite3_int64 before = [] {
-    int current = 0;
-    int highest = 0;
-    sqlite3_status(SQLITE_STATUS_MALLOC_COUNT, &current, &highest, 0);
-    return current;
-  }();
+  const int before = BlocksOfSqlite();
   {
     const Locker locker(file, "BEGIN EXCLUSIVE");
     EXPECT_EQ(SQLITE_BUSY, database.DropTable(request));
   }
-  int after = 0;
-  int highest = 0;
-  sqlite3_status(SQLITE_STATUS_MALLOC_COUNT, &after, &highest, 0);
-  EXPECT_EQ(before + 16, after);
+  EXPECT_EQ(before + 16, BlocksOfSqlite());
+  EXPECT_THAT(journal::Of({journal::Kind::kSleep}), SizeIs(15));
+  EXPECT_EQ(fake::Line(6, "Database.cpp", "DropTable", "DropTable FAILED[5]: database is locked"),
+            fake::Lines().back());
+  EXPECT_THAT(file.Rows("SELECT name FROM sqlite_master"), ElementsAre("t"));
 }
 
 }  // namespace
