@@ -1,0 +1,60 @@
+# shellcheck shell=bash
+# Sourced by the scripts.
+#
+#   require_packages NAME...  makes sure that Debian packages are installed: as
+#   root it installs those that are missing, otherwise it says which and fails.
+
+# shellcheck source=scripts/lib/run.sh
+source "${BASH_SOURCE[0]%/*}/run.sh"
+
+# What the scripts need, by purpose.
+# shellcheck disable=SC2034
+{
+  build_packages=(g++ cmake ninja-build libsqlite3-dev)
+  test_packages=("${build_packages[@]}" libgtest-dev libgmock-dev pkg-config sqlite3 tzdata)
+  lint_packages=(git clang clang-format clang-tidy cppcheck shellcheck)
+}
+
+require_packages() {
+  local name status
+  local -A installed=()
+  while read -r name status; do
+    if [[ $status == installed ]]; then
+      installed[$name]=1
+    fi
+  done < <(dpkg-query --show --showformat='${Package} ${db:Status-Status}\n' "$@" 2>/dev/null)
+
+  local -a missing=()
+  for name in "$@"; do
+    if [[ -z ${installed[$name]:-} ]]; then
+      missing+=("$name")
+    fi
+  done
+  if ((${#missing[@]} == 0)); then
+    return 0
+  fi
+
+  if [[ -z $(type -P apt-get) ]]; then
+    {
+      printf 'Needed, as Debian names the packages: %s\n' "${missing[*]}"
+      printf 'There is no apt-get here to install them. Install what corresponds to them\n'
+      printf 'and build with the CMake presets.\n'
+    } >&2
+    exit 1
+  fi
+  if ((EUID != 0)); then
+    {
+      printf 'Not installed: %s\n' "${missing[*]}"
+      printf 'Run as root: apt-get update && apt-get install -y --no-install-recommends %s\n' \
+        "${missing[*]}"
+    } >&2
+    exit 1
+  fi
+  run_quietly "Installing: ${missing[*]}" install_packages "${missing[@]}" || exit 1
+}
+
+install_packages() {
+  # dpkg looks for its tools in the path of a root login, which su does not give.
+  local -x PATH=$PATH:/usr/sbin:/sbin DEBIAN_FRONTEND=noninteractive
+  apt-get update && apt-get install -y --no-install-recommends "$@"
+}

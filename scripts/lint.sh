@@ -1,0 +1,48 @@
+#!/usr/bin/env bash
+# Checks the form of all tracked sources and scripts, without running them:
+#
+#   scripts/lint.sh
+
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+# shellcheck source=scripts/lib/packages.sh
+source scripts/lib/packages.sh
+
+if (($# > 0)); then
+  echo 'usage: scripts/lint.sh' >&2
+  exit 2
+fi
+
+# Tracked files that match; the checkout may belong to someone else, as in CI.
+tracked() {
+  git -c safe.directory="$PWD" ls-files -z -- "$@"
+}
+
+check_format() {
+  tracked '*.h' '*.cpp' | xargs -0 clang-format --dry-run -Werror
+}
+
+# Headers are checked with the sources that include them.
+check_tidy() {
+  tracked 'src/*.cpp' 'platform/*.cpp' 'examples/*.cpp' |
+    xargs -0 -n 1 -P 2 clang-tidy --quiet -p build/clang
+}
+
+# Which parameters are passed by value is the binary interface's decision.
+check_cppcheck() {
+  cppcheck --quiet -j 2 --language=c++ --std=c++17 --enable=warning,performance,portability \
+    --suppress=passedByValue --error-exitcode=1 \
+    -I include -I src -I platform/dlog -I platform/vornutil src platform examples
+}
+
+check_shell() {
+  tracked '*.sh' .ci/run | xargs -0 shellcheck --external-sources
+}
+
+# The compile database covers the tests, so that their packages are needed, too.
+require_packages "${test_packages[@]}" "${lint_packages[@]}"
+run_quietly '== lint: clang-format' check_format
+run_quietly '== lint: configure' cmake --preset clang
+run_quietly '== lint: clang-tidy' check_tidy
+run_quietly '== lint: cppcheck' check_cppcheck
+run_quietly '== lint: shellcheck' check_shell

@@ -1,0 +1,67 @@
+#!/usr/bin/env bash
+# Runs the tests on this machine:
+#
+#   scripts/test.sh        the whole suite, built as it is shipped
+#   scripts/test.sh all    lint, then the suite with every compiler and sanitizer
+
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+# shellcheck source=scripts/lib/packages.sh
+source scripts/lib/packages.sh
+
+usage() {
+  echo 'usage: scripts/test.sh [all]'
+}
+
+fail() {
+  printf 'test.sh: failed at: %s\n' "$1" >&2
+  exit 1
+}
+
+# The sanitizers need their shadow memory at fixed addresses, which some kernels
+# spread other mappings over. A container may forbid the remedy.
+without_randomization() {
+  if setarch --addr-no-randomize true 2>/dev/null; then
+    setarch --addr-no-randomize "$@"
+  else
+    "$@"
+  fi
+}
+
+run_suite() {
+  local preset=$1
+  local -a wrapper=()
+  if [[ $preset == ?san ]]; then
+    wrapper=(without_randomization)
+  fi
+  run_quietly "== $preset: configure" cmake --preset "$preset" || fail "$preset: configure"
+  # The build runs the test programs, too, to list their tests.
+  run_quietly "== $preset: build" "${wrapper[@]}" cmake --build --preset "$preset" ||
+    fail "$preset: build"
+  echo "== $preset: test"
+  "${wrapper[@]}" ctest --preset "$preset" || fail "$preset: test"
+}
+
+# The tests compare texts of tools and compilers.
+export LC_ALL=C.UTF-8
+
+case "$#:${1:-}" in
+  0:)
+    require_packages "${test_packages[@]}"
+    run_suite release
+    ;;
+  1:all)
+    require_packages "${test_packages[@]}" "${lint_packages[@]}"
+    scripts/lint.sh || fail lint
+    for preset in release dev clang asan tsan; do
+      run_suite "$preset"
+    done
+    ;;
+  1:-h | 1:--help)
+    usage
+    ;;
+  *)
+    usage >&2
+    exit 2
+    ;;
+esac
