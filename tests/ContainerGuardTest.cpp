@@ -9,35 +9,11 @@
 #include <stdexcept>
 #include <string>
 
+#include "Containers.h"
 #include "CreateRequest.h"
 #include "Cursor.h"
 #include "LibraryTest.h"
-#include "PrivateMember.h"
 #include "UpsertRequest.h"
-
-struct DataMap {
-  using Type = BaseSet::ColumnMap BaseSet::*;
-  friend Type MemberOf(DataMap);
-};
-template struct PrivateMember<DataMap, &BaseSet::m_data>;
-
-struct WhereMap {
-  using Type = BaseSet::ColumnMap BaseSet::*;
-  friend Type MemberOf(WhereMap);
-};
-template struct PrivateMember<WhereMap, &BaseSet::m_where>;
-
-struct ColumnKeyList {
-  using Type = CreateRequest::ColumnKeys CreateRequest::*;
-  friend Type MemberOf(ColumnKeyList);
-};
-template struct PrivateMember<ColumnKeyList, &CreateRequest::m_columnKeys>;
-
-struct CellMap {
-  using Type = std::map<std::string, std::vector<std::string>> Cursor::*;
-  friend Type MemberOf(CellMap);
-};
-template struct PrivateMember<CellMap, &Cursor::m_cells>;
 
 namespace {
 
@@ -71,22 +47,22 @@ struct Operation {
 
 void PrintTo(const Operation& operation, std::ostream* stream) { *stream << operation.function; }
 
-template <typename Object, typename Tag, typename Change>
-std::function<std::string()> Changing(Change change) {
-  return [change] {
+template <typename Object, typename Container, typename Change>
+std::function<std::string()> Changing(Container& (*containerOf)(Object&), Change change) {
+  return [containerOf, change] {
     Object object;
     journal::Clear();
     change(object);
-    return NameOf(&(object.*MemberOf(Tag())));
+    return NameOf(&containerOf(object));
   };
 }
 
-// The constructors are the only guarded change in the life of a fresh object.
-template <typename Object, typename Tag>
-std::function<std::string()> Constructing() {
-  return [] {
-    const Object object;
-    return NameOf(&(object.*MemberOf(Tag())));
+// The constructor is the only guarded change in the life of a fresh object.
+template <typename Object, typename Container>
+std::function<std::string()> Constructing(Container& (*containerOf)(Object&)) {
+  return [containerOf] {
+    Object object;
+    return NameOf(&containerOf(object));
   };
 }
 
@@ -95,20 +71,20 @@ std::vector<Operation> Operations() {
   const auto create = "CreateRequest.cpp";
   const auto cursor = "Cursor.cpp";
   return {
-      {set, "BaseSet", Constructing<BaseSet, DataMap>()},
-      {set, "SetData", Changing<BaseSet, DataMap>([](BaseSet& s) { s.SetData("c", "v"); })},
-      {set, "SetData", Changing<BaseSet, DataMap>([](BaseSet& s) { s.SetData("c", 1); })},
-      {set, "SetData", Changing<BaseSet, DataMap>([](BaseSet& s) { s.SetData("c", 1.5); })},
-      {set, "SetWhere", Changing<BaseSet, WhereMap>([](BaseSet& s) { s.SetWhere("c", "v"); })},
-      {set, "SetWhere", Changing<BaseSet, WhereMap>([](BaseSet& s) { s.SetWhere("c", 1); })},
-      {set, "SetWhere", Changing<BaseSet, WhereMap>([](BaseSet& s) { s.SetWhere("c", 1.5); })},
-      {create, "CreateRequest", Constructing<CreateRequest, ColumnKeyList>()},
+      {set, "BaseSet", Constructing(DataMapOf)},
+      {set, "SetData", Changing(DataMapOf, [](BaseSet& s) { s.SetData("c", "v"); })},
+      {set, "SetData", Changing(DataMapOf, [](BaseSet& s) { s.SetData("c", 1); })},
+      {set, "SetData", Changing(DataMapOf, [](BaseSet& s) { s.SetData("c", 1.5); })},
+      {set, "SetWhere", Changing(WhereMapOf, [](BaseSet& s) { s.SetWhere("c", "v"); })},
+      {set, "SetWhere", Changing(WhereMapOf, [](BaseSet& s) { s.SetWhere("c", 1); })},
+      {set, "SetWhere", Changing(WhereMapOf, [](BaseSet& s) { s.SetWhere("c", 1.5); })},
+      {create, "CreateRequest", Constructing(ColumnKeysOf)},
       {create, "SetColumnKey",
-       Changing<CreateRequest, ColumnKeyList>([](CreateRequest& r) { r.SetColumnKey("c", "T"); })},
-      {cursor, "Cursor", Constructing<Cursor, CellMap>()},
-      {cursor, "Initialize", Changing<Cursor, CellMap>([](Cursor& c) { c.Initialize(); })},
-      {cursor, "SetColumn", Changing<Cursor, CellMap>([](Cursor& c) { c.SetColumn("c"); })},
-      {cursor, "SetData", Changing<Cursor, CellMap>([](Cursor& c) { c.SetData("c", "v"); })},
+       Changing(ColumnKeysOf, [](CreateRequest& r) { r.SetColumnKey("c", "T"); })},
+      {cursor, "Cursor", Constructing(CellMapOf)},
+      {cursor, "Initialize", Changing(CellMapOf, [](Cursor& c) { c.Initialize(); })},
+      {cursor, "SetColumn", Changing(CellMapOf, [](Cursor& c) { c.SetColumn("c"); })},
+      {cursor, "SetData", Changing(CellMapOf, [](Cursor& c) { c.SetData("c", "v"); })},
   };
 }
 

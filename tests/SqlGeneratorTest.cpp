@@ -4,21 +4,15 @@
 #include <string>
 #include <type_traits>
 
+#include "Containers.h"
 #include "CreateRequest.h"
 #include "DeleteRequest.h"
 #include "DropRequest.h"
 #include "JoinRequest.h"
 #include "LibraryTest.h"
-#include "PrivateMember.h"
 #include "SelectRequest.h"
 #include "UpdateRequest.h"
 #include "UpsertRequest.h"
-
-struct DataMap {
-  using Type = BaseSet::ColumnMap BaseSet::*;
-  friend Type MemberOf(DataMap);
-};
-template struct PrivateMember<DataMap, &BaseSet::m_data>;
 
 namespace {
 
@@ -399,7 +393,7 @@ TEST_F(SqlGeneratorTest, DeleteWithoutConditionsDeletesEveryRow) {
 // No setter stores such a value; a host that fills the map otherwise might.
 TEST_F(SqlGeneratorTest, ValuesAreWrittenUpToTheirFirstNul) {
   UpsertRequest upsert;
-  (upsert.*MemberOf(DataMap())).emplace(kUid, std::string("ab\0cd", 5));
+  DataMapOf(upsert).emplace(kUid, std::string("ab\0cd", 5));
   EXPECT_EQ("INSERT OR REPLACE INTO contact (uid) VALUES ('ab')",
             Sql(&SqlGenerator::GetUpsertSql, Contact(upsert)));
 }

@@ -16,13 +16,14 @@ source "${BASH_SOURCE[0]%/*}/run.sh"
 }
 
 require_packages() {
-  local name status
+  local name status listed
   local -A installed=()
+  listed=$(dpkg-query --show --showformat='${Package} ${db:Status-Status}\n' "$@" 2>/dev/null) || true
   while read -r name status; do
     if [[ $status == installed ]]; then
       installed[$name]=1
     fi
-  done < <(dpkg-query --show --showformat='${Package} ${db:Status-Status}\n' "$@" 2>/dev/null)
+  done <<<"$listed"
 
   local -a missing=()
   for name in "$@"; do

@@ -14,21 +14,27 @@ namespace {
 // Long enough for a thread that can go on to have gone on.
 constexpr std::chrono::milliseconds kWhile(50);
 
-TEST(VornMutexTest, EqualNamesShareOneLock) {
-  VornMutex first("name");
-  first.Lock();
+// Expects that another thread gets the lock of that name once `holder`, which has
+// it, lets go, and not before.
+void ExpectToBeHeldBy(VornMutex& holder, const std::string& name) {
   std::atomic<bool> isLocked{false};
   std::thread other([&] {
-    VornMutex second(std::string("name").c_str());
-    second.Lock();
+    VornMutex guard(name.c_str());
+    guard.Lock();
     isLocked = true;
-    second.Unlock();
+    guard.Unlock();
   });
   std::this_thread::sleep_for(kWhile);
   EXPECT_FALSE(isLocked);
-  first.Unlock();
+  holder.Unlock();
   other.join();
   EXPECT_TRUE(isLocked);
+}
+
+TEST(VornMutexTest, EqualNamesShareOneLock) {
+  VornMutex holder("name");
+  holder.Lock();
+  ExpectToBeHeldBy(holder, "name");
 }
 
 TEST(VornMutexTest, UnequalNamesDoNotWaitForEachOther) {
@@ -78,16 +84,7 @@ TEST(VornMutexTest, DestructionOfAnUnlockedGuardLeavesTheHolderAlone) {
   VornMutex holder("name");
   holder.Lock();
   { VornMutex bystander("name"); }
-  std::atomic<bool> isLocked{false};
-  std::thread other([&] {
-    VornMutex guard("name");
-    guard.Lock();
-    isLocked = true;
-  });
-  std::this_thread::sleep_for(kWhile);
-  EXPECT_FALSE(isLocked);
-  holder.Unlock();
-  other.join();
+  ExpectToBeHeldBy(holder, "name");
 }
 
 TEST(VornMutexTest, UnlockOfAnUnlockedGuardDoesNothing) {
@@ -95,16 +92,7 @@ TEST(VornMutexTest, UnlockOfAnUnlockedGuardDoesNothing) {
   holder.Lock();
   VornMutex bystander("name");
   bystander.Unlock();
-  std::atomic<bool> isLocked{false};
-  std::thread other([&] {
-    VornMutex guard("name");
-    guard.Lock();
-    isLocked = true;
-  });
-  std::this_thread::sleep_for(kWhile);
-  EXPECT_FALSE(isLocked);
-  holder.Unlock();
-  other.join();
+  ExpectToBeHeldBy(holder, "name");
 }
 
 TEST(VornMutexTest, TheEmptyNameIsAName) {

@@ -12,19 +12,13 @@
 #include <thread>
 #include <vector>
 
+#include "Containers.h"
 #include "CreateRequest.h"
 #include "Cursor.h"
 #include "Database.h"
-#include "PrivateMember.h"
 #include "SelectRequest.h"
 #include "TemporaryDatabase.h"
 #include "UpsertRequest.h"
-
-struct DataMap {
-  using Type = BaseSet::ColumnMap BaseSet::*;
-  friend Type MemberOf(DataMap);
-};
-template struct PrivateMember<DataMap, &BaseSet::m_data>;
 
 namespace {
 
@@ -111,7 +105,7 @@ TEST_F(ThreadsTest, AValueWaitsForAValueAndNotForACondition) {
   UpsertRequest request;
   char name[32];
   std::snprintf(name, sizeof name, "%" PRIxPTR,
-                reinterpret_cast<std::uintptr_t>(&(request.*MemberOf(DataMap()))));
+                reinterpret_cast<std::uintptr_t>(&DataMapOf(request)));
   VornMutex holder(name);
   holder.Lock();
 
