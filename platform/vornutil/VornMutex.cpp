@@ -43,10 +43,12 @@ NamedLock* Acquire(std::string name) {
   Registry& shards = Shards();
   Shard& shard = shards[std::hash<std::string>()(name) % shards.size()];
   const std::lock_guard<std::mutex> hold(shard.mutex);
-  const auto entry = shard.locks.try_emplace(std::move(name)).first;
+  const auto [entry, isNew] = shard.locks.try_emplace(std::move(name));
   NamedLock& lock = entry->second;
-  lock.shard = &shard;
-  lock.name = &entry->first;
+  if (isNew) {
+    lock.shard = &shard;
+    lock.name = &entry->first;
+  }
   ++lock.users;
   return &lock;
 }

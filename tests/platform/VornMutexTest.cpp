@@ -38,14 +38,15 @@ TEST(VornMutexTest, EqualNamesShareOneLock) {
 }
 
 TEST(VornMutexTest, UnequalNamesDoNotWaitForEachOther) {
-  // More names than the registry has parts, so that some share one.
+  // The other thread takes more names than the registry has parts, so that some
+  // share one with a name that is held.
   std::vector<std::unique_ptr<VornMutex>> guards;
-  for (int name = 0; name < 500; ++name) {
+  for (int name = 0; name < 50; ++name) {
     guards.push_back(std::make_unique<VornMutex>(std::to_string(name).c_str()));
     guards.back()->Lock();
   }
   auto other = std::async(std::launch::async, [] {
-    for (int name = 500; name < 1000; ++name) {
+    for (int name = 50; name < 1000; ++name) {
       VornMutex guard(std::to_string(name).c_str());
       guard.Lock();
       guard.Unlock();
