@@ -57,8 +57,8 @@ class BasePath {
   void GetPath(std::string& directory, std::string& fileName);
 
  private:
-  char* m_directory;
-  char* m_fileName;
+  char* m_directory = nullptr;
+  char* m_fileName = nullptr;
 };
 
 #endif  // VORNDATABASE_BASEPATH_H

@@ -80,11 +80,11 @@ class CreateRequest : public BasePath {
   void GetColumnKey(ColumnKeys& keys);
 
  private:
-  char* m_table;
-  char* m_primaryKeyName;
-  char* m_primaryKeyType;
-  char* m_compositeKeyName;
-  char* m_compositeKeyType;
+  char* m_table = nullptr;
+  char* m_primaryKeyName = nullptr;
+  char* m_primaryKeyType = nullptr;
+  char* m_compositeKeyName = nullptr;
+  char* m_compositeKeyType = nullptr;
   ColumnKeys m_columnKeys;
 };
 

@@ -143,7 +143,7 @@ class Cursor {
  private:
   std::map<std::string, std::vector<std::string>> m_cells;
   std::vector<std::string> m_columns;
-  std::int32_t m_position;
+  std::int32_t m_position = -1;
 };
 
 #endif  // VORNDATABASE_CURSOR_H

@@ -44,7 +44,7 @@ class DeleteRequest : public BaseSet {
   void GetTable(std::string& table);
 
  private:
-  char* m_table;
+  char* m_table = nullptr;
 };
 
 #endif  // VORNDATABASE_DELETEREQUEST_H

@@ -42,7 +42,7 @@ class DropRequest : public BasePath {
   void GetTable(std::string& table);
 
  private:
-  char* m_table;
+  char* m_table = nullptr;
 };
 
 #endif  // VORNDATABASE_DROPREQUEST_H

@@ -47,10 +47,10 @@ class JoinRequest : public BaseSet {
   void GetRightJoin(std::string& table, std::string& column);
 
  private:
-  char* m_leftTable;
-  char* m_leftColumn;
-  char* m_rightTable;
-  char* m_rightColumn;
+  char* m_leftTable = nullptr;
+  char* m_leftColumn = nullptr;
+  char* m_rightTable = nullptr;
+  char* m_rightColumn = nullptr;
 };
 
 #endif  // VORNDATABASE_JOINREQUEST_H

@@ -44,7 +44,7 @@ class SelectRequest : public BaseSet {
   void GetTable(std::string& table);
 
  private:
-  char* m_table;
+  char* m_table = nullptr;
 };
 
 #endif  // VORNDATABASE_SELECTREQUEST_H

@@ -46,7 +46,7 @@ class UpdateRequest : public BaseSet {
   void GetTable(std::string& table);
 
  private:
-  char* m_table;
+  char* m_table = nullptr;
 };
 
 #endif  // VORNDATABASE_UPDATEREQUEST_H

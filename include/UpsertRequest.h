@@ -44,7 +44,7 @@ class UpsertRequest : public BaseSet {
   void GetTable(std::string& table);
 
  private:
-  char* m_table;
+  char* m_table = nullptr;
 };
 
 #endif  // VORNDATABASE_UPSERTREQUEST_H

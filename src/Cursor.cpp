@@ -55,7 +55,7 @@ int ReadNumber(const vorn::LogSite& site, const std::string* cell, const char* f
 
 }  // namespace
 
-Cursor::Cursor() : m_position(-1) {
+Cursor::Cursor() {
   VORN_TRACE();
   vorn::ContainerGuard guard(VORN_HERE, &m_cells);
   m_columns.clear();

@@ -54,9 +54,9 @@ void PrintProtected(const LogSite& site, LogPriority priority, const char* buffe
 template <typename... Args>
 void FormatMessage(char* buffer, const char* format, Args... args) {
   if constexpr (sizeof...(args) == 0) {
-    std::snprintf(buffer, kProtectedMessageSize, "%s", format);
+    static_cast<void>(std::snprintf(buffer, kProtectedMessageSize, "%s", format));
   } else {
-    std::snprintf(buffer, kProtectedMessageSize, format, args...);
+    static_cast<void>(std::snprintf(buffer, kProtectedMessageSize, format, args...));
   }
 }
 

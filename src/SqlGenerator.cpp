@@ -24,10 +24,10 @@ void CutAtLast(std::string& text, const char* separator) {
 // that a null one throws instead of being read.
 std::string NameText(const char* name) { return std::string(name); }
 
-// Values end at their first NUL, as the statement does for SQLite.
+// Values end at their first NUL, where SQLite would take the statement to end.
 void AppendLiteral(std::string& sql, const std::string& value) {
   sql += '\'';
-  sql += value.c_str();
+  sql.append(value, 0, value.find('\0'));
   sql += '\'';
 }
 

@@ -64,7 +64,8 @@ bool AppendMessage(std::string& line, const char* format, va_list arguments) {
   }
   const std::size_t prefix = line.size();
   line.resize(prefix + static_cast<std::size_t>(length) + 1);
-  std::vsnprintf(&line[prefix], static_cast<std::size_t>(length) + 1, format, arguments);
+  static_cast<void>(
+      std::vsnprintf(&line[prefix], static_cast<std::size_t>(length) + 1, format, arguments));
   line.back() = '\n';
   return true;
 }

@@ -1,7 +1,6 @@
 #include "VornLogger.h"
 
 #include <array>
-#include <atomic>
 #include <deque>
 #include <mutex>
 #include <vector>
@@ -10,15 +9,13 @@ namespace {
 
 constexpr std::size_t kBufferSize = 600;
 
-std::atomic<bool> encryptionFlag{false};
-
 // Message buffers, one per living thread that ever asked for one. A deque, so
 // that buffers stay where they are while others are added.
 class BufferPool {
  public:
   // Never destroyed: threads may log until the process is gone.
   static BufferPool& Instance() {
-    static BufferPool* const pool = new BufferPool;
+    static auto* const pool = new BufferPool;  // NOLINT(*-avoid-non-const-global-variables)
     return *pool;
   }
 
@@ -69,10 +66,10 @@ VornLogger* VornLogger::GetInstance() {
   return &logger;
 }
 
-bool VornLogger::GetEncryptionFlag() { return encryptionFlag.load(std::memory_order_relaxed); }
+bool VornLogger::GetEncryptionFlag() { return m_encryptionFlag.load(std::memory_order_relaxed); }
 
 void VornLogger::SetEncryptionFlag(bool flag) {
-  encryptionFlag.store(flag, std::memory_order_relaxed);
+  m_encryptionFlag.store(flag, std::memory_order_relaxed);
 }
 
 int VornLogger::GetBufferIndex() {

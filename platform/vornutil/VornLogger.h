@@ -4,6 +4,7 @@
 #ifndef VORN_PLATFORM_VORNLOGGER_H
 #define VORN_PLATFORM_VORNLOGGER_H
 
+#include <atomic>
 #include <string>
 
 /// Decides whether messages are converted into a protected form before they are
@@ -46,6 +47,8 @@ class VornLogger {
  private:
   VornLogger();
   ~VornLogger();
+
+  std::atomic<bool> m_encryptionFlag{false};
 };
 
 #endif  // VORN_PLATFORM_VORNLOGGER_H

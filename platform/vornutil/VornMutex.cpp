@@ -35,7 +35,7 @@ using Registry = std::array<Shard, 64>;
 
 Registry& Shards() {
   // Never destroyed: guards may be made until the process is gone.
-  static Registry* const shards = new Registry;
+  static auto* const shards = new Registry;  // NOLINT(*-avoid-non-const-global-variables)
   return *shards;
 }
 
@@ -65,7 +65,7 @@ void Release(NamedLock* lock) {
 
 }  // namespace vornutil
 
-VornMutex::VornMutex(const char* name) : m_lock(vornutil::Acquire(name)), m_isLocked(false) {}
+VornMutex::VornMutex(const char* name) : m_lock(vornutil::Acquire(name)) {}
 
 VornMutex::~VornMutex() {
   Unlock();

@@ -44,7 +44,7 @@ class VornMutex {
 
  private:
   vornutil::NamedLock* m_lock;
-  bool m_isLocked;
+  bool m_isLocked = false;
 };
 
 #endif  // VORN_PLATFORM_VORNMUTEX_H

@@ -2,7 +2,7 @@
 
 #include "base/OwnedText.h"
 
-BasePath::BasePath() : m_directory(nullptr), m_fileName(nullptr) {}
+BasePath::BasePath() = default;
 
 BasePath::~BasePath() {
   vorn::ReleaseText(m_directory);

@@ -4,12 +4,7 @@
 #include "Log.h"
 #include "base/OwnedText.h"
 
-CreateRequest::CreateRequest()
-    : m_table(nullptr),
-      m_primaryKeyName(nullptr),
-      m_primaryKeyType(nullptr),
-      m_compositeKeyName(nullptr),
-      m_compositeKeyType(nullptr) {
+CreateRequest::CreateRequest() {
   VORN_TRACE();
   vorn::ContainerGuard guard(VORN_HERE, &m_columnKeys);
   m_columnKeys.clear();

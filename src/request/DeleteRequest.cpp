@@ -3,7 +3,7 @@
 #include "Log.h"
 #include "base/OwnedText.h"
 
-DeleteRequest::DeleteRequest() : m_table(nullptr) { VORN_TRACE(); }
+DeleteRequest::DeleteRequest() { VORN_TRACE(); }
 
 DeleteRequest::~DeleteRequest() {
   VORN_TRACE();

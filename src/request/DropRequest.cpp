@@ -3,7 +3,7 @@
 #include "Log.h"
 #include "base/OwnedText.h"
 
-DropRequest::DropRequest() : m_table(nullptr) { VORN_TRACE(); }
+DropRequest::DropRequest() { VORN_TRACE(); }
 
 DropRequest::~DropRequest() {
   VORN_TRACE();

@@ -3,10 +3,7 @@
 #include "Log.h"
 #include "base/OwnedText.h"
 
-JoinRequest::JoinRequest()
-    : m_leftTable(nullptr), m_leftColumn(nullptr), m_rightTable(nullptr), m_rightColumn(nullptr) {
-  VORN_TRACE();
-}
+JoinRequest::JoinRequest() { VORN_TRACE(); }
 
 JoinRequest::~JoinRequest() {
   VORN_TRACE();

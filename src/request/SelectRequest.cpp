@@ -3,7 +3,7 @@
 #include "Log.h"
 #include "base/OwnedText.h"
 
-SelectRequest::SelectRequest() : m_table(nullptr) { VORN_TRACE(); }
+SelectRequest::SelectRequest() { VORN_TRACE(); }
 
 SelectRequest::~SelectRequest() {
   VORN_TRACE();

@@ -3,7 +3,7 @@
 #include "Log.h"
 #include "base/OwnedText.h"
 
-UpdateRequest::UpdateRequest() : m_table(nullptr) { VORN_TRACE(); }
+UpdateRequest::UpdateRequest() { VORN_TRACE(); }
 
 UpdateRequest::~UpdateRequest() {
   VORN_TRACE();

@@ -3,7 +3,7 @@
 #include "Log.h"
 #include "base/OwnedText.h"
 
-UpsertRequest::UpsertRequest() : m_table(nullptr) { VORN_TRACE(); }
+UpsertRequest::UpsertRequest() { VORN_TRACE(); }
 
 UpsertRequest::~UpsertRequest() {
   VORN_TRACE();

@@ -77,6 +77,7 @@ sample() {
 # Every file and folder that it names in backticks or links to exists.
 places() {
   local place missing=0
+  # shellcheck disable=SC2016 # the backticks are those of the README
   while read -r place; do
     if [ ! -e "$source/$place" ]; then
       echo "there is no $place" >&2

@@ -157,7 +157,7 @@ const char* VornLogger::GetLogTag() const {
 
 // The named mutex of the utility library.
 
-VornMutex::VornMutex(const char* name) : m_lock(nullptr), m_isLocked(false) {
+VornMutex::VornMutex(const char* name) : m_lock(nullptr) {
   fake::mutexNames[this] = name;
   journal::Add(Kind::kMutex, std::string("make ") + name);
 }
