@@ -48,8 +48,7 @@ class BaseSet : public BasePath {
   /// Releases all values. Takes no lock.
   ~BaseSet() override;
 
-  /// @name Values to write
-  /// Add one column value to the data map, unless this very pointer already has
+  /// Adds one column value to the data map, unless this very pointer already has
   /// one.
   ///
   /// @param column column name; kept by pointer (see the class).
@@ -61,21 +60,20 @@ class BaseSet : public BasePath {
   ///        how numbers are written.
   /// @throws std::logic_error for a null text value; the map is unchanged.
   /// @throws std::bad_alloc when memory is exhausted; the map is unchanged.
-  /// @{
   void SetData(const char* column, const char* value);
+  /// @overload
   void SetData(const char* column, int value);
+  /// @overload
   void SetData(const char* column, double value);
-  /// @}
 
-  /// @name Conditions
-  /// Add one condition "column equals value" to the where map, unless this very
+  /// Adds one condition "column equals value" to the where map, unless this very
   /// pointer already has one. Conditions are joined by AND; there is no other
   /// operator. Parameters, text forms and exceptions are those of `SetData`.
-  /// @{
   void SetWhere(const char* column, double value);
+  /// @overload
   void SetWhere(const char* column, const char* value);
+  /// @overload
   void SetWhere(const char* column, int value);
-  /// @}
 
   /// Replaces `columns` with a copy of the data map. The copy shares the
   /// caller's column-name pointers. Takes no lock.

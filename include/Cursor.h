@@ -45,9 +45,12 @@ class Cursor {
  public:
   /// Creates an empty cursor, before the first row.
   Cursor();
+  /// Releases everything. Takes no lock.
   virtual ~Cursor();
 
+  /// Copies columns, cells and position, without a lock and without a log line.
   Cursor(const Cursor&) = default;
+  /// Copies columns, cells and position, without a lock and without a log line.
   Cursor& operator=(const Cursor&) = default;
 
   /// @name Filling

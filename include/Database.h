@@ -48,10 +48,14 @@ class UpsertRequest;
 /// a busy file, of `IsRetryLimit`; texts in quotes are printf formats.
 class Database {
  public:
+  /// Writes its trace line; opens nothing.
   Database();
+  /// Writes its trace line; closes nothing.
   ~Database();
 
+  /// Does nothing: there is no state to copy.
   Database(const Database&) = default;
+  /// Does nothing: there is no state to copy.
   Database& operator=(const Database&) = default;
 
   /// Writes values into the rows that meet the conditions.

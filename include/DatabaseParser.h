@@ -28,10 +28,14 @@ class Cursor;
 /// `DatabasePasrser.cpp`.
 class DatabaseParser {
  public:
+  /// Does nothing: there is no state.
   DatabaseParser();
+  /// Does nothing: there is no state.
   virtual ~DatabaseParser();
 
+  /// Does nothing: there is no state to copy.
   DatabaseParser(const DatabaseParser&) = default;
+  /// Does nothing: there is no state to copy.
   DatabaseParser& operator=(const DatabaseParser&) = default;
 
   /// Steps a query whose first column is a count.

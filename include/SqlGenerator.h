@@ -36,10 +36,14 @@ class UpsertRequest;
 ///         request holds a null column name.
 class SqlGenerator {
  public:
+  /// Does nothing: there is no state.
   SqlGenerator();
+  /// Does nothing: there is no state.
   virtual ~SqlGenerator();
 
+  /// Does nothing: there is no state to copy.
   SqlGenerator(const SqlGenerator&) = default;
+  /// Does nothing: there is no state to copy.
   SqlGenerator& operator=(const SqlGenerator&) = default;
 
   /// Joins directory and file name into a path: a "/" is put between them
