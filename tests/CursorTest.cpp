@@ -6,6 +6,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "Containers.h"
 #include "LibraryTest.h"
 
 namespace {
@@ -126,6 +127,8 @@ TEST_F(CursorTest, DataForAnUnknownColumnJoinsTheColumnNames) {
   EXPECT_THAT(fake::Lines(), IsEmpty());
   EXPECT_EQ(0, cursor.GetCount());
   EXPECT_THAT(Columns(), ElementsAre("a", "b", "v"));
+  EXPECT_THAT(CellMapOf(cursor),
+              ElementsAre(::testing::Pair("a", IsEmpty()), ::testing::Pair("b", IsEmpty())));
 }
 
 TEST_F(CursorTest, DataWithoutAnyColumnJoinsTheColumnNames) {
@@ -248,16 +251,23 @@ TEST_F(CursorTest, MovesOverColumnsWithoutRows) {
   FillRows(0);
   EXPECT_EQ(3, cursor.MoveToNext());
   EXPECT_EQ(-1, cursor.GetPosition());
+  EXPECT_THAT(fake::Lines(), ElementsAre(Line(4, kFile, "MoveToNext", "Last Row")));
   cursor.MoveToLast();
   EXPECT_EQ(0, cursor.GetPosition());
 }
 
 TEST_F(CursorTest, MovesWithoutColumns) {
+  ForgetEvents();
   EXPECT_EQ(3, cursor.MoveToNext());
   EXPECT_EQ(-2, cursor.GetPosition());
   cursor.MoveToFirst();
   EXPECT_EQ(2, cursor.MoveToPrev());
   EXPECT_EQ(0, cursor.GetPosition());
+  EXPECT_EQ(1, cursor.MoveToPosition(0));
+  EXPECT_EQ(0, cursor.GetPosition());
+  EXPECT_THAT(fake::Lines(), ElementsAre(Line(4, kFile, "MoveToNext", "Last Row"),
+                                         Line(4, kFile, "MoveToPrev", "First Row"),
+                                         Line(6, kFile, "MoveToPosition", "Invalid Position")));
   std::string value = "old";
   EXPECT_EQ(1, cursor.GetString("id", value));
   cursor.MoveToLast();
@@ -426,6 +436,8 @@ TEST_F(CursorTest, ReadOfANullColumnThrows) {
   EXPECT_THROW(cursor.GetString(nullptr, text), std::logic_error);
   EXPECT_THROW(cursor.GetInt(nullptr, integer), std::logic_error);
   EXPECT_THROW(cursor.GetDouble(nullptr, number), std::logic_error);
+  EXPECT_THAT(fake::Lines(), ElementsAre(Trace(kFile, "GetString"), Trace(kFile, "GetInt"),
+                                         Trace(kFile, "GetDouble")));
 }
 
 struct IntCell {
@@ -505,6 +517,20 @@ TEST_F(CursorTest, ReadsNumbersThroughADefaultStream) {
   std::locale::global(before);
   EXPECT_EQ(0, result);
   EXPECT_EQ(2.5, value);
+}
+
+TEST_F(CursorTest, ReadsIntegersThroughADefaultStreamToo) {
+  struct Groups : std::numpunct<char> {
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\3"; }
+  };
+  FillCell("1.234.567");
+  int value = 0;
+  const std::locale before = std::locale::global(std::locale(std::locale(), new Groups));
+  const int result = cursor.GetInt("x", value);
+  std::locale::global(before);
+  EXPECT_EQ(0, result);
+  EXPECT_EQ(1234567, value);
 }
 
 TEST_F(CursorTest, ReadsAnEmptyText) {

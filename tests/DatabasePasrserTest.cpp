@@ -138,6 +138,14 @@ TEST_F(ParseDatabaseTest, ACellOfAnUnknownTypeIsTakenLikeABlob) {
   EXPECT_EQ(0, sqlite_spy::CountCalls("sqlite3_column_text"));
 }
 
+TEST_F(ParseDatabaseTest, ReportsAnUnknownTypeBeforeItStoresTheCell) {
+  Prepare("SELECT x'00' AS b");
+  Parse();
+  const auto events = journal::Of({Kind::kLog, Kind::kMutex});
+  ASSERT_THAT(events, SizeIs(4 + 4 + 1 + 4));  // emptying, one column, the line, one cell
+  EXPECT_EQ(Line(6, kFile, "ParseDatabase", "UNKNOWN TYPE"), events[8]);
+}
+
 TEST_F(ParseDatabaseTest, NumbersArriveInSqlitesOwnRendering) {
   Prepare("SELECT 2.5 AS a, 9007199254740993 AS b, 3.14159265358979 AS c, 1e100 AS d, -0.0 AS e");
   EXPECT_EQ(SQLITE_DONE, Parse());
@@ -326,6 +334,23 @@ TEST_F(ParseExistTableTest, AnErrorIsLoggedWithoutTextAndOneMoreStepIsMade) {
   EXPECT_THAT(fake::Lines(),
               ElementsAre(Line(6, kFile, "ParseExistTable", "SQLITE STEP ERROR!!!")));
   EXPECT_EQ(2, sqlite_spy::CountCalls("sqlite3_step"));
+}
+
+TEST_F(ParseExistTableTest, WritesItsAnswerOnlyWhenItReturns) {
+  exists = true;
+  bool existsAtTheLine = false;
+  Prepare("SELECT 0");
+  sqlite_spy::Script("sqlite3_step",
+                     {sqlite_spy::Real(), Answer(SQLITE_ERROR), Answer(SQLITE_DONE)});
+  fake::SetEncryption(true);
+  fake::SetConversion([&](const std::string& message) {
+    existsAtTheLine = exists;
+    return message;
+  });
+  EXPECT_EQ(SQLITE_DONE, ParseExist());
+  fake::SetEncryption(false);
+  EXPECT_TRUE(existsAtTheLine);
+  EXPECT_FALSE(exists);
 }
 
 TEST_F(ParseExistTableTest, StaysBusyFor17StepsAnd15Waits) {

@@ -95,6 +95,16 @@ class DatabaseTest : public LibraryTest {
     return lines;
   }
 
+  // All lines from an operation's first to the end of its request.
+  static Strings OperationLines(const std::string& member) {
+    const Strings lines = fake::Lines();
+    const auto first = std::find(lines.begin(), lines.end(), Trace(kFile, member));
+    const auto last = std::find_if(first, lines.end(), [](const std::string& line) {
+      return line.find("::~") != std::string::npos;
+    });
+    return Strings(first, last);
+  }
+
   static int Waits() { return static_cast<int>(journal::Of({Kind::kSleep}).size()); }
 
   TemporaryDatabase file;
@@ -147,6 +157,16 @@ TEST_F(OpenDBTest, ReportsAMissingDirectory) {
                                Strings{Line(6, kFile, "OpenDB",
                                             "DB open failed. Error no(14): unable to open "
                                             "database file")}));
+}
+
+// Names and SQLite's texts are arguments, never part of a format.
+TEST_F(OpenDBTest, PercentSignsInItsTextsStay) {
+  sqlite_spy::SetErrorText("100%d %s%n");
+  sqlite_spy::Script("sqlite3_open", {Answer(SQLITE_CANTOPEN)});
+  EXPECT_EQ(SQLITE_CANTOPEN, database.OpenDB(db, "/%s/%d", "%n.db"));
+  EXPECT_THAT(fake::Lines(),
+              ElementsAre(Trace(kFile, "OpenDB"), Line(6, kFile, "OpenDB", "DB file: /%s/%d %n.db"),
+                          Line(6, kFile, "OpenDB", "DB open failed. Error no(14): 100%d %s%n")));
 }
 
 TEST_F(OpenDBTest, LeavesTheHandleOfAFailedOpen) {
@@ -205,6 +225,7 @@ struct WriteCase {
   std::string member;
   std::string word;  // the first word of its messages
   std::string sql;   // of `run`
+  Strings getters;   // the lines of the request while it is read
   // Runs it on the contact table of the file of that directory.
   std::function<int(Database&, const char* directory, const char* table)> run;
 };
@@ -213,7 +234,10 @@ void PrintTo(const WriteCase& write, std::ostream* stream) { *stream << write.me
 
 const std::vector<WriteCase>& Writes() {
   static const std::vector<WriteCase> writes = {
-      {"Update", "update", "UPDATE contact SET name = 'Ann' WHERE uid='1'",
+      {"Update",
+       "update",
+       "UPDATE contact SET name = 'Ann' WHERE uid='1'",
+       {Trace("UpdateRequest.cpp", "GetTable")},
        [](Database& database, const char* directory, const char* table) {
          UpdateRequest request;
          request.SetPath(directory, "app.db");
@@ -222,7 +246,10 @@ const std::vector<WriteCase>& Writes() {
          request.SetWhere(kUid, 1);
          return database.Update(request);
        }},
-      {"Delete", "delete", "DELETE  FROM contact WHERE uid='1'",
+      {"Delete",
+       "delete",
+       "DELETE  FROM contact WHERE uid='1'",
+       {Trace("DeleteRequest.cpp", "GetTable")},
        [](Database& database, const char* directory, const char* table) {
          DeleteRequest request;
          request.SetPath(directory, "app.db");
@@ -230,7 +257,10 @@ const std::vector<WriteCase>& Writes() {
          request.SetWhere(kUid, 1);
          return database.Delete(request);
        }},
-      {"Upsert", "Upsert", "INSERT OR REPLACE INTO contact (uid) VALUES ('1')",
+      {"Upsert",
+       "Upsert",
+       "INSERT OR REPLACE INTO contact (uid) VALUES ('1')",
+       {Trace("UpsertRequest.cpp", "GetTable")},
        [](Database& database, const char* directory, const char* table) {
          UpsertRequest request;
          request.SetPath(directory, "app.db");
@@ -238,14 +268,21 @@ const std::vector<WriteCase>& Writes() {
          request.SetData(kUid, 1);
          return database.Upsert(request);
        }},
-      {"CreateTable", "createTable", "CREATE TABLE IF NOT EXISTS contact (_ID INTEGER PRIMARY KEY)",
+      {"CreateTable",
+       "createTable",
+       "CREATE TABLE IF NOT EXISTS contact (_ID INTEGER PRIMARY KEY)",
+       {Trace("CreateRequest.cpp", "GetTable"), Trace("CreateRequest.cpp", "GetPrimaryKey"),
+        Trace("CreateRequest.cpp", "GetCompositeKey"), Trace("CreateRequest.cpp", "GetColumnKey")},
        [](Database& database, const char* directory, const char* table) {
          CreateRequest request;
          request.SetPath(directory, "app.db");
          request.SetTable(table);
          return database.CreateTable(request);
        }},
-      {"DropTable", "DropTable", "DROP TABLE contact",
+      {"DropTable",
+       "DropTable",
+       "DROP TABLE contact",
+       {Trace("DropRequest.cpp", "GetTable")},
        [](Database& database, const char* directory, const char* table) {
          DropRequest request;
          request.SetPath(directory, "app.db");
@@ -276,6 +313,29 @@ class WriteTest : public DatabaseTest, public ::testing::WithParamInterface<Writ
 TEST_P(WriteTest, SuccessLogsExactlyFourLines) {
   EXPECT_EQ(0, Run());
   EXPECT_THAT(DatabaseLines(), ElementsAreArray(LinesBefore() + Strings{Success()}));
+}
+
+// The request is read once, after the file is open.
+TEST_P(WriteTest, SuccessLogsTheRequestsLinesBetweenItsOwn) {
+  EXPECT_EQ(0, Run());
+  EXPECT_THAT(OperationLines(GetParam().member),
+              ElementsAreArray(LinesBefore() + GetParam().getters + Strings{Success()}));
+}
+
+TEST_P(WriteTest, HandsItsFormatsToTheSystemLogAsTheyStand) {
+  const std::string prefix = "%s: %s(%d) > " + GetParam().word;
+  EXPECT_EQ(0, Run());
+  sqlite_spy::SetErrorText("100%d %s");
+  sqlite_spy::Script("sqlite3_exec", {Answer(SQLITE_CONSTRAINT)});
+  EXPECT_EQ(SQLITE_CONSTRAINT, Run());
+  Strings formats;
+  for (const fake::LogLine& line : fake::LogLines()) {
+    if (line.function == GetParam().member && line.priority != 3) {
+      formats.push_back(line.format);
+    }
+  }
+  EXPECT_THAT(formats, ElementsAre(prefix + " SUCCESS[%d]", prefix + " FAILED[%d]: %s"));
+  EXPECT_THAT(DatabaseLines(), Contains(Failure(SQLITE_CONSTRAINT, "100%d %s")));
 }
 
 TEST_P(WriteTest, SuccessOpensRunsFreesAndCloses) {
@@ -329,6 +389,12 @@ TEST_P(WriteTest, AFailedOpenLogsNothingMoreAndRunsNothing) {
   EXPECT_THAT(sqlite_spy::Calls(), ElementsAre("sqlite3_open(" + std::string(kMissing) + "/app.db)",
                                                "sqlite3_errmsg()"));
   EXPECT_THAT(sqlite_spy::OpenConnections(), SizeIs(1));
+  sqlite_spy::CloseConnections();
+}
+
+TEST_P(WriteTest, AFailedOpenReadsNothingOfTheRequest) {
+  GetParam().run(database, kMissing, "contact");
+  EXPECT_EQ(DatabaseLines(), OperationLines(GetParam().member));
   sqlite_spy::CloseConnections();
 }
 
@@ -528,6 +594,7 @@ struct QueryCase {
   std::string member;
   std::string failureWord;
   std::string sql;
+  Strings getters;  // the lines of the request while it is read
   // Runs it on the file of that directory, with a valid or a broken table name.
   std::function<int(Database&, const char* directory, const char* table, Cursor&, bool&)> run;
 };
@@ -536,15 +603,20 @@ void PrintTo(const QueryCase& query, std::ostream* stream) { *stream << query.me
 
 const std::vector<QueryCase>& Queries() {
   static const std::vector<QueryCase> queries = {
-      {"Select", "SELECT", "SELECT * FROM contact",
+      {"Select",
+       "SELECT",
+       "SELECT * FROM contact",
+       {Trace("SelectRequest.cpp", "GetTable")},
        [](Database& database, const char* directory, const char* table, Cursor& cursor, bool&) {
          SelectRequest request;
          request.SetPath(directory, "app.db");
          request.SetTable(table);
          return database.Select(request, cursor);
        }},
-      {"JoinSelect", "JoinSelect",
+      {"JoinSelect",
+       "JoinSelect",
        "SELECT  * FROM contact INNER JOIN note ON contact.uid = note.owner",
+       {Trace("JoinRequest.cpp", "GetLeftJoin"), Trace("JoinRequest.cpp", "GetRightJoin")},
        [](Database& database, const char* directory, const char* table, Cursor& cursor, bool&) {
          JoinRequest request;
          request.SetPath(directory, "app.db");
@@ -552,8 +624,10 @@ const std::vector<QueryCase>& Queries() {
          request.SetRightJoin("note", "owner");
          return database.JoinSelect(request, cursor);
        }},
-      {"CheckExistTable", "CheckExistTable",
+      {"CheckExistTable",
+       "CheckExistTable",
        "SELECT COUNT(*) from sqlite_master WHERE TYPE='table' AND NAME='contact'",
+       {},
        [](Database& database, const char* directory, const char* table, Cursor&, bool& exists) {
          BasePath path;
          path.SetPath(directory, "app.db");
@@ -592,6 +666,26 @@ class QueryTest : public DatabaseTest, public ::testing::WithParamInterface<Quer
 TEST_P(QueryTest, SuccessLogsNothingBeyondTheOpening) {
   EXPECT_EQ(0, Run());
   EXPECT_THAT(DatabaseLines(), ElementsAreArray(LinesBefore()));
+}
+
+// The request is read once, after the file is open.
+TEST_P(QueryTest, SuccessLogsTheRequestsLinesAfterTheOpening) {
+  EXPECT_EQ(0, Run());
+  EXPECT_THAT(OperationLines(GetParam().member),
+              ElementsAreArray(LinesBefore() + GetParam().getters));
+}
+
+TEST_P(QueryTest, AFailedOpenReadsNothingOfTheRequest) {
+  GetParam().run(database, kMissing, "contact", cursor, exists);
+  EXPECT_EQ(DatabaseLines(), OperationLines(GetParam().member));
+  sqlite_spy::CloseConnections();
+}
+
+TEST_P(QueryTest, HandsItsFormatToTheSystemLogAsItStands) {
+  sqlite_spy::SetErrorText("100%d %s");
+  sqlite_spy::Script("sqlite3_prepare", {Answer(SQLITE_CORRUPT)});
+  EXPECT_EQ(SQLITE_CORRUPT, Run());
+  EXPECT_THAT(DatabaseLines(), Contains(Failure(SQLITE_CORRUPT, "100%d %s")));
 }
 
 TEST_P(QueryTest, PreparesWithTheLegacyCallThenFinalizesAndCloses) {
@@ -828,7 +922,8 @@ TEST_F(StepFaultTest, AFaultInThePreparationIsReturned) {
 TEST_F(StepFaultTest, TheNextQueryWorks) {
   {
     const ReadFault fault(kReadsBeforeStepping + 6, ReadFault::Kind::kOnce);
-    Select("big");
+    EXPECT_EQ(0, Select("big"));
+    ASSERT_EQ(1, ReadFault::Failures());
   }
   EXPECT_EQ(0, Select("big"));
   EXPECT_EQ(200, cursor.GetCount());
@@ -916,6 +1011,8 @@ TEST_F(PassingExceptionTest, AnUnsetLocationThrowsBeforeTheFileIsOpened) {
   EXPECT_THROW(database.Upsert(upsert), std::logic_error);
   EXPECT_THROW(database.Select(select, cursor), std::logic_error);
   EXPECT_THAT(sqlite_spy::Calls(), IsEmpty());
+  // The operation's entry is all that it logs.
+  EXPECT_THAT(DatabaseLines(), ElementsAre(Trace(kFile, "Upsert"), Trace(kFile, "Select")));
 }
 
 TEST_F(PassingExceptionTest, ANullColumnNameClosesTheFile) {

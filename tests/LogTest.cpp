@@ -6,11 +6,16 @@
 #include <string>
 #include <vector>
 
+#include "CreateRequest.h"
 #include "Cursor.h"
 #include "Database.h"
+#include "DeleteRequest.h"
+#include "DropRequest.h"
+#include "JoinRequest.h"
 #include "LibraryTest.h"
 #include "SelectRequest.h"
 #include "TemporaryDatabase.h"
+#include "UpdateRequest.h"
 #include "UpsertRequest.h"
 
 namespace {
@@ -161,7 +166,16 @@ TEST_F(LongMessageTest, DirectPathPrintsTheMessageWhole) {
               HasSubstr("> DB open failed. Error no(14): " + std::string(700, 'x')));
 }
 
-class LogPlaceTest : public LibraryTest {};
+class LogPlaceTest : public LibraryTest {
+ protected:
+  static std::string FolderOf(const std::string& file) {
+    const bool isRequest = file.find("Request") != std::string::npos;
+    const bool isBase = file.find("Base") == 0;
+    return std::string(VORN_SOURCE_DIR) + (isRequest ? "/src/request/"
+                                           : isBase  ? "/src/base/"
+                                                     : "/src/");
+  }
+};
 
 TEST_F(LogPlaceTest, MembersThatShareAProcedureLogTheirOwnNameAndFile) {
   TemporaryDatabase file;
@@ -185,10 +199,17 @@ TEST_F(LogPlaceTest, EveryLineNamesAPlaceInTheSources) {
   TemporaryDatabase file;
   file.Run("CREATE TABLE t (a TEXT, b BLOB); INSERT INTO t VALUES (NULL, x'00')");
   {
+    const CreateRequest create;
+    const DeleteRequest remove;
+    const DropRequest drop;
+    const JoinRequest join;
+    const UpdateRequest update;
     UpsertRequest upsert;
     file.Locate(upsert);
     upsert.SetTable("t");
     upsert.SetData("nosuch", 1);
+    fake::FailLockNames(0);
+    upsert.SetWhere("nosuch", 1);
     SelectRequest select;
     file.Locate(select);
     select.SetTable("t");
@@ -208,9 +229,7 @@ TEST_F(LogPlaceTest, EveryLineNamesAPlaceInTheSources) {
   std::set<std::string> files;
   for (const LogLine& line : fake::LogLines()) {
     files.insert(line.file);
-    const bool isRequest = line.file.find("Request") != std::string::npos;
-    std::ifstream source(std::string(VORN_SOURCE_DIR) + (isRequest ? "/src/request/" : "/src/") +
-                         line.file);
+    std::ifstream source(FolderOf(line.file) + line.file);
     ASSERT_TRUE(source) << line.file;
     std::string text;
     for (int number = 0; number < line.line; ++number) {
@@ -218,8 +237,10 @@ TEST_F(LogPlaceTest, EveryLineNamesAPlaceInTheSources) {
     }
     EXPECT_THAT(text, ::testing::ContainsRegex("VORN_(TRACE|LOG|HERE)")) << line.text;
   }
-  EXPECT_THAT(files, ElementsAre("Cursor.cpp", "Database.cpp", "DatabasePasrser.cpp",
-                                 "SelectRequest.cpp", "UpsertRequest.cpp"));
+  EXPECT_THAT(files, ElementsAre("BaseSet.cpp", "CreateRequest.cpp", "Cursor.cpp", "Database.cpp",
+                                 "DatabasePasrser.cpp", "DeleteRequest.cpp", "DropRequest.cpp",
+                                 "JoinRequest.cpp", "SelectRequest.cpp", "UpdateRequest.cpp",
+                                 "UpsertRequest.cpp"));
 }
 
 }  // namespace

@@ -409,6 +409,15 @@ TEST_F(SqlGeneratorTest, ANullColumnNameThrowsAndLeavesTheOutput) {
   SelectRequest select;
   select.SetWhere(nullptr, 1);
   EXPECT_THROW(generator.GetSelectSql(select, sql), std::logic_error);
+  UpdateRequest condition;
+  condition.SetWhere(nullptr, 1);
+  EXPECT_THROW(generator.GetUpdateSql(condition, sql), std::logic_error);
+  DeleteRequest remove;
+  remove.SetWhere(nullptr, 1);
+  EXPECT_THROW(generator.GetDeleteSql(remove, sql), std::logic_error);
+  JoinRequest join;
+  join.SetWhere(nullptr, 1);
+  EXPECT_THROW(generator.GetJoinSql(join, sql), std::logic_error);
   EXPECT_EQ("old text", sql);
 }
 
@@ -455,6 +464,20 @@ TEST_F(SqlGeneratorTest, LogsNothingOfItsOwn) {
     other.GetCheckTableSql("t", text);
   }
   EXPECT_THAT(fake::Lines(), IsEmpty());
+}
+
+// The name is read into a fresh text, not over what the output held.
+TEST_F(SqlGeneratorTest, AnUnsetTableIsEmpty) {
+  SelectRequest select;
+  EXPECT_EQ("SELECT * FROM ", Sql(&SqlGenerator::GetSelectSql, select));
+  DeleteRequest remove;
+  EXPECT_EQ("DELETE  FROM ", Sql(&SqlGenerator::GetDeleteSql, remove));
+  UpsertRequest upsert;
+  EXPECT_EQ("INSERT OR REPLACE INTO  () VALUES ()", Sql(&SqlGenerator::GetUpsertSql, upsert));
+  UpdateRequest update;
+  EXPECT_EQ("UPDATE  SET  WHERE ", Sql(&SqlGenerator::GetUpdateSql, update));
+  DropRequest drop;
+  EXPECT_EQ("DROP TABLE ", Sql(&SqlGenerator::GetDropTableSql, drop));
 }
 
 }  // namespace

@@ -127,6 +127,19 @@ TEST_F(BaseSetTest, WritesNumbersThroughADefaultStream) {
   EXPECT_EQ("2,5", stored);
 }
 
+TEST_F(BaseSetTest, WritesIntegersThroughADefaultStreamToo) {
+  struct Groups : std::numpunct<char> {
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\3"; }
+  };
+  const std::locale before = std::locale::global(std::locale(std::locale(), new Groups));
+  const std::string data = Stored(1234567);
+  const std::string where = StoredWhere(-1234567);
+  std::locale::global(before);
+  EXPECT_EQ("1.234.567", data);
+  EXPECT_EQ("-1.234.567", where);
+}
+
 TEST_F(BaseSetTest, StoresAnEmptyText) {
   EXPECT_EQ("", Stored(""));
   set.SetData(kName, "");

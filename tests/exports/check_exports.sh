@@ -33,6 +33,32 @@ check_own_calls() {
     fail "no call to sqlite3_open is bound at run time; is this check looking at the right thing?"
 }
 
+# The virtual tables hold the destructor's two entries behind their two words of
+# heading, and nothing else.
+check_vtables() {
+  local word=8 tables
+  grep -q 'Class: *ELF32' <<<"$(readelf -h "$library")" && word=4
+  tables=$(nm -DCS --defined-only "$library" |
+    sed -nE 's/^[0-9a-f]+ 0*([0-9a-f]+) . vtable for (.*)$/\1 \2/p')
+  [ "$(wc -l <<<"$tables")" -eq 12 ] || fail "it should export 12 virtual tables"
+  if grep -v "^$(printf %x $((4 * word))) " <<<"$tables"; then
+    fail "a virtual table holds more than the destructor"
+  fi
+}
+
+# What it asks of SQLite and of the platform is this and no more; it reads no
+# configuration and starts no thread.
+check_imports() {
+  local imports
+  imports=$(nm -DC --undefined-only "$library" | sed -E 's/^ *[A-Za-z] //; s/@.*//')
+  diff -u "$(dirname "$expected")/imports.txt" \
+    <(grep -E '^(sqlite3_|Vorn|__dlog|usleep)' <<<"$imports" | LC_ALL=C sort) ||
+    fail "the functions that it needs differ from imports.txt"
+  if grep -E '^(secure_)?getenv$|^setlocale$|^f?open(64)?$|^pthread_create$' <<<"$imports"; then
+    fail "it reads a configuration or starts a thread"
+  fi
+}
+
 check_dynamic() {
   local dynamic
   dynamic=$(readelf -dW "$library")
@@ -47,6 +73,8 @@ case $case in
   symbols) check_symbols ;;
   own_calls) check_own_calls ;;
   dynamic) check_dynamic ;;
+  vtables) check_vtables ;;
+  imports) check_imports ;;
   *) fail "unknown case '$case'" ;;
 esac
 echo "$case: as expected"

@@ -41,6 +41,13 @@ compile "reversed order" "${reversed[@]}"
 compile "after sqlite3.h" "sqlite3.h" "${headers[@]}"
 compile "before sqlite3.h" "${headers[@]}" "sqlite3.h"
 
+# SQLite's types are declared, its header is the host's own affair; so is the
+# platform's.
+if grep -nE '^#include <.*\.h' "$include"/*.h; then
+  echo "a public header includes another library's header" >&2
+  exit 1
+fi
+
 for word in '#if' '#ifdef'; do
   if grep -n "^$word " "$include"/*.h; then
     echo "a public header depends on a macro" >&2

@@ -4,13 +4,20 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 
 #include "BaseSet.h"
+#include "CreateRequest.h"
 #include "Cursor.h"
 #include "Database.h"
+#include "DeleteRequest.h"
+#include "DropRequest.h"
 #include "HeapSpy.h"
+#include "JoinRequest.h"
 #include "SelectRequest.h"
+#include "UpdateRequest.h"
+#include "UpsertRequest.h"
 
 namespace {
 
@@ -99,6 +106,70 @@ TEST_F(AllocationTest, AFailedConversionReleasesWithoutUnlock) {
               }),
               ::testing::IsSupersetOf({"make", "lock", "allocate", "release", "destroy"}));
   EXPECT_THAT(heap_spy::Events(), ::testing::Not(::testing::Contains("unlock")));
+}
+
+// The name joins the list first, then the map; both under the lock.
+TEST_F(AllocationTest, SetColumnChangesTheListAndThenTheMapUnderTheLock) {
+  cursor.SetColumn("a");  // the list grows at every call up to the fifth
+  cursor.SetColumn("b");
+  EXPECT_THAT(EventsOf([&] { cursor.SetColumn("c"); }),
+              ElementsAre("make", "lock", "allocate", "release", "allocate", "unlock", "destroy"));
+  EXPECT_THAT(EventsOf([&] { cursor.SetColumn("c"); }),
+              ElementsAre("make", "lock", "unlock", "destroy"));
+}
+
+TEST_F(AllocationTest, InitializeReleasesTheContentUnderTheLock) {
+  cursor.SetColumn("a");
+  cursor.SetData("a", "1");
+  const auto events = EventsOf([&] { cursor.Initialize(); });
+  // The cells of "a" and its entry; the list keeps its room.
+  EXPECT_THAT(events, ElementsAre("make", "lock", "release", "release", "unlock", "destroy"));
+}
+
+TEST_F(AllocationTest, SetColumnKeyAppendsUnderTheLock) {
+  CreateRequest request;
+  EXPECT_THAT(EventsOf([&] { request.SetColumnKey("age", "TEXT"); }),
+              ElementsAre("log", "make", "lock", "allocate", "unlock", "destroy"));
+}
+
+TEST_F(AllocationTest, ACursorTracesBeforeItReleases) {
+  std::optional<Cursor> other(std::in_place);
+  other->SetColumn("a");
+  EXPECT_THAT(EventsOf([&] { other.reset(); }), ElementsAre("log", "release", "release"));
+}
+
+template <typename Request>
+class TableAllocationTest : public AllocationTest {};
+using TableRequests = ::testing::Types<SelectRequest, UpdateRequest, UpsertRequest, DeleteRequest,
+                                       DropRequest, CreateRequest>;
+TYPED_TEST_SUITE(TableAllocationTest, TableRequests);
+
+TYPED_TEST(TableAllocationTest, TracesBeforeItStoresAndBeforeItReleases) {
+  std::optional<TypeParam> request(std::in_place);
+  EXPECT_THAT(this->EventsOf([&] { request->SetTable("accounts"); }),
+              ElementsAre("log", "allocate"));
+  EXPECT_THAT(this->EventsOf([&] { request.reset(); }), ElementsAre("log", "release"));
+}
+
+TEST_F(AllocationTest, TextsAreReleasedInTheOrderOfTheMembers) {
+  heap_spy::Start();
+  {
+    CreateRequest request;
+    request.SetCompositeKey("1234", "12345");
+    request.SetPrimaryKey("12", "123");
+    request.SetTable("1");
+    request.SetPath("123456", "1234567");
+  }
+  heap_spy::Stop();
+  EXPECT_THAT(heap_spy::ArraysReleased(), ElementsAre(2, 3, 4, 5, 6, 7, 8));
+  heap_spy::Start();
+  {
+    JoinRequest request;
+    request.SetRightJoin("123", "1234");
+    request.SetLeftJoin("1", "12");
+  }
+  heap_spy::Stop();
+  EXPECT_THAT(heap_spy::ArraysReleased(), ElementsAre(2, 3, 4, 5));
 }
 
 }  // namespace

@@ -19,8 +19,10 @@ std::array<Array, 64> arrays;
 std::size_t arrayCount = 0;
 std::array<const char*, 256> events;
 std::size_t eventCount = 0;
-int allocations = 0;
 thread_local bool counting = false;
+thread_local int successesLeft = -1;  // negative: no allocation is to fail
+std::array<std::size_t, 64> released;
+std::size_t releasedCount = 0;
 
 // While the spy itself uses the heap.
 struct Pause {
@@ -30,6 +32,9 @@ struct Pause {
 };
 
 void* Allocate(std::size_t size) {
+  if (successesLeft >= 0 && successesLeft-- == 0) {
+    throw std::bad_alloc();
+  }
   void* const block = std::malloc(size == 0 ? 1 : size);
   if (block == nullptr) {
     throw std::bad_alloc();
@@ -37,12 +42,7 @@ void* Allocate(std::size_t size) {
   return block;
 }
 
-void CountAllocation() {
-  if (counting) {
-    ++allocations;
-    Note("allocate");
-  }
-}
+void CountAllocation() { Note("allocate"); }
 
 void CountRelease(void* block) {
   if (block != nullptr) {
@@ -61,23 +61,28 @@ void AddArray(void* block, std::size_t size) {
 
 void RemoveArray(void* block) {
   const auto end = arrays.begin() + static_cast<std::ptrdiff_t>(arrayCount);
-  const auto last = std::remove_if(arrays.begin(), end,
-                                   [block](const Array& array) { return array.block == block; });
-  arrayCount = static_cast<std::size_t>(last - arrays.begin());
+  const auto found = std::find_if(arrays.begin(), end,
+                                  [block](const Array& array) { return array.block == block; });
+  if (found == end) {
+    return;
+  }
+  if (releasedCount < released.size()) {
+    released[releasedCount++] = found->size;
+  }
+  std::move(found + 1, end, found);
+  --arrayCount;
 }
 
 }  // namespace
 
 void Start() {
   arrayCount = 0;
-  allocations = 0;
+  releasedCount = 0;
   eventCount = 0;
   counting = true;
 }
 
 void Stop() { counting = false; }
-
-int Allocations() { return allocations; }
 
 std::vector<std::size_t> ArraysHeld() {
   const Pause pause;
@@ -87,6 +92,16 @@ std::vector<std::size_t> ArraysHeld() {
   }
   return sizes;
 }
+
+std::vector<std::size_t> ArraysReleased() {
+  const Pause pause;
+  return std::vector<std::size_t>(released.begin(),
+                                  released.begin() + static_cast<std::ptrdiff_t>(releasedCount));
+}
+
+void FailAfter(int successes) { successesLeft = successes; }
+
+void FailNever() { successesLeft = -1; }
 
 std::vector<std::string> Events() {
   const Pause pause;

@@ -13,12 +13,18 @@ namespace heap_spy {
 void Start();
 void Stop();
 
-// Blocks taken from the heap since Start, released ones included.
-int Allocations();
-
 // Sizes of the arrays taken with array new since Start and not released with
 // array delete, in the order of their taking.
 std::vector<std::size_t> ArraysHeld();
+
+// Makes the allocation after the next `successes` throw, once.
+void FailAfter(int successes);
+// Takes that back, if it still has to come.
+void FailNever();
+
+// Sizes of the arrays taken since Start and released with array delete, in the
+// order of their release.
+std::vector<std::size_t> ArraysReleased();
 
 // What happened since Start, in order: "allocate", "release", and the words of
 // Note, which must be literals.

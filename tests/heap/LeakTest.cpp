@@ -121,6 +121,37 @@ TEST_P(SetterLeakTest, ARepeatedCallAbandonsTheEarlierTexts) {
 INSTANTIATE_TEST_SUITE_P(, SetterLeakTest, ::testing::ValuesIn(Setters()),
                          [](const auto& test) { return test.param.name; });
 
+TEST_F(LeakTest, ARepeatedSetterReplacesWhatIsNotNull) {
+  std::string first;
+  std::string second;
+  BasePath path;
+  path.SetPath("/a", "a.db");
+  path.SetPath(nullptr, "b.db");
+  path.GetPath(first, second);
+  EXPECT_EQ("/a", first);
+  EXPECT_EQ("b.db", second);
+
+  JoinRequest join;
+  join.SetLeftJoin("person", "uid");
+  join.SetLeftJoin("people", "id");
+  join.GetLeftJoin(first, second);
+  EXPECT_EQ("people", first);
+  EXPECT_EQ("id", second);
+
+  CreateRequest create;
+  create.SetPrimaryKey("uid", "TEXT");
+  create.SetPrimaryKey(nullptr, "INTEGER");
+  create.GetPrimaryKey(first, second);
+  EXPECT_EQ("uid", first);
+  EXPECT_EQ("INTEGER", second);
+
+  UpsertRequest upsert;
+  upsert.SetTable("accounts");
+  upsert.SetTable("contacts");
+  upsert.GetTable(first);
+  EXPECT_EQ("contacts", first);
+}
+
 TEST_F(LeakTest, EveryFailedOpenLeavesItsHandle) {
   UpsertRequest request;
   request.SetPath("/nonexistent-directory", "app.db");

@@ -5,8 +5,10 @@
 #include <dlog.h>
 #include <unistd.h>
 
+#include <cinttypes>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <map>
 #include <mutex>
 #include <utility>
@@ -85,6 +87,8 @@ char* Buffer() { return buffer; }
 void FailLockNames(int result) { lockNameResult = result; }
 
 std::optional<LockNameCall> LastLockNameCall() { return lockNameCall; }
+
+void ForgetLockNameCall() { lockNameCall.reset(); }
 
 void ResetPlatform() {
   logLines.clear();
@@ -178,11 +182,10 @@ int usleep(useconds_t microseconds) {
   return 0;
 }
 
-// The size tells the library's formatting of a lock name from everybody else's
+// The format tells the library's formatting of a lock name from everybody else's
 // use of this call.
 int snprintf(char* output, std::size_t size, const char* format, ...) noexcept {
-  constexpr std::size_t kLockNameSize = 100;
-  if (size == kLockNameSize) {
+  if (std::strcmp(format, "%" PRIxPTR) == 0) {
     fake::lockNameCall = fake::LockNameCall{size, format};
     if (fake::lockNameResult) {
       return *fake::lockNameResult;

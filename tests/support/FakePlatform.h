@@ -48,6 +48,7 @@ struct LockNameCall {
   std::string format;
 };
 std::optional<LockNameCall> LastLockNameCall();
+void ForgetLockNameCall();
 
 // Puts all fakes back into their first state.
 void ResetPlatform();

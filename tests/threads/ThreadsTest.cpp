@@ -87,6 +87,24 @@ TEST_F(ThreadsTest, FillOneCursor) {
   EXPECT_EQ(kThreads / 2 * kRounds, cursor.GetCount());
 }
 
+// All that changes a cursor excludes all else that does.
+TEST_F(ThreadsTest, FillAndEmptyOneCursor) {
+  Cursor cursor;
+  RunOnThreads(kThreads, [&](int thread) {
+    for (int round = 0; round < kRounds; ++round) {
+      if (thread == 0 && round % 10 == 0) {
+        cursor.Initialize();
+      } else if (thread % 2 == 0) {
+        cursor.SetColumn(std::to_string(round % 7).c_str());
+      } else {
+        cursor.SetData(std::to_string(round % 7).c_str(), "value");
+      }
+    }
+  });
+  cursor.Initialize();
+  EXPECT_EQ(-1, cursor.GetCount());
+}
+
 TEST_F(ThreadsTest, AnExceptionLeavesTheContainerUsable) {
   UpsertRequest request;
   RunOnThreads(kThreads, [&](int thread) {
@@ -163,13 +181,13 @@ TEST_F(ThreadsTest, AQueryWaitsForALockedFile) {
   auto locker = std::make_unique<Locker>(file, "BEGIN EXCLUSIVE");
   const auto start = std::chrono::steady_clock::now();
   std::thread release([&] {
-    std::this_thread::sleep_for(std::chrono::milliseconds(350));
+    std::this_thread::sleep_for(std::chrono::milliseconds(150));
     locker.reset();
   });
   EXPECT_EQ(0, database.Select(request, cursor));
   const auto waited = std::chrono::steady_clock::now() - start;
   release.join();
-  EXPECT_GE(waited, std::chrono::milliseconds(350));
+  EXPECT_GE(waited, std::chrono::milliseconds(150));
   EXPECT_EQ(1, cursor.GetCount());
 }
 
