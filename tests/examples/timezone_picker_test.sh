@@ -7,7 +7,7 @@ set -euo pipefail
 export LC_ALL=C
 export VORN_DLOG_PRIORITY=S
 
-readonly zoneinfo=/usr/share/zoneinfo
+zoneinfo=/usr/share/zoneinfo
 readonly skipped=77
 
 fail() {
@@ -280,7 +280,7 @@ check_list() { # CODE [CODE AS GIVEN]
   local code=$1 name
   name=$(country_name "$code")
   [[ -n $name ]] || fail "$code is not in iso3166.tab"
-  run_well --keep "${2:-$code}" "$directory"
+  run_well --keep "${2:-$code}" "$directory" "$zoneinfo"
   expect_line "   $code is $name."
   expect_equal "name of $code" "$name" \
     "$(sql "SELECT country_name FROM country WHERE country_code = '$code'")"
@@ -291,7 +291,12 @@ check_list() { # CODE [CODE AS GIVEN]
   expect_equal "last line" "The tables stay in $database." "$(tail -n 1 "$work/out")"
 }
 
+# The system's files, whose country CI has a plain apostrophe in its name in some
+# releases and a typographic one in others. Here it has the plain one.
 case_list_apostrophe() {
+  cp "$zoneinfo/iso3166.tab" "$zoneinfo/zone.tab" "$small"
+  sed -i "s/^CI\t.*/CI\tC\xc3\xb4te d'Ivoire/" "$small/iso3166.tab"
+  zoneinfo=$small
   [[ $(country_name CI) == *\'* ]] || fail "the name of CI has no apostrophe"
   check_list CI
   expect_equal "zones of CI" 1 "$(wc -l <"$work/list")"
