@@ -34,22 +34,38 @@ const std::string* FindCell(const vorn::LogSite& site, Cursor& cursor, const Cel
   return &entry->second[static_cast<std::size_t>(position)];
 }
 
-// Extracts the number that a cell begins with; `failure` is logged from `site`
-// when there is none.
+// Each stores the value of a cell and answers whether the cell has one.
+bool Convert(const std::string& cell, std::string& value) {
+  value = cell;
+  return true;
+}
+
+// What follows the number in the cell does not matter.
 template <typename Number>
-int ReadNumber(const vorn::LogSite& site, const std::string* cell, const char* failure,
-               Number& value) {
-  if (cell == nullptr) {
-    return kFailed;
-  }
-  std::istringstream stream(*cell);
+bool Convert(const std::string& cell, Number& value) {
+  std::istringstream stream(cell);
   Number number{};
   stream >> number;
   if (stream.fail()) {
+    return false;
+  }
+  value = number;
+  return true;
+}
+
+// The procedure of the typed reads, which log from `site`: `failure` when the
+// cell has no value of the type. Every cell has a text, so that needs none.
+template <typename Value>
+int ReadCell(const vorn::LogSite& site, Cursor& cursor, const CellMap& cells, const char* column,
+             Value& value, const char* failure = nullptr) {
+  const std::string* const cell = FindCell(site, cursor, cells, column);
+  if (cell == nullptr) {
+    return kFailed;
+  }
+  if (!Convert(*cell, value)) {
     vorn::PrintLog(site, vorn::kError, failure);
     return kFailed;
   }
-  value = number;
   return kOk;
 }
 
@@ -151,22 +167,16 @@ int Cursor::GetPosition() { return m_position; }
 
 int Cursor::GetString(const char* column, std::string& value) {
   VORN_TRACE();
-  const std::string* const cell = FindCell(VORN_HERE, *this, m_cells, column);
-  if (cell == nullptr) {
-    return kFailed;
-  }
-  value = *cell;
-  return kOk;
+  return ReadCell(VORN_HERE, *this, m_cells, column, value);
 }
 
 int Cursor::GetInt(const char* column, int& value) {
   VORN_TRACE();
-  return ReadNumber(VORN_HERE, FindCell(VORN_HERE, *this, m_cells, column),
-                    VORN_FORMAT("CONVERT TO INT ERROR!!!"), value);
+  return ReadCell(VORN_HERE, *this, m_cells, column, value, VORN_FORMAT("CONVERT TO INT ERROR!!!"));
 }
 
 int Cursor::GetDouble(const char* column, double& value) {
   VORN_TRACE();
-  return ReadNumber(VORN_HERE, FindCell(VORN_HERE, *this, m_cells, column),
-                    VORN_FORMAT("CONVERT TO DOUBLE ERROR!!!"), value);
+  return ReadCell(VORN_HERE, *this, m_cells, column, value,
+                  VORN_FORMAT("CONVERT TO DOUBLE ERROR!!!"));
 }
