@@ -33,74 +33,63 @@ using ::testing::SizeIs;
 
 class LogTest : public LibraryTest {
  protected:
-  // Writes one line with the argument `count`, "SQLITE BUSY[count]".
-  static void LogBusy(int count) {
-    Database database;
-    ForgetNewDatabase();
-    int counter = count - 1;
-    database.IsRetryLimit(counter);
-    lines = fake::LogLines();
-    events = journal::Of({Kind::kLogger, Kind::kLog});
+  // Writes one line with an argument: "SQLITE BUSY[count]".
+  void LogBusy(int count) {
+    --count;
+    database.IsRetryLimit(count);
+  }
+
+  // Writes one line without arguments: "Last Row".
+  void LogLastRow() { cursor.MoveToNext(); }
+
+  // What happened since the objects below were made.
+  static std::vector<std::string> Events() { return journal::Of({Kind::kLogger, Kind::kLog}); }
+
+  static LogLine LastLine() { return fake::LogLines().back(); }
+
+  void SetUp() override { ForgetEvents(); }
+
+  void TearDown() override {
     fake::SetEncryption(false);
+    LibraryTest::TearDown();
   }
 
-  // Writes one line without arguments, "Last Row".
-  static void LogLastRow() {
-    Cursor cursor;
-    ForgetNewDatabase();
-    cursor.MoveToNext();
-    lines = fake::LogLines();
-    events = journal::Of({Kind::kLogger, Kind::kLog});
-    fake::SetEncryption(false);
-  }
-
-  static void ForgetNewDatabase() {
-    const bool encryption = wantsEncryption;
-    const auto conversion = wantedConversion;
-    ForgetEvents();
-    fake::SetEncryption(encryption);
-    if (conversion) {
-      fake::SetConversion(conversion);
-    }
-  }
-
-  void SetUp() override {
-    wantsEncryption = false;
-    wantedConversion = nullptr;
-  }
-
-  static inline bool wantsEncryption = false;
-  static inline std::function<std::string(const std::string&)> wantedConversion;
-  static inline std::vector<LogLine> lines;
-  static inline std::vector<std::string> events;
+  Database database;
+  Cursor cursor;
 };
 
 TEST_F(LogTest, DirectPathHandsFormatAndArgumentsToTheSystemLog) {
   LogBusy(3);
-  ASSERT_THAT(lines, SizeIs(1));
-  EXPECT_EQ("%s: %s(%d) > SQLITE BUSY[%d]", lines[0].format);
-  EXPECT_EQ("Database.cpp: IsRetryLimit(" + std::to_string(lines[0].line) + ") > SQLITE BUSY[3]",
-            lines[0].text);
+  const LogLine line = LastLine();
+  EXPECT_EQ("%s: %s(%d) > SQLITE BUSY[%d]", line.format);
+  EXPECT_EQ("Database.cpp: IsRetryLimit(" + std::to_string(line.line) + ") > SQLITE BUSY[3]",
+            line.text);
+}
+
+TEST_F(LogTest, DirectPathTakesAMessageWithoutArguments) {
+  LogLastRow();
+  EXPECT_EQ("%s: %s(%d) > Last Row", LastLine().format);
 }
 
 TEST_F(LogTest, EveryLineGoesToTheMainBufferUnderTheLoggersTag) {
   LogBusy(1);
-  EXPECT_THAT(lines, Each(AllOf(Field(&LogLine::logId, 0), Field(&LogLine::tag, "FAKE_TAG"))));
-  wantsEncryption = true;
+  fake::SetEncryption(true);
   LogBusy(1);
-  EXPECT_THAT(lines, Each(AllOf(Field(&LogLine::logId, 0), Field(&LogLine::tag, "FAKE_TAG"))));
+  EXPECT_THAT(fake::LogLines(), SizeIs(2));
+  EXPECT_THAT(fake::LogLines(),
+              Each(AllOf(Field(&LogLine::logId, 0), Field(&LogLine::tag, "FAKE_TAG"))));
 }
 
 TEST_F(LogTest, DirectPathAsksForTheLoggerTwice) {
   LogBusy(1);
-  EXPECT_THAT(events, ElementsAre("GetInstance", "GetEncryptionFlag", "GetInstance", "GetLogTag",
-                                  Line(5, "Database.cpp", "IsRetryLimit", "SQLITE BUSY[1]")));
+  EXPECT_THAT(Events(), ElementsAre("GetInstance", "GetEncryptionFlag", "GetInstance", "GetLogTag",
+                                    Line(5, "Database.cpp", "IsRetryLimit", "SQLITE BUSY[1]")));
 }
 
 TEST_F(LogTest, ProtectedPathAsksForTheLoggerFourTimes) {
-  wantsEncryption = true;
+  fake::SetEncryption(true);
   LogBusy(1);
-  EXPECT_THAT(events,
+  EXPECT_THAT(Events(),
               ElementsAre("GetInstance", "GetEncryptionFlag",                   //
                           "GetInstance", "GetBufferIndex", "GetBuffer(7)",      //
                           "GetInstance", "ConvertToSecureLog(SQLITE BUSY[1])",  //
@@ -109,24 +98,17 @@ TEST_F(LogTest, ProtectedPathAsksForTheLoggerFourTimes) {
 }
 
 TEST_F(LogTest, ProtectedPathPrintsTheConvertedTextAsAnArgument) {
-  wantsEncryption = true;
-  wantedConversion = [](const std::string&) { return "100%d %s%n"; };
+  fake::SetEncryption(true);
+  fake::SetConversion([](const std::string&) { return "100%d %s%n"; });
   LogBusy(1);
-  ASSERT_THAT(lines, SizeIs(1));
-  EXPECT_EQ("%s: %s(%d) > %s", lines[0].format);
-  EXPECT_THAT(lines[0].text, HasSubstr("> 100%d %s%n"));
+  EXPECT_EQ("%s: %s(%d) > %s", LastLine().format);
+  EXPECT_THAT(LastLine().text, HasSubstr("> 100%d %s%n"));
 }
 
 TEST_F(LogTest, ProtectedPathTakesAMessageWithoutArgumentsWhole) {
-  wantsEncryption = true;
+  fake::SetEncryption(true);
   LogLastRow();
-  EXPECT_THAT(events, ::testing::Contains("ConvertToSecureLog(Last Row)"));
-}
-
-TEST_F(LogTest, DirectPathTakesAMessageWithoutArguments) {
-  LogLastRow();
-  ASSERT_THAT(lines, SizeIs(1));
-  EXPECT_EQ("%s: %s(%d) > Last Row", lines[0].format);
+  EXPECT_THAT(Events(), ::testing::Contains("ConvertToSecureLog(Last Row)"));
 }
 
 // The two paths on a message of any length: SQLite's text in a failed open.
