@@ -1050,6 +1050,52 @@ TEST_F(PassingExceptionTest, ALoggerThatThrowsFreesTheTextAndClosesTheFile) {
   EXPECT_THAT(LastCalls(), ElementsAre("sqlite3_free()", "sqlite3_close()"));
 }
 
+// The logger may throw at any of its calls, on either path of the log.
+TEST_F(PassingExceptionTest, ALoggerThatThrowsAnywhereLeavesNothingOpen) {
+  file.Run("CREATE TABLE blobs (a BLOB, b TEXT); INSERT INTO blobs VALUES (x'00', NULL)");
+  UpsertRequest upsert;
+  file.Locate(upsert);
+  upsert.SetTable("contact");
+  upsert.SetData(kUid, 1);
+  DropRequest drop;
+  file.Locate(drop);
+  drop.SetTable("nosuch");
+  SelectRequest select;
+  file.Locate(select);
+  select.SetTable("blobs");
+  Cursor cursor;
+  bool exists = false;
+  const std::vector<std::function<void()>> operations = {
+      [&] { database.Upsert(upsert); },
+      [&] { database.DropTable(drop); },
+      [&] { database.Select(select, cursor); },
+      [&] { database.CheckExistTable(select, "blobs", exists); },
+  };
+  for (const bool encryption : {false, true}) {
+    for (const auto& operation : operations) {
+      bool hasThrown = true;
+      int call = 0;
+      while (hasThrown) {
+        ++call;
+        ForgetEvents();
+        sqlite_spy::Script("sqlite3_exec", {Answer(SQLITE_BUSY)});
+        sqlite_spy::Script("sqlite3_step", {Answer(SQLITE_BUSY)});
+        fake::SetEncryption(encryption);
+        fake::ThrowAtLoggerCall(call);
+        try {
+          operation();
+        } catch (const std::bad_alloc&) {
+        }
+        hasThrown = fake::ThrowAtLoggerCall(0);
+        ASSERT_THAT(sqlite_spy::OpenConnections(), IsEmpty()) << call;
+        ASSERT_THAT(sqlite_spy::OpenStatements(), IsEmpty()) << call;
+      }
+      EXPECT_GT(call, 10) << "an operation asks for the logger more often";
+    }
+  }
+  fake::SetEncryption(false);
+}
+
 // A file that is really locked, by another connection.
 
 TEST_F(DatabaseTest, AQueryOfALockedFileGivesUpAfterTheLimit) {

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <map>
 #include <mutex>
+#include <new>
 #include <utility>
 
 #include "Journal.h"
@@ -28,6 +29,15 @@ char buffer[kBufferSize];
 std::optional<int> lockNameResult;
 std::optional<LockNameCall> lockNameCall;
 std::map<const VornMutex*, std::string> mutexNames;
+
+int loggerCallsToThrow = 0;
+
+void NoteLoggerCall(const std::string& call) {
+  journal::Add(Kind::kLogger, call);
+  if (loggerCallsToThrow > 0 && --loggerCallsToThrow == 0) {
+    throw std::bad_alloc();
+  }
+}
 
 void ReplaceAll(std::string& text, const std::string& from, const std::string& to) {
   for (std::size_t at = text.find(from); at != std::string::npos; at = text.find(from, at)) {
@@ -84,6 +94,12 @@ void SetConversion(std::function<std::string(const std::string&)> conversion) {
 
 char* Buffer() { return buffer; }
 
+bool ThrowAtLoggerCall(int number) {
+  const bool wasCarriedOut = loggerCallsToThrow == 0;
+  loggerCallsToThrow = number;
+  return wasCarriedOut;
+}
+
 void FailLockNames(int result) { lockNameResult = result; }
 
 std::optional<LockNameCall> LastLockNameCall() { return lockNameCall; }
@@ -97,6 +113,7 @@ void ResetPlatform() {
   std::fill(std::begin(buffer), std::end(buffer), '~');
   lockNameResult.reset();
   lockNameCall.reset();
+  loggerCallsToThrow = 0;
   mutexNames.clear();
 }
 
@@ -130,32 +147,32 @@ VornLogger::~VornLogger() = default;
 
 VornLogger* VornLogger::GetInstance() {
   static VornLogger logger;
-  journal::Add(Kind::kLogger, "GetInstance");
+  fake::NoteLoggerCall("GetInstance");
   return &logger;
 }
 
 bool VornLogger::GetEncryptionFlag() {
-  journal::Add(Kind::kLogger, "GetEncryptionFlag");
+  fake::NoteLoggerCall("GetEncryptionFlag");
   return fake::encryption;
 }
 
 int VornLogger::GetBufferIndex() {
-  journal::Add(Kind::kLogger, "GetBufferIndex");
+  fake::NoteLoggerCall("GetBufferIndex");
   return fake::kBufferIndex;
 }
 
 char* VornLogger::GetBuffer(const int& index) {
-  journal::Add(Kind::kLogger, "GetBuffer(" + std::to_string(index) + ")");
+  fake::NoteLoggerCall("GetBuffer(" + std::to_string(index) + ")");
   return fake::buffer;
 }
 
 std::string VornLogger::ConvertToSecureLog(std::string message) {
-  journal::Add(Kind::kLogger, "ConvertToSecureLog(" + message + ")");
+  fake::NoteLoggerCall("ConvertToSecureLog(" + message + ")");
   return convert(message);
 }
 
 const char* VornLogger::GetLogTag() const {
-  journal::Add(Kind::kLogger, "GetLogTag");
+  fake::NoteLoggerCall("GetLogTag");
   return "FAKE_TAG";
 }
 
