@@ -8,14 +8,17 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <string>
+#include <string_view>
 
 namespace {
 
 constexpr char kPriorityVariable[] = "VORN_DLOG_PRIORITY";
-// The letters of the priorities, from 0 on; the last one is silence.
-constexpr char kLetters[] = "VVVDIWEFS";
+// The letters of the priorities, from 0 on.
+constexpr char kLetters[] = "VVVDIWEF";
 constexpr int kHighestPriority = 7;
+constexpr std::string_view kSilence = "S";
 
 char LetterOf(int priority) {
   return priority < 0 || priority > kHighestPriority ? '?' : kLetters[priority];
@@ -37,6 +40,9 @@ int ReadLowestPriority() {
   const char* const value = std::getenv(kPriorityVariable);
   if (value == nullptr) {
     return 0;
+  }
+  if (value == kSilence) {
+    return std::numeric_limits<int>::max();
   }
   const char* const letter =
       value[0] != '\0' && value[1] == '\0' ? std::strchr(kLetters, value[0]) : nullptr;

@@ -93,6 +93,7 @@ TEST(DlogTest, WritesNoLineBelowTheLowestPriority) {
   EXPECT_THAT(LinesOf(ErrorsOf("V", WriteOneLineOfEachPriority)), SizeIs(6));
   EXPECT_THAT(LinesOf(ErrorsOf("D", WriteOneLineOfEachPriority)), SizeIs(5));
   EXPECT_THAT(ErrorsOf("S", WriteOneLineOfEachPriority), IsEmpty());
+  EXPECT_THAT(ErrorsOf("S", [] { __dlog_print(0, 99, "TAG", "message"); }), IsEmpty());
 }
 
 TEST(DlogTest, SaysThatALowestPriorityIsUnknownAndWritesEveryLine) {
