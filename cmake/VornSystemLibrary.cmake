@@ -35,7 +35,7 @@ function(vorn_system_library_by_path name upper)
   set(missing "")
   set(directories "")
   foreach(header IN LISTS ARGN)
-    # A variable of its own per header, not cached: a second run looks again.
+    # Not cached, so that each header, and each run, is looked for anew.
     unset(directory)
     find_path(directory ${header} HINTS "${VORN_${upper}_INCLUDE_DIR}" NO_CACHE)
     if(directory)

@@ -15,12 +15,12 @@
 #include <cstdio>
 #include <string>
 
-namespace vorn {
-
 #ifndef __FILE_NAME__
 #error \
     "The compiler lacks __FILE_NAME__, the source's base name: GCC 12, Clang 9 or later is needed."
 #endif
+
+namespace vorn {
 
 enum LogPriority { kDebug = 3, kInfo = 4, kWarning = 5, kError = 6 };
 

@@ -11,7 +11,6 @@ namespace {
 using fake::Line;
 using journal::Kind;
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 template <typename Class>
 struct Source;

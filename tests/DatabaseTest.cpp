@@ -1082,11 +1082,13 @@ TEST_F(PassingExceptionTest, ALoggerThatThrowsAnywhereLeavesNothingOpen) {
         sqlite_spy::Script("sqlite3_step", {Answer(SQLITE_BUSY)});
         fake::SetEncryption(encryption);
         fake::ThrowAtLoggerCall(call);
+        hasThrown = false;
         try {
           operation();
         } catch (const std::bad_alloc&) {
+          hasThrown = true;
         }
-        hasThrown = fake::ThrowAtLoggerCall(0);
+        fake::ThrowAtLoggerCall(0);
         ASSERT_THAT(sqlite_spy::OpenConnections(), IsEmpty()) << call;
         ASSERT_THAT(sqlite_spy::OpenStatements(), IsEmpty()) << call;
       }

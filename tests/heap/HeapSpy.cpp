@@ -17,18 +17,18 @@ struct Array {
 // Of fixed size, since they are written while the heap is in use.
 std::array<Array, 64> arrays;
 std::size_t arrayCount = 0;
-std::array<const char*, 256> events;
-std::size_t eventCount = 0;
-thread_local bool counting = false;
-thread_local int successesLeft = -1;  // negative: no allocation is to fail
 std::array<std::size_t, 64> released;
 std::size_t releasedCount = 0;
+std::array<const char*, 256> events;
+std::size_t eventCount = 0;
+thread_local bool watching = false;
+thread_local int successesLeft = -1;  // negative: no allocation is to fail
 
 // While the spy itself uses the heap.
 struct Pause {
-  Pause() : wasCounting(counting) { counting = false; }
-  ~Pause() { counting = wasCounting; }
-  const bool wasCounting;
+  Pause() : wasWatching(watching) { watching = false; }
+  ~Pause() { watching = wasWatching; }
+  const bool wasWatching;
 };
 
 void* Allocate(std::size_t size) {
@@ -42,16 +42,14 @@ void* Allocate(std::size_t size) {
   return block;
 }
 
-void CountAllocation() { Note("allocate"); }
-
-void CountRelease(void* block) {
+void NoteRelease(const void* block) {
   if (block != nullptr) {
     Note("release");
   }
 }
 
 void AddArray(void* block, std::size_t size) {
-  if (counting) {
+  if (watching) {
     if (arrayCount == arrays.size()) {
       std::abort();
     }
@@ -79,10 +77,10 @@ void Start() {
   arrayCount = 0;
   releasedCount = 0;
   eventCount = 0;
-  counting = true;
+  watching = true;
 }
 
-void Stop() { counting = false; }
+void Stop() { watching = false; }
 
 std::vector<std::size_t> ArraysHeld() {
   const Pause pause;
@@ -110,7 +108,7 @@ std::vector<std::string> Events() {
 }
 
 void Note(const char* word) {
-  if (counting && eventCount < events.size()) {
+  if (watching && eventCount < events.size()) {
     events[eventCount++] = word;
   }
 }
@@ -118,26 +116,26 @@ void Note(const char* word) {
 }  // namespace heap_spy
 
 void* operator new(std::size_t size) {
-  heap_spy::CountAllocation();
+  heap_spy::Note("allocate");
   return heap_spy::Allocate(size);
 }
 
 void* operator new[](std::size_t size) {
-  heap_spy::CountAllocation();
+  heap_spy::Note("allocate");
   void* const block = heap_spy::Allocate(size);
   heap_spy::AddArray(block, size);
   return block;
 }
 
 void operator delete(void* block) noexcept {
-  heap_spy::CountRelease(block);
+  heap_spy::NoteRelease(block);
   std::free(block);
 }
 
 void operator delete(void* block, std::size_t) noexcept { operator delete(block); }
 
 void operator delete[](void* block) noexcept {
-  heap_spy::CountRelease(block);
+  heap_spy::NoteRelease(block);
   heap_spy::RemoveArray(block);
   std::free(block);
 }

@@ -1,4 +1,5 @@
-// Counts what goes through operator new and delete, between two points.
+// Watches what goes through operator new and delete, between two points, and makes
+// the former fail.
 
 #ifndef VORN_TESTS_HEAP_HEAPSPY_H
 #define VORN_TESTS_HEAP_HEAPSPY_H
@@ -9,18 +10,13 @@
 
 namespace heap_spy {
 
-// Starts counting from nothing; Stop ends it. Only the calling thread counts.
+// Starts watching the calling thread, from nothing; Stop ends it.
 void Start();
 void Stop();
 
 // Sizes of the arrays taken with array new since Start and not released with
 // array delete, in the order of their taking.
 std::vector<std::size_t> ArraysHeld();
-
-// Makes the allocation after the next `successes` throw, once.
-void FailAfter(int successes);
-// Takes that back, if it still has to come.
-void FailNever();
 
 // Sizes of the arrays taken since Start and released with array delete, in the
 // order of their release.
@@ -30,6 +26,11 @@ std::vector<std::size_t> ArraysReleased();
 // Note, which must be literals.
 std::vector<std::string> Events();
 void Note(const char* word);
+
+// Makes the allocation after the next `successes` throw, once.
+void FailAfter(int successes);
+// Takes that back, if it still has to come.
+void FailNever();
 
 }  // namespace heap_spy
 

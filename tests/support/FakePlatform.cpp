@@ -10,7 +10,6 @@
 #include <cstdio>
 #include <cstring>
 #include <map>
-#include <mutex>
 #include <new>
 #include <utility>
 
@@ -29,8 +28,7 @@ char buffer[kBufferSize];
 std::optional<int> lockNameResult;
 std::optional<LockNameCall> lockNameCall;
 std::map<const VornMutex*, std::string> mutexNames;
-
-int loggerCallsToThrow = 0;
+int loggerCallsToThrow = 0;  // until the one that throws; 0: none does
 
 void NoteLoggerCall(const std::string& call) {
   journal::Add(Kind::kLogger, call);
@@ -94,11 +92,7 @@ void SetConversion(std::function<std::string(const std::string&)> conversion) {
 
 char* Buffer() { return buffer; }
 
-bool ThrowAtLoggerCall(int number) {
-  const bool wasCarriedOut = loggerCallsToThrow == 0;
-  loggerCallsToThrow = number;
-  return wasCarriedOut;
-}
+void ThrowAtLoggerCall(int number) { loggerCallsToThrow = number; }
 
 void FailLockNames(int result) { lockNameResult = result; }
 

@@ -39,9 +39,9 @@ constexpr std::size_t kBufferSize = 1024;
 void SetEncryption(bool flag);
 void SetConversion(std::function<std::string(const std::string&)> conversion);
 char* Buffer();
-// Makes the logger throw std::bad_alloc at its call of that number, once; answers
-// whether an earlier order was carried out. 0 takes an order back.
-bool ThrowAtLoggerCall(int number);
+// Makes the logger throw std::bad_alloc at its call of that number, once; 0 takes
+// that back.
+void ThrowAtLoggerCall(int number);
 
 // What the formatting call for lock names answers instead of formatting.
 void FailLockNames(int result);
