@@ -12,6 +12,12 @@ compiler=$4
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
+# A cross build looks in its root folders alone; the device's is one of them.
+device_root=()
+if [ -n "${CMAKE_TOOLCHAIN_FILE:-}" ]; then
+  device_root=(-DCMAKE_FIND_ROOT_PATH="$work/device")
+fi
+
 fail() {
   cat "$work/log" >&2 || true
   echo "$case: $1" >&2
@@ -91,7 +97,7 @@ by_path() {
 
 by_prefix() {
   make_device
-  configure -DVORN_PLATFORM=system -DCMAKE_PREFIX_PATH="$work/device" || fail "it does not configure"
+  configure -DVORN_PLATFORM=system -DCMAKE_PREFIX_PATH="$work/device" "${device_root[@]}" || fail "it does not configure"
   build_and_check
 }
 
@@ -102,7 +108,7 @@ by_pkg_config() {
       "$name" "$work/device/include" "$work/device/lib" "$name" >"$work/device/$name.pc"
   done
   PKG_CONFIG_PATH_OF_DEVICE=$work/device
-  configure -DVORN_PLATFORM=system || fail "it does not configure"
+  configure -DVORN_PLATFORM=system "${device_root[@]}" || fail "it does not configure"
   grep -q 'dlog: pkg-config module' "$work/log" || fail "pkg-config was not used"
   build_and_check
 }
@@ -118,7 +124,7 @@ set_target_properties($name::$name PROPERTIES
   INTERFACE_INCLUDE_DIRECTORIES "$work/device/include")
 CONFIG
   done
-  configure -DVORN_PLATFORM=system -DCMAKE_PREFIX_PATH="$work/device" || fail "it does not configure"
+  configure -DVORN_PLATFORM=system -DCMAKE_PREFIX_PATH="$work/device" "${device_root[@]}" || fail "it does not configure"
   grep -q 'dlog: CMake package' "$work/log" || fail "the CMake package was not used"
   build_and_check
 }
@@ -131,7 +137,7 @@ enum LogBuffer { kMain, kRadio };
 enum LogLevel { kUnknown, kDefault, kVerbose };
 extern "C" int __dlog_print(LogBuffer buffer, LogLevel level, const char* tag, const char* format, ...);
 HEADER
-  configure -DVORN_PLATFORM=system -DCMAKE_PREFIX_PATH="$work/device" || fail "it does not configure"
+  configure -DVORN_PLATFORM=system -DCMAKE_PREFIX_PATH="$work/device" "${device_root[@]}" || fail "it does not configure"
   build_and_check
 }
 

@@ -3,6 +3,8 @@
 # and, with awk, to the files that the example reads.
 #
 # Usage: timezone_picker_test.sh CASE PROGRAM
+#
+# If VORN_EMULATOR is set, that command runs the program.
 set -euo pipefail
 export LC_ALL=C
 export VORN_DLOG_PRIORITY=S
@@ -17,8 +19,9 @@ fail() {
 
 [[ $# -eq 2 ]] || fail "usage: $0 CASE PROGRAM"
 readonly test_case=$1
-program=$(realpath "$2")
-[[ -x $program ]] || fail "$program is no program"
+[[ -x $2 ]] || fail "$2 is no program"
+read -ra program <<<"${VORN_EMULATOR:-}"
+program+=("$(realpath "$2")")
 type -P sqlite3 >/dev/null || fail "the sqlite3 shell is needed"
 for file in iso3166.tab zone.tab; do
   [[ -r $zoneinfo/$file ]] || fail "$zoneinfo/$file is needed"
@@ -40,7 +43,7 @@ as_user=()
 # Leaves the exit status in $status, the output in $work/out and $work/err.
 run() {
   status=0
-  "${as_user[@]}" "$program" "$@" >"$work/out" 2>"$work/err" || status=$?
+  "${as_user[@]}" "${program[@]}" "$@" >"$work/out" 2>"$work/err" || status=$?
 }
 
 run_well() {
@@ -76,7 +79,7 @@ expect_refusal() { # TEXT ARGUMENT...
   run "$@"
   expect_equal "exit status of: $*" 2 "$status"
   expect_equal "standard output of: $*" "" "$(<"$work/out")"
-  expect_equal "standard error of: $*" "timezone_picker: $text"$'\n'"$("$program" --help)" \
+  expect_equal "standard error of: $*" "timezone_picker: $text"$'\n'"$("${program[@]}" --help)" \
     "$(<"$work/err")"
   expect_equal "files after: $*" "" "$(ls -A "$directory")"
 }
@@ -555,7 +558,7 @@ case_write_failure() {
   (
     trap '' XFSZ
     ulimit -f 24
-    "$program" CI "$directory" >"$work/out" 2>"$work/err"
+    "${program[@]}" CI "$directory" >"$work/out" 2>"$work/err"
   ) || status=$?
   expect_equal "exit status" 1 "$status"
   expect_equal "lines of standard error" 1 "$(wc -l <"$work/err")"
@@ -566,7 +569,7 @@ case_write_failure() {
 case_output_failure() {
   write_small_files
   status=0
-  "$program" CI "$directory" "$small" >/dev/full 2>"$work/err" || status=$?
+  "${program[@]}" CI "$directory" "$small" >/dev/full 2>"$work/err" || status=$?
   expect_equal "exit status" 1 "$status"
   expect_equal "standard error" "timezone_picker: cannot write to standard output" "$(<"$work/err")"
 }

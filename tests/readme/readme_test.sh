@@ -66,7 +66,8 @@ sample() {
   mkdir -p "$work/build/demo"
   ln -s "$source/include" "$work/include"
   ln -s "$build/src" "$work/build/demo/src"
-  block sample-command | sed "s|^g++ |$compiler |" >"$work/commands"
+  block sample-command |
+    sed "s|^g++ |$compiler ${LDFLAGS:-} |; s| \./hello| ${VORN_EMULATOR:-} ./hello|" >"$work/commands"
   (cd "$work" && bash -euo pipefail commands) >"$work/output" 2>"$work/log" || {
     cat "$work/log" >&2
     fail "its program does not build and run"

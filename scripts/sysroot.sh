@@ -1,0 +1,65 @@
+#!/usr/bin/env bash
+# Unpacks what the device's builds need of Debian's target packages, SQLite, into
+# build/sysroot/ARCH. Installs nothing, and needs no root: Debian's packages of two
+# architectures often cannot be installed side by side.
+#
+#   scripts/sysroot.sh armhf|armel
+
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+# shellcheck source=scripts/lib/packages.sh
+source scripts/lib/packages.sh
+
+usage='usage: scripts/sysroot.sh armhf|armel'
+case "$#:${1:-}" in
+  1:armhf | 1:armel) ;;
+  1:-h | 1:--help)
+    echo "$usage"
+    exit
+    ;;
+  *)
+    echo "$usage" >&2
+    exit 2
+    ;;
+esac
+architecture=$1
+sysroot=$PWD/build/sysroot/$architecture
+packages=(libsqlite3-0 libsqlite3-dev)
+
+# The stamp is written last, and holds what the sysroot was made from.
+if [[ -e $sysroot/packages ]]; then
+  exit
+fi
+
+mkdir -p build/sysroot
+work=$(mktemp -d "$PWD/build/sysroot/$architecture.XXXXXX")
+trap 'rm -rf "$work"' EXIT
+
+# The machine's own sources, for another architecture, with lists of their own.
+apt() {
+  apt-get -o "APT::Architecture=$architecture" -o "APT::Architectures=$architecture" \
+    -o "Dir::State=$work/state" -o "Dir::State::status=$work/state/status" \
+    -o "Dir::Cache=$work/cache" -o APT::Sandbox::User= -o Acquire::Retries=3 "$@"
+}
+
+fetch() {
+  mkdir -p "$work/state/lists/partial" "$work/cache/archives/partial" "$work/packages"
+  : >"$work/state/status"
+  # A source without this architecture may fail; the download tells whether it matters.
+  apt update || echo "Not all sources could be read for $architecture." >&2
+  (cd "$work/packages" && apt download "${packages[@]}")
+}
+
+unpack() {
+  local package
+  mkdir "$work/root" || return
+  for package in "$work"/packages/*.deb; do
+    dpkg-deb --extract "$package" "$work/root" || return
+    basename "$package" >>"$work/root/packages"
+  done
+  rm -rf "$sysroot"
+  mv "$work/root" "$sysroot"
+}
+
+run_quietly "== sysroot $architecture: fetch ${packages[*]}" fetch
+run_quietly "== sysroot $architecture: unpack" unpack
