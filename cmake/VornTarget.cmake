@@ -1,9 +1,13 @@
 # What all our own targets have in common. Nothing of it reaches a consumer.
 
 include(CheckCXXCompilerFlag)
+include(VornHardening)
 
 # GCC only: see ContainerGuard.cpp.
 check_cxx_compiler_flag(-fno-printf-return-value VORN_HAS_NO_PRINTF_RETURN_VALUE)
+# GCC only: it would copy the streams' constructors into the library, to pass an
+# argument less.
+check_cxx_compiler_flag(-fno-ipa-sra VORN_HAS_NO_IPA_SRA)
 
 function(vorn_target target)
   target_compile_features(${target} PRIVATE cxx_std_17)
@@ -17,12 +21,18 @@ function(vorn_target target)
       -fsanitize=${VORN_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(${target} PRIVATE -fsanitize=${VORN_SANITIZE})
   endif()
+  # What is built does not tell in which folder: two builds are the same.
+  target_compile_options(${target} PRIVATE
+    "$<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>"
+    "$<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_BINARY_DIR}=./build>")
+  set_target_properties(${target} PROPERTIES BUILD_RPATH_USE_ORIGIN ON)
 endfunction()
 
 # For the shared libraries among them. Clang leaves the sanitizers' symbols to
 # the program, so a library cannot be complete there.
 function(vorn_shared_library target)
   vorn_target(${target})
+  vorn_harden(${target})
   if(NOT (VORN_SANITIZE AND CMAKE_CXX_COMPILER_ID MATCHES "Clang"))
     target_link_options(${target} PRIVATE -Wl,--no-undefined)
   endif()

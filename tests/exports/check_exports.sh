@@ -1,12 +1,13 @@
 #!/usr/bin/env bash
 # Checks what the built library shows to the linker: its exported symbols, its
 # name, the libraries it needs, and that calls to its own members are bound.
-# Use: check_exports.sh LIBRARY EXPECTED_SYMBOLS CASE
+# Use: check_exports.sh LIBRARY EXPECTED_SYMBOLS CASE [FORTIFIED]
 set -euo pipefail
 
 library=$1
 expected=$2
 case=$3
+fortified=${4:-1}
 
 fail() {
   echo "$(basename "$library"): $1" >&2
@@ -69,12 +70,35 @@ check_dynamic() {
   done
 }
 
+# What protects it at run time. Optimised or sanitized builds differ in the checks
+# that the compiler puts in.
+check_hardening() {
+  local segments dynamic imports
+  segments=$(readelf -lW "$library")
+  dynamic=$(readelf -dW "$library")
+  imports=$(nm -D --undefined-only "$library")
+  grep -q 'GNU_RELRO' <<<"$segments" || fail "its relocations stay writable"
+  grep -qE '\(FLAGS\).*BIND_NOW|\(FLAGS_1\).*NOW' <<<"$dynamic" || fail "it is not bound when it is loaded"
+  grep -qE 'GNU_STACK.* RW +0x' <<<"$segments" || fail "its stack may be executed"
+  if grep -q 'TEXTREL' <<<"$dynamic"; then
+    fail "its code is relocated"
+  fi
+  if grep -qE 'LOAD.* RWE ' <<<"$segments"; then
+    fail "it has memory that may be both written and executed"
+  fi
+  grep -q ' __stack_chk_fail' <<<"$imports" || fail "its stack is not protected"
+  if ((fortified)); then
+    grep -q ' __snprintf_chk' <<<"$imports" || fail "its calls of the C library are not checked"
+  fi
+}
+
 case $case in
   symbols) check_symbols ;;
   own_calls) check_own_calls ;;
   dynamic) check_dynamic ;;
   vtables) check_vtables ;;
   imports) check_imports ;;
+  hardening) check_hardening ;;
   *) fail "unknown case '$case'" ;;
 esac
 echo "$case: as expected"

@@ -188,23 +188,41 @@ void VornMutex::Unlock() { journal::Add(Kind::kMutex, "unlock " + fake::mutexNam
 
 // The system library.
 
-int usleep(useconds_t microseconds) {
-  journal::Add(Kind::kSleep, "usleep " + std::to_string(microseconds));
-  return 0;
-}
+namespace {
 
 // The format tells the library's formatting of a lock name from everybody else's
-// use of this call.
-int snprintf(char* output, std::size_t size, const char* format, ...) noexcept {
+// use of the call.
+int Format(char* output, std::size_t size, const char* format, va_list arguments) {
   if (std::strcmp(format, "%" PRIxPTR) == 0) {
     fake::lockNameCall = fake::LockNameCall{size, format};
     if (fake::lockNameResult) {
       return *fake::lockNameResult;
     }
   }
+  return std::vsnprintf(output, size, format, arguments);
+}
+
+}  // namespace
+
+int usleep(useconds_t microseconds) {
+  journal::Add(Kind::kSleep, "usleep " + std::to_string(microseconds));
+  return 0;
+}
+
+int snprintf(char* output, std::size_t size, const char* format, ...) noexcept {
   va_list arguments;
   va_start(arguments, format);
-  const int length = std::vsnprintf(output, size, format, arguments);
+  const int length = Format(output, size, format, arguments);
+  va_end(arguments);
+  return length;
+}
+
+// What the call above becomes where the C library checks sizes.
+extern "C" int __snprintf_chk(char* output, std::size_t size, int /*flag*/,
+                              std::size_t /*capacity*/, const char* format, ...) noexcept {
+  va_list arguments;
+  va_start(arguments, format);
+  const int length = Format(output, size, format, arguments);
   va_end(arguments);
   return length;
 }
