@@ -8,6 +8,7 @@
 #include "DatabaseParser.h"
 #include "DeleteRequest.h"
 #include "DropRequest.h"
+#include "FunctionRef.h"
 #include "JoinRequest.h"
 #include "Log.h"
 #include "ScopeExit.h"
@@ -42,6 +43,12 @@ int OpenRequested(Database& database, BasePath& location, sqlite3*& db) {
 // SQLite has no text to give when it runs out of memory.
 const char* Printable(const char* text) { return text != nullptr ? text : "(null)"; }
 
+// Writes the statement of one operation.
+using Generate = vorn::FunctionRef<void(SqlGenerator&, std::string&)>;
+
+// Consumes the rows of one query.
+using Parse = vorn::FunctionRef<void(DatabaseParser&, sqlite3*, sqlite3_stmt*)>;
+
 // What distinguishes the log lines of one write from another's.
 struct WriteMessages {
   const char* success;
@@ -49,12 +56,11 @@ struct WriteMessages {
 };
 
 // The procedure of all members that change a database.
-template <typename Request>
-int Write(Database& database, const vorn::LogSite& site, Request& request,
-          void (SqlGenerator::*generate)(Request&, std::string&), const WriteMessages& messages) {
+int Write(Database& database, const vorn::LogSite& site, BasePath& location,
+          const WriteMessages& messages, Generate generate) {
   sqlite3* db = nullptr;
   char* error = nullptr;
-  const int opened = OpenRequested(database, request, db);
+  const int opened = OpenRequested(database, location, db);
   if (opened != SQLITE_OK) {
     return opened;
   }
@@ -63,7 +69,7 @@ int Write(Database& database, const vorn::LogSite& site, Request& request,
   const vorn::ScopeExit close([db] { sqlite3_close(db); });
   const vorn::ScopeExit freeError([&error] { sqlite3_free(error); });
 
-  (generator.*generate)(request, sql);
+  generate(generator, sql);
   // The text of an attempt that was busy is overwritten by the next, not freed.
   const int rc = RetryWhileBusy(
       database, [&] { return sqlite3_exec(db, sql.c_str(), nullptr, nullptr, &error); });
@@ -81,9 +87,8 @@ struct QueryMessages {
   const char* failure;
 };
 
-// The procedure of all members that read a database. `generate` writes the
-// statement, `parse` consumes its rows; what stepping meets is not reported.
-template <typename Generate, typename Parse>
+// The procedure of all members that read a database. What stepping meets is not
+// reported.
 int Query(Database& database, const vorn::LogSite& site, BasePath& location,
           const QueryMessages& messages, Generate generate, Parse parse) {
   sqlite3* db = nullptr;
@@ -128,32 +133,43 @@ Database::~Database() { VORN_TRACE(); }
 
 int Database::Update(UpdateRequest& request) {
   VORN_TRACE();
-  return Write(*this, VORN_HERE, request, &SqlGenerator::GetUpdateSql,
-               {VORN_FORMAT("update SUCCESS[%d]"), VORN_FORMAT("update FAILED[%d]: %s")});
+  return Write(
+      *this, VORN_HERE, request,
+      {VORN_FORMAT("update SUCCESS[%d]"), VORN_FORMAT("update FAILED[%d]: %s")},
+      [&](SqlGenerator& generator, std::string& sql) { generator.GetUpdateSql(request, sql); });
 }
 
 int Database::Delete(DeleteRequest& request) {
   VORN_TRACE();
-  return Write(*this, VORN_HERE, request, &SqlGenerator::GetDeleteSql,
-               {VORN_FORMAT("delete SUCCESS[%d]"), VORN_FORMAT("delete FAILED[%d]: %s")});
+  return Write(
+      *this, VORN_HERE, request,
+      {VORN_FORMAT("delete SUCCESS[%d]"), VORN_FORMAT("delete FAILED[%d]: %s")},
+      [&](SqlGenerator& generator, std::string& sql) { generator.GetDeleteSql(request, sql); });
 }
 
 int Database::Upsert(UpsertRequest& request) {
   VORN_TRACE();
-  return Write(*this, VORN_HERE, request, &SqlGenerator::GetUpsertSql,
-               {VORN_FORMAT("Upsert SUCCESS[%d]"), VORN_FORMAT("Upsert FAILED[%d]: %s")});
+  return Write(
+      *this, VORN_HERE, request,
+      {VORN_FORMAT("Upsert SUCCESS[%d]"), VORN_FORMAT("Upsert FAILED[%d]: %s")},
+      [&](SqlGenerator& generator, std::string& sql) { generator.GetUpsertSql(request, sql); });
 }
 
 int Database::CreateTable(CreateRequest& request) {
   VORN_TRACE();
-  return Write(*this, VORN_HERE, request, &SqlGenerator::GetCreateTableSql,
-               {VORN_FORMAT("createTable SUCCESS[%d]"), VORN_FORMAT("createTable FAILED[%d]: %s")});
+  return Write(*this, VORN_HERE, request,
+               {VORN_FORMAT("createTable SUCCESS[%d]"), VORN_FORMAT("createTable FAILED[%d]: %s")},
+               [&](SqlGenerator& generator, std::string& sql) {
+                 generator.GetCreateTableSql(request, sql);
+               });
 }
 
 int Database::DropTable(DropRequest& request) {
   VORN_TRACE();
-  return Write(*this, VORN_HERE, request, &SqlGenerator::GetDropTableSql,
-               {VORN_FORMAT("DropTable SUCCESS[%d]"), VORN_FORMAT("DropTable FAILED[%d]: %s")});
+  return Write(
+      *this, VORN_HERE, request,
+      {VORN_FORMAT("DropTable SUCCESS[%d]"), VORN_FORMAT("DropTable FAILED[%d]: %s")},
+      [&](SqlGenerator& generator, std::string& sql) { generator.GetDropTableSql(request, sql); });
 }
 
 int Database::Select(SelectRequest& request, Cursor& cursor) {

@@ -47,18 +47,9 @@ void CallSystemLog(int (*print)(Buffer, Priority, const char*, const char*, ...)
   print(kMainBuffer, static_cast<Priority>(priority), tag, format, args...);
 }
 
-// Prints a message through the logger's conversion; the bare message is already
-// in the logger's buffer.
-void PrintProtected(const LogSite& site, LogPriority priority, const char* buffer);
-
-template <typename... Args>
-void FormatMessage(char* buffer, const char* format, Args... args) {
-  if constexpr (sizeof...(args) == 0) {
-    static_cast<void>(std::snprintf(buffer, kProtectedMessageSize, "%s", format));
-  } else {
-    static_cast<void>(std::snprintf(buffer, kProtectedMessageSize, format, args...));
-  }
-}
+// Prints a line through the logger's conversion; `format` is the bare one.
+void PrintProtected(const LogSite& site, LogPriority priority, const char* format, ...)
+    __attribute__((format(printf, 3, 4)));
 
 // Prints one line; `format` is a VORN_FORMAT. The logger belongs to the utility
 // library and is asked for at each use, never kept.
@@ -69,19 +60,24 @@ void PrintLog(const LogSite& site, LogPriority priority, const char* format, Arg
                   site.function, site.line, args...);
     return;
   }
-  const int index = VornLogger::GetInstance()->GetBufferIndex();
-  char* const buffer = VornLogger::GetBuffer(index);
-  FormatMessage(buffer, format + kLogPrefixLength, args...);
-  PrintProtected(site, priority, buffer);
+  PrintProtected(site, priority, format + kLogPrefixLength, args...);
 }
+
+// Prints the line that marks the entry of a member.
+void PrintTrace(const LogSite& site);
 
 // Never defined: lets the compiler check a message's arguments.
 int CheckFormat(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 }  // namespace vorn
 
-// The place where this stands.
-#define VORN_HERE (::vorn::LogSite{__FILE_NAME__, __func__, __LINE__})
+// The place where this stands: a constant, so that a call takes an address and no
+// more from the member that it stands in.
+#define VORN_HERE                                                                     \
+  (*__extension__({                                                                   \
+    static constexpr ::vorn::LogSite kVornSite = {__FILE_NAME__, __func__, __LINE__}; \
+    &kVornSite;                                                                       \
+  }))
 
 // A message format literal in the form that PrintLog takes.
 #define VORN_FORMAT(format) (VORN_LOG_PREFIX format)
@@ -96,7 +92,6 @@ int CheckFormat(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 // Writes the line that marks the entry of a member. The place stands twice in
 // it, in the prefix and in the message; readers of the log filter by either.
-#define VORN_TRACE() \
-  VORN_LOG(::vorn::kDebug, "%s::%s(%d) called", __FILE_NAME__, __func__, __LINE__)
+#define VORN_TRACE() ::vorn::PrintTrace(VORN_HERE)
 
 #endif  // VORNDATABASE_SRC_LOG_H

@@ -1,5 +1,7 @@
 #include "SqlGenerator.h"
 
+#include <initializer_list>
+#include <string_view>
 #include <utility>
 
 #include "CreateRequest.h"
@@ -17,6 +19,13 @@ void CutAtLast(std::string& text, const char* separator) {
   const std::size_t position = text.rfind(separator);
   if (position != std::string::npos) {
     text.erase(position);
+  }
+}
+
+// Appends without a string in between for each piece.
+void Append(std::string& sql, std::initializer_list<std::string_view> pieces) {
+  for (const std::string_view piece : pieces) {
+    sql += piece;
   }
 }
 
@@ -58,7 +67,6 @@ struct Key {
   std::string name;
   std::string type;
   bool IsGiven() const { return !name.empty() && !type.empty(); }
-  std::string Definition() const { return name + " " + type; }
 };
 
 }  // namespace
@@ -90,19 +98,21 @@ void SqlGenerator::GetCreateTableSql(CreateRequest& request, std::string& sql) {
   request.GetColumnKey(columns);
   const bool isComposite = primary.IsGiven() && composite.IsGiven();
 
-  std::string text = "CREATE TABLE IF NOT EXISTS " + table;
+  std::string text = "CREATE TABLE IF NOT EXISTS ";
+  Append(text, {table, " ("});
   if (isComposite) {
-    text += " (" + primary.Definition() + ", " + composite.Definition() + ", ";
+    Append(text,
+           {primary.name, " ", primary.type, ", ", composite.name, " ", composite.type, ", "});
   } else if (primary.IsGiven()) {
-    text += " (" + primary.Definition() + " NOT NULL PRIMARY KEY, ";
+    Append(text, {primary.name, " ", primary.type, " NOT NULL PRIMARY KEY, "});
   } else {
-    text += " (_ID INTEGER PRIMARY KEY, ";
+    text += "_ID INTEGER PRIMARY KEY, ";
   }
   for (const auto& [name, type] : columns) {
-    text += NameText(name) + " " + type + ", ";
+    Append(text, {NameText(name), " ", type, ", "});
   }
   if (isComposite) {
-    text += "PRIMARY KEY(" + primary.name + ", " + composite.name + "), ";
+    Append(text, {"PRIMARY KEY(", primary.name, ", ", composite.name, "), "});
   }
   CutAtLast(text, ", ");
   text += ')';
@@ -132,8 +142,9 @@ void SqlGenerator::GetJoinSql(JoinRequest& request, std::string& sql) {
   request.GetLeftJoin(leftTable, leftColumn);
   request.GetRightJoin(rightTable, rightColumn);
 
-  std::string text = "SELECT  * FROM " + leftTable + " INNER JOIN " + rightTable + " ON " +
-                     leftTable + "." + leftColumn + " = " + rightTable + "." + rightColumn;
+  std::string text = "SELECT  * FROM ";
+  Append(text, {leftTable, " INNER JOIN ", rightTable, " ON ", leftTable, ".", leftColumn, " = ",
+                rightTable, ".", rightColumn});
   AppendWhereIfAny(text, request);
   sql = std::move(text);
 }
@@ -154,7 +165,9 @@ void SqlGenerator::GetUpsertSql(UpsertRequest& request, std::string& sql) {
   }
   CutAtLast(names, ", ");
   CutAtLast(values, ", ");
-  sql = "INSERT OR REPLACE INTO " + table + names + ") " + values + ")";
+  std::string text = "INSERT OR REPLACE INTO ";
+  Append(text, {table, names, ") ", values, ")"});
+  sql = std::move(text);
 }
 
 void SqlGenerator::GetUpdateSql(UpdateRequest& request, std::string& sql) {
