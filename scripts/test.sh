@@ -2,7 +2,10 @@
 # Runs the tests on this machine:
 #
 #   scripts/test.sh        the whole suite, built as it is shipped
-#   scripts/test.sh all    lint, then the suite with every compiler and sanitizer
+#   scripts/test.sh arm    the whole suite for 32-bit ARM, with and without hardware
+#                          floating point, under emulation
+#   scripts/test.sh all    lint, then the suite with every compiler and sanitizer, and
+#                          for the device's 32-bit ARM
 
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -10,7 +13,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source scripts/lib/packages.sh
 
 usage() {
-  echo 'usage: scripts/test.sh [all]'
+  echo 'usage: scripts/test.sh [arm|all]'
 }
 
 fail() {
@@ -34,6 +37,9 @@ run_suite() {
   if [[ $preset == ?san ]]; then
     wrapper=(without_randomization)
   fi
+  if [[ $preset == arm* ]]; then
+    scripts/sysroot.sh "$preset" || fail "$preset: sysroot"
+  fi
   run_quietly "== $preset: configure" cmake --preset "$preset" || fail "$preset: configure"
   # The build runs the test programs, too, to list their tests.
   run_quietly "== $preset: build" "${wrapper[@]}" cmake --build --preset "$preset" ||
@@ -50,10 +56,16 @@ case "$#:${1:-}" in
     require_packages "${test_packages[@]}"
     run_suite release
     ;;
+  1:arm)
+    require_packages "${test_packages[@]}" "${arm_packages[@]}"
+    for preset in armhf armel; do
+      run_suite "$preset"
+    done
+    ;;
   1:all)
-    require_packages "${test_packages[@]}" "${lint_packages[@]}"
+    require_packages "${test_packages[@]}" "${arm_packages[@]}" "${lint_packages[@]}"
     scripts/lint.sh || fail lint
-    for preset in release dev clang asan tsan; do
+    for preset in release armhf dev clang asan tsan; do
       run_suite "$preset"
     done
     ;;

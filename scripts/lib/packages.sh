@@ -12,6 +12,7 @@ source "${BASH_SOURCE[0]%/*}/run.sh"
 {
   build_packages=(g++ cmake ninja-build libsqlite3-dev)
   test_packages=("${build_packages[@]}" libgtest-dev libgmock-dev pkg-config sqlite3 tzdata)
+  arm_packages=(g++-arm-linux-gnueabihf g++-arm-linux-gnueabi googletest qemu-user)
   lint_packages=(git clang clang-format clang-tidy cppcheck shellcheck)
 }
 

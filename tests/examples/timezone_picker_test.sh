@@ -2,9 +2,10 @@
 # Runs the example timezone_picker and puts the same questions to the sqlite3 shell
 # and, with awk, to the files that the example reads.
 #
-# Usage: timezone_picker_test.sh CASE PROGRAM
+# Usage: timezone_picker_test.sh CASE PROGRAM [REFERENCE]
 #
-# If VORN_EMULATOR is set, that command runs the program.
+# If VORN_EMULATOR is set, that command runs PROGRAM. REFERENCE is the same program,
+# built for this machine.
 set -euo pipefail
 export LC_ALL=C
 export VORN_DLOG_PRIORITY=S
@@ -17,11 +18,12 @@ fail() {
   exit 1
 }
 
-[[ $# -eq 2 ]] || fail "usage: $0 CASE PROGRAM"
+[[ $# -eq 2 || $# -eq 3 ]] || fail "usage: $0 CASE PROGRAM [REFERENCE]"
 readonly test_case=$1
 [[ -x $2 ]] || fail "$2 is no program"
 read -ra program <<<"${VORN_EMULATOR:-}"
 program+=("$(realpath "$2")")
+readonly reference=${3:-}
 type -P sqlite3 >/dev/null || fail "the sqlite3 shell is needed"
 for file in iso3166.tab zone.tab; do
   [[ -r $zoneinfo/$file ]] || fail "$zoneinfo/$file is needed"
@@ -321,6 +323,18 @@ case_list_none() {
 
 case_list_lower_case() {
   check_list PT pt
+}
+
+# Another processor and another compiler leave the same file behind.
+case_same_as_reference() {
+  local dump
+  [[ -x $reference ]] || fail "'$reference' is no program"
+  run_well --keep PT "$directory"
+  dump=$(sql .dump)
+  rm "$database"
+  "$reference" --keep PT "$directory" >"$work/reference"
+  diff "$work/reference" "$work/out" || fail "the outputs differ"
+  diff <(sql .dump) - <<<"$dump" || fail "the files differ"
 }
 
 # --- Cases: the whole tour -------------------------------------------------------
