@@ -11,3 +11,9 @@ elseif(VORN_PLATFORM STREQUAL "system")
 else()
   message(FATAL_ERROR "VORN_PLATFORM is '${VORN_PLATFORM}'; it must be 'development' or 'system'.")
 endif()
+
+# Both behind an interface, which keeps their targets out of what the library
+# exports: its users link neither.
+add_library(vorn_platform INTERFACE)
+target_link_libraries(vorn_platform INTERFACE vorn::vornutil vorn::dlog)
+add_library(vorn::platform ALIAS vorn_platform)

@@ -1,0 +1,62 @@
+# What `cmake --install` puts where, in components:
+#
+#   runtime      the shared library
+#   development  its headers, its CMake package, its pkg-config module, documents
+#   stand_ins    the stand-ins for the platform's libraries, for a desktop; a
+#                device has its own
+
+include(CMakePackageConfigHelpers)
+include(GNUInstallDirs)
+
+foreach(directory LIBDIR INCLUDEDIR)
+  if(IS_ABSOLUTE "${CMAKE_INSTALL_${directory}}")
+    message(FATAL_ERROR "CMAKE_INSTALL_${directory} is '${CMAKE_INSTALL_${directory}}'; it must be "
+      "relative to the prefix, since what is installed can be moved with it.")
+  endif()
+endforeach()
+
+# The headers include each other by their bare names, and so do hosts.
+set(vorn_includedir "${CMAKE_INSTALL_INCLUDEDIR}/vorndatabase")
+set(vorn_cmakedir "${CMAKE_INSTALL_LIBDIR}/cmake/vorndatabase")
+set(vorn_pkgconfigdir "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+
+install(TARGETS vorndatabase EXPORT vorndatabase
+  LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime
+  INCLUDES DESTINATION "${vorn_includedir}")
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/" DESTINATION "${vorn_includedir}"
+  COMPONENT development FILES_MATCHING PATTERN "*.h")
+
+install(EXPORT vorndatabase NAMESPACE vorndatabase:: FILE vorndatabaseTargets.cmake
+  DESTINATION "${vorn_cmakedir}" COMPONENT development)
+configure_package_config_file("${CMAKE_CURRENT_LIST_DIR}/vorndatabaseConfig.cmake.in"
+  "${PROJECT_BINARY_DIR}/vorndatabaseConfig.cmake"
+  INSTALL_DESTINATION "${vorn_cmakedir}"
+  PATH_VARS CMAKE_INSTALL_LIBDIR
+  NO_SET_AND_CHECK_MACRO NO_CHECK_REQUIRED_COMPONENTS_MACRO)
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/vorndatabaseConfigVersion.cmake"
+  COMPATIBILITY SameMajorVersion)
+install(FILES
+  "${PROJECT_BINARY_DIR}/vorndatabaseConfig.cmake"
+  "${PROJECT_BINARY_DIR}/vorndatabaseConfigVersion.cmake"
+  DESTINATION "${vorn_cmakedir}" COMPONENT development)
+
+# The module finds the prefix from where it lies itself.
+string(REGEX REPLACE "[^/]+" ".." vorn_pkgconfigdir_to_prefix "${vorn_pkgconfigdir}")
+configure_file("${CMAKE_CURRENT_LIST_DIR}/vorndatabase.pc.in"
+  "${PROJECT_BINARY_DIR}/vorndatabase.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/vorndatabase.pc"
+  DESTINATION "${vorn_pkgconfigdir}" COMPONENT development)
+
+install(FILES "${PROJECT_SOURCE_DIR}/README.md" "${PROJECT_SOURCE_DIR}/CHANGELOG.md"
+  DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT development)
+
+# Where a device has its own: hosts look for all of them in the same places.
+if(VORN_PLATFORM STREQUAL "development")
+  install(TARGETS dlog vornutil
+    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT stand_ins)
+  install(FILES
+    "${PROJECT_SOURCE_DIR}/platform/dlog/dlog.h"
+    "${PROJECT_SOURCE_DIR}/platform/vornutil/VornLogger.h"
+    "${PROJECT_SOURCE_DIR}/platform/vornutil/VornMutex.h"
+    DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT stand_ins)
+endif()
