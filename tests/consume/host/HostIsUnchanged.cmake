@@ -1,11 +1,12 @@
 # A library may not change how its host is built: remember_host() before it is
-# taken in, expect_unchanged_host() afterwards.
+# taken in, expect_unchanged_host() afterwards. All variables of CMake and its
+# tools count.
 
 function(list_variables result)
   get_cmake_property(names VARIABLES)
   list(FILTER names INCLUDE REGEX "^(CMAKE|BUILD|CTEST|CPACK|PROJECT)_")
-  # Those tell about this call itself.
-  list(FILTER names EXCLUDE REGEX "^CMAKE_CURRENT_FUNCTION")
+  # What tells about this call itself, and what CMake's FindThreads finds.
+  list(FILTER names EXCLUDE REGEX "^CMAKE_(CURRENT_FUNCTION.*|HAVE_LIBC_PTHREAD)$")
   set(${result} "${names}" PARENT_SCOPE)
 endfunction()
 
@@ -30,4 +31,14 @@ function(expect_unchanged_host)
   foreach(name IN LISTS names)
     message(SEND_ERROR "the library added ${name}, '${${name}}'")
   endforeach()
+endfunction()
+
+# The library's tests and examples would be further folders.
+function(expect_subdirectories directory)
+  get_property(folders DIRECTORY "${directory}" PROPERTY SUBDIRECTORIES)
+  list(TRANSFORM folders REPLACE "^${directory}/" "")
+  list(SORT folders)
+  if(NOT folders STREQUAL "${ARGN}")
+    message(SEND_ERROR "the library builds the folders '${folders}'; expected '${ARGN}'")
+  endif()
 endfunction()
