@@ -25,9 +25,12 @@ esac
 architecture=$1
 sysroot=$PWD/build/sysroot/$architecture
 packages=(libsqlite3-0 libsqlite3-dev)
+# What our own packages depend on is read from these; they lie in shlibs/NAME, away
+# from what the compiler finds.
+shlibs_packages=(libc6 libgcc-s1 libsqlite3-0 libstdc++6)
 
-# The stamp is written last, and holds what the sysroot was made from.
-if [[ -e $sysroot/packages ]]; then
+# The stamp holds what the sysroot was made from, which is moved here when complete.
+if [[ -e $sysroot/packages && -e $sysroot/shlibs ]]; then
   exit
 fi
 
@@ -47,19 +50,22 @@ fetch() {
   : >"$work/state/status"
   # A source without this architecture may fail; the download tells whether it matters.
   apt update || echo "Not all sources could be read for $architecture." >&2
-  (cd "$work/packages" && apt download "${packages[@]}")
+  (cd "$work/packages" && apt download "${packages[@]}" "${shlibs_packages[@]}")
 }
 
 unpack() {
-  local package
-  mkdir "$work/root" || return
-  for package in "$work"/packages/*.deb; do
-    dpkg-deb --extract "$package" "$work/root" || return
-    basename "$package" >>"$work/root/packages"
+  local name
+  mkdir -p "$work/root/shlibs" || return
+  for name in "${packages[@]}"; do
+    dpkg-deb --extract "$work/packages/$name"_*.deb "$work/root" || return
   done
+  for name in "${shlibs_packages[@]}"; do
+    dpkg-deb --raw-extract "$work/packages/$name"_*.deb "$work/root/shlibs/$name" || return
+  done
+  (cd "$work/packages" && printf '%s\n' *.deb) >"$work/root/packages" || return
   rm -rf "$sysroot"
   mv "$work/root" "$sysroot"
 }
 
-run_quietly "== sysroot $architecture: fetch ${packages[*]}" fetch
+run_quietly "== sysroot $architecture: fetch ${packages[*]} ${shlibs_packages[*]}" fetch
 run_quietly "== sysroot $architecture: unpack" unpack
