@@ -1,0 +1,63 @@
+#!/usr/bin/env bash
+# Shows that the packages can be reproduced: makes them twice, from copies of the
+# tracked files in different folders, with different permissions for new files, time
+# zones and languages, and compares them byte by byte:
+#
+#   scripts/reproducible.sh [amd64|armhf]...     both by default
+
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+# shellcheck source=scripts/lib/packages.sh
+source scripts/lib/packages.sh
+
+for argument in "$@"; do
+  case $argument in
+    amd64 | armhf) ;;
+    -h | --help)
+      echo 'usage: scripts/reproducible.sh [amd64|armhf]...'
+      exit
+      ;;
+    *)
+      echo 'usage: scripts/reproducible.sh [amd64|armhf]...' >&2
+      exit 2
+      ;;
+  esac
+done
+
+require_packages git
+SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git -c safe.directory="$PWD" log -1 --format=%ct)}
+export SOURCE_DATE_EPOCH
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+first=$work/one
+second=$work/another/folder/with/a/longer/name
+
+# copy FOLDER: the copies share the target's packages, which are the build's input.
+copy() {
+  mkdir -p "$1/build"
+  git -c safe.directory="$PWD" ls-files -z | xargs -0 cp --parents --target-directory="$1"
+  if [[ -e build/sysroot ]]; then
+    cp -R build/sysroot "$1/build"
+  fi
+}
+
+copy "$first"
+(umask 022 && TZ=UTC "$first/scripts/package.sh" "$@" >"$work/log")
+(
+  umask 077
+  copy "$second"
+  TZ=Asia/Kathmandu LANG=de_DE.UTF-8 "$second/scripts/package.sh" "$@" >"$work/log"
+)
+
+status=0
+for package in "$first"/build/packages/*.{deb,rpm}; do
+  if cmp "$package" "$second/build/packages/${package##*/}"; then
+    (cd "${package%/*}" && sha256sum "${package##*/}")
+  else
+    status=1
+  fi
+done
+if ((status != 0)); then
+  echo 'reproducible.sh: the packages above differ' >&2
+fi
+exit "$status"
