@@ -47,8 +47,11 @@ configure_file("${CMAKE_CURRENT_LIST_DIR}/vorndatabase.pc.in"
 install(FILES "${PROJECT_BINARY_DIR}/vorndatabase.pc"
   DESTINATION "${vorn_pkgconfigdir}" COMPONENT development)
 
-install(FILES "${PROJECT_SOURCE_DIR}/README.md" "${PROJECT_SOURCE_DIR}/CHANGELOG.md"
-  DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT development)
+# In a host's project, this is the host's own folder.
+if(PROJECT_IS_TOP_LEVEL)
+  install(FILES "${PROJECT_SOURCE_DIR}/README.md" "${PROJECT_SOURCE_DIR}/CHANGELOG.md"
+    DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT development)
+endif()
 
 # Where a device has its own: hosts look for all of them in the same places.
 if(VORN_PLATFORM STREQUAL "development")

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Shows that the packages can be reproduced: makes them twice, from copies of the
-# tracked files in different folders, with different permissions for new files, time
-# zones and languages, and compares them byte by byte:
+# tracked files in different folders, with other permissions for new files and another
+# time zone, and compares them byte by byte:
 #
 #   scripts/reproducible.sh [amd64|armhf]...     both by default
 
@@ -41,14 +41,17 @@ copy() {
   fi
 }
 
+echo '== reproducible: first packages'
 copy "$first"
 (umask 022 && TZ=UTC "$first/scripts/package.sh" "$@" >"$work/log")
+echo '== reproducible: second packages'
 (
   umask 077
   copy "$second"
-  TZ=Asia/Kathmandu LANG=de_DE.UTF-8 "$second/scripts/package.sh" "$@" >"$work/log"
+  TZ=Asia/Kathmandu "$second/scripts/package.sh" "$@" >"$work/log"
 )
 
+echo '== reproducible: compare'
 status=0
 for package in "$first"/build/packages/*.{deb,rpm}; do
   if cmp "$package" "$second/build/packages/${package##*/}"; then
