@@ -11,7 +11,8 @@ source "${BASH_SOURCE[0]%/*}/run.sh"
 # shellcheck disable=SC2034
 {
   build_packages=(g++ cmake ninja-build libsqlite3-dev)
-  test_packages=("${build_packages[@]}" libgtest-dev libgmock-dev pkg-config sqlite3 tzdata)
+  test_packages=("${build_packages[@]}" libgtest-dev libgmock-dev pkg-config sqlite3 tzdata
+    abigail-tools)
   armhf_packages=(g++-arm-linux-gnueabihf qemu-user)
   arm_packages=("${armhf_packages[@]}" g++-arm-linux-gnueabi googletest)
   package_packages=(git dpkg-dev file rpm lintian elfutils cpio pkg-config)

@@ -1,13 +1,17 @@
 #!/usr/bin/env bash
 # Checks what the built library shows to the linker: its exported symbols, its
 # name, the libraries it needs, and that calls to its own members are bound.
-# Use: check_exports.sh LIBRARY EXPECTED_SYMBOLS CASE [FORTIFIED]
+# Use: check_exports.sh LIBRARY SOURCE_DIRECTORY CASE [FORTIFIED]
 set -euo pipefail
 
 library=$1
-expected=$2
+source=$2
 case=$3
 fortified=${4:-1}
+
+# shellcheck source=scripts/lib/abi.sh
+source "$source/scripts/lib/abi.sh"
+expected=$source/abi/symbols.txt
 
 fail() {
   echo "$(basename "$library"): $1" >&2
@@ -15,8 +19,7 @@ fail() {
 }
 
 check_symbols() {
-  diff -u "$expected" <(nm -DC --defined-only "$library" | sed -E 's/^[0-9a-f]+ . //' |
-    LC_ALL=C sort) || fail "the exported symbols differ from $(basename "$expected")"
+  abi_compare_symbols "$library" || fail "the exported symbols differ from abi/symbols.txt"
 }
 
 # Members of other classes are undefined symbols, bound through the procedure
@@ -24,7 +27,7 @@ check_symbols() {
 check_own_calls() {
   local classes
   classes=$(sed -nE 's/^vtable for (.*)$/\1/p' "$expected" | paste -sd'|')
-  [ -n "$classes" ] || fail "no class in $(basename "$expected")"
+  [ -n "$classes" ] || fail "no class in abi/symbols.txt"
   local calls
   calls=$(readelf -rW "$library" | c++filt | grep -E 'JUMP_SLO|PLT')
   if grep -E " (Database|$classes)::" <<<"$calls"; then
@@ -52,7 +55,7 @@ check_vtables() {
 check_imports() {
   local imports
   imports=$(nm -DC --undefined-only "$library" | sed -E 's/^ *[A-Za-z] //; s/@.*//')
-  diff -u "$(dirname "$expected")/imports.txt" \
+  diff -u "$source/tests/exports/imports.txt" \
     <(grep -E '^(sqlite3_|Vorn|__dlog|usleep)' <<<"$imports" | LC_ALL=C sort) ||
     fail "the functions that it needs differ from imports.txt"
   if grep -E '^(secure_)?getenv$|^setlocale$|^f?open(64)?$|^pthread_create$' <<<"$imports"; then
