@@ -4,8 +4,8 @@
 #   scripts/test.sh        the whole suite, built as it is shipped
 #   scripts/test.sh arm    the whole suite for 32-bit ARM, with and without hardware
 #                          floating point, under emulation
-#   scripts/test.sh all    lint, then the suite with every compiler and sanitizer, and
-#                          for the device's 32-bit ARM
+#   scripts/test.sh all    lint, then the suite with every compiler and sanitizer and
+#                          for the device's 32-bit ARM, the footprint, the packages
 
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -63,11 +63,15 @@ case "$#:${1:-}" in
     done
     ;;
   1:all)
-    require_packages "${test_packages[@]}" "${arm_packages[@]}" "${lint_packages[@]}"
+    require_packages "${test_packages[@]}" "${arm_packages[@]}" "${lint_packages[@]}" \
+      "${package_packages[@]}"
     scripts/lint.sh || fail lint
     for preset in release armhf dev clang asan tsan; do
       run_suite "$preset"
     done
+    scripts/footprint.sh || fail footprint
+    scripts/package.sh || fail packages
+    scripts/package.sh check || fail 'check of the packages'
     ;;
   1:-h | 1:--help)
     usage
