@@ -1,7 +1,7 @@
 // A host as any other: it keeps two rows in a file and reads them back. C++11.
 
-#include <Cursor.h>
 #include <CreateRequest.h>
+#include <Cursor.h>
 #include <Database.h>
 #include <SelectRequest.h>
 #include <UpsertRequest.h>
