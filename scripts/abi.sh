@@ -85,6 +85,9 @@ for architecture in "$@"; do
 done
 
 require_packages "${build_packages[@]}" abigail-tools
+if [[ " $* " == *' arm'* ]]; then
+  require_packages "${arm_packages[@]}"
+fi
 for architecture in "$@"; do
   build_library "$architecture"
 done

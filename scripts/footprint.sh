@@ -101,7 +101,7 @@ REPORT
     exceeds "$preset" "it runs code of its own when it is loaded"
 }
 
-require_packages "${build_packages[@]}" "${arm_packages[@]}"
+require_packages "${build_packages[@]}" "${armhf_packages[@]}"
 scripts/sysroot.sh armhf
 report armhf 'armhf, -O2' $((64 * 1024))
 report armhf-small 'armhf, -Os' $((48 * 1024))

@@ -48,8 +48,7 @@ void CallSystemLog(int (*print)(Buffer, Priority, const char*, const char*, ...)
 }
 
 // Prints a line through the logger's conversion; `format` is the bare one.
-void PrintProtected(const LogSite& site, LogPriority priority, const char* format, ...)
-    __attribute__((format(printf, 3, 4)));
+void PrintProtected(const LogSite& site, LogPriority priority, const char* format, ...);
 
 // Prints one line; `format` is a VORN_FORMAT. The logger belongs to the utility
 // library and is asked for at each use, never kept.
