@@ -91,7 +91,7 @@ check_hardening() {
   fi
   grep -q ' __stack_chk_fail' <<<"$imports" || fail "its stack is not protected"
   if ((fortified)); then
-    grep -q ' __snprintf_chk' <<<"$imports" || fail "its calls of the C library are not checked"
+    grep -qE ' __v?snprintf_chk' <<<"$imports" || fail "its calls of the C library are not checked"
   fi
 }
 
