@@ -67,5 +67,5 @@ unpack() {
   mv "$work/root" "$sysroot"
 }
 
-run_quietly "== sysroot $architecture: fetch ${packages[*]} ${shlibs_packages[*]}" fetch
+run_quietly "== sysroot $architecture: fetch" fetch
 run_quietly "== sysroot $architecture: unpack" unpack

@@ -10,6 +10,7 @@ void PrintTrace(const LogSite& site) {
   VORN_LOG_AT(site, kDebug, "%s::%s(%d) called", site.file, site.function, site.line);
 }
 
+// NOLINTNEXTLINE(cert-dcl50-cpp): a parameter pack would be compiled once per kind of arguments
 void PrintProtected(const LogSite& site, LogPriority priority, const char* format, ...) {
   const int index = VornLogger::GetInstance()->GetBufferIndex();
   char* const buffer = VornLogger::GetBuffer(index);
