@@ -2,8 +2,13 @@
 # component of VornInstall.cmake, and one for the library's debug information.
 # Debian's names and rules are taken for both.
 
-if(NOT VORN_INSTALL OR NOT VORN_PLATFORM STREQUAL "development")
-  message(FATAL_ERROR "VORN_PACKAGES needs VORN_INSTALL and the platform's stand-ins.")
+include("${CMAKE_CURRENT_LIST_DIR}/VornChangelog.cmake")
+
+get_property(multi_config GLOBAL PROPERTY GENERATOR_IS_MULTI_CONFIG)
+if(NOT PROJECT_IS_TOP_LEVEL OR multi_config OR NOT VORN_INSTALL
+    OR NOT VORN_PLATFORM STREQUAL "development")
+  message(FATAL_ERROR "VORN_PACKAGES needs VORN_INSTALL, the platform's stand-ins, "
+    "a generator of one configuration, and to be no part of another project.")
 endif()
 
 set(templates "${CMAKE_CURRENT_LIST_DIR}/packages")
@@ -64,10 +69,7 @@ set(CPACK_STRIP_FILES ON)
 # The packages' changes are those of the newest version in CHANGELOG.md. The time is
 # SOURCE_DATE_EPOCH, if that is set.
 file(READ "${PROJECT_SOURCE_DIR}/CHANGELOG.md" changes)
-string(REGEX REPLACE "^.*\n## [^\n]*\n+" "" changes "${changes}")
-string(REGEX REPLACE "\n+## .*$" "\n" changes "${changes}")
-string(REGEX REPLACE "\n  " "\n    " changes "\n${changes}")
-string(REGEX REPLACE "\n- " "\n  * " changes "${changes}")
+vorn_newest_changes(changes "${changes}")
 string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC)
 configure_file("${templates}/changelog.in" "${PROJECT_BINARY_DIR}/changelog" @ONLY)
 execute_process(COMMAND gzip --best --no-name --force --keep "${PROJECT_BINARY_DIR}/changelog"

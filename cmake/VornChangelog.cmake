@@ -1,0 +1,21 @@
+# vorn_newest_changes(<result> <changes>) takes the newest version's entries from
+# the text of CHANGELOG.md, in the form that a Debian changelog has them in.
+function(vorn_newest_changes result changes)
+  string(FIND "\n${changes}" "\n## " begin)
+  if(begin EQUAL -1)
+    message(FATAL_ERROR "CHANGELOG.md tells of no version.")
+  endif()
+  string(SUBSTRING "${changes}" ${begin} -1 changes)
+  string(REGEX REPLACE "^## [^\n]*\n+" "" changes "${changes}")
+  string(FIND "\n${changes}" "\n## " end)
+  string(SUBSTRING "${changes}" 0 ${end} changes)
+  string(REGEX REPLACE "\n+$" "" changes "${changes}")
+
+  string(REGEX REPLACE "\n  " "\n    " changes "\n${changes}\n")
+  string(REGEX REPLACE "\n- " "\n  * " changes "${changes}")
+  string(REPEAT "[^\n]" 81 too_long)
+  if(changes MATCHES "${too_long}")
+    message(FATAL_ERROR "CHANGELOG.md has a line of more than 78 characters: ${CMAKE_MATCH_0}…")
+  endif()
+  set(${result} "${changes}" PARENT_SCOPE)
+endfunction()
