@@ -5,6 +5,7 @@
 #   scripts/footprint.sh
 
 set -euo pipefail
+shopt -s inherit_errexit
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 # shellcheck source=scripts/lib/packages.sh
 source scripts/lib/packages.sh
@@ -23,11 +24,8 @@ exceeds() {
 }
 
 stripped_size() {
-  local work
-  work=$(mktemp)
-  "${tools}strip" -o "$work" "$1"
-  stat -c %s "$work"
-  rm "$work"
+  "${tools}strip" -o "$1.stripped" "$1"
+  stat -c %s "$1.stripped"
 }
 
 # Sizes of the named sections together, in bytes.
@@ -79,26 +77,34 @@ writable() {
     $4 == "OBJECT" && $5 != "" && $7 ~ /^\.(data|bss|tdata|tbss)$/ && $1 !~ /^(__dso_handle|completed\.[0-9]+)$/ { print $1 }'
 }
 
+# In a folder of its own, so that no option of a developer's build gets in.
 report() {
-  local preset=$1 title=$2 limit=$3 library=build/$1/src/libvorndatabase.so size written
-  run_quietly "== $preset: configure" cmake --preset "$preset"
-  run_quietly "== $preset: build" cmake --build --preset "$preset" --target vorndatabase
+  local preset=$1 title=$2 limit=$3 tree=build/footprint/$1
+  local library=$tree/src/libvorndatabase.so size memory written constructors relocated largest
+  run_quietly "== $preset: configure" cmake --preset "$preset" -B "$tree" \
+    -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_EXAMPLES=OFF
+  run_quietly "== $preset: build" cmake --build "$tree" --target vorndatabase
   size=$(stripped_size "$library")
+  memory=$("${tools}size" "$library" | awk 'NR == 2 { print $1 ", " $2 ", " $3 }')
   written=$(writable "$library")
+  # The first entry is the compiler's own.
+  constructors=$(sections "$library" '\.init_array|\.ctors')
+  constructors=$((constructors / 4 - 1))
+  relocated=$(relocations "$library")
+  largest=$(largest_functions "$library")
   cat <<REPORT
 $title
   stripped file       $size bytes, of at most $limit
-  text, data, bss     $("${tools}size" "$library" | awk 'NR == 2 { print $1 ", " $2 ", " $3 }') bytes
+  text, data, bss     $memory bytes
   writable data       ${written:-none}
-  static constructors $(($(sections "$library" '\.init_array|\.ctors') / 4 - 1))
-  relocations         $(relocations "$library")
+  static constructors $constructors
+  relocations         $relocated
   largest functions
-$(largest_functions "$library")
+$largest
 REPORT
   ((size <= limit)) || exceeds "$preset" "the stripped library is larger than $limit bytes"
   [[ -z $written ]] || exceeds "$preset" "it has writable data: $written"
-  (($(sections "$library" '\.init_array|\.ctors') == 4)) ||
-    exceeds "$preset" "it runs code of its own when it is loaded"
+  ((constructors == 0)) || exceeds "$preset" "it runs code of its own when it is loaded"
 }
 
 require_packages "${build_packages[@]}" "${armhf_packages[@]}"
