@@ -14,8 +14,8 @@ function(vorn_harden target)
   # The C library's checks need optimisation, and hide its calls from sanitizers.
   if(NOT VORN_SANITIZE)
     target_compile_options(${target} PRIVATE
-      $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE>
-      $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
+      $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE>
+      $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-D_FORTIFY_SOURCE=2>)
   endif()
   target_link_options(${target} PRIVATE -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
 endfunction()

@@ -73,10 +73,11 @@ check_dynamic() {
   done
 }
 
-# What protects it at run time. Optimised or sanitized builds differ in the checks
-# that the compiler puts in.
+# What protects it at run time. Unoptimised and sanitized builds do without the C
+# library's checks. What GCC protects the stack with, it tells in the debug
+# information alone.
 check_hardening() {
-  local segments dynamic imports
+  local segments dynamic imports producers
   segments=$(readelf -lW "$library")
   dynamic=$(readelf -dW "$library")
   imports=$(nm -D --undefined-only "$library")
@@ -90,6 +91,13 @@ check_hardening() {
     fail "it has memory that may be both written and executed"
   fi
   grep -q ' __stack_chk_fail' <<<"$imports" || fail "its stack is not protected"
+  producers=$(readelf --debug-dump=info "$library" 2>/dev/null | grep 'DW_AT_producer .*GNU C++') || true
+  if [ -n "$producers" ]; then
+    if grep -v -e '-fstack-protector-strong.*-fstack-clash-protection' \
+      -e '-fstack-clash-protection.*-fstack-protector-strong' <<<"$producers"; then
+      fail "the stack of the code above is not protected as it should be"
+    fi
+  fi
   if ((fortified)); then
     grep -qE ' __v?snprintf_chk' <<<"$imports" || fail "its calls of the C library are not checked"
   fi
