@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Unpacks what the device's builds need of Debian's target packages, SQLite, into
 # build/sysroot/ARCH. Installs nothing, and needs no root: Debian's packages of two
-# architectures often cannot be installed side by side.
+# architectures often cannot be installed side by side. Remove the folder to have
+# them anew.
 #
 #   scripts/sysroot.sh armhf|armel
 
@@ -29,8 +30,9 @@ packages=(libsqlite3-0 libsqlite3-dev)
 # from what the compiler finds.
 shlibs_packages=(libc6 libgcc-s1 libsqlite3-0 libstdc++6)
 
-# The stamp holds what the sysroot was made from, which is moved here when complete.
-if [[ -e $sysroot/packages && -e $sysroot/shlibs ]]; then
+# A sysroot is moved to its place when it is complete, with what was asked for in it.
+request="${packages[*]} ${shlibs_packages[*]}"
+if [[ -e $sysroot/request && $(<"$sysroot/request") == "$request" ]]; then
   exit
 fi
 
@@ -63,6 +65,7 @@ unpack() {
     dpkg-deb --raw-extract "$work/packages/$name"_*.deb "$work/root/shlibs/$name" || return
   done
   (cd "$work/packages" && printf '%s\n' *.deb) >"$work/root/packages" || return
+  echo "$request" >"$work/root/request" || return
   rm -rf "$sysroot"
   mv "$work/root" "$sysroot"
 }
