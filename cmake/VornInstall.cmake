@@ -33,8 +33,9 @@ configure_package_config_file("${CMAKE_CURRENT_LIST_DIR}/vorndatabaseConfig.cmak
   INSTALL_DESTINATION "${vorn_cmakedir}"
   PATH_VARS CMAKE_INSTALL_LIBDIR
   NO_SET_AND_CHECK_MACRO NO_CHECK_REQUIRED_COMPONENTS_MACRO)
+# Until 1.0, a minor version may break what the one before has promised.
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/vorndatabaseConfigVersion.cmake"
-  COMPATIBILITY SameMajorVersion)
+  COMPATIBILITY SameMinorVersion)
 install(FILES
   "${PROJECT_BINARY_DIR}/vorndatabaseConfig.cmake"
   "${PROJECT_BINARY_DIR}/vorndatabaseConfigVersion.cmake"
@@ -49,8 +50,12 @@ install(FILES "${PROJECT_BINARY_DIR}/vorndatabase.pc"
 
 # In a host's project, this is the host's own folder.
 if(PROJECT_IS_TOP_LEVEL)
-  install(FILES "${PROJECT_SOURCE_DIR}/README.md" "${PROJECT_SOURCE_DIR}/CHANGELOG.md"
-    DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT development)
+  # The README and what it refers to.
+  foreach(document README.md CHANGELOG.md CONTRIBUTING.md abi/README.md docs/footprint.md)
+    get_filename_component(folder "${CMAKE_INSTALL_DOCDIR}/${document}" DIRECTORY)
+    install(FILES "${PROJECT_SOURCE_DIR}/${document}" DESTINATION "${folder}"
+      COMPONENT development)
+  endforeach()
 endif()
 
 # Where a device has its own: hosts look for all of them in the same places.

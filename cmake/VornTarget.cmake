@@ -21,10 +21,13 @@ function(vorn_target target)
       -fsanitize=${VORN_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(${target} PRIVATE -fsanitize=${VORN_SANITIZE})
   endif()
-  # What is built does not tell in which folder: two builds are the same.
-  target_compile_options(${target} PRIVATE
-    "$<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>"
-    "$<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_BINARY_DIR}=./build>")
+  # What is built does not tell in which folder: two builds are the same. A host's
+  # debugger has to find the sources, however.
+  if(PROJECT_IS_TOP_LEVEL)
+    target_compile_options(${target} PRIVATE
+      "$<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>"
+      "$<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_BINARY_DIR}=./build>")
+  endif()
   set_target_properties(${target} PROPERTIES BUILD_RPATH_USE_ORIGIN ON)
 endfunction()
 

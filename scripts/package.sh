@@ -157,11 +157,17 @@ if (($# == 0)); then
   set -- amd64 armhf
 fi
 
+if [[ $PWD == *[[:blank:]]* ]]; then
+  echo "package.sh: rpmbuild takes no folder with a blank: $PWD" >&2
+  exit 1
+fi
 require_packages "${build_packages[@]}" "${package_packages[@]}"
 if [[ " $* " == *' armhf '* ]]; then
   require_packages "${armhf_packages[@]}"
 fi
-set_time
+if [[ $action == make_packages ]]; then
+  set_time
+fi
 mkdir -p "$packages"
 for argument in "$@"; do
   select_architecture "$argument"

@@ -3,12 +3,12 @@
 # the README offers. The cases leave their results in the work directory for each
 # other, as tests/consume/CMakeLists.txt orders them.
 # Use: consume_test.sh CASE SOURCE_DIRECTORY BUILD_DIRECTORY WORK_DIRECTORY CMAKE CXX_COMPILER
-# with VORN_VERSION and VORN_LIBDIR, and for a cross build with VORN_EMULATOR,
+# with VORN_VERSION, VORN_LIBDIR and VORN_CONFIGURATION, and for a cross build with VORN_EMULATOR,
 # CMAKE_TOOLCHAIN_FILE and LDFLAGS.
 set -euo pipefail
 export LC_ALL=C
 # Hosts get what they are given here and nothing else.
-unset VORN_DLOG_PRIORITY CMAKE_PREFIX_PATH PKG_CONFIG_PATH LD_LIBRARY_PATH LIBRARY_PATH CPATH
+unset DESTDIR VORN_DLOG_PRIORITY CMAKE_PREFIX_PATH PKG_CONFIG_PATH LD_LIBRARY_PATH LIBRARY_PATH CPATH
 
 case=$1
 source=$2
@@ -61,13 +61,25 @@ files() {
     fail "the installed files differ from files.txt"
 }
 
+# files_with OPTION PLACE: prints the files that name folders of the build.
+files_with() {
+  local status=0
+  grep -rlF "$1" -e "$source" -e "$work" "$2" || status=$?
+  ((status <= 1)) || fail "$2 cannot be searched"
+  return "$status"
+}
+
 # Nothing tells where it was built or first installed.
 origin() {
   local file
-  if grep -rIlF -e "$source" -e "$work" "$prefix"; then
+  if files_with -I "$prefix"; then
     fail "the files above name folders of the build"
   fi
   for file in "$prefix/$libdir"/*.so; do
+    # Unoptimised builds are for the debugger, which has to find the sources.
+    if [ "$VORN_CONFIGURATION" != Debug ] && files_with -a "$file"; then
+      fail "the library above names folders of the build"
+    fi
     if grep -E '\((RPATH|RUNPATH)\)' <<<"$(readelf -dW "$file")"; then
       fail "$file has a run path"
     fi
@@ -119,9 +131,13 @@ END
 with_package() {
   local folders=$1
   shift
+  local -a roots=()
+  if [ -n "${CMAKE_TOOLCHAIN_FILE:-}" ]; then
+    roots=(-DCMAKE_FIND_ROOT_PATH="$folders")
+  fi
   rm -rf "${work:?}/$case"
   configure find_package "$work/$case" -DHOST_LIBRARY_VERSION="$VORN_VERSION" \
-    -DCMAKE_PREFIX_PATH="$folders" -DCMAKE_FIND_ROOT_PATH="$folders" "$@"
+    -DCMAKE_PREFIX_PATH="$folders" "${roots[@]}" "$@"
   build_host "$work/$case"
 }
 
@@ -149,7 +165,8 @@ pkg_config() {
   version=$(pkg-config --modversion vorndatabase)
   [ "$version" = "$VORN_VERSION" ] || fail "the version is '$version'"
   local -a flags linker
-  read -ra flags <<<"$(pkg-config --cflags --libs vorndatabase)"
+  # It marks blanks in folders as a shell has them.
+  mapfile -t flags < <(pkg-config --cflags --libs vorndatabase | xargs -n 1)
   read -ra linker <<<"${LDFLAGS:-}"
   "$compiler" "$source/tests/consume/host/main.cpp" "${flags[@]}" "${linker[@]}" \
     -o "$work/pkg_config_host" >>"$log" 2>&1 || fail "the host does not build"
@@ -171,9 +188,12 @@ expect_nothing_but_headers() {
   host=$(command_line host)
   control=$(command_line control)
   [ -n "$control" ] || fail "there is no command line to compare with"
-  [[ $host == *" -I$source/include "* ]] || fail "the host does not get the headers: $host"
-  [ "${host/" -I$source/include"/}" = "$control" ] || fail "the host gets further options: $host"
+  local option=" -I$source/include "
+  [[ $source != *' '* ]] || option=" -I\\\"$source/include\\\" "
+  [[ $host == *"$option"* ]] || fail "the host does not get the headers: $host"
+  [ "${host/"$option"/ }" = "$control" ] || fail "the host gets further options: $host"
 
+  rm -rf "$work/subproject-installed"
   "$cmake" --install "$work/subproject" --prefix "$work/subproject-installed" >>"$log" 2>&1 ||
     fail "the host cannot be installed"
   [ ! -e "$work/subproject-installed" ] || fail "the library is installed with the host"

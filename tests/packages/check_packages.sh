@@ -111,6 +111,7 @@ expect_rpm_relations() {
   ((${#needed[@]} >= 6)) || fail "the library needs only: ${needed[*]}"
   expect_rpm_relation libvorndatabase requires "${needed[@]}"
   mapfile -t needed < <(needed_by "$library/libvornutil.so")
+  ((${#needed[@]} >= 2)) || fail "the stand-ins need only: ${needed[*]}"
   expect_rpm_relation vorn-desktop-stand-ins requires "${needed[@]}"
   [ "$rpm_libdir" = lib ] || suffix='()(64bit)'
   expect_rpm_relation libvorndatabase provides "libvorndatabase.so$suffix"
@@ -150,11 +151,33 @@ expect_lintian() {
 
 # --- The libraries -----------------------------------------------------------------
 
+# Into an empty root, of which the packages that they depend on are no part. Another
+# user than root cannot install, but unpack.
+install_debs() {
+  local -a all
+  mkdir -p "$work/deb/var/lib/dpkg"
+  mapfile -t all < <(for name in "${names[@]}"; do deb "$name"; done)
+  if ((EUID != 0)); then
+    for name in "${all[@]}"; do
+      dpkg-deb --extract "$name" "$work/deb"
+    done
+    return
+  fi
+  : >"$work/deb/var/lib/dpkg/status"
+  PATH=$PATH:/usr/sbin:/sbin dpkg --root="$work/deb" --force-depends --force-architecture \
+    --force-script-chrootless --install "${all[@]}" >"$work/log" 2>&1 ||
+    fail "they cannot be installed into an empty root: $(<"$work/log")"
+  local state
+  state=$(dpkg-query --admindir="$work/deb/var/lib/dpkg" --show --showformat='${db:Status-Abbrev}\n')
+  [ "$state" = "$(printf 'ii %.0s\n' "${names[@]}")" ] || fail "they are not installed: $state"
+  say "the .deb are installed into an empty root"
+}
+
 unpack() {
   local name
+  install_debs
   for name in "${names[@]}"; do
-    mkdir -p "$work/deb" "$work/rpm" "$work/control/$name"
-    dpkg-deb --extract "$(deb "$name")" "$work/deb"
+    mkdir -p "$work/rpm" "$work/control/$name"
     dpkg-deb --control "$(deb "$name")" "$work/control/$name"
     (cd "$work/deb" && md5sum --quiet --check "$work/control/$name/md5sums") || fail "a sum of $name is wrong"
     rpm2cpio "$(rpm_file "$name")" | (cd "$work/rpm" && cpio --quiet -idm)
