@@ -70,8 +70,7 @@ int CheckFormat(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 }  // namespace vorn
 
-// The place where this stands: a constant, so that a call takes an address and no
-// more from the member that it stands in.
+// The place where this stands: a constant, so that a call only passes its address.
 #define VORN_HERE                                                                     \
   (*__extension__({                                                                   \
     static constexpr ::vorn::LogSite kVornSite = {__FILE_NAME__, __func__, __LINE__}; \
