@@ -48,6 +48,12 @@ run_suite() {
   "${wrapper[@]}" ctest --preset "$preset" || fail "$preset: test"
 }
 
+# The packed library is the one that was tested, to the byte.
+expect_tested() { # PRESET ARCHITECTURE
+  cmp "build/$1/src/libvorndatabase.so" "build/packages/tree/$2/src/libvorndatabase.so" ||
+    fail "$2: the packages hold another library than was tested"
+}
+
 # The tests compare texts of tools and compilers.
 export LC_ALL=C.UTF-8
 
@@ -72,6 +78,9 @@ case "$#:${1:-}" in
     scripts/footprint.sh || fail footprint
     scripts/package.sh || fail packages
     scripts/package.sh check || fail 'check of the packages'
+    expect_tested release amd64
+    expect_tested armhf armhf
+    scripts/reproducible.sh || fail reproducibility
     ;;
   1:-h | 1:--help)
     usage
