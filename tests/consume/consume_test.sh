@@ -3,8 +3,9 @@
 # the README offers. The cases leave their results in the work directory for each
 # other, as tests/consume/CMakeLists.txt orders them.
 # Use: consume_test.sh CASE SOURCE_DIRECTORY BUILD_DIRECTORY WORK_DIRECTORY CMAKE CXX_COMPILER
-# with VORN_VERSION, VORN_LIBDIR and VORN_CONFIGURATION, and for a cross build with VORN_EMULATOR,
-# CMAKE_TOOLCHAIN_FILE and LDFLAGS.
+# with VORN_VERSION, VORN_LIBDIR and VORN_CONFIGURATION; for a cross build with
+# VORN_EMULATOR, CMAKE_TOOLCHAIN_FILE and LDFLAGS; and for hosts of a library that is
+# installed already, with its VORN_PREFIX.
 set -euo pipefail
 export LC_ALL=C
 # Hosts get what they are given here and nothing else.
@@ -21,7 +22,7 @@ libdir=$VORN_LIBDIR
 components=(runtime development stand_ins)
 # What was installed is used in another place: all in one, and the library apart
 # from the platform.
-prefix=$work/moved/prefix
+prefix=${VORN_PREFIX:-$work/moved/prefix}
 library=$work/moved/library
 platform=$work/moved/platform
 log=$work/$case.log

@@ -219,11 +219,9 @@ expect_stripped_with_debug_file() {
 build_hosts() {
   local root=$1 libdir=$2 case
   shift 2
-  mkdir -p "$root/work/moved"
-  ln -s "$root/usr" "$root/work/moved/prefix"
   for case in "$@"; do
-    env "${environment[@]}" VORN_VERSION="$version" VORN_LIBDIR="$libdir" \
-      "$source/tests/consume/consume_test.sh" "$case" "$source" /nonexistent "$root/work" \
+    env "${environment[@]}" VORN_VERSION="$version" VORN_LIBDIR="$libdir" VORN_PREFIX="$root/usr" \
+      "$source/tests/consume/consume_test.sh" "$case" "$source" /nonexistent "$work/hosts" \
       "$(type -P cmake)" "$compiler" >"$work/log" 2>&1 || fail "$case, $libdir: $(<"$work/log")"
     say "$libdir: a host is built and runs ($case)"
   done
