@@ -1,0 +1,54 @@
+// Stands between SQLite and the file system: shows a test every call, and lets it
+// answer in the file system's place.
+
+#ifndef VORN_TESTS_SUPPORT_SHIMVFS_H
+#define VORN_TESTS_SUPPORT_SHIMVFS_H
+
+#include <sqlite3.h>
+
+#include <functional>
+#include <string>
+
+enum class FileCall {
+  kOpen,
+  kClose,
+  kRead,
+  kWrite,
+  kTruncate,
+  kSync,
+  kFileSize,
+  kLock,
+  kUnlock,
+  kCheckReservedLock,
+  kDelete,
+  kAccess,
+};
+
+// One call, as SQLite makes it.
+struct FileEvent {
+  FileCall call;
+  std::string path;      // empty: a temporary file without a name
+  sqlite3_int64 offset;  // of a read or write; the size to truncate to
+  int amount;            // of bytes to read or write
+  const void* data;      // to be written
+  int flags;             // of an open or a sync; the kind of lock; a delete's syncDir
+};
+
+// While it lives, it is SQLite's default VFS; what was opened through it has to be
+// closed before it ends. Not for several threads.
+class ShimVfs {
+ public:
+  // Answers before the real call is made: SQLITE_OK lets it be made, every other
+  // code is the result in its place. A close is always made.
+  using Answer = std::function<int(const FileEvent& event)>;
+  explicit ShimVfs(Answer answer);
+  ~ShimVfs();
+  ShimVfs(const ShimVfs&) = delete;
+  ShimVfs& operator=(const ShimVfs&) = delete;
+
+ private:
+  sqlite3_vfs* const m_real;
+  sqlite3_vfs m_vfs;
+};
+
+#endif  // VORN_TESTS_SUPPORT_SHIMVFS_H
