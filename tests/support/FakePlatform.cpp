@@ -13,6 +13,7 @@
 #include <new>
 #include <utility>
 
+#include "HeapPause.h"
 #include "Journal.h"
 
 namespace fake {
@@ -30,7 +31,8 @@ std::optional<LockNameCall> lockNameCall;
 std::map<const VornMutex*, std::string> mutexNames;
 int loggerCallsToThrow = 0;  // until the one that throws; 0: none does
 
-void NoteLoggerCall(const std::string& call) {
+void NoteLoggerCall(const char* call) {
+  const HeapPause pause;
   journal::Add(Kind::kLogger, call);
   if (loggerCallsToThrow > 0 && --loggerCallsToThrow == 0) {
     throw std::bad_alloc();
@@ -119,6 +121,7 @@ using journal::Kind;
 // The system log.
 
 int __dlog_print(int logId, int priority, const char* tag, const char* format, ...) {
+  const HeapPause pause;
   va_list arguments;
   va_start(arguments, format);
   va_list prefix;
@@ -156,12 +159,14 @@ int VornLogger::GetBufferIndex() {
 }
 
 char* VornLogger::GetBuffer(const int& index) {
-  fake::NoteLoggerCall("GetBuffer(" + std::to_string(index) + ")");
+  const HeapPause pause;
+  fake::NoteLoggerCall(("GetBuffer(" + std::to_string(index) + ")").c_str());
   return fake::buffer;
 }
 
 std::string VornLogger::ConvertToSecureLog(std::string message) {
-  fake::NoteLoggerCall("ConvertToSecureLog(" + message + ")");
+  const HeapPause pause;
+  fake::NoteLoggerCall(("ConvertToSecureLog(" + message + ")").c_str());
   return convert(message);
 }
 
@@ -173,18 +178,26 @@ const char* VornLogger::GetLogTag() const {
 // The named mutex of the utility library.
 
 VornMutex::VornMutex(const char* name) : m_lock(nullptr) {
+  const HeapPause pause;
   fake::mutexNames[this] = name;
   journal::Add(Kind::kMutex, std::string("make ") + name);
 }
 
 VornMutex::~VornMutex() {
+  const HeapPause pause;
   journal::Add(Kind::kMutex, "destroy " + fake::mutexNames[this]);
   fake::mutexNames.erase(this);
 }
 
-void VornMutex::Lock() { journal::Add(Kind::kMutex, "lock " + fake::mutexNames[this]); }
+void VornMutex::Lock() {
+  const HeapPause pause;
+  journal::Add(Kind::kMutex, "lock " + fake::mutexNames[this]);
+}
 
-void VornMutex::Unlock() { journal::Add(Kind::kMutex, "unlock " + fake::mutexNames[this]); }
+void VornMutex::Unlock() {
+  const HeapPause pause;
+  journal::Add(Kind::kMutex, "unlock " + fake::mutexNames[this]);
+}
 
 // The system library.
 
@@ -193,6 +206,7 @@ namespace {
 // The format tells the library's formatting of a lock name from everybody else's
 // use of the call.
 int Format(char* output, std::size_t size, const char* format, va_list arguments) {
+  const HeapPause pause;
   if (std::strcmp(format, "%" PRIxPTR) == 0) {
     fake::lockNameCall = fake::LockNameCall{size, format};
     if (fake::lockNameResult) {
@@ -205,6 +219,7 @@ int Format(char* output, std::size_t size, const char* format, va_list arguments
 }  // namespace
 
 int usleep(useconds_t microseconds) {
+  const HeapPause pause;
   journal::Add(Kind::kSleep, "usleep " + std::to_string(microseconds));
   return 0;
 }

@@ -7,24 +7,10 @@
 
 namespace {
 
-int readsLeft = 0;
-int failures = 0;
-ReadFault::Kind faultKind = ReadFault::Kind::kOnce;
-
-bool Fails() {
-  if (readsLeft > 0) {
-    --readsLeft;
-    return false;
-  }
-  if (failures > 0 && faultKind == ReadFault::Kind::kOnce) {
-    return false;
-  }
-  ++failures;
-  return true;
-}
+FaultPoint faultPoint;
 
 ssize_t FaultyRead(int file, void* buffer, size_t size) {
-  if (Fails()) {
+  if (faultPoint.Fails()) {
     errno = EIO;
     return -1;
   }
@@ -32,7 +18,7 @@ ssize_t FaultyRead(int file, void* buffer, size_t size) {
 }
 
 ssize_t FaultyPread(int file, void* buffer, size_t size, off_t offset) {
-  if (Fails()) {
+  if (faultPoint.Fails()) {
     errno = EIO;
     return -1;
   }
@@ -40,7 +26,7 @@ ssize_t FaultyPread(int file, void* buffer, size_t size, off_t offset) {
 }
 
 ssize_t FaultyPread64(int file, void* buffer, size_t size, off64_t offset) {
-  if (Fails()) {
+  if (faultPoint.Fails()) {
     errno = EIO;
     return -1;
   }
@@ -57,9 +43,7 @@ void SetSystemCall(const char* name, sqlite3_syscall_ptr call) {
 }  // namespace
 
 ReadFault::ReadFault(int readsBefore, Kind kind) {
-  readsLeft = readsBefore;
-  failures = 0;
-  faultKind = kind;
+  faultPoint.Set(readsBefore, kind);
   SetSystemCall("read", reinterpret_cast<sqlite3_syscall_ptr>(FaultyRead));
   SetSystemCall("pread", reinterpret_cast<sqlite3_syscall_ptr>(FaultyPread));
   SetSystemCall("pread64", reinterpret_cast<sqlite3_syscall_ptr>(FaultyPread64));
@@ -71,4 +55,4 @@ ReadFault::~ReadFault() {
   SetSystemCall("pread64", nullptr);
 }
 
-int ReadFault::Failures() { return failures; }
+int ReadFault::Failures() { return faultPoint.Failures(); }

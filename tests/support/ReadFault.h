@@ -3,10 +3,12 @@
 #ifndef VORN_TESTS_SUPPORT_READFAULT_H
 #define VORN_TESTS_SUPPORT_READFAULT_H
 
+#include "FaultPoint.h"
+
 class ReadFault {
  public:
-  // The reads after the next `readsBefore` fail: one of them, or all.
-  enum class Kind { kOnce, kAlways };
+  using Kind = FaultPoint::Kind;
+  // The read after the next `readsBefore` fails: it alone, or all that follow, too.
   ReadFault(int readsBefore, Kind kind);
   // Reads work again.
   ~ReadFault();

@@ -8,6 +8,7 @@
 #include <deque>
 #include <map>
 
+#include "HeapPause.h"
 #include "Journal.h"
 
 namespace sqlite_spy {
@@ -17,6 +18,7 @@ namespace {
 std::map<std::string, std::deque<Step>> scripts;
 std::optional<std::string> errorText;
 std::vector<std::string> calls;
+std::vector<Reply> replies;
 std::vector<sqlite3*> connections;
 std::vector<sqlite3_stmt*> statements;
 
@@ -35,6 +37,10 @@ Function* RealFunction(const char* name, Function* /*prototype*/) {
   return reinterpret_cast<Function*>(symbol);
 }
 
+std::optional<std::string> TextOrNone(const char* text) {
+  return text == nullptr ? std::nullopt : std::make_optional<std::string>(text);
+}
+
 Step Next(const std::string& function) {
   auto& steps = scripts[function];
   if (steps.empty()) {
@@ -48,6 +54,14 @@ Step Next(const std::string& function) {
 void Note(const std::string& function, const std::string& arguments) {
   calls.push_back(function + "(" + arguments + ")");
   journal::Add(journal::Kind::kSqlite, calls.back());
+}
+
+void NoteReply(const std::string& function, int result) {
+  replies.push_back({function, result, std::nullopt, false});
+}
+
+void NoteReply(const std::string& function, const char* text) {
+  replies.push_back({function, 0, TextOrNone(text), false});
 }
 
 template <typename Handle>
@@ -67,14 +81,19 @@ Result Run(const std::string& function, const std::string& arguments, RealCall r
 
 template <typename RealCall>
 int RunInt(const std::string& function, const std::string& arguments, RealCall real) {
-  return Run<RealCall, int>(function, arguments, real, [](int answer) { return answer; });
+  const int result =
+      Run<RealCall, int>(function, arguments, real, [](int answer) { return answer; });
+  NoteReply(function, result);
+  return result;
 }
 
 // Of the texts, only null can be scripted.
 template <typename Text, typename RealCall>
 const Text* RunText(const std::string& function, const std::string& arguments, RealCall real) {
-  return Run<RealCall, const Text*>(function, arguments, real,
-                                    [](int) -> const Text* { return nullptr; });
+  const Text* const text = Run<RealCall, const Text*>(function, arguments, real,
+                                                      [](int) -> const Text* { return nullptr; });
+  NoteReply(function, reinterpret_cast<const char*>(text));
+  return text;
 }
 
 }  // namespace
@@ -97,6 +116,8 @@ void SetErrorText(std::string text) { errorText = std::move(text); }
 
 std::vector<std::string> Calls() { return calls; }
 
+std::vector<Reply> Replies() { return replies; }
+
 int CountCalls(const std::string& function) {
   return static_cast<int>(std::count_if(calls.begin(), calls.end(), [&](const std::string& call) {
     return call.compare(0, function.size() + 1, function + "(") == 0;
@@ -118,6 +139,7 @@ void Reset() {
   scripts.clear();
   errorText.reset();
   calls.clear();
+  replies.clear();
 }
 
 }  // namespace sqlite_spy
@@ -128,20 +150,24 @@ using namespace sqlite_spy;  // NOLINT: the wrappers below are the spy
 #define IS_FROM_LIBRARY IsFromLibrary(__builtin_return_address(0))
 
 int sqlite3_open(const char* path, sqlite3** db) {
+  const HeapPause pause;
   static auto* const real = REAL(sqlite3_open);
   if (!IS_FROM_LIBRARY) {
     return real(path, db);
   }
-  return RunInt("sqlite3_open", path, [&] {
+  const int result = RunInt("sqlite3_open", path, [&] {
     const int rc = real(path, db);
     if (*db != nullptr) {
       connections.push_back(*db);
     }
     return rc;
   });
+  replies.back().hasHandle = *db != nullptr;
+  return result;
 }
 
 int sqlite3_close(sqlite3* db) {
+  const HeapPause pause;
   static auto* const real = REAL(sqlite3_close);
   if (!IS_FROM_LIBRARY) {
     return real(db);
@@ -157,6 +183,7 @@ int sqlite3_close(sqlite3* db) {
 
 int sqlite3_exec(sqlite3* db, const char* sql, int (*callback)(void*, int, char**, char**),
                  void* argument, char** error) {
+  const HeapPause pause;
   static auto* const real = REAL(sqlite3_exec);
   if (!IS_FROM_LIBRARY) {
     return real(db, sql, callback, argument, error);
@@ -172,30 +199,35 @@ int sqlite3_exec(sqlite3* db, const char* sql, int (*callback)(void*, int, char*
   if (!wasReal) {
     *error = errorText ? sqlite3_mprintf("%s", errorText->c_str()) : nullptr;
   }
+  replies.back().text = TextOrNone(*error);
   return rc;
 }
 
 void sqlite3_free(void* memory) {
+  const HeapPause pause;
   static auto* const real = REAL(sqlite3_free);
   if (IS_FROM_LIBRARY) {
     Note("sqlite3_free", memory == nullptr ? "null" : "");
+    NoteReply("sqlite3_free", 0);
   }
   real(memory);
 }
 
 const char* sqlite3_errmsg(sqlite3* db) {
+  const HeapPause pause;
   static auto* const real = REAL(sqlite3_errmsg);
-  if (IS_FROM_LIBRARY) {
-    Note("sqlite3_errmsg", db == nullptr ? "null" : "");
-    if (errorText) {
-      return errorText->c_str();
-    }
+  if (!IS_FROM_LIBRARY) {
+    return real(db);
   }
-  return real(db);
+  Note("sqlite3_errmsg", db == nullptr ? "null" : "");
+  const char* const text = errorText ? errorText->c_str() : real(db);
+  NoteReply("sqlite3_errmsg", text);
+  return text;
 }
 
 int sqlite3_prepare(sqlite3* db, const char* sql, int length, sqlite3_stmt** stmt,
                     const char** tail) {
+  const HeapPause pause;
   static auto* const real = REAL(sqlite3_prepare);
   if (!IS_FROM_LIBRARY) {
     return real(db, sql, length, stmt, tail);
@@ -213,6 +245,7 @@ int sqlite3_prepare(sqlite3* db, const char* sql, int length, sqlite3_stmt** stm
 }
 
 int sqlite3_step(sqlite3_stmt* stmt) {
+  const HeapPause pause;
   static auto* const real = REAL(sqlite3_step);
   if (!IS_FROM_LIBRARY) {
     return real(stmt);
@@ -221,6 +254,7 @@ int sqlite3_step(sqlite3_stmt* stmt) {
 }
 
 int sqlite3_finalize(sqlite3_stmt* stmt) {
+  const HeapPause pause;
   static auto* const real = REAL(sqlite3_finalize);
   if (!IS_FROM_LIBRARY) {
     return real(stmt);
@@ -232,6 +266,7 @@ int sqlite3_finalize(sqlite3_stmt* stmt) {
 }
 
 int sqlite3_column_count(sqlite3_stmt* stmt) {
+  const HeapPause pause;
   static auto* const real = REAL(sqlite3_column_count);
   if (!IS_FROM_LIBRARY) {
     return real(stmt);
@@ -240,6 +275,7 @@ int sqlite3_column_count(sqlite3_stmt* stmt) {
 }
 
 const char* sqlite3_column_name(sqlite3_stmt* stmt, int column) {
+  const HeapPause pause;
   static auto* const real = REAL(sqlite3_column_name);
   if (!IS_FROM_LIBRARY) {
     return real(stmt, column);
@@ -249,6 +285,7 @@ const char* sqlite3_column_name(sqlite3_stmt* stmt, int column) {
 }
 
 int sqlite3_column_type(sqlite3_stmt* stmt, int column) {
+  const HeapPause pause;
   static auto* const real = REAL(sqlite3_column_type);
   if (!IS_FROM_LIBRARY) {
     return real(stmt, column);
@@ -257,6 +294,7 @@ int sqlite3_column_type(sqlite3_stmt* stmt, int column) {
 }
 
 const unsigned char* sqlite3_column_text(sqlite3_stmt* stmt, int column) {
+  const HeapPause pause;
   static auto* const real = REAL(sqlite3_column_text);
   if (!IS_FROM_LIBRARY) {
     return real(stmt, column);
@@ -266,6 +304,7 @@ const unsigned char* sqlite3_column_text(sqlite3_stmt* stmt, int column) {
 }
 
 int sqlite3_column_int(sqlite3_stmt* stmt, int column) {
+  const HeapPause pause;
   static auto* const real = REAL(sqlite3_column_int);
   if (!IS_FROM_LIBRARY) {
     return real(stmt, column);

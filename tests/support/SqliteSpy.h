@@ -40,6 +40,15 @@ void SetErrorText(std::string text);
 std::vector<std::string> Calls();
 int CountCalls(const std::string& function);
 
+// What came back from each of these calls.
+struct Reply {
+  std::string function;
+  int result;                       // 0 where there is none
+  std::optional<std::string> text;  // of functions that give one, unless it is null
+  bool hasHandle;                   // of an open: whether there is a connection
+};
+std::vector<Reply> Replies();
+
 // Connections that were opened and not closed, and statements likewise.
 std::vector<sqlite3*> OpenConnections();
 std::vector<sqlite3_stmt*> OpenStatements();

@@ -1,12 +1,14 @@
 // Watches what goes through operator new and delete, between two points, and makes
 // the former fail.
 
-#ifndef VORN_TESTS_HEAP_HEAPSPY_H
-#define VORN_TESTS_HEAP_HEAPSPY_H
+#ifndef VORN_TESTS_SUPPORT_HEAPSPY_H
+#define VORN_TESTS_SUPPORT_HEAPSPY_H
 
 #include <cstddef>
 #include <string>
 #include <vector>
+
+#include "FaultPoint.h"
 
 namespace heap_spy {
 
@@ -27,11 +29,14 @@ std::vector<std::size_t> ArraysReleased();
 std::vector<std::string> Events();
 void Note(const char* word);
 
-// Makes the allocation after the next `successes` throw, once.
-void FailAfter(int successes);
-// Takes that back, if it still has to come.
-void FailNever();
+// Blocks taken since Start and not released.
+int BlocksHeld();
+
+// Makes the calling thread's allocation after the next `successes` throw.
+void FailAfter(int successes, FaultPoint::Kind kind = FaultPoint::Kind::kOnce);
+// Takes that back, if it still has to come. Answers how many have failed.
+int FailNever();
 
 }  // namespace heap_spy
 
-#endif  // VORN_TESTS_HEAP_HEAPSPY_H
+#endif  // VORN_TESTS_SUPPORT_HEAPSPY_H

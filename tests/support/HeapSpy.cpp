@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdlib>
 #include <new>
+
+#include "HeapPause.h"
 
 namespace heap_spy {
 
@@ -22,34 +25,44 @@ std::size_t releasedCount = 0;
 std::array<const char*, 256> events;
 std::size_t eventCount = 0;
 thread_local bool watching = false;
-thread_local int successesLeft = -1;  // negative: no allocation is to fail
+thread_local FaultPoint faultPoint;
+thread_local unsigned watch = 0;  // the number of the present one
+thread_local int blocksHeld = 0;
 
-// While the spy itself uses the heap.
-struct Pause {
-  Pause() : wasWatching(watching) { watching = false; }
-  ~Pause() { watching = wasWatching; }
-  const bool wasWatching;
+bool IsWatching() { return watching && !HeapPause::IsOn(); }
+
+// Precedes every block.
+struct alignas(std::max_align_t) Tag {
+  unsigned watch;  // in which the block was taken; 0: in none
 };
 
 void* Allocate(std::size_t size) {
-  if (successesLeft >= 0 && successesLeft-- == 0) {
+  if (!HeapPause::IsOn() && faultPoint.Fails()) {
     throw std::bad_alloc();
   }
-  void* const block = std::malloc(size == 0 ? 1 : size);
-  if (block == nullptr) {
+  void* const memory = std::malloc(sizeof(Tag) + size);
+  if (memory == nullptr) {
     throw std::bad_alloc();
   }
-  return block;
+  const bool counts = IsWatching();
+  blocksHeld += counts ? 1 : 0;
+  return new (memory) Tag{counts ? watch : 0} + 1;
 }
 
-void NoteRelease(const void* block) {
-  if (block != nullptr) {
-    Note("release");
+void Release(void* block) {
+  if (block == nullptr) {
+    return;
   }
+  Note("release");
+  Tag* const tag = static_cast<Tag*>(block) - 1;
+  if (tag->watch != 0 && tag->watch == watch) {
+    --blocksHeld;
+  }
+  std::free(tag);
 }
 
 void AddArray(void* block, std::size_t size) {
-  if (watching) {
+  if (IsWatching()) {
     if (arrayCount == arrays.size()) {
       std::abort();
     }
@@ -77,13 +90,17 @@ void Start() {
   arrayCount = 0;
   releasedCount = 0;
   eventCount = 0;
+  blocksHeld = 0;
+  ++watch;
   watching = true;
 }
 
 void Stop() { watching = false; }
 
+int BlocksHeld() { return blocksHeld; }
+
 std::vector<std::size_t> ArraysHeld() {
-  const Pause pause;
+  const HeapPause pause;
   std::vector<std::size_t> sizes;
   for (std::size_t i = 0; i < arrayCount; ++i) {
     sizes.push_back(arrays[i].size);
@@ -92,23 +109,26 @@ std::vector<std::size_t> ArraysHeld() {
 }
 
 std::vector<std::size_t> ArraysReleased() {
-  const Pause pause;
+  const HeapPause pause;
   return std::vector<std::size_t>(released.begin(),
                                   released.begin() + static_cast<std::ptrdiff_t>(releasedCount));
 }
 
-void FailAfter(int successes) { successesLeft = successes; }
+void FailAfter(int successes, FaultPoint::Kind kind) { faultPoint.Set(successes, kind); }
 
-void FailNever() { successesLeft = -1; }
+int FailNever() {
+  faultPoint.Clear();
+  return faultPoint.Failures();
+}
 
 std::vector<std::string> Events() {
-  const Pause pause;
+  const HeapPause pause;
   return std::vector<std::string>(events.begin(),
                                   events.begin() + static_cast<std::ptrdiff_t>(eventCount));
 }
 
 void Note(const char* word) {
-  if (watching && eventCount < events.size()) {
+  if (IsWatching() && eventCount < events.size()) {
     events[eventCount++] = word;
   }
 }
@@ -127,17 +147,13 @@ void* operator new[](std::size_t size) {
   return block;
 }
 
-void operator delete(void* block) noexcept {
-  heap_spy::NoteRelease(block);
-  std::free(block);
-}
+void operator delete(void* block) noexcept { heap_spy::Release(block); }
 
 void operator delete(void* block, std::size_t) noexcept { operator delete(block); }
 
 void operator delete[](void* block) noexcept {
-  heap_spy::NoteRelease(block);
   heap_spy::RemoveArray(block);
-  std::free(block);
+  heap_spy::Release(block);
 }
 
 void operator delete[](void* block, std::size_t) noexcept { operator delete[](block); }
