@@ -1,41 +1,21 @@
-// What is left when memory runs out, at each allocation in turn.
+// What is left of a statement when memory runs out, at each allocation in turn.
 
 #include <gtest/gtest.h>
-#include <sqlite3.h>
 
 #include <new>
 #include <string>
 
 #include "CreateRequest.h"
-#include "Cursor.h"
-#include "Database.h"
 #include "DeleteRequest.h"
 #include "DropRequest.h"
 #include "HeapSpy.h"
 #include "JoinRequest.h"
 #include "SelectRequest.h"
 #include "SqlGenerator.h"
-#include "TemporaryDatabase.h"
 #include "UpdateRequest.h"
 #include "UpsertRequest.h"
 
 namespace {
-
-template <typename Request>
-class ExhaustedTableTest : public ::testing::Test {};
-using TableRequests = ::testing::Types<SelectRequest, UpdateRequest, UpsertRequest, DeleteRequest,
-                                       DropRequest, CreateRequest>;
-TYPED_TEST_SUITE(ExhaustedTableTest, TableRequests);
-
-TYPED_TEST(ExhaustedTableTest, LeavesTheTable) {
-  TypeParam request;
-  request.SetTable("accounts");
-  heap_spy::FailAfter(0);
-  EXPECT_THROW(request.SetTable("contacts"), std::bad_alloc);
-  std::string table;
-  request.GetTable(table);
-  EXPECT_EQ("accounts", table);
-}
 
 // Runs an action again and again, failing its first allocation, its second, and
 // so on, until it has no more to fail; looks at the state after every failure.
@@ -56,18 +36,6 @@ void FailEachAllocation(Action action, Look look) {
     }
     look();
   }
-}
-
-TEST(ExhaustedHeapTest, LeavesTheMaps) {
-  BaseSet set;
-  const std::string value(100, 'v');
-  const char* const column = "c";
-  BaseSet::ColumnMap map;
-  FailEachAllocation([&] { set.SetData(column, value.c_str()); },
-                     [&] {
-                       set.GetDataMap(map);
-                       EXPECT_TRUE(map.empty());
-                     });
 }
 
 TEST(ExhaustedHeapTest, LeavesTheStatement) {
@@ -104,41 +72,6 @@ TEST(ExhaustedHeapTest, LeavesTheStatement) {
   expectUnchanged(join, &SqlGenerator::GetJoinSql);
   expectUnchanged(create, &SqlGenerator::GetCreateTableSql);
   expectUnchanged(drop, &SqlGenerator::GetDropTableSql);
-}
-
-// A connection or a statement that stays open keeps memory of SQLite's.
-TEST(ExhaustedHeapTest, LeavesNothingOpen) {
-  const auto blocksOfSqlite = [] {
-    int current = 0;
-    int highest = 0;
-    sqlite3_status(SQLITE_STATUS_MALLOC_COUNT, &current, &highest, 0);
-    return current;
-  };
-  // Longer than what a string keeps inside itself.
-  const char* const longText = "a text that is longer than a short string, by far";
-  TemporaryDatabase file;
-  file.Run("CREATE TABLE t (a TEXT, b TEXT); INSERT INTO t VALUES ('1', '2'), ('3', NULL)");
-  UpsertRequest upsert;
-  file.Locate(upsert);
-  upsert.SetTable("t");
-  upsert.SetData("a", longText);
-  SelectRequest select;
-  file.Locate(select);
-  select.SetTable("t");
-  JoinRequest join;
-  file.Locate(join);
-  join.SetLeftJoin("t", "a");
-  join.SetRightJoin("t", "b");
-  Database database;
-  Cursor cursor;
-  bool exists = false;
-  const int before = blocksOfSqlite();
-  const auto expectNothingOpen = [&] { EXPECT_EQ(before, blocksOfSqlite()); };
-  FailEachAllocation([&] { database.Upsert(upsert); }, expectNothingOpen);
-  FailEachAllocation([&] { database.Select(select, cursor); }, expectNothingOpen);
-  FailEachAllocation([&] { database.JoinSelect(join, cursor); }, expectNothingOpen);
-  FailEachAllocation([&] { database.CheckExistTable(select, longText, exists); },
-                     expectNothingOpen);
 }
 
 }  // namespace

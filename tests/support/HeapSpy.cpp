@@ -97,6 +97,8 @@ void Start() {
 
 void Stop() { watching = false; }
 
+void Resume() { watching = true; }
+
 int BlocksHeld() { return blocksHeld; }
 
 std::vector<std::size_t> ArraysHeld() {

@@ -12,9 +12,10 @@
 
 namespace heap_spy {
 
-// Starts watching the calling thread, from nothing; Stop ends it.
+// Starts watching the calling thread, from nothing; Stop ends it, Resume goes on.
 void Start();
 void Stop();
+void Resume();
 
 // Sizes of the arrays taken with array new since Start and not released with
 // array delete, in the order of their taking.

@@ -4,12 +4,10 @@
 
 namespace {
 
-// There is one at a time.
-ShimVfs::Answer answerOf;
-
 // The real file follows in memory.
 struct ShimFile {
   sqlite3_file base;
+  const ShimVfs* shim;
   const char* path;  // SQLite keeps it until the file is closed
 };
 
@@ -17,16 +15,17 @@ sqlite3_file* RealFile(sqlite3_file* file) {
   return reinterpret_cast<sqlite3_file*>(reinterpret_cast<ShimFile*>(file) + 1);
 }
 
-sqlite3_vfs* RealVfs(sqlite3_vfs* vfs) { return static_cast<sqlite3_vfs*>(vfs->pAppData); }
+const ShimVfs& ShimOf(sqlite3_vfs* vfs) { return *static_cast<const ShimVfs*>(vfs->pAppData); }
 
-int Ask(FileCall call, const char* path, sqlite3_int64 offset, int amount, const void* data,
-        int flags) {
-  return answerOf({call, path == nullptr ? "" : path, offset, amount, data, flags});
+int AskPath(const ShimVfs& shim, FileCall call, const char* path, int flags) {
+  return shim.Ask({call, path == nullptr ? "" : path, 0, 0, nullptr, flags});
 }
 
 int AskFile(FileCall call, sqlite3_file* file, sqlite3_int64 offset = 0, int amount = 0,
             const void* data = nullptr, int flags = 0) {
-  return Ask(call, reinterpret_cast<ShimFile*>(file)->path, offset, amount, data, flags);
+  const auto* const shim = reinterpret_cast<ShimFile*>(file);
+  return shim->shim->Ask(
+      {call, shim->path == nullptr ? "" : shim->path, offset, amount, data, flags});
 }
 
 int Close(sqlite3_file* file) {
@@ -110,14 +109,16 @@ constexpr sqlite3_io_methods kMethods = {1,
                                          nullptr};
 
 int Open(sqlite3_vfs* vfs, const char* path, sqlite3_file* file, int flags, int* outFlags) {
+  const ShimVfs& shim = ShimOf(vfs);
   file->pMethods = nullptr;  // nothing to close, so far
-  const int rc = Ask(FileCall::kOpen, path, 0, 0, nullptr, flags);
+  const int rc = AskPath(shim, FileCall::kOpen, path, flags);
   if (rc != SQLITE_OK) {
     return rc;
   }
+  reinterpret_cast<ShimFile*>(file)->shim = &shim;
   reinterpret_cast<ShimFile*>(file)->path = path;
   RealFile(file)->pMethods = nullptr;
-  const int opened = RealVfs(vfs)->xOpen(RealVfs(vfs), path, RealFile(file), flags, outFlags);
+  const int opened = shim.Real()->xOpen(shim.Real(), path, RealFile(file), flags, outFlags);
   if (RealFile(file)->pMethods != nullptr) {
     file->pMethods = &kMethods;
   }
@@ -125,22 +126,24 @@ int Open(sqlite3_vfs* vfs, const char* path, sqlite3_file* file, int flags, int*
 }
 
 int Delete(sqlite3_vfs* vfs, const char* path, int syncDirectory) {
-  const int rc = Ask(FileCall::kDelete, path, 0, 0, nullptr, syncDirectory);
-  return rc != SQLITE_OK ? rc : RealVfs(vfs)->xDelete(RealVfs(vfs), path, syncDirectory);
+  const ShimVfs& shim = ShimOf(vfs);
+  const int rc = AskPath(shim, FileCall::kDelete, path, syncDirectory);
+  return rc != SQLITE_OK ? rc : shim.Real()->xDelete(shim.Real(), path, syncDirectory);
 }
 
 int Access(sqlite3_vfs* vfs, const char* path, int flags, int* result) {
-  const int rc = Ask(FileCall::kAccess, path, 0, 0, nullptr, flags);
-  return rc != SQLITE_OK ? rc : RealVfs(vfs)->xAccess(RealVfs(vfs), path, flags, result);
+  const ShimVfs& shim = ShimOf(vfs);
+  const int rc = AskPath(shim, FileCall::kAccess, path, flags);
+  return rc != SQLITE_OK ? rc : shim.Real()->xAccess(shim.Real(), path, flags, result);
 }
 
 }  // namespace
 
-ShimVfs::ShimVfs(Answer answer) : m_real(sqlite3_vfs_find(nullptr)), m_vfs(*m_real) {
-  answerOf = std::move(answer);
+ShimVfs::ShimVfs(Answer answer)
+    : m_answer(std::move(answer)), m_real(sqlite3_vfs_find(nullptr)), m_vfs(*m_real) {
   m_vfs.zName = "shim";
   m_vfs.pNext = nullptr;
-  m_vfs.pAppData = m_real;
+  m_vfs.pAppData = this;
   m_vfs.szOsFile = static_cast<int>(sizeof(ShimFile)) + m_real->szOsFile;
   m_vfs.xOpen = Open;
   m_vfs.xDelete = Delete;
@@ -151,5 +154,4 @@ ShimVfs::ShimVfs(Answer answer) : m_real(sqlite3_vfs_find(nullptr)), m_vfs(*m_re
 ShimVfs::~ShimVfs() {
   sqlite3_vfs_register(m_real, 1);
   sqlite3_vfs_unregister(&m_vfs);
-  answerOf = nullptr;
 }

@@ -34,8 +34,8 @@ struct FileEvent {
   int flags;             // of an open or a sync; the kind of lock; a delete's syncDir
 };
 
-// While it lives, it is SQLite's default VFS; what was opened through it has to be
-// closed before it ends. Not for several threads.
+// While it lives, it is SQLite's default VFS, in front of the one that was; what was
+// opened through it has to be closed before it ends.
 class ShimVfs {
  public:
   // Answers before the real call is made: SQLITE_OK lets it be made, every other
@@ -46,7 +46,12 @@ class ShimVfs {
   ShimVfs(const ShimVfs&) = delete;
   ShimVfs& operator=(const ShimVfs&) = delete;
 
+  // For the functions that SQLite calls.
+  sqlite3_vfs* Real() const { return m_real; }
+  int Ask(const FileEvent& event) const { return m_answer(event); }
+
  private:
+  const Answer m_answer;
   sqlite3_vfs* const m_real;
   sqlite3_vfs m_vfs;
 };

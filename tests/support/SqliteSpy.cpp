@@ -1,8 +1,10 @@
 #include "SqliteSpy.h"
 
 #include <dlfcn.h>
+#include <link.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <deque>
@@ -22,10 +24,37 @@ std::vector<Reply> replies;
 std::vector<sqlite3*> connections;
 std::vector<sqlite3_stmt*> statements;
 
+// Where the library under test lies in memory.
+struct Extent {
+  std::uintptr_t begin = 0;
+  std::uintptr_t end = 0;
+};
+
+int FindLibrary(dl_phdr_info* object, std::size_t /*size*/, void* found) {
+  if (std::strstr(object->dlpi_name, "libvorndatabase.so") == nullptr) {
+    return 0;
+  }
+  auto& extent = *static_cast<Extent*>(found);
+  extent = {object->dlpi_addr, object->dlpi_addr};
+  for (int header = 0; header < object->dlpi_phnum; ++header) {
+    const auto& segment = object->dlpi_phdr[header];
+    extent.end =
+        std::max<std::uintptr_t>(extent.end, object->dlpi_addr + segment.p_vaddr + segment.p_memsz);
+  }
+  return 1;
+}
+
 // The tests' own calls, and SQLite's calls to itself, pass through here too.
 bool IsFromLibrary(const void* caller) {
-  Dl_info info;
-  return dladdr(caller, &info) != 0 && std::strstr(info.dli_fname, "libvorndatabase.so") != nullptr;
+  static const Extent library = [] {
+    Extent extent;
+    if (dl_iterate_phdr(FindLibrary, &extent) == 0) {
+      std::abort();
+    }
+    return extent;
+  }();
+  const auto address = reinterpret_cast<std::uintptr_t>(caller);
+  return library.begin <= address && address < library.end;
 }
 
 template <typename Function>

@@ -1,0 +1,370 @@
+// Memory runs out at every point of filling and of reading requests and cursors.
+
+#include <algorithm>
+#include <functional>
+#include <iostream>
+#include <memory>
+#include <new>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Containers.h"
+#include "Contract.h"
+#include "CreateRequest.h"
+#include "Cursor.h"
+#include "Database.h"
+#include "DeleteRequest.h"
+#include "DropRequest.h"
+#include "FakePlatform.h"
+#include "HeapSpy.h"
+#include "JoinRequest.h"
+#include "LibraryTest.h"
+#include "Locks.h"
+#include "SelectRequest.h"
+#include "UpdateRequest.h"
+#include "UpsertRequest.h"
+
+namespace {
+
+using Kind = FaultPoint::Kind;
+
+// Longer than what a string keeps inside itself.
+const char* const kOld = "a text that was there before, longer than a short string";
+const char* const kNew = "another text that is new, also longer than a short string";
+
+// A call that takes memory, on an object of its own.
+template <typename Object>
+struct Filling {
+  std::function<void(Object&)> prepare;
+  std::function<void(Object&)> call;
+  std::function<std::string(Object&)> show;
+  // What it may have done when memory ends, besides nothing.
+  std::function<void(Object&)> partly = nullptr;
+  // Whether what it did in part is abandoned when it is called again.
+  bool abandons = false;
+};
+
+class FillSweepTest : public LibraryTest {
+ protected:
+  void TearDown() override {
+    heap_spy::Stop();
+    LibraryTest::TearDown();
+  }
+
+  template <typename Object>
+  static void SweepOver(const Filling<Object>& filling) {
+    int points = 0;
+    for (const bool protectsLog : {false, true}) {
+      for (const Kind kind : {Kind::kOnce, Kind::kAlways}) {
+        int successes = 0;
+        while (FailAt(filling, protectsLog, kind, successes)) {
+          ++successes;
+        }
+        points += successes;
+      }
+    }
+    EXPECT_GT(points, 0);
+    std::cout << "[  POINTS  ] " << points << "\n";
+  }
+
+ private:
+  // Answers whether the call has such a point.
+  template <typename Object>
+  static bool FailAt(const Filling<Object>& filling, bool protectsLog, Kind kind, int successes) {
+    SCOPED_TRACE("allocation " + std::to_string(successes + 1) +
+                 (kind == Kind::kOnce ? "" : " and all after it") +
+                 (protectsLog ? ", protected lines" : ""));
+    auto object = Prepared(filling);
+    StartAfresh(protectsLog);
+    heap_spy::Start();
+    heap_spy::FailAfter(successes, kind);
+    bool threw = false;
+    try {
+      filling.call(*object);
+    } catch (const std::bad_alloc&) {
+      threw = true;
+    }
+    const bool failed = heap_spy::FailNever() > 0;
+    heap_spy::Stop();
+    EXPECT_EQ(failed, threw);
+    JudgeLocks(threw);
+    if (failed) {
+      JudgeNextCall(filling, std::move(object));
+    }
+    return failed && !HasFailure();
+  }
+
+  static void StartAfresh(bool protectsLog) {
+    ForgetEvents();
+    fake::SetEncryption(protectsLog);
+  }
+
+  template <typename Object>
+  static std::unique_ptr<Object> Prepared(const Filling<Object>& filling) {
+    auto object = std::make_unique<Object>();
+    if (filling.prepare) {
+      filling.prepare(*object);
+    }
+    return object;
+  }
+
+  // How an object looks after an action.
+  template <typename Object>
+  static std::string Shown(const Filling<Object>& filling,
+                           const std::function<void(Object&)>& action) {
+    auto object = Prepared(filling);
+    if (action) {
+      action(*object);
+    }
+    return filling.show(*object);
+  }
+
+  // Nothing is done, or the part; the call can be made again.
+  template <typename Object>
+  static void JudgeNextCall(const Filling<Object>& filling, std::unique_ptr<Object> object) {
+    const bool isUnchanged = filling.show(*object) == Shown<Object>(filling, nullptr);
+    if (!isUnchanged) {
+      ASSERT_TRUE(filling.partly) << "the object has changed: " << filling.show(*object);
+      EXPECT_EQ(Shown(filling, filling.partly), filling.show(*object));
+    }
+    heap_spy::Resume();
+    filling.call(*object);
+    heap_spy::Stop();
+    EXPECT_EQ(Shown<Object>(filling,
+                            [&](Object& other) {
+                              if (!isUnchanged) {
+                                filling.partly(other);
+                              }
+                              filling.call(other);
+                            }),
+              filling.show(*object));
+    object.reset();
+    EXPECT_EQ(!isUnchanged && filling.abandons ? 1 : 0, heap_spy::BlocksHeld());
+  }
+};
+
+// A call that sets two texts: the first may be set, and not the second.
+template <typename Object>
+Filling<Object> TwoTexts(void (Object::*set)(const char*, const char*),
+                         void (Object::*get)(std::string&, std::string&)) {
+  Filling<Object> filling;
+  filling.prepare = [set](Object& object) { (object.*set)(kOld, kOld); };
+  filling.call = [set](Object& object) { (object.*set)(kNew, kNew); };
+  filling.partly = [set](Object& object) { (object.*set)(kNew, nullptr); };
+  filling.show = [get](Object& object) {
+    std::string first;
+    std::string second;
+    (object.*get)(first, second);
+    return first + "|" + second;
+  };
+  filling.abandons = true;
+  return filling;
+}
+
+TEST_F(FillSweepTest, SetPath) { SweepOver(TwoTexts(&BasePath::SetPath, &BasePath::GetPath)); }
+
+TEST_F(FillSweepTest, SetPrimaryKey) {
+  SweepOver(TwoTexts(&CreateRequest::SetPrimaryKey, &CreateRequest::GetPrimaryKey));
+}
+
+TEST_F(FillSweepTest, SetCompositeKey) {
+  SweepOver(TwoTexts(&CreateRequest::SetCompositeKey, &CreateRequest::GetCompositeKey));
+}
+
+TEST_F(FillSweepTest, SetLeftJoin) {
+  SweepOver(TwoTexts(&JoinRequest::SetLeftJoin, &JoinRequest::GetLeftJoin));
+}
+
+TEST_F(FillSweepTest, SetRightJoin) {
+  SweepOver(TwoTexts(&JoinRequest::SetRightJoin, &JoinRequest::GetRightJoin));
+}
+
+template <typename Request>
+class TableFillSweepTest : public FillSweepTest {};
+using TableRequests = ::testing::Types<SelectRequest, UpdateRequest, UpsertRequest, DeleteRequest,
+                                       DropRequest, CreateRequest>;
+TYPED_TEST_SUITE(TableFillSweepTest, TableRequests);
+
+TYPED_TEST(TableFillSweepTest, SetTable) {
+  Filling<TypeParam> filling;
+  filling.prepare = [](TypeParam& request) { request.SetTable(kOld); };
+  filling.call = [](TypeParam& request) { request.SetTable(kNew); };
+  filling.show = [](TypeParam& request) {
+    std::string table = "unset";
+    request.GetTable(table);
+    return table;
+  };
+  FillSweepTest::SweepOver(filling);
+}
+
+template <typename Value>
+Filling<BaseSet> EntryOf(Value value) {
+  Filling<BaseSet> filling;
+  filling.prepare = [](BaseSet& set) { set.SetData(kOld, kOld); };
+  filling.call = [value](BaseSet& set) {
+    set.SetData(kNew, value);
+    set.SetWhere(kNew, value);
+  };
+  filling.partly = [value](BaseSet& set) { set.SetData(kNew, value); };
+  filling.show = [](BaseSet& set) {
+    return ::testing::PrintToString(DataMapOf(set)) + ::testing::PrintToString(WhereMapOf(set));
+  };
+  return filling;
+}
+
+TEST_F(FillSweepTest, SetDataAndSetWhereOfText) { SweepOver(EntryOf(kNew)); }
+
+TEST_F(FillSweepTest, SetDataAndSetWhereOfInteger) { SweepOver(EntryOf(-2147483647)); }
+
+TEST_F(FillSweepTest, SetDataAndSetWhereOfDouble) { SweepOver(EntryOf(-1.2345678e-300)); }
+
+TEST_F(FillSweepTest, SetColumnKey) {
+  Filling<CreateRequest> filling;
+  filling.prepare = [](CreateRequest& request) { request.SetColumnKey(kOld, kOld); };
+  filling.call = [](CreateRequest& request) { request.SetColumnKey(kNew, kNew); };
+  filling.show = [](CreateRequest& request) {
+    return ::testing::PrintToString(ColumnKeysOf(request));
+  };
+  SweepOver(filling);
+}
+
+std::string ShowCursor(Cursor& cursor) {
+  return ::testing::PrintToString(contract::ImageOf(cursor));
+}
+
+TEST_F(FillSweepTest, SetColumn) {
+  Filling<Cursor> filling;
+  filling.prepare = [](Cursor& cursor) { cursor.SetColumn(kOld); };
+  filling.call = [](Cursor& cursor) { cursor.SetColumn(kNew); };
+  filling.show = ShowCursor;
+  // Named, and without cells.
+  filling.partly = [](Cursor& cursor) {
+    cursor.SetColumn(kNew);
+    CellMapOf(cursor).erase(kNew);
+  };
+  SweepOver(filling);
+}
+
+TEST_F(FillSweepTest, SetData) {
+  Filling<Cursor> filling;
+  filling.prepare = [](Cursor& cursor) {
+    cursor.SetColumn(kOld);
+    cursor.SetData(kOld, kOld);
+  };
+  filling.call = [](Cursor& cursor) { cursor.SetData(kOld, kNew); };
+  filling.show = ShowCursor;
+  SweepOver(filling);
+}
+
+TEST_F(FillSweepTest, SetDataOfAnAbsentColumn) {
+  Filling<Cursor> filling;
+  filling.prepare = [](Cursor& cursor) { cursor.SetColumn(kOld); };
+  filling.call = [](Cursor& cursor) { cursor.SetData(kNew, kNew); };
+  filling.show = ShowCursor;
+  SweepOver(filling);
+}
+
+// An object whose constructor runs out of memory does not come into being.
+template <typename Object>
+class ConstructorSweepTest : public FillSweepTest {};
+using Objects = ::testing::Types<SelectRequest, UpdateRequest, UpsertRequest, DeleteRequest,
+                                 DropRequest, CreateRequest, JoinRequest, Cursor, Database>;
+TYPED_TEST_SUITE(ConstructorSweepTest, Objects);
+
+TYPED_TEST(ConstructorSweepTest, LeavesNothing) {
+  Filling<std::unique_ptr<TypeParam>> filling;
+  filling.call = [](std::unique_ptr<TypeParam>& object) { object.reset(new TypeParam()); };
+  filling.show = [](std::unique_ptr<TypeParam>& object) {
+    return std::string(object ? "made" : "not made");
+  };
+  FillSweepTest::SweepOver(filling);
+}
+
+// A number is read through a stream, which takes an end of memory for a cell that
+// does not hold one.
+class ReadSweepTest : public FillSweepTest {
+ protected:
+  ReadSweepTest() {
+    m_cursor.SetColumn(kOld);
+    m_cursor.SetData(kOld, "0.3333333333333333333333333333333333333333 of something");
+    m_cursor.MoveToNext();
+    ForgetEvents();
+  }
+
+  template <typename Value>
+  void SweepOverRead(const std::string& function, int (Cursor::*get)(const char*, Value&),
+                     const Value& old, const std::string& complaint) {
+    int successes = 0;
+    while (FailAt(successes, function, get, old, complaint)) {
+      ++successes;
+    }
+    EXPECT_GT(successes, 0);
+    std::cout << "[  POINTS  ] " << successes << "\n";
+  }
+
+  // Answers whether the read has such a point.
+  template <typename Value>
+  bool FailAt(int successes, const std::string& function, int (Cursor::*get)(const char*, Value&),
+              const Value& old, const std::string& complaint) {
+    SCOPED_TRACE("allocation " + std::to_string(successes + 1));
+    ForgetEvents();
+    Value value = old;
+    std::optional<int> result;
+    heap_spy::Start();
+    heap_spy::FailAfter(successes);
+    try {
+      result = (m_cursor.*get)(kOld, value);
+    } catch (const std::bad_alloc&) {
+    }
+    const bool failed = heap_spy::FailNever() > 0;
+    heap_spy::Stop();
+    if (!failed) {
+      EXPECT_EQ(0, result);
+      return false;
+    }
+    EXPECT_EQ(old, value);
+    EXPECT_EQ(0, heap_spy::BlocksHeld());
+    std::vector<std::string> lines = {fake::Trace("Cursor.cpp", function)};
+    if (result) {
+      EXPECT_EQ(1, result);
+      lines.push_back(fake::Line(6, "Cursor.cpp", function, complaint));
+    }
+    EXPECT_EQ(lines, fake::Lines());
+    return !HasFailure();
+  }
+
+  Cursor m_cursor;
+};
+
+TEST_F(ReadSweepTest, GetString) {
+  SweepOverRead("GetString", &Cursor::GetString, std::string("old"), "no complaint");
+}
+
+TEST_F(ReadSweepTest, GetInt) {
+  SweepOverRead("GetInt", &Cursor::GetInt, 7, "CONVERT TO INT ERROR!!!");
+}
+
+TEST_F(ReadSweepTest, GetDouble) {
+  SweepOverRead("GetDouble", &Cursor::GetDouble, 0.5, "CONVERT TO DOUBLE ERROR!!!");
+}
+
+TEST_F(ReadSweepTest, GetColumn) {
+  std::vector<std::string> columns = {"old"};
+  for (int successes = 0;; ++successes) {
+    heap_spy::FailAfter(successes);
+    try {
+      m_cursor.GetColumn(columns);
+    } catch (const std::bad_alloc&) {
+    }
+    if (heap_spy::FailNever() == 0) {
+      break;
+    }
+    EXPECT_EQ(std::vector<std::string>{"old"}, columns);
+  }
+  EXPECT_EQ(std::vector<std::string>{kOld}, columns);
+}
+
+}  // namespace

@@ -1,0 +1,28 @@
+// Lets an operation fail at every point where it can, and judges what it leaves.
+
+#ifndef VORN_TESTS_FAULT_SWEEP_H
+#define VORN_TESTS_FAULT_SWEEP_H
+
+#include <functional>
+#include <string>
+
+#include "FaultPoint.h"
+#include "Subjects.h"
+
+// Something that can be made to fail at a point of a run.
+struct Fault {
+  std::string name;
+  std::function<void(int successes, FaultPoint::Kind kind)> set;
+  std::function<int()> clear;  // answers how many calls have failed
+  bool protectsLog = false;    // lines take the path that builds texts
+};
+
+// What an operation finds beside the database file: nothing, or the journal of a
+// write that was interrupted, which the operation has to roll back first.
+enum class Journal { kNone, kHot };
+
+// Fails the operation's first such call, its second, and so on until it makes no
+// more; each alone, and each with all that follow. Answers how many points it met.
+int SweepOver(const SubjectMaker& maker, const Fault& fault, Journal journal = Journal::kNone);
+
+#endif  // VORN_TESTS_FAULT_SWEEP_H
