@@ -122,7 +122,8 @@ class Cursor {
   /// line at priority 6: "NO MATCHED ERROR!!!" for an unknown column (names are
   /// case-sensitive), else "CURSOR RANGE ERROR!!!" when the position is not on a
   /// row, else the line of the conversion. A null column name throws
-  /// `std::logic_error`.
+  /// `std::logic_error`, an exhausted heap `std::bad_alloc`; where memory ends
+  /// within the stream that reads a number, that is a failed conversion.
   /// @{
 
   /// Reads a cell as text.

@@ -35,9 +35,15 @@ class UpsertRequest;
 /// **Open failure.** SQLite may hand out a handle even when it fails to open a
 /// file. That handle is not closed and stays allocated.
 ///
+/// **Whole or not at all.** A write with result 0 is done; with any other result,
+/// nothing of its statement is. The one exception is a file system that cannot
+/// release its lock: the write is done then, and reported as failed.
+///
 /// **Exceptions.** Nothing is thrown or caught here. `std::logic_error` (a
-/// location that was never set, a null table or column name) and
-/// `std::bad_alloc` pass through; a file that was open is closed on the way.
+/// location that was never set, a null table or column name, in a query also a
+/// text for which SQLite had no memory) and `std::bad_alloc` pass through; a file
+/// that was open is closed on the way. A write is not done then, unless memory
+/// ended while its success line was converted; a cursor holds the rows so far.
 ///
 /// **Threads.** An object has no state and every operation has a connection of
 /// its own, so one object may serve any number of threads at once; requests and
@@ -104,7 +110,7 @@ class Database {
   ///
   /// @param request location, table and conditions; only read.
   /// @param cursor receives the whole result as text, replacing what it held;
-  ///        left as it was unless 0 is returned.
+  ///        left as it was when another result than 0 is returned.
   /// @return 0 once the statement is prepared, or SQLite's result code.
   ///
   /// Log: "OpenDB Error: %d" (4) when the file cannot be opened, "SELECT

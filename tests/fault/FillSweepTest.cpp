@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <functional>
-#include <iostream>
 #include <memory>
 #include <new>
 #include <optional>
@@ -23,6 +22,7 @@
 #include "JoinRequest.h"
 #include "LibraryTest.h"
 #include "Locks.h"
+#include "Points.h"
 #include "SelectRequest.h"
 #include "UpdateRequest.h"
 #include "UpsertRequest.h"
@@ -67,7 +67,7 @@ class FillSweepTest : public LibraryTest {
       }
     }
     EXPECT_GT(points, 0);
-    std::cout << "[  POINTS  ] " << points << "\n";
+    points::Add("filling", "memory", points);
   }
 
  private:
@@ -302,7 +302,7 @@ class ReadSweepTest : public FillSweepTest {
       ++successes;
     }
     EXPECT_GT(successes, 0);
-    std::cout << "[  POINTS  ] " << successes << "\n";
+    points::Add("reading", "memory", successes);
   }
 
   // Answers whether the read has such a point.

@@ -57,14 +57,16 @@ class IoSweepTest : public LibraryTest, public ::testing::WithParamInterface<Sub
     const ShimVfs vfs([&](const FileEvent& event) {
       return event.call == failing.call && point.Fails() ? failing.result : SQLITE_OK;
     });
-    return SweepOver(
-        GetParam(),
-        {failing.name, [&](int successes, FaultPoint::Kind kind) { point.Set(successes, kind); },
-         [&] {
-           point.Clear();
-           return point.Failures();
-         }},
-        journal);
+    Fault fault;
+    fault.kind = "files";
+    fault.name = failing.name;
+    fault.set = [&](int successes, FaultPoint::Kind kind) { point.Set(successes, kind); };
+    fault.clear = [&] {
+      point.Clear();
+      return point.Failures();
+    };
+    fault.mayComeAfterEffect = failing.call == FileCall::kUnlock;
+    return SweepOver(GetParam(), fault, journal);
   }
 };
 

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <fstream>
-#include <iostream>
 #include <iterator>
 #include <new>
 #include <optional>
@@ -16,6 +15,7 @@
 #include "Journal.h"
 #include "Locks.h"
 #include "OpenFiles.h"
+#include "Points.h"
 #include "ShimVfs.h"
 #include "SqliteHeap.h"
 #include "SqliteSpy.h"
@@ -184,16 +184,7 @@ class World {
   std::vector<std::string> m_before;
 };
 
-const Fault kNoFault = {"nothing", [](int, FaultPoint::Kind) {}, [] { return 0; }};
-
-// What came of the points of a sweep.
-struct Tally {
-  int points = 0;
-  int threw = 0;
-  int failed = 0;         // with a result other than 0
-  int done = 0;           // with result 0 in spite of the fault
-  int doneAndFailed = 0;  // with another result, but the effect is there
-};
+const Fault kNoFault = {"none", "nothing", [](int, FaultPoint::Kind) {}, [] { return 0; }};
 
 class OperationSweep {
  public:
@@ -206,14 +197,14 @@ class OperationSweep {
     m_existsAfter = subject->exists;
   }
 
-  Tally Run(FaultPoint::Kind kind) {
-    Tally tally;
-    for (int successes = 0; RunPoint(successes, kind, tally); ++successes) {
-      if (::testing::Test::HasFailure()) {
-        break;  // one point tells more than a thousand
-      }
+  // Answers how many points there were.
+  int Run(FaultPoint::Kind kind) {
+    int points = 0;
+    // One point that fails tells more than a thousand.
+    while (RunPoint(points, kind) && !::testing::Test::HasFailure()) {
+      ++points;
     }
-    return tally;
+    return points;
   }
 
  private:
@@ -223,7 +214,7 @@ class OperationSweep {
   }
 
   // Answers whether there was such a point.
-  bool RunPoint(int successes, FaultPoint::Kind kind, Tally& tally) {
+  bool RunPoint(int successes, FaultPoint::Kind kind) {
     SCOPED_TRACE(m_maker.name + ", " + m_fault.name + ": call " + std::to_string(successes + 1) +
                  (kind == FaultPoint::Kind::kOnce ? " fails" : " and all after it fail"));
     auto subject = Make();
@@ -235,36 +226,22 @@ class OperationSweep {
     Judge(*subject, outcome);
     EXPECT_EQ(filesBefore, CountOpenFiles());
     EXPECT_EQ(sqliteBefore + TextsLeft(*subject, outcome), sqlite_heap::BlocksHeld());
-    JudgeEffect(outcome, tally);
+    JudgeEffect(outcome);
     JudgeNextRun(*subject);
     subject.reset();
     EXPECT_EQ(0, heap_spy::BlocksHeld());
-    if (outcome.failures > 0) {
-      ++tally.points;
-      Count(outcome, tally);
-    }
     return outcome.failures > 0;
   }
 
-  static void Count(const Outcome& outcome, Tally& tally) {
-    if (outcome.end != End::kReturned) {
-      ++tally.threw;
-    } else if (outcome.result != SQLITE_OK) {
-      ++tally.failed;
-    } else {
-      ++tally.done;
-    }
-  }
-
   // All of the effect, or nothing; all, if the result says so.
-  void JudgeEffect(const Outcome& outcome, Tally& tally) {
+  void JudgeEffect(const Outcome& outcome) {
     const auto content = m_world.Content();
     EXPECT_THAT(content, AnyOf(m_world.Before(), m_after));
     m_isDone = content == m_after;
     if (outcome.end == End::kReturned && outcome.result == SQLITE_OK) {
       EXPECT_TRUE(m_isDone) << "an acknowledged effect is not there";
-    } else if (m_isDone && m_after != m_world.Before()) {
-      ++tally.doneAndFailed;
+    } else if (m_after != m_world.Before() && !m_fault.mayComeAfterEffect) {
+      EXPECT_FALSE(m_isDone) << "an effect is there that was not acknowledged";
     }
   }
 
@@ -290,23 +267,12 @@ class OperationSweep {
   bool m_isDone = false;
 };
 
-void Report(const SubjectMaker& maker, const Fault& fault, const char* kind, const Tally& tally) {
-  if (tally.points == 0) {
-    return;
-  }
-  std::cout << "[  POINTS  ] " << maker.name << ", " << fault.name << ", " << kind << ": "
-            << tally.points << " (threw " << tally.threw << ", failed " << tally.failed
-            << ", of them done " << tally.doneAndFailed << "; none the worse " << tally.done
-            << ")\n";
-}
-
 }  // namespace
 
 int SweepOver(const SubjectMaker& maker, const Fault& fault, Journal journal) {
   OperationSweep sweep(maker, fault, journal);
-  const Tally once = sweep.Run(FaultPoint::Kind::kOnce);
-  const Tally always = sweep.Run(FaultPoint::Kind::kAlways);
-  Report(maker, fault, "once", once);
-  Report(maker, fault, "for good", always);
-  return once.points + always.points;
+  const int points = sweep.Run(FaultPoint::Kind::kOnce) + sweep.Run(FaultPoint::Kind::kAlways);
+  const char* const also = journal == Journal::kHot ? " with a hot journal" : "";
+  points::Add(maker.name, fault.kind + also, points);
+  return points;
 }

@@ -11,10 +11,13 @@
 
 // Something that can be made to fail at a point of a run.
 struct Fault {
-  std::string name;
+  std::string kind;  // of sweep
+  std::string name;  // of what fails
   std::function<void(int successes, FaultPoint::Kind kind)> set;
   std::function<int()> clear;  // answers how many calls have failed
   bool protectsLog = false;    // lines take the path that builds texts
+  // A write may report a failure although it is done: what failed came after.
+  bool mayComeAfterEffect = false;
 };
 
 // What an operation finds beside the database file: nothing, or the journal of a
