@@ -1,0 +1,56 @@
+#include "HostileTexts.h"
+
+namespace {
+
+constexpr std::size_t kMebibyte = 1024 * 1024;
+
+using namespace std::string_literals;
+
+}  // namespace
+
+const std::vector<std::string>& HostileTexts() {
+  static const std::vector<std::string> texts = {
+      // Nothing hostile: the cases below are not refused for another reason.
+      "uid", "contact", "7", "TEXT",
+      // Hardly a text.
+      "", " ", "\t", "\r\n", "\x01", "\x7f",
+      // Quotes and brackets.
+      "'", "''", "'''", "\"", "\"\"", "`", "[", "]", "(", ")", "O'Brien", "O''Brien", "say \"hi\"",
+      "\"uid\"", "[uid]", "`uid`",
+      // Comments and ends of statements.
+      ";", ";;", "--", "uid --", "/*", "*/", "/* */", "contact /*", "\\", "\\'",
+      // What the library looks for itself.
+      " AND", " AND ", "salt AND pepper", ", ", "a, b", "uid, name", "/", "'salt AND", "', ",
+      // Reserved and otherwise special names.
+      "select", "ORDER", "group", "NULL", "rowid", "sqlite_master", "sqlite_new", "main.contact",
+      "temp.contact", "contact.uid", "_ID", "*",
+      // Parameters, numbers, formats.
+      "?", "?1", ":name", "@name", "$name", "1e999", "0x7f", "-1", "9223372036854775808", "x'00'",
+      "%s", "%n%n%n%d", "100%",
+      // Conditions and queries.
+      "1 OR 1", "' OR '1'='1", "x' OR 1 --", "x' UNION SELECT owner, body FROM note --",
+      "' || (SELECT body FROM note) || '", "contact NATURAL JOIN note", "contact AS c",
+      // Further statements, some of them good ones.
+      "'; DROP TABLE note; --", "x'); DROP TABLE note; --", "contact; DROP TABLE note",
+      "contact; DROP TABLE note; --", "uid) VALUES ('9'); DELETE FROM note; --",
+      "uid='1'; DELETE FROM note; --", "TEXT); DROP TABLE note; --", "x'; nonsense",
+      "uid; nonsense", "x'); INSERT INTO nosuch VALUES (1); --", "x'); BEGIN; DELETE FROM note; --",
+      "x'); ROLLBACK; --", "x'); PRAGMA user_version = 7; --", "x'); SELECT 1; --",
+      // Encodings: good, overlong, cut off, surrogate, beyond the last, stray.
+      "\xc3\xa9", "\xe2\x80\x99", "\xf0\x9f\x98\x80", "\xc0\xa7", "\xe0\x80\xa7", "\xc3",
+      "\xf0\x9f", "\xed\xa0\x80", "\xf4\x90\x80\x80", "\x80", "\xfe\xff", "uid\xff", "\xff'",
+      // Behind a NUL.
+      "uid\0'; DROP TABLE note; --"s, "\0uid"s,
+      // Lengthy.
+      std::string(kMebibyte, 'a'), std::string(kMebibyte, '\''), std::string(kMebibyte, '"'),
+      std::string(kMebibyte, '\x80'), std::string(kMebibyte, ' '),
+      "'" + std::string(kMebibyte, ';')};
+  return texts;
+}
+
+std::string Excerpt(const std::string& text) {
+  constexpr std::size_t kLength = 60;
+  return text.size() <= kLength
+             ? "[" + text + "]"
+             : "[" + text.substr(0, kLength) + "...] of " + std::to_string(text.size());
+}

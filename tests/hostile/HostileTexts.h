@@ -1,0 +1,19 @@
+// Texts that mean something to SQL, to C or to a log, and texts that mean nothing
+// to anybody.
+
+#ifndef VORN_TESTS_HOSTILE_HOSTILETEXTS_H
+#define VORN_TESTS_HOSTILE_HOSTILETEXTS_H
+
+#include <string>
+#include <vector>
+
+// One of them may hold a NUL: nobody who takes a `const char*` sees what follows.
+const std::vector<std::string>& HostileTexts();
+
+// As it is seen through a `const char*`.
+inline std::string UpToNul(const std::string& text) { return text.c_str(); }
+
+// Short enough for a failure message.
+std::string Excerpt(const std::string& text);
+
+#endif  // VORN_TESTS_HOSTILE_HOSTILETEXTS_H
