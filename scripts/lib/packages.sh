@@ -12,7 +12,7 @@ source "${BASH_SOURCE[0]%/*}/run.sh"
 {
   build_packages=(g++ cmake ninja-build libsqlite3-dev)
   test_packages=("${build_packages[@]}" libgtest-dev libgmock-dev pkg-config sqlite3 tzdata
-    abigail-tools)
+    abigail-tools strace)
   armhf_packages=(g++-arm-linux-gnueabihf qemu-user)
   arm_packages=("${armhf_packages[@]}" g++-arm-linux-gnueabi googletest)
   package_packages=(git dpkg-dev file rpm lintian elfutils cpio pkg-config)

@@ -42,9 +42,7 @@ const std::vector<std::string>& HostileTexts() {
       // Behind a NUL.
       "uid\0'; DROP TABLE note; --"s, "\0uid"s,
       // Lengthy.
-      std::string(kMebibyte, 'a'), std::string(kMebibyte, '\''), std::string(kMebibyte, '"'),
-      std::string(kMebibyte, '\x80'), std::string(kMebibyte, ' '),
-      "'" + std::string(kMebibyte, ';')};
+      std::string(kMebibyte, 'a'), std::string(kMebibyte, '\''), std::string(kMebibyte, '\x80')};
   return texts;
 }
 

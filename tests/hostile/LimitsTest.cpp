@@ -264,8 +264,7 @@ TEST_F(LargeTextTest, AValueIsWritten) {
 }
 
 TEST_F(LargeTextTest, AValueIsFoundAndRead) {
-  file.Run("INSERT INTO contact VALUES (replace(printf('%" + std::to_string(kSize) +
-           "s', ''), ' ', 'a'), 'Ann')");
+  file.Run("INSERT INTO contact VALUES ('" + text + "', 'Ann')");
   SelectRequest request;
   Address(request, "contact");
   request.SetWhere(kUid, text.c_str());
