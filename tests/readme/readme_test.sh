@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Does what README.md tells a newcomer to do, and compares with what it promises.
+# Does what README.md and docs/guide.md tell their readers to do, and compares with
+# what they promise.
 # Use: readme_test.sh CASE SOURCE_DIRECTORY BUILD_DIRECTORY CXX_COMPILER CTEST
 set -euo pipefail
 
@@ -8,13 +9,13 @@ source=$2
 build=$3
 compiler=$4
 ctest=$5
-readme=$source/README.md
+document=README.md  # that the blocks are taken from
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
 fail() {
-  echo "README.md, $case: $1" >&2
+  echo "$document, $case: $1" >&2
   exit 1
 }
 
@@ -25,7 +26,7 @@ block() {
     wanted && /^```/ { if (inside) exit; inside = 1; next }
     inside { print; lines++ }
     END { exit lines == 0 }
-  ' "$readme" || fail "it has no block '$1'"
+  ' "$source/$document" || fail "it has no block '$1'"
 }
 
 # The counts depend on the machine's time-zone data and on the day's log.
@@ -44,7 +45,7 @@ demo() {
   # What was not installed, if anything, is the machine's business.
   diff -u <(block demo-output | without_counts) \
     <(grep -v '^Installing: ' "$work/output" | without_counts) ||
-    fail "'$command' prints something else than the README shows"
+    fail "'$command' prints something else than it shows"
 }
 
 # The command runs this very test, so here only its promise is checked.
@@ -69,16 +70,34 @@ run_sample() {
     fail "its program prints something else"
 }
 
-sample() {
-  local lines
-  lines=$(block sample | wc -l)
-  ((lines <= 25)) || fail "its program has $lines lines, more than 25"
-  # The command names folders of a checkout in which the demo was built.
+# Writes the README's commands, made for this build. They name folders of a checkout in
+# which the demo was built.
+write_sample_command() {
   mkdir -p "$work/build/demo"
   ln -s "$source/include" "$work/include"
   ln -s "$build/src" "$work/build/demo/src"
   block sample-command |
     sed "s|^g++ |$compiler ${LDFLAGS:-} |; s| \./hello| ${VORN_EMULATOR:-} ./hello|" >"$work/commands"
+}
+
+sample() {
+  local lines
+  lines=$(block sample | wc -l)
+  ((lines <= 25)) || fail "its program has $lines lines, more than 25"
+  write_sample_command
+  run_sample
+}
+
+# The guide's program, with the functions that it recommends and the tests try.
+guide() {
+  write_sample_command
+  document=docs/guide.md
+  diff -u <(block quoting) <(sed -n '/^inline/,/^#endif/p' "$source/tests/hostile/Quoting.h" |
+    sed '$d' | sed '$d') || fail "its functions are not those of tests/hostile/Quoting.h"
+  {
+    echo '#include <string>'
+    block quoting
+  } >"$work/quoting.h"
   run_sample
 }
 
@@ -90,22 +109,28 @@ install() {
   run_sample
 }
 
-# Every file and folder that it names in backticks or links to exists.
+# Every file and folder that they name in backticks or link to exists.
 places() {
+  places_in README.md "$source"
+  places_in docs/guide.md "$source/docs"
+}
+
+places_in() { # DOCUMENT FOLDER-OF-ITS-LINKS
   local place missing=0
-  # shellcheck disable=SC2016 # the backticks are those of the README
+  document=$1
+  # shellcheck disable=SC2016 # the backticks are those of the document
   while read -r place; do
-    if [ ! -e "$source/$place" ]; then
+    if [ ! -e "$2/$place" ]; then
       echo "there is no $place" >&2
       missing=1
     fi
-  done < <(grep -oE '\]\([^)#]+\)|`[A-Za-z_./-]+/`' "$readme" | sed -E 's/^\]\(|\)$|`//g' |
-    grep -vE '^[a-z]+:' | sort -u)
+  done < <(grep -oE '\]\([^)#]+\)|`[A-Za-z_./-]+/`' "$source/$document" |
+    sed -E 's/^\]\(|\)$|`//g' | grep -vE '^[a-z]+:' | sort -u)
   ((missing == 0)) || fail "it names places that do not exist"
 }
 
 case $case in
-  demo | suite | sample | install | places) "$case" ;;
+  demo | suite | sample | install | guide | places) "$case" ;;
   *) fail "unknown case" ;;
 esac
-echo "$case: as the README says"
+echo "$case: as $document says"

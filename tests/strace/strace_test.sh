@@ -122,12 +122,13 @@ limit_line() { # SOURCE
 # The log is that of the good run with further lines, all behind one that ends in TEXT,
 # and nothing else is different.
 expect_same_but_for() { # TEXT LINES
-  local before newline=$'\n'
+  local before difference newline=$'\n'
   expect_equal "exit status" 0 "$status"
   expect_equal "output" "$(<"$work/good_out")" "$(<"$work/out")"
+  difference=$(diff "$work/good_log" "$work/log" || true)
   expect_equal "lines that are added, and lines that are missing" "> ${2//$newline/$newline> }" \
-    "$(diff "$work/good_log" "$work/log" | grep '^[<>]')"
-  before=$(diff "$work/good_log" "$work/log" | sed -nE 's/^([0-9]+)a.*/\1/p')
+    "$(grep '^[<>]' <<<"$difference")"
+  before=$(sed -nE 's/^([0-9]+)a.*/\1/p' <<<"$difference")
   [[ $before =~ ^[0-9]+$ ]] || fail "the lines are not added in one place"
   [[ $(sed -n "${before}p" "$work/good_log") == *"$1" ]] ||
     fail "the lines are added behind: $(sed -n "${before}p" "$work/good_log")"
