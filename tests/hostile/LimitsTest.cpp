@@ -21,7 +21,6 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
 constexpr char kUid[] = "uid";
-constexpr char kName[] = "name";
 
 int Limit(int category) {
   sqlite3* db = nullptr;
