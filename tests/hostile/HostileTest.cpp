@@ -1,7 +1,6 @@
 #include "HostileTest.h"
 
 #include <sqlite3.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -81,11 +80,6 @@ std::vector<Strings> RowsOf(Cursor& cursor, const Strings& columns) {
 }
 
 }  // namespace
-
-// Nothing here need survive a power failure, and there are thousands of changes.
-// These take the place of the system's, which SQLite would call.
-int fsync(int /*file*/) { return 0; }
-int fdatasync(int /*file*/) { return 0; }
 
 Verdict Ask(const std::string& path, const std::string& sql, Operation::Kind kind) {
   sqlite3* db = nullptr;
