@@ -232,7 +232,7 @@ TEST(PowerLossTest, ALossDuringTheRepairIsRepaired) {
 
 // If the disk only pretends to sync: the checks see it.
 History Without(const Predicate& isIgnored) {
-  History history = Record({"", "", 3});
+  History history = Record({"", "", 2});
   history.events.erase(std::remove_if(history.events.begin(), history.events.end(), isIgnored),
                        history.events.end());
   return history;
