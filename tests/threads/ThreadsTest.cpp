@@ -16,6 +16,7 @@
 #include "CreateRequest.h"
 #include "Cursor.h"
 #include "Database.h"
+#include "RunOnThreads.h"
 #include "SelectRequest.h"
 #include "TemporaryDatabase.h"
 #include "UpsertRequest.h"
@@ -25,17 +26,6 @@ namespace {
 using ::testing::SizeIs;
 
 constexpr int kThreads = 8;
-
-template <typename Work>
-void RunOnThreads(int count, Work work) {
-  std::vector<std::thread> threads;
-  for (int thread = 0; thread < count; ++thread) {
-    threads.emplace_back(work, thread);
-  }
-  for (std::thread& thread : threads) {
-    thread.join();
-  }
-}
 
 // Column names with an address for each thread and round.
 class ThreadsTest : public ::testing::Test {
