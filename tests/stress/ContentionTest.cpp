@@ -54,7 +54,7 @@ namespace {
 using ::testing::ElementsAre;
 
 constexpr int kMaxWriters = 32;  // threads, of all processes
-constexpr int kOperations = 50;  // of each
+constexpr int kOperations = 40;  // of each
 
 // Each thread has keys that nobody else writes; all of them write key 0.
 constexpr int kOwnKeys = 2;
