@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
@@ -24,6 +25,7 @@
 #include "Database.h"
 #include "DeleteRequest.h"
 #include "DropRequest.h"
+#include "RealWait.h"
 #include "SelectRequest.h"
 #include "TemporaryDatabase.h"
 #include "TestScale.h"
@@ -198,17 +200,19 @@ class TracedKillTest : public KillTest {
     }
   }
 
+  using Change = std::function<int()>;
+
   // Kills a process at every boundary of a system call of one change, from the first
   // on until the change runs to its end.
-  void KillAtEachBoundary(const std::function<int()>& change) {
-    const std::string image = Content(file.Path());
+  void KillAtEachBoundary(const Change& change) {
+    image = Content(file.Path());
     before = State();
     ASSERT_EQ(0, change());
     after = State();
     ASSERT_NE(before, after);
 
     int boundaries = 0;
-    while (KillAtBoundary(boundaries + 1, image, change)) {
+    while (KillAt(boundaries + 1, change)) {
       ++boundaries;
       ASSERT_FALSE(HasFailure()) << "at boundary " << boundaries;
     }
@@ -221,56 +225,126 @@ class TracedKillTest : public KillTest {
         boundaries, unchanged, changed, hotJournals, rolledBack);
   }
 
- private:
-  // False when the change has no such boundary.
-  bool KillAtBoundary(int boundary, const std::string& image, const std::function<int()>& change) {
-    Restore(image);
-    ChildProcess child([&](Channel& parent) {
-      BeginTraced();
-      parent.Send(change());
-      EndTraced();
-    });
-    Tracer tracer(child.Id());
-    bool isReached = true;
-    for (; isReached && boundary > 0; --boundary) {
-      isReached = tracer.RunToBoundary();
+  // The same at some of the boundaries, while another process wants to make a change
+  // of its own.
+  void KillAtBoundariesBesideAnother(const Change& change, const Change& others) {
+    image = Content(file.Path());
+    ASSERT_EQ(0, others());
+    before = State();
+    ASSERT_EQ(0, change());
+    after = State();
+    ASSERT_NE(before, after);
+
+    const int step = std::max(1, 6 / test_scale::Scale());
+    int boundary = 1;
+    while (KillBesideAnotherAt(boundary, change, others)) {
+      ASSERT_FALSE(HasFailure()) << "at boundary " << boundary;
+      boundary += step;
     }
-    child.Kill();
-    const std::optional<int> acknowledged = child.Link().Receive(milliseconds(0));
-    if (isReached) {
-      CheckKilled(acknowledged, image);
-    } else {
-      EXPECT_EQ(0, acknowledged);
-      EXPECT_EQ(after, State());
-    }
-    return isReached;
+    EXPECT_GT(unchanged, 0);
+    EXPECT_GT(changed, 0);
+    EXPECT_GT(takenOver, 0);
+    std::printf(
+        "%d kills: %d before the change, %d after it; the other waited for %d, "
+        "of which %d left a hot journal\n",
+        unchanged + changed, unchanged, changed, awaited, takenOver);
   }
 
-  void Restore(const std::string& image) const {
+ private:
+  // A process that makes a change, as far as a boundary.
+  class Changer {
+   public:
+    Changer(int boundary, const Change& change)
+        : m_child([&](Channel& parent) {
+            BeginTraced();
+            parent.Send(change());
+            EndTraced();
+          }) {
+      Tracer tracer(m_child.Id());
+      for (; m_isReached && boundary > 0; --boundary) {
+        m_isReached = tracer.RunToBoundary();
+      }
+    }
+
+    // False when the change has ended before.
+    bool IsAtBoundary() const { return m_isReached; }
+
+    // Answers the result of the change, if there was one.
+    std::optional<int> Kill() {
+      m_child.Kill();
+      return m_child.Link().Receive(milliseconds(0));
+    }
+
+   private:
+    ChildProcess m_child;
+    bool m_isReached = true;
+  };
+
+  // False when the change has no such boundary.
+  bool KillAt(int boundary, const Change& change) {
+    Restore();
+    Changer changer(boundary, change);
+    const std::optional<int> result = changer.Kill();
+    if (!changer.IsAtBoundary()) {
+      EXPECT_EQ(0, result);
+      EXPECT_EQ(after, State());
+      return false;
+    }
+    const bool isHot = HasHotJournal();
+    const bool isRolledBack = isHot && Content(file.Path()) != image;
+    ExpectTable();
+    Check(result);
+    hotJournals += isHot ? 1 : 0;
+    rolledBack += isRolledBack ? 1 : 0;
+    return true;
+  }
+
+  bool KillBesideAnotherAt(int boundary, const Change& change, const Change& others) {
+    Restore();
+    Changer changer(boundary, change);
+    if (!changer.IsAtBoundary()) {
+      return false;
+    }
+    constexpr int kWaits = -1;  // no result
+    ChildProcess other([&](Channel& parent) {
+      OnWait([&] { parent.Send(kWaits); });
+      parent.Send(others());
+    });
+    std::optional<int> answer = other.Link().Receive(kPatience);
+    if (answer == kWaits) {
+      ++awaited;
+      takenOver += HasHotJournal() ? 1 : 0;
+    }
+    const std::optional<int> result = changer.Kill();
+    while (answer == kWaits) {
+      answer = other.Link().Receive(kPatience);
+    }
+    EXPECT_EQ(0, answer);
+    EXPECT_TRUE(other.EndsWell(kPatience));
+    Check(result);
+    return true;
+  }
+
+  void Restore() const {
     std::filesystem::remove(file.Path() + "-journal");
     std::ofstream(file.Path(), std::ios::binary) << image;
   }
 
-  void CheckKilled(const std::optional<int>& acknowledged, const std::string& image) {
-    const bool isHot = HasHotJournal();
-    const bool isWritten = Content(file.Path()) != image;
+  // The library's next operation works.
+  void ExpectTable() {
+    BasePath path;
+    file.Locate(path);
     bool exists = false;
-    EXPECT_EQ(0, [&] {
-      BasePath path;
-      file.Locate(path);
-      return database.CheckExistTable(path, "t", exists);
-    }());
+    EXPECT_EQ(0, database.CheckExistTable(path, "t", exists));
+  }
+
+  // A change that has been acknowledged is there, any other wholly or not at all.
+  void Check(const std::optional<int>& acknowledged) {
     const std::vector<std::string> found = State();
     ExpectIntact();
-
-    EXPECT_TRUE(found == before || found == after);
-    if (acknowledged) {
-      EXPECT_EQ(0, *acknowledged);
-      EXPECT_TRUE(found == after);
-    }
+    EXPECT_TRUE(found == after || (found == before && !acknowledged));
+    EXPECT_EQ(0, acknowledged.value_or(0));
     (found == before ? unchanged : changed) += 1;
-    hotJournals += isHot ? 1 : 0;
-    rolledBack += isHot && isWritten && found == before ? 1 : 0;
   }
 
   // All that is in the file, as SQLite tells it.
@@ -284,16 +358,23 @@ class TracedKillTest : public KillTest {
     return state;
   }
 
+  std::string image;  // of the file before the change
   std::vector<std::string> before;
   std::vector<std::string> after;
   int unchanged = 0;
   int changed = 0;
   int hotJournals = 0;
   int rolledBack = 0;
+  int awaited = 0;
+  int takenOver = 0;
 };
 
 TEST_F(TracedKillTest, AnUpsertIsDoneWhollyOrNotAtAll) {
   KillAtEachBoundary([&] { return Upsert(2, 1); });
+}
+
+TEST_F(TracedKillTest, AWaitingUpsertGoesOnAfterOneThatIsKilled) {
+  KillAtBoundariesBesideAnother([&] { return Upsert(2, 1); }, [&] { return Upsert(3, 1); });
 }
 
 TEST_F(TracedKillTest, AnUpdateIsDoneWhollyOrNotAtAll) {

@@ -5,12 +5,9 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 #include <sys/mman.h>
-#include <time.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
@@ -25,6 +22,7 @@
 #include "Cursor.h"
 #include "Database.h"
 #include "DeleteRequest.h"
+#include "RealWait.h"
 #include "RunOnThreads.h"
 #include "SelectRequest.h"
 #include "TemporaryDatabase.h"
@@ -32,22 +30,6 @@
 #include "TestSeed.h"
 #include "UpdateRequest.h"
 #include "UpsertRequest.h"
-
-namespace {
-
-thread_local int waits = 0;
-
-}  // namespace
-
-// In front of the C library's: the library's wait for a busy file, real but counted.
-int usleep(useconds_t microseconds) {
-  EXPECT_EQ(100000U, microseconds);
-  ++waits;
-  timespec left{0, static_cast<long>(microseconds) * 1000};
-  while (nanosleep(&left, &left) != 0 && errno == EINTR) {
-  }
-  return 0;
-}
 
 namespace {
 
@@ -126,7 +108,7 @@ void SetRow(Request& request, int value) {
   request.SetData(kSecondText, text.c_str());
 }
 
-// One thread's part.
+// One thread's part, on that thread.
 class Writer {
  public:
   Writer(Database& database, const TemporaryDatabase& file, int number, unsigned seed, Notes& notes)
@@ -134,7 +116,9 @@ class Writer {
         m_file(file),
         m_number(number),
         m_notes(notes.Of(number)),
-        m_random(seed) {}
+        m_random(seed) {
+    OnWait([this] { ++m_waits; });
+  }
 
   // The first operation is a write.
   int RunFirst() { return Run(&Writer::Upsert); }
@@ -158,11 +142,11 @@ class Writer {
   int Run(Act act) {
     Operation& note = m_notes[static_cast<std::size_t>(m_count++)];
     note.seen.fill(kUnseen);
-    waits = 0;
+    m_waits = 0;
     note.begin = std::chrono::steady_clock::now();
     note.result = (this->*act)(note);
     note.end = std::chrono::steady_clock::now();
-    note.waits = waits;
+    note.waits = m_waits;
     if (note.kind == Operation::Kind::kWrite && note.result == SQLITE_OK &&
         note.key != kSharedKey) {
       Own(note.key) = note.value;
@@ -235,7 +219,7 @@ class Writer {
     const int result = m_database.Select(request, cursor);
     // Without a result there are no rows; and where stepping may have stayed busy,
     // rows may be missing.
-    if (result == SQLITE_OK && waits < 15) {
+    if (result == SQLITE_OK && m_waits < 15) {
       std::fill(note.seen.begin() + firstKey, note.seen.begin() + lastKey + 1, kAbsent);
     }
     while (cursor.MoveToNext() == 0) {
@@ -264,6 +248,7 @@ class Writer {
   std::array<Operation, kOperations>& m_notes;
   std::mt19937 m_random;
   int m_count = 0;
+  int m_waits = 0;                    // of the current operation
   std::array<int, kOwnKeys> m_own{};  // the values of the thread's keys
 };
 
