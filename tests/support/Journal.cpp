@@ -15,17 +15,29 @@ struct Event {
 
 std::mutex mutex;
 std::vector<Event> events;
+Listener listener;
 
 }  // namespace
 
 void Clear() {
   const std::lock_guard<std::mutex> lock(mutex);
   events.clear();
+  listener = nullptr;
 }
 
-void Add(Kind kind, std::string text) {
+void Add(Kind kind, const std::string& text) {
+  std::unique_lock<std::mutex> lock(mutex);
+  events.push_back({kind, text});
+  const Listener told = listener;
+  lock.unlock();  // what it does may be an event, too
+  if (told) {
+    told(kind, text);
+  }
+}
+
+void Listen(Listener newListener) {
   const std::lock_guard<std::mutex> lock(mutex);
-  events.push_back({kind, std::move(text)});
+  listener = std::move(newListener);
 }
 
 std::vector<std::string> Of(std::initializer_list<Kind> kinds) {

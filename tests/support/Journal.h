@@ -4,6 +4,7 @@
 #ifndef VORN_TESTS_SUPPORT_JOURNAL_H
 #define VORN_TESTS_SUPPORT_JOURNAL_H
 
+#include <functional>
 #include <initializer_list>
 #include <string>
 #include <vector>
@@ -13,7 +14,12 @@ namespace journal {
 enum class Kind { kLog, kLogger, kMutex, kSleep, kSqlite };
 
 void Clear();
-void Add(Kind kind, std::string text);
+void Add(Kind kind, const std::string& text);
+
+// Is told of every event when it is added, until Clear(): for what a test has to do at
+// that moment. A call into SQLite is added before it is made.
+using Listener = std::function<void(Kind kind, const std::string& text)>;
+void Listen(Listener listener);
 
 // The texts of the events of these kinds, in their order.
 std::vector<std::string> Of(std::initializer_list<Kind> kinds);
