@@ -27,6 +27,7 @@
 
 namespace {
 
+using fake::BusyLines;
 using fake::Line;
 using fake::Trace;
 using journal::Kind;
@@ -60,15 +61,6 @@ Strings operator+(Strings left, const Strings& right) {
 
 Strings OpenLines(const std::string& directory) {
   return {Trace(kFile, "OpenDB"), Line(6, kFile, "OpenDB", "DB file: " + directory + " app.db")};
-}
-
-Strings BusyLines() {
-  Strings lines;
-  for (int count = 1; count < 16; ++count) {
-    lines.push_back(Line(5, kFile, "IsRetryLimit", "SQLITE BUSY[" + std::to_string(count) + "]"));
-  }
-  lines.push_back(Line(6, kFile, "IsRetryLimit", "RETRY COUNT is reached LIMIT, SQLITE_BUSY"));
-  return lines;
 }
 
 class DatabaseTest : public LibraryTest {
@@ -182,7 +174,7 @@ TEST_F(OpenDBTest, StaysBusyFor17AttemptsAnd15Waits) {
   EXPECT_EQ(17, sqlite_spy::CountCalls("sqlite3_open"));
   EXPECT_EQ(15, Waits());
   EXPECT_THAT(fake::Lines(),
-              ElementsAreArray(OpenLines(file.Directory()) + BusyLines() +
+              ElementsAreArray(OpenLines(file.Directory()) + BusyLines(kFile, 16) +
                                Strings{Line(6, kFile, "OpenDB",
                                             "DB open failed. Error no(5): database is locked")}));
 }
@@ -403,7 +395,7 @@ TEST_P(WriteTest, StaysBusyFor17AttemptsAnd15Waits) {
   EXPECT_EQ(SQLITE_BUSY, Run());
   EXPECT_EQ(17, sqlite_spy::CountCalls("sqlite3_exec"));
   EXPECT_EQ(15, Waits());
-  EXPECT_THAT(DatabaseLines(), ElementsAreArray(LinesBefore() + BusyLines() +
+  EXPECT_THAT(DatabaseLines(), ElementsAreArray(LinesBefore() + BusyLines(kFile, 16) +
                                                 Strings{Failure(SQLITE_BUSY, "(null)")}));
   EXPECT_EQ(1, sqlite_spy::CountCalls("sqlite3_close"));
 }
@@ -726,7 +718,7 @@ TEST_P(QueryTest, StaysBusyFor17PreparationsAnd15Waits) {
   EXPECT_EQ(17, sqlite_spy::CountCalls("sqlite3_prepare"));
   EXPECT_EQ(15, Waits());
   EXPECT_THAT(DatabaseLines(),
-              ElementsAreArray(LinesBefore() + BusyLines() +
+              ElementsAreArray(LinesBefore() + BusyLines(kFile, 16) +
                                Strings{Failure(SQLITE_BUSY, "database is locked")}));
   ExpectResultUntouched();
 }

@@ -5,12 +5,15 @@
 #include <dlog.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
 #include <cinttypes>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <map>
 #include <new>
+#include <thread>
 #include <utility>
 
 #include "HeapPause.h"
@@ -24,6 +27,7 @@ using journal::Kind;
 
 std::vector<LogLine> logLines;
 bool encryption = false;
+bool sleepsForReal = false;
 std::function<std::string(const std::string&)> convert;
 char buffer[kBufferSize];
 std::optional<int> lockNameResult;
@@ -86,6 +90,18 @@ std::string Trace(const std::string& file, const std::string& function) {
   return Line(3, file, function, file + "::" + function + "(#) called");
 }
 
+std::vector<std::string> BusyLines(const std::string& file, int count) {
+  constexpr int kWarnings = 15;
+  std::vector<std::string> lines;
+  for (int busy = 1; busy <= std::min(count, kWarnings); ++busy) {
+    lines.push_back(Line(5, file, "IsRetryLimit", "SQLITE BUSY[" + std::to_string(busy) + "]"));
+  }
+  if (count > kWarnings) {
+    lines.push_back(Line(6, file, "IsRetryLimit", "RETRY COUNT is reached LIMIT, SQLITE_BUSY"));
+  }
+  return lines;
+}
+
 void SetEncryption(bool flag) { encryption = flag; }
 
 void SetConversion(std::function<std::string(const std::string&)> conversion) {
@@ -96,6 +112,8 @@ char* Buffer() { return buffer; }
 
 void ThrowAtLoggerCall(int number) { loggerCallsToThrow = number; }
 
+void SleepForReal() { sleepsForReal = true; }
+
 void FailLockNames(int result) { lockNameResult = result; }
 
 std::optional<LockNameCall> LastLockNameCall() { return lockNameCall; }
@@ -105,6 +123,7 @@ void ForgetLockNameCall() { lockNameCall.reset(); }
 void ResetPlatform() {
   logLines.clear();
   encryption = false;
+  sleepsForReal = false;
   convert = [](const std::string& message) { return "secure(" + message + ")"; };
   std::fill(std::begin(buffer), std::end(buffer), '~');
   lockNameResult.reset();
@@ -221,6 +240,9 @@ int Format(char* output, std::size_t size, const char* format, va_list arguments
 int usleep(useconds_t microseconds) {
   const HeapPause pause;
   journal::Add(Kind::kSleep, "usleep " + std::to_string(microseconds));
+  if (fake::sleepsForReal) {
+    std::this_thread::sleep_for(std::chrono::microseconds(microseconds));
+  }
   return 0;
 }
 

@@ -32,6 +32,8 @@ std::vector<std::string> Lines();
 std::string Line(int priority, const std::string& file, const std::string& function,
                  const std::string& message);
 std::string Trace(const std::string& file, const std::string& function);
+// The lines of the first `count` busy results of one loop, logged by that file's class.
+std::vector<std::string> BusyLines(const std::string& file, int count);
 
 // The logger.
 constexpr int kBufferIndex = 7;
@@ -42,6 +44,10 @@ char* Buffer();
 // Makes the logger throw std::bad_alloc at its call of that number, once; 0 takes
 // that back.
 void ThrowAtLoggerCall(int number);
+
+// Lets the calling thread sleep as long as usleep is told to; without it, a wait is
+// noted and takes no time.
+void SleepForReal();
 
 // What the formatting call for lock names answers instead of formatting.
 void FailLockNames(int result);
