@@ -165,15 +165,7 @@ TEST_F(LeakTest, EveryFailedOpenLeavesItsHandle) {
 
 // A file that is really locked: SQLite gives a text for each busy attempt, and
 // only the last one is freed.
-class LockedFileTest : public LeakTest {
- protected:
-  static int BlocksOfSqlite() {
-    int current = 0;
-    int highest = 0;
-    sqlite3_status(SQLITE_STATUS_MALLOC_COUNT, &current, &highest, 0);
-    return current;
-  }
-};
+class LockedFileTest : public LeakTest {};
 
 TEST_F(LockedFileTest, AWriteGivesUpAfterTheLimitAndLeavesTheTextsOfAllAttemptsButTheLast) {
   TemporaryDatabase file;
@@ -182,12 +174,12 @@ TEST_F(LockedFileTest, AWriteGivesUpAfterTheLimitAndLeavesTheTextsOfAllAttemptsB
   file.Locate(request);
   request.SetTable("t");
   Database database;
-  const int before = BlocksOfSqlite();
+  const int before = sqlite_spy::MemoryBlocks();
   {
     const Locker locker(file, "BEGIN EXCLUSIVE");
     EXPECT_EQ(SQLITE_BUSY, database.DropTable(request));
   }
-  EXPECT_EQ(before + 16, BlocksOfSqlite());
+  EXPECT_EQ(before + 16, sqlite_spy::MemoryBlocks());
   EXPECT_THAT(journal::Of({journal::Kind::kSleep}), SizeIs(15));
   EXPECT_EQ(fake::Line(6, "Database.cpp", "DropTable", "DropTable FAILED[5]: database is locked"),
             fake::Lines().back());

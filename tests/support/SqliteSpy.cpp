@@ -1,10 +1,8 @@
 #include "SqliteSpy.h"
 
 #include <dlfcn.h>
-#include <link.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <deque>
@@ -23,38 +21,14 @@ std::vector<std::string> calls;
 std::vector<Reply> replies;
 std::vector<sqlite3*> connections;
 std::vector<sqlite3_stmt*> statements;
+std::vector<char*> errorTexts;
 
-// Where the library under test lies in memory.
-struct Extent {
-  std::uintptr_t begin = 0;
-  std::uintptr_t end = 0;
-};
-
-int FindLibrary(dl_phdr_info* object, std::size_t /*size*/, void* found) {
-  if (std::strstr(object->dlpi_name, "libvorndatabase.so") == nullptr) {
-    return 0;
-  }
-  auto& extent = *static_cast<Extent*>(found);
-  extent = {object->dlpi_addr, object->dlpi_addr};
-  for (int header = 0; header < object->dlpi_phnum; ++header) {
-    const auto& segment = object->dlpi_phdr[header];
-    extent.end =
-        std::max<std::uintptr_t>(extent.end, object->dlpi_addr + segment.p_vaddr + segment.p_memsz);
-  }
-  return 1;
-}
-
-// The tests' own calls, and SQLite's calls to itself, pass through here too.
+// The tests' own calls, and SQLite's calls to itself, pass through here too. They are
+// many, and dladdr would look up a symbol for each.
 bool IsFromLibrary(const void* caller) {
-  static const Extent library = [] {
-    Extent extent;
-    if (dl_iterate_phdr(FindLibrary, &extent) == 0) {
-      std::abort();
-    }
-    return extent;
-  }();
-  const auto address = reinterpret_cast<std::uintptr_t>(caller);
-  return library.begin <= address && address < library.end;
+  dl_find_object object;
+  return _dl_find_object(const_cast<void*>(caller), &object) == 0 &&
+         std::strstr(object.dlfo_link_map->l_name, "libvorndatabase.so") != nullptr;
 }
 
 template <typename Function>
@@ -164,6 +138,22 @@ void CloseConnections() {
   connections.clear();
 }
 
+std::vector<char*> HeldErrorTexts() { return errorTexts; }
+
+void FreeErrorTexts() {
+  for (char* text : errorTexts) {
+    sqlite3_free(text);
+  }
+  errorTexts.clear();
+}
+
+int MemoryBlocks() {
+  int current = 0;
+  int highest = 0;
+  sqlite3_status(SQLITE_STATUS_MALLOC_COUNT, &current, &highest, 0);
+  return current;
+}
+
 void Reset() {
   scripts.clear();
   errorText.reset();
@@ -229,6 +219,9 @@ int sqlite3_exec(sqlite3* db, const char* sql, int (*callback)(void*, int, char*
     *error = errorText ? sqlite3_mprintf("%s", errorText->c_str()) : nullptr;
   }
   replies.back().text = TextOrNone(*error);
+  if (*error != nullptr) {
+    errorTexts.push_back(*error);
+  }
   return rc;
 }
 
@@ -238,6 +231,7 @@ void sqlite3_free(void* memory) {
   if (IS_FROM_LIBRARY) {
     Note("sqlite3_free", memory == nullptr ? "null" : "");
     NoteReply("sqlite3_free", 0);
+    Remove(errorTexts, static_cast<char*>(memory));
   }
   real(memory);
 }

@@ -55,7 +55,15 @@ std::vector<sqlite3_stmt*> OpenStatements();
 // Closes the connections that are left open on purpose.
 void CloseConnections();
 
-// Forgets scripts and texts. Connections stay known.
+// Error texts that sqlite3_exec gave and that were not freed.
+std::vector<char*> HeldErrorTexts();
+// Frees those that are left on purpose.
+void FreeErrorTexts();
+
+// How many blocks of memory SQLite has taken and not returned.
+int MemoryBlocks();
+
+// Forgets scripts and the text that was set. What is open or held stays known.
 void Reset();
 
 }  // namespace sqlite_spy
