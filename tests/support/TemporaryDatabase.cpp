@@ -63,10 +63,11 @@ std::vector<std::string> TemporaryDatabase::Rows(const std::string& sql) const {
 
 Locker::Locker(const TemporaryDatabase& database, const std::string& begin)
     : m_db(Open(database.Path())) {
-  sqlite3_stmt* stmt = nullptr;
-  EXPECT_EQ(SQLITE_OK, sqlite3_prepare_v2(m_db, begin.c_str(), -1, &stmt, nullptr));
-  EXPECT_EQ(SQLITE_DONE, sqlite3_step(stmt));
-  sqlite3_finalize(stmt);
+  EXPECT_EQ(SQLITE_OK, Run(begin));
+}
+
+int Locker::Run(const std::string& sql) {
+  return sqlite3_exec(m_db, sql.c_str(), nullptr, nullptr, nullptr);
 }
 
 Locker::~Locker() { sqlite3_close_v2(m_db); }

@@ -47,11 +47,14 @@ class TemporaryDatabase {
 // A connection of the test's own that holds a lock on the file while it lives.
 class Locker {
  public:
-  // `begin` is such as "BEGIN EXCLUSIVE".
+  // `begin` is such as "BEGIN EXCLUSIVE", or several statements.
   Locker(const TemporaryDatabase& database, const std::string& begin);
   ~Locker();
   Locker(const Locker&) = delete;
   Locker& operator=(const Locker&) = delete;
+
+  // Runs further statements, without their rows; answers SQLite's result code.
+  int Run(const std::string& sql);
 
  private:
   sqlite3* m_db = nullptr;
