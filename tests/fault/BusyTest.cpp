@@ -59,7 +59,7 @@ constexpr LockKind kLockKinds[] = {kShared, kReserved, kPending, kExclusive};
 const std::string kLockNames[] = {"shared", "reserved", "pending", "exclusive"};
 
 // What it is told to do besides taking a lock of a kind, and acknowledges.
-enum Command { kRelease = 100, kReleaseSoon, kEnd };
+enum Command { kRelease = 100, kReleaseSoon, kChangeSchemaAndRelease, kEnd };
 constexpr std::chrono::seconds kAnswerLimit{20};
 
 // Connections that hold a lock of that kind together, while they live.
@@ -95,6 +95,9 @@ void ServeLocks(const TemporaryDatabase& file, Channel& parent) {
     if (command == kReleaseSoon) {
       std::this_thread::sleep_for(std::chrono::milliseconds(150));
     }
+    if (command == kChangeSchemaAndRelease) {
+      EXPECT_EQ(SQLITE_OK, lockers.back()->Run("CREATE TABLE late (a); COMMIT"));
+    }
     lockers.clear();
     if (*command < kRelease) {
       lockers = Take(file, *command);
@@ -111,6 +114,7 @@ class LockHolder {
 
   void Hold(LockKind kind) { Do(kind); }
   void Release() { Do(kRelease); }
+  void ChangeSchemaAndRelease() { Do(kChangeSchemaAndRelease); }
 
   // Lets go a while later.
   void ReleaseSoon() { m_process.Link().Send(kReleaseSoon); }
@@ -377,6 +381,8 @@ std::vector<Operation> Queries() {
 
 Operation Update() { return Writes().front(); }
 
+Operation Upsert() { return Writes()[4]; }
+
 Operation Select() { return Queries().front(); }
 
 std::vector<Operation> Operations() {
@@ -601,6 +607,31 @@ TEST_P(EveryQueryBusyTest, RepeatsTheStep) {
 }
 
 INSTANTIATE_TEST_SUITE_P(, EveryQueryBusyTest, ::testing::ValuesIn(Queries()), NameOf);
+
+// The other process lets go with a commit that makes prepared statements out of date.
+class ChangedSchemaTest : public BusyTest {};
+
+const Strings kChangedContents = {"contact", "late", "note", "1|Kim", "2|Lee"};
+
+TEST_F(ChangedSchemaTest, AWriteIsPreparedAnewForEachAttempt) {
+  Restore();
+  holder.Hold(kReserved);
+  Run(Upsert(), 3, [this] { holder.ChangeSchemaAndRelease(); });
+  ExpectResult(SQLITE_OK, "", kChangedContents + Strings{"3|Ann"});
+  ExpectAttempts(3, SQLITE_LOCK_RESERVED, kFile, SuccessLines(Upsert()));
+  ExpectLeftovers(0, 3);
+}
+
+// The text is all that SQLite tells of a statement of the legacy call.
+TEST_F(ChangedSchemaTest, AStepFailsAndTheQueryFindsNothing) {
+  Restore();
+  atFirstStep = [this] { holder.Hold(kExclusive); };
+  Run(Select(), 3, [this] { holder.ChangeSchemaAndRelease(); });
+  ExpectResult(SQLITE_OK, Select().answer.ofNothing, kChangedContents);
+  ExpectAttempts(3, SQLITE_LOCK_SHARED, kParserFile,
+                 {Line(6, kParserFile, "ParseDatabase", "SQLITE STEP ERROR!!! SQL logic error")});
+  ExpectLeftovers(0, 0);
+}
 
 // The waits take their time here.
 class RealBusyTest : public BusyTest {
