@@ -17,7 +17,6 @@
 #include "OpenFiles.h"
 #include "Points.h"
 #include "ShimVfs.h"
-#include "SqliteHeap.h"
 #include "SqliteSpy.h"
 #include "TemporaryDatabase.h"
 
@@ -100,13 +99,9 @@ void Judge(const Subject& subject, const Outcome& outcome) {
   EXPECT_EQ(owed.exists, outcome.exists);
   EXPECT_THAT(sqlite_spy::OpenStatements(), ::testing::IsEmpty());
   EXPECT_EQ(static_cast<std::size_t>(owed.connectionsLeft), sqlite_spy::OpenConnections().size());
+  EXPECT_EQ(static_cast<std::size_t>(owed.textsLeft), sqlite_spy::HeldErrorTexts().size());
   sqlite_spy::CloseConnections();
-}
-
-int TextsLeft(const Subject& subject, const Outcome& outcome) {
-  return WorkOut(subject.Operation(), outcome.replies, outcome.end, outcome.cursorBefore,
-                 outcome.existsBefore)
-      .textsLeft;
+  sqlite_spy::FreeErrorTexts();
 }
 
 std::string ReadFile(const std::string& path) {
@@ -221,11 +216,11 @@ class OperationSweep {
     heap_spy::Start();
     heap_spy::Stop();
     const int filesBefore = CountOpenFiles();
-    const int sqliteBefore = sqlite_heap::BlocksHeld();
+    const int sqliteBefore = sqlite_spy::MemoryBlocks();
     const Outcome outcome = RunOnce(*subject, m_database, m_fault, successes, kind);
     Judge(*subject, outcome);
     EXPECT_EQ(filesBefore, CountOpenFiles());
-    EXPECT_EQ(sqliteBefore + TextsLeft(*subject, outcome), sqlite_heap::BlocksHeld());
+    EXPECT_EQ(sqliteBefore, sqlite_spy::MemoryBlocks());
     JudgeEffect(outcome);
     JudgeNextRun(*subject);
     subject.reset();

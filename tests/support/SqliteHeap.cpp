@@ -41,11 +41,4 @@ int FailNever() {
   return faultPoint.Failures();
 }
 
-int BlocksHeld() {
-  int current = 0;
-  int highest = 0;
-  sqlite3_status(SQLITE_STATUS_MALLOC_COUNT, &current, &highest, 0);
-  return current;
-}
-
 }  // namespace sqlite_heap

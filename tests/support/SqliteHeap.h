@@ -14,9 +14,6 @@ void FailAfter(int successes, FaultPoint::Kind kind);
 // Takes that back, if it still has to come. Answers how many have failed.
 int FailNever();
 
-// Blocks that SQLite holds.
-int BlocksHeld();
-
 }  // namespace sqlite_heap
 
 #endif  // VORN_TESTS_SUPPORT_SQLITEHEAP_H

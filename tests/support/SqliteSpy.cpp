@@ -1,6 +1,7 @@
 #include "SqliteSpy.h"
 
 #include <dlfcn.h>
+#include <link.h>
 
 #include <algorithm>
 #include <cstdlib>
