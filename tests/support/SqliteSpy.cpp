@@ -8,6 +8,7 @@
 #include <cstring>
 #include <deque>
 #include <map>
+#include <utility>
 
 #include "HeapPause.h"
 #include "Journal.h"
@@ -20,6 +21,7 @@ std::map<std::string, std::deque<Step>> scripts;
 std::optional<std::string> errorText;
 std::vector<std::string> calls;
 std::vector<Reply> replies;
+std::function<void(const std::string&, int)> observe;
 std::vector<sqlite3*> connections;
 std::vector<sqlite3_stmt*> statements;
 std::vector<char*> errorTexts;
@@ -88,6 +90,9 @@ int RunInt(const std::string& function, const std::string& arguments, RealCall r
   const int result =
       Run<RealCall, int>(function, arguments, real, [](int answer) { return answer; });
   NoteReply(function, result);
+  if (observe) {
+    observe(function, result);
+  }
   return result;
 }
 
@@ -128,6 +133,10 @@ int CountCalls(const std::string& function) {
   }));
 }
 
+void SetObserver(std::function<void(const std::string&, int)> observer) {
+  observe = std::move(observer);
+}
+
 std::vector<sqlite3*> OpenConnections() { return connections; }
 
 std::vector<sqlite3_stmt*> OpenStatements() { return statements; }
@@ -160,6 +169,7 @@ void Reset() {
   errorText.reset();
   calls.clear();
   replies.clear();
+  observe = nullptr;
 }
 
 }  // namespace sqlite_spy

@@ -6,6 +6,7 @@
 
 #include <sqlite3.h>
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -49,6 +50,9 @@ struct Reply {
 };
 std::vector<Reply> Replies();
 
+// Sees what the calls that return a number answer, as soon as they do.
+void SetObserver(std::function<void(const std::string& function, int result)> observer);
+
 // Connections that were opened and not closed, and statements likewise.
 std::vector<sqlite3*> OpenConnections();
 std::vector<sqlite3_stmt*> OpenStatements();
@@ -63,7 +67,7 @@ void FreeErrorTexts();
 // How many blocks of memory SQLite has taken and not returned.
 int MemoryBlocks();
 
-// Forgets scripts and the text that was set. What is open or held stays known.
+// Forgets scripts, observer and the text that was set. What is open or held stays known.
 void Reset();
 
 }  // namespace sqlite_spy
