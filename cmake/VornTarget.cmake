@@ -21,6 +21,10 @@ function(vorn_target target)
       -fsanitize=${VORN_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(${target} PRIVATE -fsanitize=${VORN_SANITIZE})
   endif()
+  # Only what is instrumented guides the fuzzer.
+  if(VORN_FUZZ)
+    target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link)
+  endif()
   # What is built does not tell in which folder: two builds are the same. A host's
   # debugger has to find the sources, however.
   if(PROJECT_IS_TOP_LEVEL)
