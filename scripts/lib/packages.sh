@@ -16,6 +16,7 @@ source "${BASH_SOURCE[0]%/*}/run.sh"
   armhf_packages=(g++-arm-linux-gnueabihf qemu-user)
   arm_packages=("${armhf_packages[@]}" g++-arm-linux-gnueabi googletest)
   package_packages=(git dpkg-dev file rpm lintian elfutils cpio pkg-config)
+  fuzz_packages=(clang libclang-rt-dev)
   lint_packages=(git clang clang-format clang-tidy cppcheck shellcheck)
 }
 
