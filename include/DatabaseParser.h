@@ -18,8 +18,10 @@ class Cursor;
 /// **Stepping.** A busy step is repeated under the rule of `IsRetryLimit`. After
 /// an error one more step is made, and its code is the one returned; as the
 /// legacy interface restarts a failed statement, that code may well be 100
-/// (`SQLITE_ROW`). Any other code is stepped over at once, without limit. Rows
-/// already copied stay in the cursor when a parse stops early.
+/// (`SQLITE_ROW`), and its row is not read. So it is for a file that becomes free
+/// for the last attempt only: nothing is found in it. Any other code is stepped
+/// over at once, without limit. Rows already copied stay in the cursor when a
+/// parse stops early.
 ///
 /// **Threads.** The class has no state.
 ///

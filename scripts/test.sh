@@ -21,20 +21,10 @@ fail() {
   exit 1
 }
 
-# The sanitizers need their shadow memory at fixed addresses, which some kernels
-# spread other mappings over. A container may forbid the remedy.
-without_randomization() {
-  if setarch --addr-no-randomize true 2>/dev/null; then
-    setarch --addr-no-randomize "$@"
-  else
-    "$@"
-  fi
-}
-
 run_suite() {
   local preset=$1
   local -a wrapper=()
-  if [[ $preset == ?san ]]; then
+  if [[ $preset == ?san || $preset == fuzz ]]; then
     wrapper=(without_randomization)
   fi
   if [[ $preset == arm* ]]; then

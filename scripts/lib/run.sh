@@ -3,6 +3,8 @@
 #
 #   run_quietly LABEL COMMAND...  prints the label and runs the command; its
 #   output is shown only when it fails. Returns the command's status.
+#
+#   without_randomization COMMAND...  runs it with addresses as sanitizers need them.
 
 run_quietly() (
   label=$1
@@ -18,3 +20,13 @@ run_quietly() (
   fi
   exit "$status"
 )
+
+# The sanitizers need their shadow memory at fixed addresses, which some kernels
+# spread other mappings over. A container may forbid the remedy.
+without_randomization() {
+  if setarch --addr-no-randomize true 2>/dev/null; then
+    setarch --addr-no-randomize "$@"
+  else
+    "$@"
+  fi
+}

@@ -58,3 +58,5 @@ if ((status != 0)); then
 fi
 # What the fuzzer has reached, and how many inputs it has run.
 grep -E '^(INFO: Seed|Done |stat::)|INITED|DONE' "$work/log"
+executions=$(sed -n 's/^stat::number_of_executed_units: *//p' "$work/log")
+echo "$(basename "$target"): $executions executions in $seconds seconds"
