@@ -228,6 +228,17 @@ TEST_F(ParseDatabaseTest, AfterAnErrorMakesOneMoreStepAndReturnsItsCode) {
               ElementsAre(Line(6, kFile, "ParseDatabase", "SQLITE STEP ERROR!!! no luck")));
 }
 
+TEST_F(ParseDatabaseTest, AnErrorIsConvertedWithSqlitesTextWhenMessagesAreProtected) {
+  Prepare("SELECT 1 AS id, 2 AS other");
+  sqlite_spy::SetErrorText("no luck");
+  sqlite_spy::Script("sqlite3_step", {Answer(SQLITE_ERROR), Answer(SQLITE_DONE)});
+  fake::SetEncryption(true);
+  fake::SetConversion([](const std::string& message) { return "<" + message + ">"; });
+  EXPECT_EQ(SQLITE_DONE, Parse());
+  EXPECT_THAT(fake::Lines(),
+              ElementsAre(Line(6, kFile, "ParseDatabase", "<SQLITE STEP ERROR!!! no luck>")));
+}
+
 TEST_F(ParseDatabaseTest, ABusyStepAfterAnErrorIsNotRetried) {
   Prepare("SELECT 1 AS id");
   sqlite_spy::Script("sqlite3_step", {Answer(SQLITE_ERROR), Answer(SQLITE_BUSY)});
