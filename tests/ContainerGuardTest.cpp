@@ -236,6 +236,21 @@ TEST_F(NamedLockTest, OneContainerKeepsItsLockName) {
   EXPECT_EQ(events[0], events[12]);
 }
 
+// The logger is asked, and runs out of memory, where the lock has no name.
+TEST_F(NamedLockTest, ACursorThatCannotBeLockedKeepsRowsAndPosition) {
+  Cursor cursor;
+  cursor.SetColumn("a");
+  cursor.SetColumn("b");
+  cursor.SetData("a", "1");
+  cursor.SetData("b", "2");
+  cursor.MoveToPosition(0);
+  fake::FailLockNames(0);
+  fake::ThrowAtLoggerCall(1);
+  EXPECT_THROW(cursor.Initialize(), std::bad_alloc);
+  EXPECT_EQ(0, cursor.GetPosition());
+  EXPECT_EQ(1, cursor.GetCount());
+}
+
 TEST_F(NamedLockTest, ReadersAndDestructorsTakeNoLock) {
   {
     BaseSet set;

@@ -1,6 +1,7 @@
 #include "Cursor.h"
 
 #include <locale>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
@@ -245,6 +246,19 @@ TEST_F(CursorTest, WalksBackwardOverThreeRows) {
   EXPECT_EQ(2, cursor.MoveToPrev());
   EXPECT_EQ(0, cursor.GetPosition());
   EXPECT_THAT(fake::Lines(), ElementsAre(Line(4, kFile, "MoveToPrev", "First Row")));
+}
+
+// The line is written before the position is put back, which shows when it cannot be.
+TEST_F(CursorTest, StaysOutsideTheRowsWhenTheEndCannotBeLogged) {
+  FillRows(3);
+  cursor.MoveToPosition(2);
+  fake::ThrowAtLoggerCall(1);
+  EXPECT_THROW(cursor.MoveToNext(), std::bad_alloc);
+  EXPECT_EQ(3, cursor.GetPosition());
+  cursor.MoveToPosition(0);
+  fake::ThrowAtLoggerCall(1);
+  EXPECT_THROW(cursor.MoveToPrev(), std::bad_alloc);
+  EXPECT_EQ(-1, cursor.GetPosition());
 }
 
 TEST_F(CursorTest, MovesOverColumnsWithoutRows) {

@@ -6,6 +6,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "BaseSet.h"
 #include "CreateRequest.h"
@@ -85,6 +86,13 @@ TEST_F(AllocationTest, ALongCellTakesOneBlock) {
               ElementsAre("make", "lock", "allocate", "unlock", "destroy"));
 }
 
+TEST_F(AllocationTest, AColumnGrowsUnderTheLock) {
+  FillUpToRoomForOne("x");
+  cursor.SetData("x", "short");
+  EXPECT_THAT(EventsOf([&] { cursor.SetData("x", "short"); }),
+              ElementsAre("make", "lock", "allocate", "release", "unlock", "destroy"));
+}
+
 TEST_F(AllocationTest, ANewColumnEntryIsTakenUnderTheLock) {
   BaseSet set;
   EXPECT_THAT(EventsOf([&] { set.SetData("age", "1"); }),
@@ -119,11 +127,13 @@ TEST_F(AllocationTest, SetColumnChangesTheListAndThenTheMapUnderTheLock) {
 }
 
 TEST_F(AllocationTest, InitializeReleasesTheContentUnderTheLock) {
-  cursor.SetColumn("a");
-  cursor.SetData("a", "1");
+  cursor.SetColumn(longColumn);
+  cursor.SetData(longColumn, "1");
   const auto events = EventsOf([&] { cursor.Initialize(); });
-  // The cells of "a" and its entry; the list keeps its room.
-  EXPECT_THAT(events, ElementsAre("make", "lock", "release", "release", "unlock", "destroy"));
+  // The cells of the column, its name and its entry, and its name in the list, which
+  // keeps its room.
+  EXPECT_THAT(events, ElementsAre("make", "lock", "release", "release", "release", "release",
+                                  "unlock", "destroy"));
 }
 
 TEST_F(AllocationTest, SetColumnKeyAppendsUnderTheLock) {
@@ -144,11 +154,53 @@ using TableRequests = ::testing::Types<SelectRequest, UpdateRequest, UpsertReque
                                        DropRequest, CreateRequest>;
 TYPED_TEST_SUITE(TableAllocationTest, TableRequests);
 
-TYPED_TEST(TableAllocationTest, TracesBeforeItStoresAndBeforeItReleases) {
+TYPED_TEST(TableAllocationTest, TracesBeforeItStoresReadsAndReleases) {
   std::optional<TypeParam> request(std::in_place);
-  EXPECT_THAT(this->EventsOf([&] { request->SetTable("accounts"); }),
+  EXPECT_THAT(this->EventsOf([&] { request->SetTable(this->longValue); }),
               ElementsAre("log", "allocate"));
+  std::string table;
+  EXPECT_THAT(this->EventsOf([&] { request->GetTable(table); }), ElementsAre("log", "allocate"));
   EXPECT_THAT(this->EventsOf([&] { request.reset(); }), ElementsAre("log", "release"));
+}
+
+// A pair of texts of a request, such as a key.
+template <typename Request, void (Request::*set)(const char*, const char*),
+          void (Request::*get)(std::string&, std::string&)>
+struct TextPair {
+  using Owner = Request;
+  static void Set(Request& request, const char* text) { (request.*set)(text, text); }
+  static void Get(Request& request, std::string& first, std::string& second) {
+    (request.*get)(first, second);
+  }
+};
+template <typename Pair>
+class TextPairAllocationTest : public AllocationTest {};
+using TextPairs = ::testing::Types<
+    TextPair<CreateRequest, &CreateRequest::SetPrimaryKey, &CreateRequest::GetPrimaryKey>,
+    TextPair<CreateRequest, &CreateRequest::SetCompositeKey, &CreateRequest::GetCompositeKey>,
+    TextPair<JoinRequest, &JoinRequest::SetLeftJoin, &JoinRequest::GetLeftJoin>,
+    TextPair<JoinRequest, &JoinRequest::SetRightJoin, &JoinRequest::GetRightJoin>>;
+TYPED_TEST_SUITE(TextPairAllocationTest, TextPairs);
+
+TYPED_TEST(TextPairAllocationTest, TracesBeforeItStoresReadsAndReleases) {
+  std::optional<typename TypeParam::Owner> request(std::in_place);
+  EXPECT_THAT(this->EventsOf([&] { TypeParam::Set(*request, this->longValue); }),
+              ElementsAre("log", "allocate", "allocate"));
+  std::string first;
+  std::string second;
+  EXPECT_THAT(this->EventsOf([&] { TypeParam::Get(*request, first, second); }),
+              ElementsAre("log", "allocate", "allocate"));
+  EXPECT_THAT(this->EventsOf([&] { request.reset(); }), ElementsAre("log", "release", "release"));
+}
+
+TEST_F(AllocationTest, AColumnListIsCopiedAfterTheTrace) {
+  CreateRequest request;
+  request.SetColumnKey("age", "TEXT");
+  CreateRequest::ColumnKeys keys;
+  EXPECT_THAT(EventsOf([&] { request.GetColumnKey(keys); }), ElementsAre("log", "allocate"));
+  cursor.SetColumn("age");
+  std::vector<std::string> columns;
+  EXPECT_THAT(EventsOf([&] { cursor.GetColumn(columns); }), ElementsAre("log", "allocate"));
 }
 
 TEST_F(AllocationTest, TextsAreReleasedInTheOrderOfTheMembers) {

@@ -5,6 +5,7 @@
 #include <new>
 #include <string>
 
+#include "BasePath.h"
 #include "CreateRequest.h"
 #include "DeleteRequest.h"
 #include "DropRequest.h"
@@ -16,6 +17,29 @@
 #include "UpsertRequest.h"
 
 namespace {
+
+// A getter of two texts has assigned the first when there is no memory for the second.
+template <typename Owner>
+void ExpectTheFirstTextIsRead(void (Owner::*set)(const char*, const char*),
+                              void (Owner::*get)(std::string&, std::string&)) {
+  const std::string longText(100, 't');
+  Owner owner;
+  (owner.*set)(longText.c_str(), longText.c_str());
+  std::string first = "old";
+  std::string second = "old";
+  heap_spy::FailAfter(1);
+  EXPECT_THROW((owner.*get)(first, second), std::bad_alloc);
+  EXPECT_EQ(longText, first);
+  EXPECT_EQ("old", second);
+}
+
+TEST(ExhaustedHeapTest, LeavesTheFirstOfTwoTextsRead) {
+  ExpectTheFirstTextIsRead(&BasePath::SetPath, &BasePath::GetPath);
+  ExpectTheFirstTextIsRead(&CreateRequest::SetPrimaryKey, &CreateRequest::GetPrimaryKey);
+  ExpectTheFirstTextIsRead(&CreateRequest::SetCompositeKey, &CreateRequest::GetCompositeKey);
+  ExpectTheFirstTextIsRead(&JoinRequest::SetLeftJoin, &JoinRequest::GetLeftJoin);
+  ExpectTheFirstTextIsRead(&JoinRequest::SetRightJoin, &JoinRequest::GetRightJoin);
+}
 
 // Runs an action again and again, failing its first allocation, its second, and
 // so on, until it has no more to fail; looks at the state after every failure.
