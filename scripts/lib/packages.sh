@@ -17,6 +17,8 @@ source "${BASH_SOURCE[0]%/*}/run.sh"
   arm_packages=("${armhf_packages[@]}" g++-arm-linux-gnueabi googletest)
   package_packages=(git dpkg-dev file rpm lintian elfutils cpio pkg-config)
   fuzz_packages=(clang libclang-rt-dev)
+  coverage_packages=(gcovr python3)
+  mutation_packages=(git python3)
   lint_packages=(git clang clang-format clang-tidy cppcheck shellcheck)
 }
 
