@@ -393,7 +393,7 @@ TEST_F(SqlGeneratorTest, DeleteWithoutConditionsDeletesEveryRow) {
 // No setter stores such a value; a host that fills the map otherwise might.
 TEST_F(SqlGeneratorTest, ValuesAreWrittenUpToTheirFirstNul) {
   UpsertRequest upsert;
-  DataMapOf(upsert).emplace(kUid, std::string("ab\0cd", 5));
+  DataMapOf(upsert).emplace(kUid, std::string("ab\0cd\0ef", 8));
   EXPECT_EQ("INSERT OR REPLACE INTO contact (uid) VALUES ('ab')",
             Sql(&SqlGenerator::GetUpsertSql, Contact(upsert)));
 }

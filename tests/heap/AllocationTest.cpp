@@ -17,6 +17,7 @@
 #include "HeapSpy.h"
 #include "JoinRequest.h"
 #include "SelectRequest.h"
+#include "SqlGenerator.h"
 #include "UpdateRequest.h"
 #include "UpsertRequest.h"
 
@@ -201,6 +202,29 @@ TEST_F(AllocationTest, AColumnListIsCopiedAfterTheTrace) {
   cursor.SetColumn("age");
   std::vector<std::string> columns;
   EXPECT_THAT(EventsOf([&] { cursor.GetColumn(columns); }), ElementsAre("log", "allocate"));
+}
+
+// Each operation of a request traces itself, so the first event is the reading of the
+// table, or of the left side.
+template <typename Request>
+void ExpectTheStatementReadsTheTableFirst(void (SqlGenerator::*generate)(Request&, std::string&)) {
+  Request request;
+  request.SetData("age", 1);
+  request.SetWhere("uid", 1);
+  SqlGenerator generator;
+  std::string sql;
+  heap_spy::Start();
+  (generator.*generate)(request, sql);
+  heap_spy::Stop();
+  EXPECT_EQ("log", heap_spy::Events().front()) << sql;
+}
+
+TEST_F(AllocationTest, AStatementReadsTheTableFirst) {
+  ExpectTheStatementReadsTheTableFirst(&SqlGenerator::GetSelectSql);
+  ExpectTheStatementReadsTheTableFirst(&SqlGenerator::GetJoinSql);
+  ExpectTheStatementReadsTheTableFirst(&SqlGenerator::GetUpsertSql);
+  ExpectTheStatementReadsTheTableFirst(&SqlGenerator::GetUpdateSql);
+  ExpectTheStatementReadsTheTableFirst(&SqlGenerator::GetDeleteSql);
 }
 
 TEST_F(AllocationTest, TextsAreReleasedInTheOrderOfTheMembers) {
