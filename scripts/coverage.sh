@@ -24,7 +24,8 @@ run_quietly '== coverage: build' cmake --build --preset coverage
 # Counters of earlier runs, and of listing the tests, would add to this one's.
 find "$build" -name '*.gcda' -delete
 # The tests that run the library in their own process.
-run_quietly '== coverage: test' ctest --preset coverage -L '^(unit|heap|leaks|threads|fault|stress)$'
+run_quietly '== coverage: test' \
+  ctest --preset coverage -L '^(unit|heap|leaks|threads|fault|stress)$'
 run_quietly '== coverage: count' gcovr --root . --filter src/ \
   --exclude-throw-branches --exclude-unreachable-branches --json "$counts" "$build"
 

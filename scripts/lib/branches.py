@@ -128,8 +128,8 @@ def main():
     # Beside each way out by an exception is the normal one, which counts as a branch, too.
     print(
         f"Branches, in each instance of a template: {len(required)} "
-        f"({len(required) - len(throwing)} of them decisions), taken: {len(required) - len(missed)}, "
-        f"left out: {len(left_out)}"
+        f"({len(required) - len(throwing)} of them decisions), "
+        f"taken: {len(required) - len(missed)}, left out: {len(left_out)}"
     )
     problems = list(find_problems(left_out, missed, required))
     sys.stdout.flush()

@@ -16,7 +16,7 @@ TOKEN = re.compile(
   | (?P<character> '(?:\\.|[^'\\])*' )
   | (?P<number> \d+ )
   | (?P<name> [A-Za-z_]\w* )
-  | (?P<sign> -> | :: | \+\+ | -- | << | >> | <= | >= | == | != | && | \|\| | \+= | -= | \.\.\. | . )
+  | (?P<sign> -> | :: | \+\+ | -- | << | >> | <= | >= | == | != | && | \|\| | \+= | -= | . )
     """,
     re.VERBOSE | re.MULTILINE | re.DOTALL,
 )
@@ -72,6 +72,12 @@ NAMES = {
     "AppendWhereIfAny": "AppendWhere",
     "MoveToFirst": "MoveToLast",
 }
+
+# How a statement begins that declares nothing, its tokens with blanks in between.
+EXPRESSION = re.compile(
+    r"\+\+ | -- | delete\s | \w+\s< | (\w+\s(::|\.|->)\s)* \w+\s(\(|\[|=|\+=|<<|>>|\+\+|--|;)",
+    re.VERBOSE,
+)
 
 KEYWORDS = {"if", "for", "while", "switch", "return", "sizeof", "catch", "alignof"}
 # What begins an argument whose type none of its neighbours has.
@@ -249,7 +255,7 @@ class Source:
         words = " ".join(self.word(index) for index in range(first, last + 1))
         if re.match(r"(break|return|continue) ", words):
             return Statement(first, last, "jump", "", follows)
-        if re.match(r"(\+\+|--|delete |\w+ <|(\w+ (::|\.|->) )*\w+ (\(|\[|=|\+=|<<|>>|\+\+|--|;))", words):
+        if EXPRESSION.match(words):
             return Statement(first, last, "expression", "", follows)
         name = re.search(r"(\w+) ([({=;]|\[)", words).group(1)
         return Statement(first, last, "declaration", name, follows)
@@ -457,8 +463,9 @@ def of(file, text):
         for first, last, new in operator(source):
             begin, end = source.span(first, last)
             line = text.count("\n", 0, begin) + 1
+            function = source.function[first] or "no function"
             mutant = Mutant(
-                file, line, source.function[first] or "no function", lines[line - 1].strip(), operator.__name__,
+                file, line, function, lines[line - 1].strip(), operator.__name__,
                 _one_line(text[begin:end]), _one_line(new), 0, begin, end, new,
             )  # fmt: skip
             seen[mutant.key] += 1
