@@ -5,7 +5,8 @@
 #   scripts/test.sh arm    the whole suite for 32-bit ARM, with and without hardware
 #                          floating point, under emulation
 #   scripts/test.sh all    lint, then the suite with every compiler and sanitizer and
-#                          for the device's 32-bit ARM, the footprint, the packages
+#                          for 32-bit ARM, fuzzing, coverage, some of the mutations,
+#                          the footprint, the packages
 
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -60,11 +61,15 @@ case "$#:${1:-}" in
     ;;
   1:all)
     require_packages "${test_packages[@]}" "${arm_packages[@]}" "${lint_packages[@]}" \
+      "${fuzz_packages[@]}" "${coverage_packages[@]}" "${mutation_packages[@]}" \
       "${package_packages[@]}"
     scripts/lint.sh || fail lint
-    for preset in release armhf dev clang asan tsan; do
+    for preset in release armhf armel clang asan tsan fuzz; do
       run_suite "$preset"
     done
+    # Unoptimised, too.
+    scripts/coverage.sh || fail coverage
+    scripts/mutate.sh --sample 30 || fail mutations
     scripts/footprint.sh || fail footprint
     scripts/package.sh || fail packages
     scripts/package.sh check || fail 'check of the packages'
