@@ -7,6 +7,7 @@
 #   scripts/mutate.sh --sample 40           some, the same ones every time
 #   scripts/mutate.sh --sample 40 --seed 7  others
 #   scripts/mutate.sh --only src/Cursor.cpp
+#   scripts/mutate.sh --label unit --label heap   with these tests alone
 #   scripts/mutate.sh --list                prints them
 #
 # --help tells the other options.

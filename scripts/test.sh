@@ -69,7 +69,7 @@ case "$#:${1:-}" in
     done
     # Unoptimised, too.
     scripts/coverage.sh || fail coverage
-    scripts/mutate.sh --sample 30 || fail mutations
+    scripts/mutate.sh --sample 30 --label unit --label heap --label leaks || fail mutations
     scripts/footprint.sh || fail footprint
     scripts/package.sh || fail packages
     scripts/package.sh check || fail 'check of the packages'

@@ -31,7 +31,7 @@ EQUIVALENT = ROOT / "tests" / "mutation" / "equivalent.txt"
 KEYS = ("file", "in", "line", "mutant")
 
 # Of these labels are the tests that run the library in their own process.
-LABELS = re.compile(r"^(unit|heap|leaks|threads|fault|stress)$")
+LABELS = ("unit", "heap", "leaks", "threads", "fault", "stress")
 REQUIRED = 95  # per cent of all mutants that can be built
 
 # A program that takes longer than this, or so many times what it takes with the
@@ -119,17 +119,18 @@ class Program:
 class Worker:
     """A copy of the checkout, its build, and its test programs, fastest first."""
 
-    def __init__(self, number, texts):
+    def __init__(self, number, texts, labels):
         self.texts = texts
+        self.labels = labels
         self.tree = WORK / str(number) / "tree"
         self.build = WORK / str(number) / "build"
         self.mutated = None
         self._copy()
         run(["cmake", "-G", "Ninja", "-S", self.tree, "-B", self.build, *OPTIONS])
-        run(["cmake", "--build", self.build, "-j", str(os.cpu_count())])
-        self.programs = self._find_programs()
-        targets = ["vorndatabase", *(program.path.name for program in self.programs)]
+        targets = ["vorndatabase", *(f"vorn_{label}_programs" for label in labels)]
         self.build_command = ["cmake", "--build", self.build, "--target", *targets]
+        run([*self.build_command, "-j", str(os.cpu_count())])
+        self.programs = self._find_programs()
         self.measure()
         self.programs.sort(key=lambda program: program.seconds)
 
@@ -156,7 +157,7 @@ class Worker:
             properties = {entry["name"]: entry["value"] for entry in test["properties"]}
             command = test.get("command", [])
             is_program = any(argument.startswith("--gtest_filter") for argument in command)
-            if is_program and any(LABELS.match(label) for label in properties["LABELS"]):
+            if is_program and set(self.labels) & set(properties["LABELS"]):
                 pairs = (pair.split("=", 1) for pair in properties.get("ENVIRONMENT", []))
                 found.setdefault(command[0], Program(pathlib.Path(command[0]), dict(pairs)))
         if not found:
@@ -295,6 +296,9 @@ def parse_arguments():
     )  # fmt: skip
     parser.add_argument("--sample", metavar="COUNT", type=int, help="so many, chosen at random")
     parser.add_argument("--seed", metavar="NUMBER", type=int, default=1, help="other random ones")
+    parser.add_argument(
+        "--label", action="append", choices=LABELS, help="only the tests of this label"
+    )
     parser.add_argument("--jobs", metavar="COUNT", type=int, default=2, help="so many at once")
     parser.add_argument("--verbose", action="store_true", help="print each mutant's outcome")
     arguments = parser.parse_args()
@@ -332,7 +336,8 @@ def main():
         fail(f"another run is at work in {WORK}")
     jobs = min(arguments.jobs, len(tried))
     print(f"== mutate: build {jobs} copies", flush=True)
-    workers = [Worker(number, texts) for number in range(1, jobs + 1)]
+    labels = arguments.label or LABELS
+    workers = [Worker(number, texts, labels) for number in range(1, jobs + 1)]
     print(f"== mutate: try {len(tried)} of {len(listed)} mutants", flush=True)
     begin = time.monotonic()
     trial = Trial(tried, arguments.verbose)
