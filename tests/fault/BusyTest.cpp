@@ -20,6 +20,7 @@
 #include "DropRequest.h"
 #include "JoinRequest.h"
 #include "LibraryTest.h"
+#include "Points.h"
 #include "SelectRequest.h"
 #include "ShimVfs.h"
 #include "TemporaryDatabase.h"
@@ -557,6 +558,7 @@ TEST_P(EveryOperationBusyTest, RepeatsTheOpen) {
       ExpectAttempts(busy, SQLITE_LOCK_NONE, kFile, OpenFailureLines(operation));
     }
     ExpectLeftovers(static_cast<std::size_t>(busy), 0);
+    points::Add(operation.member, "busy open");
   }
 }
 
@@ -580,6 +582,7 @@ TEST_P(EveryOperationBusyTest, RepeatsTheStatement) {
     }
     // The text of each attempt that was followed by another.
     ExpectLeftovers(0, static_cast<std::size_t>(operation.IsQuery() ? 0 : attempts - 1));
+    points::Add(operation.member, "busy statement");
   }
 }
 
@@ -603,6 +606,7 @@ TEST_P(EveryQueryBusyTest, RepeatsTheStep) {
                  kContents);
     ExpectAttempts(hold.busy, hold.lock, kParserFile, {});
     ExpectLeftovers(0, 0);
+    points::Add(operation.member, "busy step");
   }
 }
 

@@ -12,6 +12,7 @@
 #include "HostileTest.h"
 #include "HostileTexts.h"
 #include "JoinRequest.h"
+#include "Points.h"
 #include "SelectRequest.h"
 #include "UpdateRequest.h"
 #include "UpsertRequest.h"
@@ -266,6 +267,7 @@ TEST_P(HostileValuesTest, SqliteDecidesAndNothingElseHappens) {
     const Verdict verdict = ExpectVerdict(place.operation, Statement(place, seen),
                                           [&] { return place.run(caller, text.c_str()); });
     ++(verdict.code == 0 ? accepted : refused);
+    points::Add("texts", verdict.code == 0 ? "accepted" : "refused");
     // A statement is done whole or not at all; several of them are not.
     const bool isOneStatement = seen.find(';') == std::string::npos;
     if (place.operation.kind != Operation::kWrite || (verdict.code != 0 && isOneStatement)) {
