@@ -215,6 +215,11 @@ class Follower {
     return result;
   }
 
+  // The library would step on without end.
+  static std::string NeverMet(int step) {
+    return "a step gave " + std::to_string(step) + ", which a legacy statement does not";
+  }
+
   void FillCursor() {
     m_cursor = CursorImage();
     bool stop = false;
@@ -236,6 +241,8 @@ class Follower {
         const std::string text = Shown(Next("sqlite3_errmsg").text);
         Log(6, kParser, "ParseDatabase", "SQLITE STEP ERROR!!! " + text);
         stop = true;
+      } else {
+        throw Deviation{NeverMet(step)};
       }
     }
   }
@@ -289,6 +296,8 @@ class Follower {
       } else if (step == SQLITE_ERROR) {
         Log(6, kParser, "ParseExistTable", "SQLITE STEP ERROR!!!");
         stop = true;
+      } else if (step != SQLITE_ROW) {
+        throw Deviation{NeverMet(step)};
       } else {
         found = Next("sqlite3_column_int").result > 0 || found;
       }

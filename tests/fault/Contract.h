@@ -1,6 +1,5 @@
 // What an operation owes its caller, worked out from what SQLite answered to its
-// calls: the oracle of the sweeps. It holds no state of the library's and calls
-// nothing of it.
+// calls: the oracle of the sweeps. To work it out takes nothing of the library.
 
 #ifndef VORN_TESTS_FAULT_CONTRACT_H
 #define VORN_TESTS_FAULT_CONTRACT_H

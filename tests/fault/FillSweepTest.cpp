@@ -45,6 +45,8 @@ struct Filling {
   std::function<void(Object&)> partly = nullptr;
   // Whether what it did in part is abandoned when it is called again.
   bool abandons = false;
+  // Whether it takes memory before it writes a line.
+  bool takesMemoryFirst = false;
 };
 
 class FillSweepTest : public LibraryTest {
@@ -90,11 +92,29 @@ class FillSweepTest : public LibraryTest {
     const bool failed = heap_spy::FailNever() > 0;
     heap_spy::Stop();
     EXPECT_EQ(failed, threw);
-    JudgeLocks(threw);
+    const bool takesLock = !journal::Of({journal::Kind::kMutex}).empty();
+    const bool hasMetLock = JudgeLocks(threw);
     if (failed) {
+      // Unless lines take memory, all of it is taken under the lock, if there is one.
+      EXPECT_TRUE(protectsLog || hasMetLock == takesLock);
+      JudgeLines(filling, protectsLog);
       JudgeNextCall(filling, std::move(object));
     }
     return failed && !HasFailure();
+  }
+
+  // All lines come first; the rest of them may be missing if memory is taken before.
+  template <typename Object>
+  static void JudgeLines(const Filling<Object>& filling, bool protectsLog) {
+    const std::vector<std::string> lines = fake::Lines();
+    auto object = Prepared(filling);
+    StartAfresh(protectsLog);
+    filling.call(*object);
+    std::vector<std::string> whole = fake::Lines();
+    if ((protectsLog || filling.takesMemoryFirst) && lines.size() < whole.size()) {
+      whole.resize(lines.size());
+    }
+    EXPECT_EQ(whole, lines);
   }
 
   static void StartAfresh(bool protectsLog) {
@@ -280,6 +300,7 @@ TYPED_TEST(ConstructorSweepTest, LeavesNothing) {
   filling.show = [](std::unique_ptr<TypeParam>& object) {
     return std::string(object ? "made" : "not made");
   };
+  filling.takesMemoryFirst = true;
   FillSweepTest::SweepOver(filling);
 }
 
@@ -297,24 +318,34 @@ class ReadSweepTest : public FillSweepTest {
   template <typename Value>
   void SweepOverRead(const std::string& function, int (Cursor::*get)(const char*, Value&),
                      const Value& old, const std::string& complaint) {
-    int successes = 0;
-    while (FailAt(successes, function, get, old, complaint)) {
-      ++successes;
+    int points = 0;
+    for (const Kind kind : {Kind::kOnce, Kind::kAlways}) {
+      int successes = 0;
+      while (FailAt({successes, kind}, function, get, old, complaint)) {
+        ++successes;
+      }
+      points += successes;
     }
-    EXPECT_GT(successes, 0);
-    points::Add("reading", "memory", successes);
+    EXPECT_GT(points, 0);
+    points::Add("reading", "memory", points);
   }
+
+  struct Point {
+    int successes;
+    Kind kind;
+  };
 
   // Answers whether the read has such a point.
   template <typename Value>
-  bool FailAt(int successes, const std::string& function, int (Cursor::*get)(const char*, Value&),
-              const Value& old, const std::string& complaint) {
-    SCOPED_TRACE("allocation " + std::to_string(successes + 1));
+  bool FailAt(const Point& point, const std::string& function,
+              int (Cursor::*get)(const char*, Value&), const Value& old,
+              const std::string& complaint) {
+    SCOPED_TRACE("allocation " + std::to_string(point.successes + 1));
     ForgetEvents();
     Value value = old;
     std::optional<int> result;
     heap_spy::Start();
-    heap_spy::FailAfter(successes);
+    heap_spy::FailAfter(point.successes, point.kind);
     try {
       result = (m_cursor.*get)(kOld, value);
     } catch (const std::bad_alloc&) {
@@ -353,17 +384,23 @@ TEST_F(ReadSweepTest, GetDouble) {
 
 TEST_F(ReadSweepTest, GetColumn) {
   std::vector<std::string> columns = {"old"};
-  for (int successes = 0;; ++successes) {
-    heap_spy::FailAfter(successes);
+  int points = 0;
+  for (;; ++points) {
+    heap_spy::Start();
+    heap_spy::FailAfter(points);
     try {
       m_cursor.GetColumn(columns);
     } catch (const std::bad_alloc&) {
     }
+    heap_spy::Stop();
     if (heap_spy::FailNever() == 0) {
       break;
     }
+    EXPECT_EQ(0, heap_spy::BlocksHeld());
     EXPECT_EQ(std::vector<std::string>{"old"}, columns);
   }
+  EXPECT_GT(points, 0);
+  points::Add("reading", "memory", points);
   EXPECT_EQ(std::vector<std::string>{kOld}, columns);
 }
 

@@ -20,7 +20,8 @@ struct Failing {
   int result;
 };
 
-// Every kind of call with every kind of failure; what may be busy is busy, too.
+// Every kind of call with every kind of failure; what may be busy is busy, too. Some
+// calls also do their work and report that they failed.
 std::vector<Failing> AllFailing() {
   struct Named {
     const char* name;
@@ -28,7 +29,11 @@ std::vector<Failing> AllFailing() {
     int ioError;
   };
   std::vector<Failing> all = {{"OpenBusy", FileCall::kOpen, SQLITE_BUSY},
-                              {"LockBusy", FileCall::kLock, SQLITE_BUSY}};
+                              {"LockBusy", FileCall::kLock, SQLITE_BUSY},
+                              {"DoneWrite", FileCall::kWrite, -SQLITE_IOERR_WRITE},
+                              {"DoneSync", FileCall::kSync, -SQLITE_IOERR_FSYNC},
+                              {"DoneTruncate", FileCall::kTruncate, -SQLITE_IOERR_TRUNCATE},
+                              {"DoneDelete", FileCall::kDelete, -SQLITE_IOERR_DELETE}};
   for (const Named& named : std::initializer_list<Named>{
            {"Open", FileCall::kOpen, SQLITE_IOERR},
            {"Read", FileCall::kRead, SQLITE_IOERR_READ},
@@ -49,10 +54,19 @@ std::vector<Failing> AllFailing() {
   return all;
 }
 
+// A write is done when its journal is removed. Then its lock is released, and a file
+// with auto_vacuum is cut.
+bool MayComeAfterEffect(const Failing& failing, Found found) {
+  return failing.call == FileCall::kUnlock ||
+         (failing.call == FileCall::kDelete && failing.result < 0) ||
+         (found == Found::kAutoVacuum &&
+          (failing.call == FileCall::kTruncate || failing.call == FileCall::kFileSize));
+}
+
 class IoSweepTest : public LibraryTest, public ::testing::WithParamInterface<SubjectMaker> {
  protected:
   // Answers how many points there were.
-  static int Sweep(const Failing& failing, Journal journal) {
+  static int Sweep(const Failing& failing, Found found) {
     FaultPoint point;
     const ShimVfs vfs([&](const FileEvent& event) {
       return event.call == failing.call && point.Fails() ? failing.result : SQLITE_OK;
@@ -65,25 +79,44 @@ class IoSweepTest : public LibraryTest, public ::testing::WithParamInterface<Sub
       point.Clear();
       return point.Failures();
     };
-    fault.mayComeAfterEffect = failing.call == FileCall::kUnlock;
-    return SweepOver(GetParam(), fault, journal);
+    fault.mayComeAfterEffect = MayComeAfterEffect(failing, found);
+    return SweepOver(GetParam(), fault, found);
   }
 };
 
 TEST_P(IoSweepTest, EveryCall) {
   for (const Failing& failing : AllFailing()) {
-    Sweep(failing, Journal::kNone);
+    Sweep(failing, Found::kFile);
   }
 }
 
 TEST_P(IoSweepTest, EveryCallWithAHotJournal) {
   for (const Failing& failing : AllFailing()) {
     // To roll a journal back takes every kind of call.
-    EXPECT_GT(Sweep(failing, Journal::kHot), 0) << failing.name;
+    EXPECT_GT(Sweep(failing, Found::kHotJournal), 0) << failing.name;
+  }
+}
+
+TEST_P(IoSweepTest, EveryCallWithAutoVacuum) {
+  for (const Failing& failing : AllFailing()) {
+    Sweep(failing, Found::kAutoVacuum);
   }
 }
 
 INSTANTIATE_TEST_SUITE_P(, IoSweepTest, ::testing::ValuesIn(AllSubjects()),
+                         [](const auto& test) { return test.param.name; });
+
+// The operations that succeed without a table make their file.
+class NewFileSweepTest : public IoSweepTest {};
+
+TEST_P(NewFileSweepTest, EveryCall) {
+  for (const Failing& failing : AllFailing()) {
+    Sweep(failing, Found::kNoFile);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(, NewFileSweepTest,
+                         ::testing::Values(SubjectOf("CreateTable"), SubjectOf("CheckExistTable")),
                          [](const auto& test) { return test.param.name; });
 
 }  // namespace

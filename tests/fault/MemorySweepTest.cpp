@@ -12,7 +12,7 @@
 namespace {
 
 Fault OwnMemory() {
-  return {"the library's memory", "an allocation", heap_spy::FailAfter, heap_spy::FailNever};
+  return {"the library's memory", "an allocation", heap_spy::FailAfter, heap_spy::FailNever, true};
 }
 
 // Lines that are converted take memory, too: that of a success comes when all is

@@ -1,5 +1,6 @@
 #include "Subjects.h"
 
+#include <algorithm>
 #include <ostream>
 #include <utility>
 
@@ -65,8 +66,6 @@ SubjectMaker QueryOf(const std::string& member, const std::string& word, const R
   contract::Operation operation;
   operation.member = member;
   operation.failure = word + " FAILED";
-  operation.requestFile = reads.request + ".cpp";
-  operation.getters = reads.getters;
   operation.reportsOpenFailure = reportsOpenFailure;
   operation.fillsCursor = true;
   operation.requestFile = reads.request + ".cpp";
@@ -143,6 +142,12 @@ const std::vector<SubjectMaker>& AllSubjects() {
       CheckExistTableOf(),
   };
   return subjects;
+}
+
+const SubjectMaker& SubjectOf(const std::string& member) {
+  const auto& all = AllSubjects();
+  return *std::find_if(all.begin(), all.end(),
+                       [&](const SubjectMaker& maker) { return maker.name == member; });
 }
 
 const char* SubjectsSchema() {

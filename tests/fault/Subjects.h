@@ -41,6 +41,7 @@ struct SubjectMaker {
 void PrintTo(const SubjectMaker& maker, std::ostream* stream);
 
 const std::vector<SubjectMaker>& AllSubjects();
+const SubjectMaker& SubjectOf(const std::string& member);
 
 // The SQL text that makes the database file, without and with the effect of none.
 const char* SubjectsSchema();

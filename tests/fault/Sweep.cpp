@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <new>
 #include <optional>
 #include <stdexcept>
@@ -116,21 +117,27 @@ void WriteFile(const std::string& path, const std::string& content) {
 // The database file of a sweep, which every run finds as it was.
 class World {
  public:
-  explicit World(Journal journal) {
-    m_file.Run(SubjectsSchema());
-    m_image = ReadFile(m_file.Path());
-    if (journal == Journal::kHot) {
-      InterruptWrite();
+  explicit World(Found found) : m_exists(found != Found::kNoFile) {
+    if (found == Found::kAutoVacuum) {
+      m_file.Run("PRAGMA auto_vacuum = FULL; CREATE TABLE first (a TEXT); DROP TABLE first");
     }
-    Restore();
+    m_file.Run(m_exists ? SubjectsSchema() : "");
+    m_image = ReadFile(m_file.Path());
     m_before = Content();
+    if (found == Found::kHotJournal) {
+      InterruptWrite();
+      Restore();
+      EXPECT_EQ(m_before, Content()) << "the journal is not rolled back";
+    }
   }
 
   void Restore() const {
-    WriteFile(m_file.Path(), m_image);
-    if (m_journal.empty()) {
-      std::remove(JournalPath().c_str());
-    } else {
+    std::remove(m_file.Path().c_str());
+    std::remove(JournalPath().c_str());
+    if (m_exists) {
+      WriteFile(m_file.Path(), m_image);
+    }
+    if (!m_journal.empty()) {
       WriteFile(JournalPath(), m_journal);
     }
   }
@@ -173,6 +180,7 @@ class World {
     ASSERT_FALSE(m_journal.empty());
   }
 
+  const bool m_exists;
   TemporaryDatabase m_file;
   std::string m_image;
   std::string m_journal;
@@ -183,8 +191,8 @@ const Fault kNoFault = {"none", "nothing", [](int, FaultPoint::Kind) {}, [] { re
 
 class OperationSweep {
  public:
-  OperationSweep(const SubjectMaker& maker, const Fault& fault, Journal journal)
-      : m_maker(maker), m_fault(fault), m_world(journal) {
+  OperationSweep(const SubjectMaker& maker, const Fault& fault, Found found)
+      : m_maker(maker), m_fault(fault), m_world(found) {
     auto subject = Make();
     EXPECT_EQ(SQLITE_OK, subject->RunOn(m_database));
     m_after = m_world.Content();
@@ -219,6 +227,7 @@ class OperationSweep {
     const int sqliteBefore = sqlite_spy::MemoryBlocks();
     const Outcome outcome = RunOnce(*subject, m_database, m_fault, successes, kind);
     Judge(*subject, outcome);
+    EXPECT_EQ(m_fault.isOwnMemory && outcome.failures > 0, outcome.end == End::kBadAlloc);
     EXPECT_EQ(filesBefore, CountOpenFiles());
     EXPECT_EQ(sqliteBefore, sqlite_spy::MemoryBlocks());
     JudgeEffect(outcome);
@@ -264,10 +273,13 @@ class OperationSweep {
 
 }  // namespace
 
-int SweepOver(const SubjectMaker& maker, const Fault& fault, Journal journal) {
-  OperationSweep sweep(maker, fault, journal);
+int SweepOver(const SubjectMaker& maker, const Fault& fault, Found found) {
+  OperationSweep sweep(maker, fault, found);
   const int points = sweep.Run(FaultPoint::Kind::kOnce) + sweep.Run(FaultPoint::Kind::kAlways);
-  const char* const also = journal == Journal::kHot ? " with a hot journal" : "";
-  points::Add(maker.name, fault.kind + also, points);
+  const std::map<Found, std::string> also = {{Found::kFile, ""},
+                                             {Found::kHotJournal, " with a hot journal"},
+                                             {Found::kAutoVacuum, " with auto_vacuum"},
+                                             {Found::kNoFile, " without a file"}};
+  points::Add(maker.name, fault.kind + also.at(found), points);
   return points;
 }

@@ -15,17 +15,19 @@ struct Fault {
   std::string name;  // of what fails
   std::function<void(int successes, FaultPoint::Kind kind)> set;
   std::function<int()> clear;  // answers how many calls have failed
+  bool isOwnMemory = false;    // the library's, so that the operation throws
   bool protectsLog = false;    // lines take the path that builds texts
   // A write may report a failure although it is done: what failed came after.
   bool mayComeAfterEffect = false;
 };
 
-// What an operation finds beside the database file: nothing, or the journal of a
-// write that was interrupted, which the operation has to roll back first.
-enum class Journal { kNone, kHot };
+// What an operation finds: its file, closed in order; with the journal of a write
+// that was interrupted, which it has to roll back first; one that shrinks when rows
+// go, which the library never makes itself; or no file.
+enum class Found { kFile, kHotJournal, kAutoVacuum, kNoFile };
 
 // Fails the operation's first such call, its second, and so on until it makes no
 // more; each alone, and each with all that follow. Answers how many points it met.
-int SweepOver(const SubjectMaker& maker, const Fault& fault, Journal journal = Journal::kNone);
+int SweepOver(const SubjectMaker& maker, const Fault& fault, Found found = Found::kFile);
 
 #endif  // VORN_TESTS_FAULT_SWEEP_H

@@ -1,5 +1,6 @@
 #include "ShimVfs.h"
 
+#include <cstdlib>
 #include <utility>
 
 namespace {
@@ -28,52 +29,62 @@ int AskFile(FileCall call, sqlite3_file* file, sqlite3_int64 offset = 0, int amo
       {call, shim->path == nullptr ? "" : shim->path, offset, amount, data, flags});
 }
 
+// The result of a call to which a test has given its answer.
+template <typename Call>
+int Perform(int answer, Call call) {
+  if (answer > SQLITE_OK) {
+    return answer;
+  }
+  const int rc = call();
+  return answer < SQLITE_OK ? -answer : rc;
+}
+
 int Close(sqlite3_file* file) {
   AskFile(FileCall::kClose, file);
   return RealFile(file)->pMethods->xClose(RealFile(file));
 }
 
 int Read(sqlite3_file* file, void* buffer, int amount, sqlite3_int64 offset) {
-  const int rc = AskFile(FileCall::kRead, file, offset, amount);
-  return rc != SQLITE_OK ? rc
-                         : RealFile(file)->pMethods->xRead(RealFile(file), buffer, amount, offset);
+  return Perform(AskFile(FileCall::kRead, file, offset, amount), [&] {
+    return RealFile(file)->pMethods->xRead(RealFile(file), buffer, amount, offset);
+  });
 }
 
 int Write(sqlite3_file* file, const void* data, int amount, sqlite3_int64 offset) {
-  const int rc = AskFile(FileCall::kWrite, file, offset, amount, data);
-  return rc != SQLITE_OK ? rc
-                         : RealFile(file)->pMethods->xWrite(RealFile(file), data, amount, offset);
+  return Perform(AskFile(FileCall::kWrite, file, offset, amount, data), [&] {
+    return RealFile(file)->pMethods->xWrite(RealFile(file), data, amount, offset);
+  });
 }
 
 int Truncate(sqlite3_file* file, sqlite3_int64 size) {
-  const int rc = AskFile(FileCall::kTruncate, file, size);
-  return rc != SQLITE_OK ? rc : RealFile(file)->pMethods->xTruncate(RealFile(file), size);
+  return Perform(AskFile(FileCall::kTruncate, file, size),
+                 [&] { return RealFile(file)->pMethods->xTruncate(RealFile(file), size); });
 }
 
 int Sync(sqlite3_file* file, int flags) {
-  const int rc = AskFile(FileCall::kSync, file, 0, 0, nullptr, flags);
-  return rc != SQLITE_OK ? rc : RealFile(file)->pMethods->xSync(RealFile(file), flags);
+  return Perform(AskFile(FileCall::kSync, file, 0, 0, nullptr, flags),
+                 [&] { return RealFile(file)->pMethods->xSync(RealFile(file), flags); });
 }
 
 int FileSize(sqlite3_file* file, sqlite3_int64* size) {
-  const int rc = AskFile(FileCall::kFileSize, file);
-  return rc != SQLITE_OK ? rc : RealFile(file)->pMethods->xFileSize(RealFile(file), size);
+  return Perform(AskFile(FileCall::kFileSize, file),
+                 [&] { return RealFile(file)->pMethods->xFileSize(RealFile(file), size); });
 }
 
 int Lock(sqlite3_file* file, int kind) {
-  const int rc = AskFile(FileCall::kLock, file, 0, 0, nullptr, kind);
-  return rc != SQLITE_OK ? rc : RealFile(file)->pMethods->xLock(RealFile(file), kind);
+  return Perform(AskFile(FileCall::kLock, file, 0, 0, nullptr, kind),
+                 [&] { return RealFile(file)->pMethods->xLock(RealFile(file), kind); });
 }
 
 int Unlock(sqlite3_file* file, int kind) {
-  const int rc = AskFile(FileCall::kUnlock, file, 0, 0, nullptr, kind);
-  return rc != SQLITE_OK ? rc : RealFile(file)->pMethods->xUnlock(RealFile(file), kind);
+  return Perform(AskFile(FileCall::kUnlock, file, 0, 0, nullptr, kind),
+                 [&] { return RealFile(file)->pMethods->xUnlock(RealFile(file), kind); });
 }
 
 int CheckReservedLock(sqlite3_file* file, int* result) {
-  const int rc = AskFile(FileCall::kCheckReservedLock, file);
-  return rc != SQLITE_OK ? rc
-                         : RealFile(file)->pMethods->xCheckReservedLock(RealFile(file), result);
+  return Perform(AskFile(FileCall::kCheckReservedLock, file), [&] {
+    return RealFile(file)->pMethods->xCheckReservedLock(RealFile(file), result);
+  });
 }
 
 int FileControl(sqlite3_file* file, int operation, void* argument) {
@@ -113,7 +124,7 @@ int Open(sqlite3_vfs* vfs, const char* path, sqlite3_file* file, int flags, int*
   file->pMethods = nullptr;  // nothing to close, so far
   const int rc = AskPath(shim, FileCall::kOpen, path, flags);
   if (rc != SQLITE_OK) {
-    return rc;
+    return std::abs(rc);
   }
   reinterpret_cast<ShimFile*>(file)->shim = &shim;
   reinterpret_cast<ShimFile*>(file)->path = path;
@@ -127,14 +138,14 @@ int Open(sqlite3_vfs* vfs, const char* path, sqlite3_file* file, int flags, int*
 
 int Delete(sqlite3_vfs* vfs, const char* path, int syncDirectory) {
   const ShimVfs& shim = ShimOf(vfs);
-  const int rc = AskPath(shim, FileCall::kDelete, path, syncDirectory);
-  return rc != SQLITE_OK ? rc : shim.Real()->xDelete(shim.Real(), path, syncDirectory);
+  return Perform(AskPath(shim, FileCall::kDelete, path, syncDirectory),
+                 [&] { return shim.Real()->xDelete(shim.Real(), path, syncDirectory); });
 }
 
 int Access(sqlite3_vfs* vfs, const char* path, int flags, int* result) {
   const ShimVfs& shim = ShimOf(vfs);
-  const int rc = AskPath(shim, FileCall::kAccess, path, flags);
-  return rc != SQLITE_OK ? rc : shim.Real()->xAccess(shim.Real(), path, flags, result);
+  return Perform(AskPath(shim, FileCall::kAccess, path, flags),
+                 [&] { return shim.Real()->xAccess(shim.Real(), path, flags, result); });
 }
 
 }  // namespace

@@ -38,8 +38,9 @@ struct FileEvent {
 // opened through it has to be closed before it ends.
 class ShimVfs {
  public:
-  // Answers before the real call is made: SQLITE_OK lets it be made, every other
-  // code is the result in its place. A close is always made.
+  // Answers before the real call is made: SQLITE_OK lets it be made, another code is
+  // the result in its place. A negative code lets it be made, and is the result
+  // (without its sign) all the same. An open that fails is never made, a close always.
   using Answer = std::function<int(const FileEvent& event)>;
   explicit ShimVfs(Answer answer);
   ~ShimVfs();
