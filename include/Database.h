@@ -36,14 +36,16 @@ class UpsertRequest;
 /// file. That handle is not closed and stays allocated.
 ///
 /// **Whole or not at all.** A write with result 0 is done; with any other result,
-/// nothing of its statement is. The one exception is a file system that cannot
-/// release its lock: the write is done then, and reported as failed.
+/// nothing of its statement is, unless what failed came after the commit: the
+/// release of the lock, a removal of the journal that took place and was reported
+/// as failed, the cutting of a file with `auto_vacuum`. Then all of it is done.
 ///
 /// **Exceptions.** Nothing is thrown or caught here. `std::logic_error` (a
 /// location that was never set, a null table or column name, in a query also a
 /// text for which SQLite had no memory) and `std::bad_alloc` pass through; a file
 /// that was open is closed on the way. A write is not done then, unless memory
-/// ended while its success line was converted; a cursor holds the rows so far.
+/// ended while its success line was converted; a cursor holds the rows so far, of
+/// which the last may lack cells.
 ///
 /// **Threads.** An object has no state and every operation has a connection of
 /// its own, so one object may serve any number of threads at once; requests and
