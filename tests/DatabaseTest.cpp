@@ -1016,6 +1016,16 @@ TEST_F(PassingExceptionTest, ANullColumnNameClosesTheFile) {
   EXPECT_THAT(LastCalls(), ElementsAre("sqlite3_free(null)", "sqlite3_close()"));
 }
 
+TEST_F(PassingExceptionTest, ANullColumnNameInAQueryFinalizesAndClosesTheFile) {
+  SelectRequest request;
+  file.Locate(request);
+  request.SetTable("contact");
+  request.SetWhere(nullptr, 1);
+  Cursor cursor;
+  EXPECT_THROW(database.Select(request, cursor), std::logic_error);
+  EXPECT_THAT(LastCalls(), ElementsAre("sqlite3_finalize(null)", "sqlite3_close()"));
+}
+
 TEST_F(PassingExceptionTest, ACellWithoutTextFinalizesAndClosesTheFile) {
   SelectRequest request;
   file.Locate(request);
