@@ -6,13 +6,12 @@
 
 #include "ShimVfs.h"
 #include "TestScale.h"
+#include "TestSeed.h"
 
 namespace {
 
 using note_table::Content;
 using note_table::Step;
-
-constexpr std::mt19937::result_type kSeed = 20;
 
 std::string IntegrityOf(const std::string& path) {
   sqlite3* db = nullptr;
@@ -78,7 +77,10 @@ void WriteFiles(const Image& image, const TemporaryDatabase& database) {
 }
 
 PowerLossSurvey::PowerLossSurvey(const History& history, DirectoryChanges directory)
-    : m_history(history), m_directory(directory), m_disk(history.before), m_random(kSeed) {}
+    : m_history(history),
+      m_directory(directory),
+      m_disk(history.before),
+      m_random(test_seed::Seed()) {}
 
 PowerLossSurvey::Result PowerLossSurvey::Run() {
   for (const DiskEvent& event : m_history.events) {
@@ -152,7 +154,7 @@ void PowerLossSurvey::Examine(const Image& image, bool journalIsBack) {
     m_result.firstDamage =
         "with " + std::to_string(m_acknowledged) + " operations acknowledged, at boundary " +
         std::to_string(m_result.boundaries) + ", loss " + std::to_string(m_result.losses) +
-        ", seed " + std::to_string(kSeed) + ": " + complaint;
+        ", seed " + std::to_string(test_seed::Seed()) + ": " + complaint;
   }
 }
 
