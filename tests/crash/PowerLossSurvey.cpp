@@ -106,7 +106,7 @@ void PowerLossSurvey::LosePower(bool inAllWays) {
   const bool isAtOnce = m_directory == DirectoryChanges::kDurableAtOnce;
   const std::size_t first = isAtOnce ? pending : 0;
   const std::size_t end = isAtOnce ? pending + 1 : pending;
-  ++m_result.boundaries;
+  m_result.boundaries += first < end ? 1 : 0;
   for (std::size_t changes = first; changes < end; ++changes) {
     for (const PowerLoss& loss : power_loss::Plain(m_disk, changes)) {
       Lose(loss);
