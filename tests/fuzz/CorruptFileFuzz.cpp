@@ -361,10 +361,13 @@ void Run(std::size_t number) {
   fake::ResetPlatform();
   sqlite_spy::Reset();
   sqlite_spy::SetObserver(ExpectStepResult);
+  const int blocks = sqlite_spy::MemoryBlocks();
   kOperations[number % kOperations.size()]();
   // A file that can be opened is closed again, whatever came between.
   EXPECT_THAT(sqlite_spy::OpenStatements(), IsEmpty());
   EXPECT_THAT(sqlite_spy::OpenConnections(), IsEmpty());
+  EXPECT_THAT(sqlite_spy::HeldErrorTexts(), IsEmpty());
+  EXPECT_EQ(blocks, sqlite_spy::MemoryBlocks());
 }
 
 }  // namespace
