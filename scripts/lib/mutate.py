@@ -16,13 +16,13 @@ import random
 import re
 import shutil
 import signal
-import subprocess
 import sys
 import threading
 import time
 
 import explained
 import mutants
+import processes
 from explained import fail
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
@@ -57,14 +57,11 @@ INVALID, KILLED, HUNG, SURVIVED = "invalid", "killed", "hung", "survived"
 
 def run(command, **options):
     """Runs a command; its output is shown only when it fails."""
-    result = subprocess.run(
-        command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-        text=True, errors="replace", **options,
-    )  # fmt: skip
-    if result.returncode != 0:
-        sys.stderr.write(result.stdout)
-        fail(f"failed (status {result.returncode}): {' '.join(map(str, command))}")
-    return result.stdout
+    status, output = processes.run(command, **options)
+    if status != 0:
+        sys.stderr.write(output)
+        fail(f"failed (status {status}): {' '.join(map(str, command))}")
+    return output
 
 
 def sources():
@@ -98,22 +95,12 @@ class Program:
         return HUNG if status is None else SURVIVED if status == 0 else KILLED
 
     def _run(self, patience):
-        """The status, or none if it was ended, with all processes that it has started."""
         # The limit of processor time is for what would go on if this script was killed.
         limits = [f"--as={MEMORY}", f"--cpu={2 * int(patience)}", "--core=0"]
-        process = subprocess.Popen(
-            ["prlimit", *limits, self.path, "--gtest_brief=1"],
-            cwd=self.path.parent, env={**os.environ, **self.environment, "GTEST_FAIL_FAST": "1"},
-            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-            text=True, errors="replace", start_new_session=True,
+        return processes.run(
+            ["prlimit", *limits, self.path, "--gtest_brief=1"], patience, cwd=self.path.parent,
+            env={**os.environ, **self.environment, "GTEST_FAIL_FAST": "1"},
         )  # fmt: skip
-        try:
-            output, _ = process.communicate(timeout=patience)
-            return process.returncode, output
-        except subprocess.TimeoutExpired:
-            os.killpg(process.pid, signal.SIGKILL)
-            process.communicate()
-            return None, ""
 
 
 class Worker:
@@ -167,8 +154,8 @@ class Worker:
     def try_mutant(self, mutant):
         """What becomes of a mutant, and the name of the program that noticed it."""
         self._write(mutant)
-        built = subprocess.run(self.build_command, stdin=subprocess.DEVNULL, capture_output=True)
-        if built.returncode != 0:
+        status, _ = processes.run(self.build_command)
+        if status != 0:
             return INVALID, ""
         for program in self.programs:
             outcome = program.outcome()
@@ -217,8 +204,9 @@ class Trial:
         try:
             for thread in threads:
                 thread.join()
-        finally:
-            self.left.clear()  # when this is interrupted
+        except BaseException:  # when this is interrupted
+            processes.end_all()
+            raise
         if self.failure:
             raise self.failure
 
@@ -327,7 +315,8 @@ def main():
             print(mutant.name)
         return
     equivalent = explained.read(EQUIVALENT, KEYS)
-    signal.signal(signal.SIGTERM, lambda *_: sys.exit("mutate: terminated"))
+    for number in (signal.SIGHUP, signal.SIGINT, signal.SIGTERM):
+        signal.signal(number, lambda *_: sys.exit("mutate: interrupted"))
     WORK.mkdir(parents=True, exist_ok=True)
     lock = open(WORK / "lock", "w", encoding="utf-8")  # until this ends
     try:
