@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Does what README.md and docs/guide.md tell their readers to do, and compares with
-# what they promise.
+# Does what README.md and the documents in docs/ tell their readers to do, and compares
+# with what they promise.
 # Use: readme_test.sh CASE SOURCE_DIRECTORY BUILD_DIRECTORY CXX_COMPILER CTEST
 set -euo pipefail
 
@@ -109,23 +109,25 @@ install() {
   run_sample
 }
 
-# Every file and folder that they name in backticks or link to exists.
+# Every folder that they name in backticks and every file that they link to exists.
 places() {
-  places_in README.md "$source"
-  places_in docs/guide.md "$source/docs"
+  places_in README.md
+  places_in docs/guide.md
+  places_in docs/reliability.md
 }
 
-places_in() { # DOCUMENT FOLDER-OF-ITS-LINKS
+# Folders are named as seen from the top, links as seen from the document.
+places_in() { # DOCUMENT
   local place missing=0
   document=$1
   # shellcheck disable=SC2016 # the backticks are those of the document
   while read -r place; do
-    if [ ! -e "$2/$place" ]; then
+    if [ ! -e "$source/$place" ]; then
       echo "there is no $place" >&2
       missing=1
     fi
-  done < <(grep -oE '\]\([^)#]+\)|`[A-Za-z_./-]+/`' "$source/$document" |
-    sed -E 's/^\]\(|\)$|`//g' | grep -vE '^[a-z]+:' | sort -u)
+  done < <(grep -oE '\]\([^)#]+\)|`[A-Za-z_./-]+/`' "$source/$document" | grep -vE '^..[a-z]+:' |
+    sed -E "s|^\`(.*)\`\$|\1|; s|^]\((.*)\)\$|$(dirname "$document")/\1|" | sort -u)
   ((missing == 0)) || fail "it names places that do not exist"
 }
 
