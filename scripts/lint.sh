@@ -39,6 +39,15 @@ check_shell() {
   tracked '*.sh' .ci/run | xargs -0 shellcheck --external-sources
 }
 
+check_black() {
+  tracked '*.py' | xargs -0 black --quiet --check --diff --line-length 100
+}
+
+# Conventions and sizes are left to the reader, and a local name may be a function's, too.
+check_pylint() {
+  tracked '*.py' | xargs -0 pylint --persistent=no --score=no --disable=C,R,redefined-outer-name
+}
+
 # The compile database covers the tests, so that their packages are needed, too.
 require_packages "${test_packages[@]}" "${lint_packages[@]}"
 run_quietly '== lint: clang-format' check_format
@@ -46,3 +55,5 @@ run_quietly '== lint: configure' cmake --preset clang
 run_quietly '== lint: clang-tidy' check_tidy
 run_quietly '== lint: cppcheck' check_cppcheck
 run_quietly '== lint: shellcheck' check_shell
+run_quietly '== lint: black' check_black
+run_quietly '== lint: pylint' check_pylint

@@ -248,10 +248,10 @@ class Source:
                 index, follows = end + 1, False
             else:
                 end = self.end_of(index, {";"})
-                yield self._simple_statement(index, end, closing, follows)
+                yield self._simple_statement(index, end, follows)
                 index, follows = end + 1, True
 
-    def _simple_statement(self, first, last, closing, follows):
+    def _simple_statement(self, first, last, follows):
         words = " ".join(self.word(index) for index in range(first, last + 1))
         if re.match(r"(break|return|continue) ", words):
             return Statement(first, last, "jump", "", follows)
