@@ -6,6 +6,8 @@
 #
 # An input that makes it fail is kept in the directory FINDINGS.
 set -euo pipefail
+# shellcheck source=scripts/lib/run.sh
+source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/lib/run.sh"
 
 fail() {
   echo "run_fuzz.sh: $*" >&2
@@ -32,15 +34,9 @@ mkdir "$work/corpus" "$work/tmp"
 cp "$corpus"/* "$work/corpus"
 mkdir -p "$findings"
 
-# See scripts/test.sh: the sanitizers need their addresses.
-wrapper=()
-if setarch --addr-no-randomize true 2>/dev/null; then
-  wrapper=(setarch --addr-no-randomize)
-fi
-
 # The target ends by itself; the limit is for one that hangs.
 status=0
-TMPDIR=$work/tmp "${wrapper[@]}" timeout --kill-after=10 $((seconds + 120)) \
+TMPDIR=$work/tmp without_randomization timeout --kill-after=10 $((seconds + 120)) \
   "$target" -max_total_time=$seconds -timeout=25 -rss_limit_mb=2048 -detect_leaks=1 \
   -print_final_stats=1 -dict="$dictionary" -artifact_prefix="$(realpath "$findings")/" \
   "$work/corpus" >"$work/log" 2>&1 || status=$?
