@@ -102,9 +102,11 @@ class RandomKillTest : public KillTest {
 
   // Upserts versions for ever, and acknowledges each.
   void WriteFrom(int version, Channel& parent) {
+    constexpr int kHasFailed = -1;  // no version
     for (;; ++version) {
-      ASSERT_EQ(0, Upsert(KeyOf(version), version));
-      parent.Send(version);
+      const int result = Upsert(KeyOf(version), version);
+      parent.Send(result == 0 ? version : kHasFailed);
+      ASSERT_EQ(0, result);
     }
   }
 
@@ -123,6 +125,7 @@ class RandomKillTest : public KillTest {
       EXPECT_TRUE(receive(kPatience));
     }
     std::this_thread::sleep_for(delay);
+    EXPECT_FALSE(child.Link().BreaksWithin(milliseconds(0))) << "the process has ended by itself";
     child.Kill();
     while (receive(milliseconds(0))) {
     }
@@ -305,18 +308,18 @@ class TracedKillTest : public KillTest {
     if (!changer.IsAtBoundary()) {
       return false;
     }
-    constexpr int kWaits = -1;  // no result
+    constexpr int kIsWaiting = -1;  // no result
     ChildProcess other([&](Channel& parent) {
-      OnWait([&] { parent.Send(kWaits); });
+      OnWait([&] { parent.Send(kIsWaiting); });
       parent.Send(others());
     });
     std::optional<int> answer = other.Link().Receive(kPatience);
-    if (answer == kWaits) {
+    if (answer == kIsWaiting) {
       ++awaited;
       takenOver += HasHotJournal() ? 1 : 0;
     }
     const std::optional<int> result = changer.Kill();
-    while (answer == kWaits) {
+    while (answer == kIsWaiting) {
       answer = other.Link().Receive(kPatience);
     }
     EXPECT_EQ(0, answer);
