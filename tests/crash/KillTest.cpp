@@ -9,9 +9,7 @@
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <map>
 #include <optional>
 #include <random>
@@ -33,17 +31,13 @@
 #include "Tracer.h"
 #include "UpdateRequest.h"
 #include "UpsertRequest.h"
+#include "WholeFile.h"
 
 namespace {
 
 using std::chrono::microseconds;
 using std::chrono::milliseconds;
 using ::testing::ElementsAre;
-
-std::string Content(const std::string& path) {
-  std::ifstream stream(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
-}
 
 // A text that takes several pages, so that a row cannot be written at one go.
 std::string TextOf(int version) {
@@ -82,7 +76,8 @@ class KillTest : public ::testing::Test {
   // Whether a change was begun and neither completed nor rolled back. A journal that
   // is still empty does not count, and may stay.
   bool HasHotJournal() const {
-    const std::string journal = Content(file.Path() + "-journal");
+    const std::string path = file.Path() + "-journal";
+    const std::string journal = std::filesystem::exists(path) ? ReadWholeFile(path) : "";
     return !journal.empty() && journal[0] != '\0';
   }
 
@@ -208,7 +203,7 @@ class TracedKillTest : public KillTest {
   // Kills a process at every boundary of a system call of one change, from the first
   // on until the change runs to its end.
   void KillAtEachBoundary(const Change& change) {
-    image = Content(file.Path());
+    image = ReadWholeFile(file.Path());
     before = State();
     ASSERT_EQ(0, change());
     after = State();
@@ -231,7 +226,7 @@ class TracedKillTest : public KillTest {
   // The same at some of the boundaries, while another process wants to make a change
   // of its own.
   void KillAtBoundariesBesideAnother(const Change& change, const Change& others) {
-    image = Content(file.Path());
+    image = ReadWholeFile(file.Path());
     ASSERT_EQ(0, others());
     before = State();
     ASSERT_EQ(0, change());
@@ -294,7 +289,7 @@ class TracedKillTest : public KillTest {
       return false;
     }
     const bool isHot = HasHotJournal();
-    const bool isRolledBack = isHot && Content(file.Path()) != image;
+    const bool isRolledBack = isHot && ReadWholeFile(file.Path()) != image;
     ExpectTable();
     Check(result);
     hotJournals += isHot ? 1 : 0;
@@ -330,7 +325,7 @@ class TracedKillTest : public KillTest {
 
   void Restore() const {
     std::filesystem::remove(file.Path() + "-journal");
-    std::ofstream(file.Path(), std::ios::binary) << image;
+    WriteWholeFile(file.Path(), image);
   }
 
   // The library's next operation works.

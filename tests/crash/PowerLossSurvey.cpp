@@ -1,12 +1,11 @@
 #include "PowerLossSurvey.h"
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "ShimVfs.h"
 #include "TestScale.h"
 #include "TestSeed.h"
+#include "WholeFile.h"
 
 namespace {
 
@@ -60,8 +59,7 @@ bool IsBarrier(const DiskEvent& event) {
 Image ReadFiles(const TemporaryDatabase& database) {
   Image image;
   for (const auto& entry : std::filesystem::directory_iterator(database.Directory())) {
-    std::ifstream file(entry.path(), std::ios::binary);
-    image[entry.path().filename().string()] = {std::istreambuf_iterator<char>(file), {}};
+    image[entry.path().filename().string()] = ReadWholeFile(entry.path());
   }
   return image;
 }
@@ -71,8 +69,7 @@ void WriteFiles(const Image& image, const TemporaryDatabase& database) {
     std::filesystem::remove(entry.path());
   }
   for (const auto& [name, content] : image) {
-    std::ofstream file(std::string(database.Directory()) + "/" + name, std::ios::binary);
-    file.write(content.data(), static_cast<std::streamsize>(content.size()));
+    WriteWholeFile(std::string(database.Directory()) + "/" + name, content);
   }
 }
 

@@ -28,8 +28,6 @@
 #include <array>
 #include <cstddef>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -50,6 +48,7 @@
 #include "TemporaryDatabase.h"
 #include "UpdateRequest.h"
 #include "UpsertRequest.h"
+#include "WholeFile.h"
 
 namespace {
 
@@ -82,19 +81,6 @@ constexpr const char* kGoodFile = R"(
   INSERT INTO dropped SELECT hex(zeroblob(100)) FROM contact LIMIT 9;
   DROP TABLE dropped;
 )";
-
-std::string ReadFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  EXPECT_TRUE(file);
-  return {(std::istreambuf_iterator<char>(file)), {}};
-}
-
-void WriteFile(const std::string& path, const std::string& content) {
-  std::ofstream file(path, std::ios::binary | std::ios::trunc);
-  file.write(content.data(), static_cast<std::streamsize>(content.size()));
-  file.close();
-  EXPECT_TRUE(file);
-}
 
 std::size_t Offset(const InputLine& line, std::size_t field, const std::string& content) {
   return static_cast<std::size_t>(static_cast<unsigned>(line.Number(field))) % content.size();
@@ -158,7 +144,7 @@ class Files {
  public:
   Files() {
     m_database.Run(kGoodFile);
-    m_goodContent = ReadFile(m_database.Path());
+    m_goodContent = ReadWholeFile(m_database.Path());
     EXPECT_EQ(SQLITE_OK, sqlite3_auto_extension(reinterpret_cast<void (*)()>(&Bound)));
   }
 
@@ -171,7 +157,7 @@ class Files {
       std::error_code ignored;
       std::filesystem::remove(m_database.Path() + suffix, ignored);
     }
-    WriteFile(m_database.Path(), content);
+    WriteWholeFile(m_database.Path(), content);
   }
 
  private:

@@ -2,18 +2,15 @@
 //
 //   TARGET DIRECTORY
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <system_error>
 #include <vector>
 
 #include "FuzzTarget.h"
+#include "WholeFile.h"
 
 namespace {
 
@@ -32,9 +29,7 @@ std::vector<fs::path> FilesOf(const fs::path& directory) {
 }
 
 void Run(const fs::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  ASSERT_TRUE(stream) << "cannot read the input";
-  const std::string input((std::istreambuf_iterator<char>(stream)), {});
+  const std::string input = ReadWholeFile(file);
   LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(input.data()), input.size());
 }
 

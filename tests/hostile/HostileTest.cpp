@@ -4,10 +4,9 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "SelectRequest.h"
+#include "WholeFile.h"
 
 namespace {
 
@@ -17,15 +16,6 @@ using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 
 const std::string kFile = "Database.cpp";
-
-std::string Content(const std::string& path) {
-  std::ifstream stream(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
-
-void SetContent(const std::string& path, const std::string& content) {
-  std::ofstream(path, std::ios::binary) << content;
-}
 
 Verdict Execute(sqlite3* db, const std::string& sql) {
   Verdict verdict;
@@ -104,17 +94,17 @@ HostileTest::HostileTest() {
       "INSERT INTO contact VALUES ('1', 'Kim'), ('2', 'Lee');"
       "CREATE TABLE note (id INTEGER PRIMARY KEY, owner TEXT, body TEXT);"
       "INSERT INTO note VALUES (10, '1', 'first'), (11, '1', 'second'), (12, '2', 'third')");
-  m_pristine = Content(file.Path());
+  m_pristine = ReadWholeFile(file.Path());
   StartAfresh();
 }
 
 void HostileTest::StartAfresh() {
-  SetContent(file.Path(), m_pristine);
-  SetContent(m_copy.Path(), m_pristine);
+  WriteWholeFile(file.Path(), m_pristine);
+  WriteWholeFile(m_copy.Path(), m_pristine);
   ForgetEvents();
 }
 
-bool HostileTest::IsUntouched() const { return Content(file.Path()) == m_pristine; }
+bool HostileTest::IsUntouched() const { return ReadWholeFile(file.Path()) == m_pristine; }
 
 Strings HostileTest::Tables() const {
   return file.Rows("SELECT name FROM sqlite_master WHERE type = 'table' ORDER BY name");
@@ -130,7 +120,8 @@ Verdict HostileTest::ExpectVerdict(const Operation& operation, const std::string
   ExpectLog(operation, verdict);
   ExpectResult(operation, verdict);
   // The same changes in the same order leave the same bytes.
-  EXPECT_TRUE(Content(m_copy.Path()) == Content(file.Path())) << "the file differs from the copy";
+  EXPECT_TRUE(ReadWholeFile(m_copy.Path()) == ReadWholeFile(file.Path()))
+      << "the file differs from the copy";
   EXPECT_THAT(file.Rows("PRAGMA integrity_check"), ElementsAre("ok"));
   ExpectUsable();
   ForgetEvents();
