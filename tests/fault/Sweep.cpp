@@ -4,11 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <new>
-#include <optional>
 #include <stdexcept>
 
 #include "FakePlatform.h"
@@ -20,6 +17,7 @@
 #include "ShimVfs.h"
 #include "SqliteSpy.h"
 #include "TemporaryDatabase.h"
+#include "WholeFile.h"
 
 namespace {
 
@@ -105,15 +103,6 @@ void Judge(const Subject& subject, const Outcome& outcome) {
   sqlite_spy::FreeErrorTexts();
 }
 
-std::string ReadFile(const std::string& path) {
-  std::ifstream stream(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(stream), {});
-}
-
-void WriteFile(const std::string& path, const std::string& content) {
-  std::ofstream(path, std::ios::binary | std::ios::trunc) << content;
-}
-
 // The database file of a sweep, which every run finds as it was.
 class World {
  public:
@@ -122,7 +111,7 @@ class World {
       m_file.Run("PRAGMA auto_vacuum = FULL; CREATE TABLE first (a TEXT); DROP TABLE first");
     }
     m_file.Run(m_exists ? SubjectsSchema() : "");
-    m_image = ReadFile(m_file.Path());
+    m_image = ReadWholeFile(m_file.Path());
     m_before = Content();
     if (found == Found::kHotJournal) {
       InterruptWrite();
@@ -135,10 +124,10 @@ class World {
     std::remove(m_file.Path().c_str());
     std::remove(JournalPath().c_str());
     if (m_exists) {
-      WriteFile(m_file.Path(), m_image);
+      WriteWholeFile(m_file.Path(), m_image);
     }
     if (!m_journal.empty()) {
-      WriteFile(JournalPath(), m_journal);
+      WriteWholeFile(JournalPath(), m_journal);
     }
   }
 
@@ -169,8 +158,8 @@ class World {
   void InterruptWrite() {
     const ShimVfs vfs([this](const FileEvent& event) {
       if (event.call == FileCall::kDelete) {
-        m_image = ReadFile(m_file.Path());
-        m_journal = ReadFile(JournalPath());
+        m_image = ReadWholeFile(m_file.Path());
+        m_journal = ReadWholeFile(JournalPath());
       }
       return SQLITE_OK;
     });
