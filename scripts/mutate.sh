@@ -3,11 +3,11 @@
 # changes are noticed than must be, or when one is not, and tests/mutation/equivalent.txt
 # does not tell why:
 #
-#   scripts/mutate.sh                       all changes, for half an hour
+#   scripts/mutate.sh                       all changes, for a quarter of an hour
 #   scripts/mutate.sh --sample 40           some, the same ones every time
 #   scripts/mutate.sh --sample 40 --seed 7  others
 #   scripts/mutate.sh --only src/Cursor.cpp
-#   scripts/mutate.sh --label unit --label heap   with these tests alone
+#   scripts/mutate.sh --label fault         with other tests than the quick ones
 #   scripts/mutate.sh --list                prints them
 #
 # --help tells the other options.

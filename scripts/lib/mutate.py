@@ -30,8 +30,10 @@ WORK = ROOT / "build" / "mutate"
 EQUIVALENT = ROOT / "tests" / "mutation" / "equivalent.txt"
 KEYS = ("file", "in", "line", "mutant")
 
-# Of these labels are the tests that run the library in their own process.
-LABELS = ("unit", "heap", "leaks", "threads", "fault", "stress")
+# Of these labels are the tests that run the library in their own process. The latter
+# ones take long, and no mutant should have to wait for them to be noticed.
+LABELS = ("unit", "heap", "leaks", "threads")
+SLOW_LABELS = ("fault", "stress")
 REQUIRED = 95  # per cent of all mutants that can be built
 
 # A program that takes longer than this, or so many times what it takes with the
@@ -285,7 +287,10 @@ def parse_arguments():
     parser.add_argument("--sample", metavar="COUNT", type=int, help="so many, chosen at random")
     parser.add_argument("--seed", metavar="NUMBER", type=int, default=1, help="other random ones")
     parser.add_argument(
-        "--label", action="append", choices=LABELS, help="only the tests of this label"
+        "--label",
+        action="append",
+        choices=LABELS + SLOW_LABELS,
+        help="only the tests of this label; without any: " + ", ".join(LABELS),
     )
     parser.add_argument("--jobs", metavar="COUNT", type=int, default=2, help="so many at once")
     parser.add_argument("--verbose", action="store_true", help="print each mutant's outcome")
