@@ -1,4 +1,4 @@
-// What is left of a statement when memory runs out, at each allocation in turn.
+// What is left of texts and statements when memory runs out.
 
 #include <gtest/gtest.h>
 
@@ -17,6 +17,29 @@
 #include "UpsertRequest.h"
 
 namespace {
+
+// A setter of two texts has stored the first when there is no memory for the second.
+template <typename Owner>
+void ExpectTheFirstTextIsStored(void (Owner::*set)(const char*, const char*),
+                                void (Owner::*get)(std::string&, std::string&)) {
+  Owner owner;
+  heap_spy::FailAfter(1);
+  EXPECT_THROW((owner.*set)("first", "second"), std::bad_alloc);
+  (owner.*set)(nullptr, "later");
+  std::string first;
+  std::string second;
+  ASSERT_NO_THROW((owner.*get)(first, second));
+  EXPECT_EQ("first", first);
+  EXPECT_EQ("later", second);
+}
+
+TEST(ExhaustedHeapTest, LeavesTheFirstOfTwoTextsStored) {
+  ExpectTheFirstTextIsStored(&BasePath::SetPath, &BasePath::GetPath);
+  ExpectTheFirstTextIsStored(&CreateRequest::SetPrimaryKey, &CreateRequest::GetPrimaryKey);
+  ExpectTheFirstTextIsStored(&CreateRequest::SetCompositeKey, &CreateRequest::GetCompositeKey);
+  ExpectTheFirstTextIsStored(&JoinRequest::SetLeftJoin, &JoinRequest::GetLeftJoin);
+  ExpectTheFirstTextIsStored(&JoinRequest::SetRightJoin, &JoinRequest::GetRightJoin);
+}
 
 // A getter of two texts has assigned the first when there is no memory for the second.
 template <typename Owner>
