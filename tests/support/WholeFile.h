@@ -3,13 +3,14 @@
 #ifndef VORN_TESTS_SUPPORT_WHOLEFILE_H
 #define VORN_TESTS_SUPPORT_WHOLEFILE_H
 
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
 #include <string>
 
 inline std::string ReadWholeFile(const std::string& path) {
-  std::string content(std::filesystem::file_size(path), '\0');
+  std::string content(static_cast<std::size_t>(std::filesystem::file_size(path)), '\0');
   std::ifstream file(path, std::ios::binary);
   if (!file.read(content.data(), static_cast<std::streamsize>(content.size()))) {
     throw std::runtime_error("cannot read " + path);
