@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "ContactTest.h"
 #include "CreateRequest.h"
-#include "HostileTest.h"
 #include "JoinRequest.h"
 #include "SelectRequest.h"
 #include "UpdateRequest.h"
@@ -19,8 +19,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-
-constexpr char kUid[] = "uid";
 
 int Limit(int category) {
   sqlite3* db = nullptr;
@@ -82,7 +80,7 @@ std::string Joined(const Names& names, const std::string& before, const std::str
   return joined;
 }
 
-class LimitsTest : public HostileTest {
+class LimitsTest : public ContactTest {
  protected:
   Verdict CreateWide(const Names& names) {
     CreateRequest request;
@@ -134,21 +132,6 @@ class LimitsTest : public HostileTest {
     }
     return ExpectVerdict(kSelect,
                          "SELECT * FROM contact WHERE " + Joined(names, "", "='1'", " AND "),
-                         [&] { return database.Select(request, cursor); });
-  }
-  // Of a value of contact.uid.
-  Verdict Upsert(const std::string& value) {
-    UpsertRequest request;
-    Address(request, "contact");
-    request.SetData(kUid, value.c_str());
-    return ExpectVerdict(kUpsert, "INSERT OR REPLACE INTO contact (uid) VALUES ('" + value + "')",
-                         [&] { return database.Upsert(request); });
-  }
-  Verdict Select(const std::string& value) {
-    SelectRequest request;
-    Address(request, "contact");
-    request.SetWhere(kUid, value.c_str());
-    return ExpectVerdict(kSelect, "SELECT * FROM contact WHERE uid='" + value + "'",
                          [&] { return database.Select(request, cursor); });
   }
 };

@@ -3,10 +3,10 @@
 
 #include <string>
 
+#include "ContactTest.h"
 #include "CreateRequest.h"
 #include "DeleteRequest.h"
 #include "DropRequest.h"
-#include "HostileTest.h"
 #include "SelectRequest.h"
 #include "UpdateRequest.h"
 #include "UpsertRequest.h"
@@ -16,26 +16,11 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr char kUid[] = "uid";
 constexpr char kName[] = "name";
 
-class StatementsTest : public HostileTest {
+class StatementsTest : public ContactTest {
  protected:
   // Of a value for contact.uid.
-  Verdict Upsert(const std::string& value) {
-    UpsertRequest request;
-    Address(request, "contact");
-    request.SetData(kUid, value.c_str());
-    return ExpectVerdict(kUpsert, "INSERT OR REPLACE INTO contact (uid) VALUES ('" + value + "')",
-                         [&] { return database.Upsert(request); });
-  }
-  Verdict Select(const std::string& value) {
-    SelectRequest request;
-    Address(request, "contact");
-    request.SetWhere(kUid, value.c_str());
-    return ExpectVerdict(kSelect, "SELECT * FROM contact WHERE uid='" + value + "'",
-                         [&] { return database.Select(request, cursor); });
-  }
   Verdict Delete(const std::string& value) {
     DeleteRequest request;
     Address(request, "contact");
