@@ -4,16 +4,20 @@
 #ifndef VORN_PLATFORM_VORNMUTEX_H
 #define VORN_PLATFORM_VORNMUTEX_H
 
+#include <string>
+
 namespace vornutil {
-struct NamedLock;
+struct Shard;
 }
 
 /// A guard on the lock of a given name.
 ///
-/// Within the process, guards of equal names share one lock, which exists as
-/// long as any of them; guards of unequal names never wait for each other. Like
-/// `std::mutex`, the lock is not recursive: one thread holding it through one
-/// guard must not lock it through another.
+/// Within the process, guards of equal names exclude each other; guards of unequal
+/// names never wait for each other. Like `std::mutex`, the lock is not recursive: one
+/// thread holding it through one guard must not lock it through another.
+///
+/// Names up to 15 characters cost no memory: a lock is nothing but its holder's entry
+/// in a list of the names that are held.
 ///
 /// Guards of different threads may be made, locked and destroyed at the same
 /// time. One guard belongs to one thread.
@@ -38,13 +42,17 @@ class VornMutex {
   /// Releases the lock. Does nothing unless this guard holds it.
   void Unlock();
 
-  /// The number of names that have a lock at the moment. A member of the
-  /// stand-in only, for tests.
+  /// The number of names that are held at the moment. A member of the stand-in
+  /// only, for tests.
   static int CountNames();
 
  private:
-  vornutil::NamedLock* m_lock;
+  const std::string m_name;
+  vornutil::Shard* const m_shard;
+  VornMutex* m_next = nullptr;  // in the shard's list, while locked
   bool m_isLocked = false;
+
+  friend struct vornutil::Shard;
 };
 
 #endif  // VORN_PLATFORM_VORNMUTEX_H

@@ -42,7 +42,7 @@ std::string VornLogger::ConvertToSecureLog(std::string message) {
 
 const char* VornLogger::GetLogTag() const { return "QUIET"; }
 
-VornMutex::VornMutex(const char* /*name*/) : m_lock(nullptr) { heap_spy::Note("make"); }
+VornMutex::VornMutex(const char* /*name*/) : m_shard(nullptr) { heap_spy::Note("make"); }
 
 VornMutex::~VornMutex() { heap_spy::Note("destroy"); }
 

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <chrono>
 #include <future>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -55,14 +56,18 @@ TEST(VornMutexTest, UnequalNamesDoNotWaitForEachOther) {
   EXPECT_EQ(std::future_status::ready, other.wait_for(std::chrono::seconds(20)));
 }
 
-TEST(VornMutexTest, ALockGoesWithItsLastGuard) {
+TEST(VornMutexTest, CountsTheNamesThatAreHeld) {
   ASSERT_EQ(0, VornMutex::CountNames());
-  {
-    VornMutex first("name");
-    VornMutex second("name");
-    VornMutex other("other");
-    EXPECT_EQ(2, VornMutex::CountNames());
-  }
+  VornMutex first("name");
+  VornMutex other("other");
+  EXPECT_EQ(0, VornMutex::CountNames());
+  first.Lock();
+  EXPECT_EQ(1, VornMutex::CountNames());
+  other.Lock();
+  EXPECT_EQ(2, VornMutex::CountNames());
+  first.Unlock();
+  EXPECT_EQ(1, VornMutex::CountNames());
+  other.Unlock();
   EXPECT_EQ(0, VornMutex::CountNames());
 }
 
@@ -97,10 +102,64 @@ TEST(VornMutexTest, UnlockOfAnUnlockedGuardDoesNothing) {
 }
 
 TEST(VornMutexTest, TheEmptyNameIsAName) {
-  VornMutex guard("");
-  guard.Lock();
-  guard.Unlock();
+  VornMutex holder("");
+  holder.Lock();
   EXPECT_EQ(1, VornMutex::CountNames());
+  ExpectToBeHeldBy(holder, "");
+}
+
+TEST(VornMutexTest, TheNameIsCopied) {
+  std::string name = "name";
+  VornMutex holder(name.c_str());
+  name = "else";
+  holder.Lock();
+  ExpectToBeHeldBy(holder, "name");
+}
+
+TEST(VornMutexTest, NamesOfAnyLengthAreToldApart) {
+  // They share ends with each other, and are shorter and longer than what is told
+  // apart quickly.
+  std::vector<std::unique_ptr<VornMutex>> guards;
+  for (std::size_t length = 0; length < 40; ++length) {
+    guards.push_back(std::make_unique<VornMutex>(std::string(length, 'n').c_str()));
+    guards.back()->Lock();
+  }
+  for (std::size_t length = 8; length < 40; ++length) {
+    std::string name(length, 'n');
+    name[length / 2] = 'm';
+    guards.push_back(std::make_unique<VornMutex>(name.c_str()));
+    guards.back()->Lock();
+  }
+  EXPECT_EQ(static_cast<int>(guards.size()), VornMutex::CountNames());
+  ExpectToBeHeldBy(*guards[20], std::string(20, 'n'));
+}
+
+// All names are held by turns: threads meet in a part of the registry that another
+// name keeps busy, wait there for their own name, and leave it empty.
+TEST(VornMutexTest, ThreadsExcludeEachOtherNameByName) {
+  constexpr std::size_t kNames = 300;
+  constexpr int kThreads = 4;
+  constexpr int kRounds = 20;
+  std::vector<int> counters(kNames);
+  std::vector<std::thread> threads;
+  for (int thread = 0; thread < kThreads; ++thread) {
+    threads.emplace_back([&counters] {
+      for (int round = 0; round < kRounds; ++round) {
+        for (std::size_t name = 0; name < kNames; ++name) {
+          VornMutex guard(std::to_string(name).c_str());
+          guard.Lock();
+          const int seen = counters[name];
+          std::this_thread::yield();
+          counters[name] = seen + 1;
+        }
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_EQ(std::vector<int>(kNames, kThreads * kRounds), counters);
+  EXPECT_EQ(0, VornMutex::CountNames());
 }
 
 // Run under a sanitizer for threads, this shows that it sees the lock.

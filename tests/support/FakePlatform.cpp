@@ -196,7 +196,7 @@ const char* VornLogger::GetLogTag() const {
 
 // The named mutex of the utility library.
 
-VornMutex::VornMutex(const char* name) : m_lock(nullptr) {
+VornMutex::VornMutex(const char* name) : m_shard(nullptr) {
   const HeapPause pause;
   fake::mutexNames[this] = name;
   journal::Add(Kind::kMutex, std::string("make ") + name);
