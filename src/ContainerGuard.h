@@ -27,12 +27,7 @@ class ContainerGuard {
   void Unlock() { m_mutex.Unlock(); }
 
  private:
-  struct Name {
-    Name(const LogSite& site, const void* container);
-    char text[100] = "";
-  };
-
-  Name m_name;
+  char m_name[100];
   VornMutex m_mutex;
 };
 

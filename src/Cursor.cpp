@@ -1,5 +1,6 @@
 #include "Cursor.h"
 
+#include <algorithm>
 #include <iterator>
 #include <sstream>
 #include <utility>
@@ -14,11 +15,23 @@ using CellMap = std::map<std::string, std::vector<std::string>>;
 // The results of the moves and the reads. Hosts tell the moves apart by them.
 enum Result { kOk = 0, kFailed = 1, kInvalidPosition = 1, kFirstRow = 2, kLastRow = 3 };
 
+// The entry of a column. Few are compared one by one, which is quicker than the way
+// through the tree: most names differ in their lengths already.
+template <typename Cells>
+auto FindColumn(Cells& cells, const std::string& name) {
+  constexpr std::size_t kFew = 8;
+  if (cells.size() > kFew) {
+    return cells.find(name);
+  }
+  return std::find_if(cells.begin(), cells.end(),
+                      [&name](const auto& entry) { return entry.first == name; });
+}
+
 // The cell of a column in the current row; or null, after logging from `site`
 // why there is none.
 const std::string* FindCell(const vorn::LogSite& site, Cursor& cursor, const CellMap& cells,
                             const char* column) {
-  const auto entry = cells.find(std::string(column));
+  const auto entry = FindColumn(cells, std::string(column));
   if (entry == cells.end()) {
     VORN_LOG_AT(site, vorn::kError, "NO MATCHED ERROR!!!");
     return nullptr;
@@ -92,18 +105,17 @@ void Cursor::Initialize() {
 void Cursor::SetColumn(const char* name) {
   vorn::ContainerGuard guard(VORN_HERE, &m_cells);
   m_columns.emplace_back(name);
-  m_cells.insert(CellMap::value_type(name, {}));
+  m_cells.try_emplace(name);
   guard.Unlock();
 }
 
 void Cursor::SetData(const char* column, const char* value) {
   vorn::ContainerGuard guard(VORN_HERE, &m_cells);
-  // Both live beyond Unlock(), so that nothing is released under the lock.
+  // Lives beyond Unlock(), so that it is not released under the lock.
   const std::string columnText(column);
-  std::string valueText(value);
-  const auto entry = m_cells.find(columnText);
+  const auto entry = FindColumn(m_cells, columnText);
   std::vector<std::string>& cells = entry != m_cells.end() ? entry->second : m_columns;
-  cells.push_back(std::move(valueText));
+  cells.emplace_back(value);
   guard.Unlock();
 }
 

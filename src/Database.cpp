@@ -2,6 +2,8 @@
 
 #include <sqlite3.h>
 
+#include <utility>
+
 #include "BusyRule.h"
 #include "CreateRequest.h"
 #include "Cursor.h"
@@ -37,7 +39,7 @@ int OpenRequested(Database& database, BasePath& location, sqlite3*& db) {
   std::string directory;
   std::string fileName;
   location.GetPath(directory, fileName);
-  return database.OpenDB(db, directory, fileName);
+  return database.OpenDB(db, std::move(directory), std::move(fileName));
 }
 
 // SQLite has no text to give when it runs out of memory.
@@ -207,7 +209,7 @@ int Database::OpenDB(sqlite3*& db, std::string dir, std::string file) {
 
   SqlGenerator generator;
   std::string path;
-  generator.GetDBPath(dir, file, path);
+  generator.GetDBPath(std::move(dir), std::move(file), path);
   const int rc = RetryWhileBusy(*this, [&] { return sqlite3_open(path.c_str(), &db); });
   if (rc != SQLITE_OK) {
     VORN_LOG(vorn::kError, "DB open failed. Error no(%d): %s", rc, sqlite3_errmsg(db));

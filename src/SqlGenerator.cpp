@@ -22,8 +22,13 @@ void CutAtLast(std::string& text, const char* separator) {
   }
 }
 
-// Appends without a string in between for each piece.
+// Appends without a string in between for each piece, and grows once.
 void Append(std::string& sql, std::initializer_list<std::string_view> pieces) {
+  std::size_t size = sql.size();
+  for (const std::string_view piece : pieces) {
+    size += piece.size();
+  }
+  sql.reserve(size);
   for (const std::string_view piece : pieces) {
     sql += piece;
   }
@@ -80,7 +85,8 @@ void SqlGenerator::GetDBPath(std::string dir, std::string file, std::string& pat
   if (dir.size() - 1 != dir.rfind('/')) {
     dir += '/';
   }
-  path = dir + file;
+  dir += file;
+  path = std::move(dir);
 }
 
 void SqlGenerator::GetCheckTableSql(std::string table, std::string& sql) {

@@ -17,12 +17,12 @@ std::string ToText(Number value) {
   return stream.str();
 }
 
-// The first value set through a pointer stays: insert() leaves an entry alone.
+// The first value set through a pointer stays: try_emplace() leaves an entry alone.
 template <typename Value>
 void AddEntry(const vorn::LogSite& site, BaseSet::ColumnMap& columns, const char* column,
               Value value) {
   vorn::ContainerGuard guard(site, &columns);
-  columns.insert(BaseSet::ColumnMap::value_type(column, ToText(value)));
+  columns.try_emplace(column, ToText(value));
   guard.Unlock();
 }
 
