@@ -1,0 +1,7 @@
+#include "contenders/Contenders.h"
+
+namespace bench {
+
+std::unique_ptr<Contender> MakeQuietVorn() { return MakeVorn(); }
+
+}  // namespace bench
