@@ -24,7 +24,7 @@ struct Folders {
 // given order.
 void RegisterOperations(const Folders& folders, const std::vector<NamedContender>& contenders);
 void RegisterSelects(const Folders& folders, const std::vector<NamedContender>& contenders);
-void RegisterReads(const std::vector<NamedContender>& contenders);
+void RegisterReads(const Folders& folders);
 void RegisterRequests();
 void RegisterLog();
 void RegisterLocks();

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdio>
+#include <filesystem>
 
 #include "contenders/Contenders.h"
 #include "contenders/Raw.h"
@@ -108,6 +109,13 @@ Place WholeTable(const std::string& folder, const Shape& shape) {
     std::rename(part.Path().c_str(), place.Path().c_str());
   }
   return place;
+}
+
+Place CopyOf(const Place& place, const std::string& name) {
+  Place copy{place.directory, name};
+  std::filesystem::copy_file(place.Path(), copy.Path(),
+                             std::filesystem::copy_options::overwrite_existing);
+  return copy;
 }
 
 Columns WholeResult(const Shape& shape) {

@@ -22,7 +22,9 @@ constexpr const char* kWholeTable = "whole";
 
 // Makes the file in the folder, unless it is there.
 Place WholeTable(const std::string& folder, const Shape& shape);
-// What a query of it gives.
+// A copy of a file beside it.
+Place CopyOf(const Place& place, const std::string& name);
+// What a query of the whole table gives.
 Columns WholeResult(const Shape& shape);
 
 // The contacts of the single operations.

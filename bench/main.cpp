@@ -24,6 +24,11 @@ int main(int argc, char** argv) {
 
   bench::RegisterOperations(folders, contenders);
   bench::RegisterSelects(folders, contenders);
+  bench::RegisterReads(folders);
+  bench::RegisterRequests();
+  bench::RegisterLog();
+  bench::RegisterLocks();
+  bench::RegisterThreads(folders, contenders);
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();
   return 0;

@@ -1,3 +1,4 @@
+#include "Library.h"
 #include "contenders/Contenders.h"
 
 namespace bench {
@@ -18,10 +19,19 @@ const std::vector<NamedContender>& Contenders() {
 #ifdef VORN_BENCH_QT
       {"Qt", MakeQt},
 #endif
+      {"contract", MakeContract},
+      {"vorn", []() -> std::unique_ptr<Contender> { return MakeVorn(); }},
+      {"vorn-quiet", []() -> std::unique_ptr<Contender> { return MakeQuietVorn(); }},
+  };
+  return contenders;
+}
+
+const std::vector<NamedLibrary>& Libraries() {
+  static const std::vector<NamedLibrary> libraries = {
       {"vorn", MakeVorn},
       {"vorn-quiet", MakeQuietVorn},
   };
-  return contenders;
+  return libraries;
 }
 
 const std::vector<std::string>& LeftOut() {

@@ -10,15 +10,12 @@
 namespace bench {
 
 std::unique_ptr<Contender> MakeRaw();
+std::unique_ptr<Contender> MakeContract();
 std::unique_ptr<Contender> MakeGetTable();
 std::unique_ptr<Contender> MakeSqliteCpp();
 std::unique_ptr<Contender> MakeSoci();
 std::unique_ptr<Contender> MakePoco();
 std::unique_ptr<Contender> MakeQt();
-// This library.
-std::unique_ptr<Contender> MakeVorn();
-// This library with a lock and a log that do nothing.
-std::unique_ptr<Contender> MakeQuietVorn();
 
 }  // namespace bench
 

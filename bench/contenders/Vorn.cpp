@@ -11,7 +11,7 @@
 #include <optional>
 #include <stdexcept>
 
-#include "contenders/Contenders.h"
+#include "Library.h"
 
 namespace bench {
 
@@ -36,7 +36,7 @@ void Locate(Request& request, const Place& place) {
 
 // As an application would: a request, a database, and for a query a cursor, all made
 // for the call.
-class Vorn final : public Contender {
+class Vorn final : public Library {
  public:
   void CreateContact(const Place& place) final {
     CreateRequest request;
@@ -135,12 +135,64 @@ class Vorn final : public Contender {
     return result;
   }
 
+  std::size_t ReadTexts(const char* column) final {
+    return Read<std::size_t>([column](Cursor& cursor, std::size_t& sum) {
+      std::string value;
+      Expect(cursor.GetString(column, value));
+      sum += value.size();
+    });
+  }
+
+  long long ReadInts(const char* column) final {
+    return Read<long long>([column](Cursor& cursor, long long& sum) {
+      int value = 0;
+      Expect(cursor.GetInt(column, value));
+      sum += value;
+    });
+  }
+
+  double ReadDoubles(const char* column) final {
+    return Read<double>([column](Cursor& cursor, double& sum) {
+      double value = 0;
+      Expect(cursor.GetDouble(column, value));
+      sum += value;
+    });
+  }
+
+  void FillTexts(const std::vector<std::string>& columns) final { Fill(columns, "1234567"); }
+
+  void FillInts(const std::vector<std::string>& columns) final { Fill(columns, 1234567); }
+
+  void FillDoubles(const std::vector<std::string>& columns) final { Fill(columns, 12345.67); }
+
+  void Trace() final { m_request.GetTable(m_text); }
+
  private:
+  template <typename Sum, typename Add>
+  Sum Read(Add add) {
+    Sum sum{};
+    m_cursor->MoveToFirst();
+    while (m_cursor->MoveToNext() == 0) {
+      add(*m_cursor, sum);
+    }
+    return sum;
+  }
+
+  template <typename Value>
+  static void Fill(const std::vector<std::string>& columns, Value value) {
+    UpsertRequest request;
+    for (const std::string& column : columns) {
+      request.SetData(column.c_str(), value);
+    }
+  }
+
   std::optional<Cursor> m_cursor;
+  SelectRequest m_request;  // without a table
+  std::string m_text;
 };
 
 }  // namespace
 
-std::unique_ptr<Contender> MakeVorn() { return std::make_unique<Vorn>(); }
+std::unique_ptr<Library> MakeVorn() { return std::make_unique<Vorn>(); }
 
 }  // namespace bench

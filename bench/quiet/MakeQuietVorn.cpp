@@ -1,7 +1,7 @@
-#include "contenders/Contenders.h"
+#include "Library.h"
 
 namespace bench {
 
-std::unique_ptr<Contender> MakeQuietVorn() { return MakeVorn(); }
+std::unique_ptr<Library> MakeQuietVorn() { return MakeVorn(); }
 
 }  // namespace bench

@@ -124,7 +124,9 @@ std::size_t HashOf(const std::string& name) {
   std::memcpy(&first, name.data(), sizeof first);
   std::memcpy(&last, name.data() + name.size() - sizeof last, sizeof last);
   constexpr std::uint64_t kMultiplier = 0x9E3779B97F4A7C15;  // 2^64 by the golden ratio
-  return static_cast<std::size_t>(((first ^ (last << 1)) * kMultiplier) >> 48);
+  // Twice, since a multiplication passes differences on to higher bits only.
+  const std::uint64_t mixed = (first ^ (last << 1)) * kMultiplier;
+  return static_cast<std::size_t>(((mixed ^ (mixed >> 32)) * kMultiplier) >> 48);
 }
 
 Shard* ShardOf(const std::string& name) {
