@@ -1,4 +1,4 @@
-// vorn_instructions CASE COUNT FOLDER does one thing COUNT times, for a tool that counts
+// vorn_instructions CASE COUNT FOLDER [maps] does one thing COUNT times, for a tool that counts
 // instructions: the difference between two counts is what it takes. The case "make"
 // makes the file that the others need.
 
@@ -11,16 +11,23 @@
 #include <sqlite3.h>
 
 #include <cstdlib>
-#include <functional>
+#include <fstream>
 #include <iostream>
-#include <map>
 #include <stdexcept>
 #include <string>
 
 namespace {
 
 constexpr const char* kFile = "instructions.db";
-constexpr int kRows = 1000;
+
+// Tables of different lengths, of which the first is for single rows.
+struct Table {
+  const char* name;
+  int rows;
+};
+constexpr Table kSingle = {"single", 0};
+constexpr Table kShort = {"short", 100};
+constexpr Table kLong = {"long", 1000};
 
 // In one array, so that they are in this order in a statement, too.
 constexpr char kColumns[5][8] = {"uid", "name", "phone", "mail", "age"};
@@ -34,7 +41,7 @@ void Expect(int code) {
 void Upsert(const char* folder) {
   UpsertRequest request;
   request.SetPath(folder, kFile);
-  request.SetTable("single");
+  request.SetTable(kSingle.name);
   request.SetData(kColumns[0], 7);
   request.SetData(kColumns[1], "a name");
   request.SetData(kColumns[2], "+351 912345");
@@ -43,12 +50,12 @@ void Upsert(const char* folder) {
   Expect(Database().Upsert(request));
 }
 
-void Select(const char* folder, Cursor& cursor) {
+void Select(const char* folder, const Table& table, Cursor& cursor) {
   SelectRequest request;
   request.SetPath(folder, kFile);
-  request.SetTable("whole");
+  request.SetTable(table.name);
   Expect(Database().Select(request, cursor));
-  if (cursor.GetCount() != kRows) {
+  if (cursor.GetCount() != table.rows) {
     throw std::runtime_error("the table is not as it was made");
   }
 }
@@ -65,26 +72,29 @@ void CreateTable(const char* folder, const char* table) {
   Expect(Database().CreateTable(request));
 }
 
-// The rows of the whole table, all at once.
-void InsertRows(const std::string& path) {
+// All rows of a table at once.
+void InsertRows(const std::string& path, const Table& table) {
+  const std::string sql =
+      "WITH RECURSIVE row(n) AS (VALUES (1) UNION ALL SELECT n + 1 FROM row) INSERT INTO " +
+      std::string(table.name) +
+      " SELECT n, 'name ' || n, '+351 ' || (912345 + n), 'name.' || n || '@mail.example.org', "
+      "18 + n % 80 FROM row LIMIT " +
+      std::to_string(table.rows);
   sqlite3* connection = nullptr;
   Expect(sqlite3_open(path.c_str(), &connection));
-  Expect(
-      sqlite3_exec(connection,
-                   "WITH RECURSIVE row(n) AS (VALUES (1) UNION ALL SELECT n + 1 FROM row WHERE "
-                   "n < 1000) INSERT INTO whole SELECT n, 'name ' || n, '+351 ' || (912345 + n), "
-                   "'name.' || n || '@mail.example.org', 18 + n % 80 FROM row",
-                   nullptr, nullptr, nullptr));
+  Expect(sqlite3_exec(connection, sql.c_str(), nullptr, nullptr, nullptr));
   Expect(sqlite3_close(connection));
 }
 
 void Make(const char* folder) {
-  CreateTable(folder, "single");
-  CreateTable(folder, "whole");
-  InsertRows(std::string(folder) + '/' + kFile);
+  for (const Table& table : {kSingle, kShort, kLong}) {
+    CreateTable(folder, table.name);
+    InsertRows(std::string(folder) + '/' + kFile, table);
+  }
 }
 
-void Repeat(int count, const std::function<void()>& run) {
+template <typename Run>
+void Repeat(int count, Run run) {
   for (int time = 0; time < count; ++time) {
     run();
   }
@@ -95,22 +105,21 @@ void Run(const std::string& name, int count, const char* folder) {
     Make(folder);
   } else if (name == "upsert") {
     Repeat(count, [&] { Upsert(folder); });
-  } else if (name == "select") {
+  } else if (name == "select 100 x 5" || name == "select 1000 x 5") {
+    const Table& table = name == "select 100 x 5" ? kShort : kLong;
     Repeat(count, [&] {
       Cursor cursor;
-      Select(folder, cursor);
+      Select(folder, table, cursor);
     });
   } else if (name == "read") {
     Cursor cursor;
-    Select(folder, cursor);
-    Expect(cursor.MoveToPosition(kRows / 2));
+    Select(folder, kShort, cursor);
+    Expect(cursor.MoveToPosition(kShort.rows / 2));
     int value = 0;
     Repeat(count, [&] { Expect(cursor.GetInt(kColumns[0], value)); });
   } else if (name == "log") {
-    // Without a table, this writes its trace line and does nothing else.
-    SelectRequest request;
-    std::string table;
-    Repeat(count, [&] { request.GetTable(table); });
+    // Does nothing but to write two trace lines.
+    Repeat(count, [] { Database(); });
   } else if (name == "lock") {
     Repeat(count, [] {
       VornMutex mutex("7ffc01234560");
@@ -122,15 +131,28 @@ void Run(const std::string& name, int count, const char* folder) {
   }
 }
 
+// Tells where the process has its code, for a tool that knows addresses only.
+void PrintMaps() {
+  std::ifstream maps("/proc/self/maps");
+  for (std::string line; std::getline(maps, line);) {
+    if (line.find("r-xp") != std::string::npos) {
+      std::cerr << line << '\n';
+    }
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 4) {
-    std::cerr << "usage: vorn_instructions CASE COUNT FOLDER\n";
+  if (argc != 4 && argc != 5) {
+    std::cerr << "usage: vorn_instructions CASE COUNT FOLDER [maps]\n";
     return 2;
   }
   try {
     Run(argv[1], std::atoi(argv[2]), argv[3]);
+    if (argc == 5) {
+      PrintMaps();
+    }
   } catch (const std::exception& error) {
     std::cerr << "vorn_instructions: " << error.what() << '\n';
     return 1;

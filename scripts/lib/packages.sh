@@ -19,6 +19,7 @@ source "${BASH_SOURCE[0]%/*}/run.sh"
   fuzz_packages=(clang libclang-rt-dev)
   coverage_packages=(gcovr python3)
   mutation_packages=(git python3)
+  instruction_packages=(valgrind python3)
   lint_packages=(git clang clang-format clang-tidy cppcheck shellcheck black pylint)
 }
 
