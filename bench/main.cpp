@@ -18,9 +18,11 @@ int main(int argc, char** argv) {
   const auto first = std::strtoul(argv[3], nullptr, 10) % contenders.size();
   std::rotate(contenders.begin(), contenders.begin() + static_cast<std::ptrdiff_t>(first),
               contenders.end());
+  std::string leftOut;
   for (const std::string& name : bench::LeftOut()) {
-    benchmark::AddCustomContext("left out", name);
+    leftOut += (leftOut.empty() ? "" : ", ") + name;
   }
+  benchmark::AddCustomContext("left_out", leftOut);
 
   bench::RegisterOperations(folders, contenders);
   bench::RegisterSelects(folders, contenders);

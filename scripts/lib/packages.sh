@@ -19,6 +19,9 @@ source "${BASH_SOURCE[0]%/*}/run.sh"
   fuzz_packages=(clang libclang-rt-dev)
   coverage_packages=(gcovr python3)
   mutation_packages=(git python3)
+  bench_packages=(libbenchmark-dev valgrind gnuplot-nox python3)
+  peer_packages=(libsqlitecpp-dev libsoci-dev libboost-dev libpoco-dev qtbase5-dev
+    libqt5sql5-sqlite)
   instruction_packages=(valgrind python3)
   lint_packages=(git clang clang-format clang-tidy cppcheck shellcheck black pylint)
 }

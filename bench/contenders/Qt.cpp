@@ -1,0 +1,102 @@
+#include <QCoreApplication>
+#include <QSqlDatabase>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QSqlRecord>
+#include <QVariant>
+#include <atomic>
+#include <stdexcept>
+
+#include "contenders/Contenders.h"
+
+namespace bench {
+
+namespace {
+
+void Expect(bool isGood, const QSqlError& error) {
+  if (!isGood) {
+    throw std::runtime_error("Qt: " + error.text().toStdString());
+  }
+}
+
+// Where drivers are found; there is one in a process.
+void MakeApplication() {
+  static int count = 1;
+  static char name[] = "vorn_bench";
+  static char* names[] = {name, nullptr};
+  static const QCoreApplication application(count, names);
+}
+
+// An open connection of a name.
+class Opened {
+ public:
+  Opened(const QString& name, const std::string& path)
+      : m_database(QSqlDatabase::database(name, false)) {
+    m_database.setDatabaseName(QString::fromStdString(path));
+    Expect(m_database.open(), m_database.lastError());
+  }
+  ~Opened() { m_database.close(); }
+  Opened(const Opened&) = delete;
+  Opened& operator=(const Opened&) = delete;
+
+  QSqlQuery Run(const std::string& sql) const {
+    QSqlQuery query(m_database);
+    query.setForwardOnly(true);
+    Expect(query.exec(QString::fromStdString(sql)), query.lastError());
+    return query;
+  }
+
+ private:
+  QSqlDatabase m_database;
+};
+
+class QtSql final : public ColumnsContender {
+ public:
+  QtSql() {
+    static std::atomic<int> count{0};
+    MakeApplication();
+    m_name = "bench" + QString::number(++count);
+    QSqlDatabase::addDatabase("QSQLITE", m_name);
+  }
+  ~QtSql() final { QSqlDatabase::removeDatabase(m_name); }
+
+  void Execute(const std::string& path, const std::string& sql) final {
+    const Opened database(m_name, path);
+    database.Run(sql);
+  }
+
+  void Query(const std::string& path, const std::string& sql) final {
+    const Opened database(m_name, path);
+    QSqlQuery query = database.Run(sql);
+    const std::vector<std::vector<std::string>*> columns = Declare(Names(query));
+    while (query.next()) {
+      for (std::size_t column = 0; column < columns.size(); ++column) {
+        columns[column]->push_back(query.value(static_cast<int>(column)).toString().toStdString());
+      }
+    }
+  }
+
+  int QueryNumber(const std::string& path, const std::string& sql) final {
+    const Opened database(m_name, path);
+    QSqlQuery query = database.Run(sql);
+    return query.next() ? query.value(0).toInt() : 0;
+  }
+
+ private:
+  static std::vector<std::string> Names(const QSqlQuery& query) {
+    const QSqlRecord record = query.record();
+    std::vector<std::string> names;
+    for (int column = 0; column < record.count(); ++column) {
+      names.push_back(record.fieldName(column).toStdString());
+    }
+    return names;
+  }
+
+  QString m_name;
+};
+
+}  // namespace
+
+std::unique_ptr<Contender> MakeQt() { return std::make_unique<QtSql>(); }
+
+}  // namespace bench

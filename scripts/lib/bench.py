@@ -1,0 +1,150 @@
+"""Runs the benchmarks in rounds, and compares the contenders within each round.
+
+    bench.py --program vorn_bench --tmpfs DIR --disk DIR [--rounds N] [--filter REGEX]
+             [--save FILE]
+
+A round runs every case for every contender once, one contender right after the other, so
+that what disturbs the machine disturbs all of them. Every round begins with another one.
+Every case has a process of its own: how the heap deals with large blocks depends on what
+it has seen before.
+"""
+
+import argparse
+import collections
+import json
+import os
+import re
+import statistics
+import subprocess
+import sys
+
+BASE = "raw"
+ENVIRONMENT = {
+    "PATH": os.environ["PATH"],
+    "HOME": os.environ.get("HOME", "/"),
+    "VORN_DLOG_PRIORITY": "S",
+    "QT_QPA_PLATFORM": "offscreen",
+}
+
+
+class Results:
+    """Times in nanoseconds by case and contender, one of each round; the machine."""
+
+    def __init__(self):
+        self.times = collections.defaultdict(lambda: collections.defaultdict(list))
+        self.context = {}
+
+    def add(self, report):
+        """Takes over what one run of the program has reported; answers its errors."""
+        self.context = report["context"]
+        errors = []
+        for run in report["benchmarks"]:
+            contender, case = run["name"].split("/", 1)
+            if run.get("error_occurred"):
+                errors.append(f"{run['name']}: {run['error_message']}")
+                continue
+            scale = {"ns": 1, "us": 1e3, "ms": 1e6}[run["time_unit"]]
+            self.times[plain(case)][contender].append(run["real_time"] * scale)
+        return errors
+
+    def ratios(self, case, contender, base=BASE):
+        """The contender's times by the base's of the same round, sorted."""
+        contenders = self.times[case]
+        return sorted(ours / other for ours, other in zip(contenders[contender], contenders[base]))
+
+    def median(self, case, contender):
+        """The median of the contender's times."""
+        return statistics.median(self.times[case][contender])
+
+    def to_json(self):
+        """All of it, for another program."""
+        return {"context": self.context, "times": self.times}
+
+
+def plain(case):
+    """A case's name without what says how it is timed."""
+    return re.sub(r"/(real_time|manual_time|iterations:\d+)", "", case)
+
+
+def quartiles(values):
+    """First quartile, median and third quartile of sorted values."""
+    if len(values) == 1:
+        return values * 3
+    return statistics.quantiles(values, n=4, method="inclusive")
+
+
+def run_program(options, rotation, *arguments):
+    """Runs the program once; answers what it prints."""
+    done = subprocess.run(
+        [options.program, options.tmpfs, options.disk, str(rotation), *arguments],
+        check=False,
+        env=ENVIRONMENT,
+        stdout=subprocess.PIPE,
+        text=True,
+    )
+    if done.returncode != 0:
+        sys.exit(f"bench.py: {options.program} failed ({done.returncode})")
+    return done.stdout
+
+
+def list_cases(options):
+    """The full names of the cases that are asked for, without the contenders'."""
+    names = run_program(options, 0, "--benchmark_list_tests").split()
+    cases = dict.fromkeys(name.split("/", 1)[1] for name in names)
+    return [case for case in cases if re.search(options.filter, plain(case))]
+
+
+def run_rounds(options):
+    """Runs all rounds; a contender with a wrong result ends the script."""
+    results = Results()
+    cases = list_cases(options)
+    if not cases:
+        sys.exit(f"bench.py: no case's name fits '{options.filter}'")
+    for number in range(options.rounds):
+        print(f"== round {number + 1} of {options.rounds}: {len(cases)} cases", flush=True)
+        for case in cases:
+            report = run_program(
+                options,
+                number,
+                "--benchmark_format=json",
+                f"--benchmark_min_time={options.min_time}",
+                f"--benchmark_filter=^[^/]+/{re.escape(case)}$",
+            )
+            errors = results.add(json.loads(report))
+            if errors:
+                sys.exit("bench.py: " + "\n          ".join(errors))
+    return results
+
+
+def print_table(results):
+    """One line for each case and contender."""
+    print(f"{'case':<40} {'contender':<10} {'median':>14}  ratio to {BASE} (quartiles)")
+    for case, contenders in results.times.items():
+        for contender in contenders:
+            line = f"{case:<40} {contender:<10} {results.median(case, contender):>11.0f} ns"
+            if BASE in contenders:
+                low, middle, high = quartiles(results.ratios(case, contender))
+                line += f"  {middle:.3f} ({low:.3f} to {high:.3f})"
+            print(line)
+
+
+def main():
+    """Does what the command line says."""
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--program", required=True)
+    parser.add_argument("--tmpfs", required=True)
+    parser.add_argument("--disk", required=True)
+    parser.add_argument("--rounds", type=int, default=9)
+    parser.add_argument("--min-time", type=float, default=0.02, help="seconds, of each benchmark")
+    parser.add_argument("--filter", default=".", help="a regular expression")
+    parser.add_argument("--save", help="a file for the results")
+    options = parser.parse_args()
+    results = run_rounds(options)
+    print_table(results)
+    if options.save:
+        with open(options.save, "w", encoding="utf-8") as output:
+            json.dump(results.to_json(), output)
+
+
+if __name__ == "__main__":
+    main()
