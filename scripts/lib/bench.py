@@ -83,7 +83,7 @@ def run_program(options, rotation, *arguments):
         text=True,
     )
     if done.returncode != 0:
-        sys.exit(f"bench.py: {options.program} failed ({done.returncode})")
+        sys.exit(f"bench.py: failed ({done.returncode}): {' '.join(done.args)}")
     return done.stdout
 
 
