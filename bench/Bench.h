@@ -20,15 +20,14 @@ struct Folders {
   std::string disk;
 };
 
-// Each registers its benchmarks: case by case, and for each the contenders in the
-// given order.
-void RegisterOperations(const Folders& folders, const std::vector<NamedContender>& contenders);
-void RegisterSelects(const Folders& folders, const std::vector<NamedContender>& contenders);
+// Each registers its benchmarks.
+void RegisterOperations(const Folders& folders);
+void RegisterSelects(const Folders& folders);
 void RegisterReads(const Folders& folders);
 void RegisterRequests();
 void RegisterLog();
 void RegisterLocks();
-void RegisterThreads(const Folders& folders, const std::vector<NamedContender>& contenders);
+void RegisterThreads(const Folders& folders);
 
 // Turns what is thrown into the benchmark's error.
 template <typename Run>

@@ -128,11 +128,11 @@ void RunOperation(benchmark::State& state, const NamedContender& named, const st
 
 }  // namespace
 
-void RegisterOperations(const Folders& folders, const std::vector<NamedContender>& contenders) {
+void RegisterOperations(const Folders& folders) {
   for (const auto& [medium, folder] :
        {std::pair("tmpfs", folders.tmpfs), std::pair("disk", folders.disk)}) {
     for (const Operation& operation : Operations()) {
-      for (const NamedContender& named : contenders) {
+      for (const NamedContender& named : Contenders()) {
         const std::string name = named.name + "/operation/" + operation.name + '/' + medium;
         benchmark::RegisterBenchmark(name.c_str(), [named, folder = folder,
                                                     operation](benchmark::State& state) {

@@ -1,6 +1,4 @@
-#include <map>
 #include <stdexcept>
-#include <utility>
 
 #include "Bench.h"
 #include "Workload.h"
@@ -9,16 +7,6 @@ namespace bench {
 
 namespace {
 
-// The hash of what the query has to give; made once for each shape.
-std::uint64_t ExpectedHash(const Shape& shape) {
-  static std::map<std::pair<int, int>, std::uint64_t> hashes;
-  std::uint64_t& hash = hashes[{shape.rows, shape.columns}];
-  if (hash == 0) {
-    hash = HashOf(WholeResult(shape));
-  }
-  return hash;
-}
-
 // Opens the file, reads the whole table, closes the file and releases the result.
 void SelectWhole(benchmark::State& state, const NamedContender& named, const std::string& folder,
                  const Shape& shape) {
@@ -26,7 +14,7 @@ void SelectWhole(benchmark::State& state, const NamedContender& named, const std
     const Place place = WholeTable(folder, shape);
     const std::unique_ptr<Contender> contender = named.make();
     contender->SelectAll(place, kWholeTable);
-    if (HashOf(contender->Result()) != ExpectedHash(shape)) {
+    if (HashOf(contender->Result()) != WholeHash(shape)) {
       throw std::runtime_error("the cells are not those of the table");
     }
     contender->Release();
@@ -38,9 +26,8 @@ void SelectWhole(benchmark::State& state, const NamedContender& named, const std
   state.SetItemsProcessed(state.iterations() * shape.rows * shape.columns);
 }
 
-void RegisterSelect(const std::string& folder, const std::vector<NamedContender>& contenders,
-                    const Shape& shape) {
-  for (const NamedContender& named : contenders) {
+void RegisterSelect(const std::string& folder, const Shape& shape) {
+  for (const NamedContender& named : Contenders()) {
     const std::string name = named.name + "/select/rows:" + std::to_string(shape.rows) +
                              "/columns:" + std::to_string(shape.columns) +
                              "/tables:" + std::to_string(shape.tables);
@@ -52,15 +39,15 @@ void RegisterSelect(const std::string& folder, const std::vector<NamedContender>
 
 }  // namespace
 
-void RegisterSelects(const Folders& folders, const std::vector<NamedContender>& contenders) {
+void RegisterSelects(const Folders& folders) {
   for (const int columns : {2, 5, 20}) {
     for (const int rows : {1, 10, 100, 1000, 10000, 100000}) {
-      RegisterSelect(folders.tmpfs, contenders, {rows, columns, 1});
+      RegisterSelect(folders.tmpfs, {rows, columns, 1});
     }
   }
   for (const int tables : {10, 100}) {
     for (const int rows : {1, 10000}) {
-      RegisterSelect(folders.tmpfs, contenders, {rows, 5, tables});
+      RegisterSelect(folders.tmpfs, {rows, 5, tables});
     }
   }
 }

@@ -1,7 +1,6 @@
-#include <algorithm>
+#include <functional>
 
 #include "Bench.h"
-#include "Library.h"
 #include "Workload.h"
 
 namespace bench {
@@ -12,8 +11,6 @@ constexpr int kMostThreads = 8;
 constexpr Shape kShape = {1000, 5, 1};
 constexpr int kUpserts = 100;  // of each thread on one file
 
-using Task = void (*)(Contender&, const Place&);
-
 void SelectWhole(Contender& contender, const Place& place) {
   contender.SelectAll(place, kWholeTable);
   contender.Release();
@@ -23,67 +20,79 @@ void Upsert(Contender& contender, const Place& place) {
   contender.UpsertContact(place, PresentContact());
 }
 
-// Every thread has a contender of its own; the files are made before.
-void Run(benchmark::State& state, const NamedContender& named, const std::vector<Place>& files,
-         Task task) {
+using Files = std::vector<Place>;
+
+// A file for each thread; made when the first one asks.
+Files MakeFiles(const std::function<Place(const std::string& name)>& make) {
+  Files files;
+  for (int thread = 0; thread < kMostThreads; ++thread) {
+    files.push_back(make("thread-" + std::to_string(thread)));
+  }
+  return files;
+}
+
+const Files& WholeTables(const std::string& folder) {
+  static const Files files = MakeFiles([&folder](const std::string& name) {
+    return CopyOf(WholeTable(folder, kShape), name + "-whole.db");
+  });
+  return files;
+}
+
+const Files& ContactFiles(const std::string& folder) {
+  static const Files files = MakeFiles(
+      [&folder](const std::string& name) { return ContactFile(folder, name + "-contact.db"); });
+  return files;
+}
+
+struct Task {
+  std::string name;
+  const Files& (*makeFiles)(const std::string& folder);
+  std::size_t files;  // that are used, by turns
+  void (*run)(Contender&, const Place&);
+};
+
+// Every thread has a contender of its own.
+void Run(benchmark::State& state, const NamedContender& named, const std::string& folder,
+         const Task& task) {
   ReportErrors(state, [&] {
+    const Files& files = task.makeFiles(folder);
     const std::unique_ptr<Contender> contender = named.make();
-    const Place& place = files[static_cast<std::size_t>(state.thread_index()) % files.size()];
+    const Place& place = files[static_cast<std::size_t>(state.thread_index()) % task.files];
     for (auto _ : state) {
-      task(*contender, place);
+      task.run(*contender, place);
     }
   });
 }
 
-benchmark::internal::Benchmark* Register(const NamedContender& named, const std::string& task,
-                                         const std::vector<Place>& files, int threads, Task run) {
-  const std::string name = named.name + "/threads/" + task;
+benchmark::internal::Benchmark* Register(const NamedContender& named, const std::string& folder,
+                                         const Task& task, int threads) {
   return benchmark::RegisterBenchmark(
-             name.c_str(),
-             [named, files, run](benchmark::State& state) { Run(state, named, files, run); })
+             (named.name + "/threads/" + task.name).c_str(),
+             [named, folder, task](benchmark::State& state) { Run(state, named, folder, task); })
       ->Threads(threads)
       ->UseRealTime();
 }
 
-void RegisterAll(const std::vector<NamedContender>& contenders, const std::string& task,
-                 const std::vector<Place>& files, int threads, Task run) {
-  for (const NamedContender& named : contenders) {
-    Register(named, task, files, threads, run);
-  }
-}
-
-std::vector<Place> WholeTables(const std::string& folder) {
-  std::vector<Place> files;
-  for (int thread = 0; thread < kMostThreads; ++thread) {
-    const Place place = WholeTable(folder, kShape);
-    files.push_back(CopyOf(place, "whole-" + std::to_string(thread) + ".db"));
-  }
-  return files;
-}
-
-std::vector<Place> ContactFiles(const std::string& folder) {
-  std::vector<Place> files;
-  for (int thread = 0; thread < kMostThreads; ++thread) {
-    files.push_back(ContactFile(folder, "contact-" + std::to_string(thread) + ".db"));
-  }
-  return files;
-}
-
 }  // namespace
 
-void RegisterThreads(const Folders& folders, const std::vector<NamedContender>& contenders) {
-  const std::vector<Place> whole = WholeTables(folders.tmpfs);
-  const std::vector<Place> contacts = ContactFiles(folders.tmpfs);
-  const auto library =
-      std::find_if(contenders.begin(), contenders.end(),
-                   [](const NamedContender& named) { return named.name == "vorn"; });
+void RegisterThreads(const Folders& folders) {
+  const Task tasks[] = {
+      {"select/own", WholeTables, kMostThreads, SelectWhole},
+      {"select/one", WholeTables, 1, SelectWhole},
+      {"upsert/own", ContactFiles, kMostThreads, Upsert},
+  };
+  // Only the library waits for a busy file, and mostly it is the waiting that takes the
+  // time.
+  const Task contended = {"upsert/one", ContactFiles, 1, Upsert};
   for (int threads = 1; threads <= kMostThreads; threads *= 2) {
-    RegisterAll(contenders, "select/own", whole, threads, SelectWhole);
-    RegisterAll(contenders, "select/one", {whole[0]}, threads, SelectWhole);
-    RegisterAll(contenders, "upsert/own", contacts, threads, Upsert);
-    // Only the library waits for a busy file, and mostly it is the waiting that takes
-    // the time.
-    Register(*library, "upsert/one", {contacts[0]}, threads, Upsert)->Iterations(kUpserts);
+    for (const NamedContender& named : Contenders()) {
+      for (const Task& task : tasks) {
+        Register(named, folders.tmpfs, task, threads);
+      }
+      if (named.name == "vorn") {
+        Register(named, folders.tmpfs, contended, threads)->Iterations(kUpserts);
+      }
+    }
   }
 }
 

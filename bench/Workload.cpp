@@ -89,6 +89,8 @@ void FillContacts(const RawConnection& connection) {
   }
 }
 
+constexpr std::uint64_t kHashOfNothing = 14695981039346656037U;
+
 void Mix(std::uint64_t& hash, const std::string& text) {
   constexpr std::uint64_t kPrime = 1099511628211U;
   for (const char character : text) {
@@ -163,8 +165,23 @@ Columns NotesResult() {
   return columns;
 }
 
+std::uint64_t WholeHash(const Shape& shape) {
+  std::map<std::string, int> columns;
+  for (int column = 0; column < shape.columns; ++column) {
+    columns[ColumnName(column)] = column;
+  }
+  std::uint64_t hash = kHashOfNothing;
+  for (const auto& [name, column] : columns) {
+    Mix(hash, name);
+    for (int row = 0; row < shape.rows; ++row) {
+      Mix(hash, Cell(row, column % kKinds));
+    }
+  }
+  return hash;
+}
+
 std::uint64_t HashOf(const Columns& columns) {
-  std::uint64_t hash = 14695981039346656037U;
+  std::uint64_t hash = kHashOfNothing;
   for (const auto& [name, cells] : columns) {
     Mix(hash, name);
     for (const std::string& cell : cells) {

@@ -26,6 +26,8 @@ Place WholeTable(const std::string& folder, const Shape& shape);
 Place CopyOf(const Place& place, const std::string& name);
 // What a query of the whole table gives.
 Columns WholeResult(const Shape& shape);
+// The hash of that, made without it: large blocks change how the heap deals with others.
+std::uint64_t WholeHash(const Shape& shape);
 
 // The contacts of the single operations.
 constexpr int kContacts = 100;

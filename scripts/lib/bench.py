@@ -5,7 +5,7 @@
 
 A round runs every case for every contender once, one contender right after the other, so
 that what disturbs the machine disturbs all of them. Every round begins with another one.
-Every case has a process of its own: how the heap deals with large blocks depends on what
+Each of them has a process of its own: how the heap deals with large blocks depends on what
 it has seen before.
 """
 
@@ -73,10 +73,10 @@ def quartiles(values):
     return statistics.quantiles(values, n=4, method="inclusive")
 
 
-def run_program(options, rotation, *arguments):
+def run_program(options, *arguments):
     """Runs the program once; answers what it prints."""
     done = subprocess.run(
-        [options.program, options.tmpfs, options.disk, str(rotation), *arguments],
+        [options.program, options.tmpfs, options.disk, *arguments],
         check=False,
         env=ENVIRONMENT,
         stdout=subprocess.PIPE,
@@ -87,32 +87,43 @@ def run_program(options, rotation, *arguments):
     return done.stdout
 
 
-def list_cases(options):
-    """The full names of the cases that are asked for, without the contenders'."""
-    names = run_program(options, 0, "--benchmark_list_tests").split()
-    cases = dict.fromkeys(name.split("/", 1)[1] for name in names)
-    return [case for case in cases if re.search(options.filter, plain(case))]
+def list_benchmarks(options):
+    """Those that are asked for: the contenders of each case, by full name."""
+    cases = collections.defaultdict(list)
+    for name in run_program(options, "--benchmark_list_tests").split():
+        contender, case = name.split("/", 1)
+        if re.search(options.filter, plain(case)):
+            cases[case].append(contender)
+    if not cases:
+        sys.exit(f"bench.py: no case's name fits '{options.filter}'")
+    return cases
+
+
+def run_benchmark(options, name):
+    """Runs one benchmark, in a process of its own."""
+    report = run_program(
+        options,
+        "--benchmark_format=json",
+        f"--benchmark_min_time={options.min_time}",
+        f"--benchmark_filter=^{name}$",
+    )
+    return json.loads(report)
 
 
 def run_rounds(options):
     """Runs all rounds; a contender with a wrong result ends the script."""
     results = Results()
-    cases = list_cases(options)
-    if not cases:
-        sys.exit(f"bench.py: no case's name fits '{options.filter}'")
+    cases = list_benchmarks(options)
     for number in range(options.rounds):
         print(f"== round {number + 1} of {options.rounds}: {len(cases)} cases", flush=True)
-        for case in cases:
-            report = run_program(
-                options,
-                number,
-                "--benchmark_format=json",
-                f"--benchmark_min_time={options.min_time}",
-                f"--benchmark_filter=^[^/]+/{re.escape(case)}$",
-            )
-            errors = results.add(json.loads(report))
-            if errors:
-                sys.exit("bench.py: " + "\n          ".join(errors))
+        for case, contenders in cases.items():
+            first = number % len(contenders)
+            for contender in contenders[first:] + contenders[:first]:
+                errors = results.add(run_benchmark(options, f"{contender}/{case}"))
+                if errors:
+                    sys.exit("bench.py: " + "\n          ".join(errors))
+    if results.context["left_out"]:
+        print(f"Left out, since not installed: {results.context['left_out']}")
     return results
 
 
