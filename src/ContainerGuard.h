@@ -5,6 +5,10 @@
 
 #include <VornMutex.h>
 
+#include <cinttypes>
+#include <cstdint>
+#include <cstdio>
+
 #include "Log.h"
 
 namespace vorn {
@@ -14,12 +18,16 @@ namespace vorn {
 // This is not a scoped lock. When an exception leaves the change, the mutex is
 // destroyed still locked: what becomes of a lock whose container may be half
 // changed is the utility library's decision, not ours.
+//
+// Its code stands where it is used, since a query takes a guard for every cell.
 class ContainerGuard {
  public:
   // Forms the lock's name from the container's address and locks it. A name that
   // cannot be formed is logged from `site`; the lock is then taken under
   // whatever the buffer holds.
-  ContainerGuard(const LogSite& site, const void* container);
+  ContainerGuard(const LogSite& site, const void* container) : m_mutex(FormName(site, container)) {
+    m_mutex.Lock();
+  }
 
   ContainerGuard(const ContainerGuard&) = delete;
   ContainerGuard& operator=(const ContainerGuard&) = delete;
@@ -27,6 +35,19 @@ class ContainerGuard {
   void Unlock() { m_mutex.Unlock(); }
 
  private:
+  const char* FormName(const LogSite& site, const void* container) {
+    m_name[0] = '\0';
+    // GCC takes the result to be at least 1 and drops this branch when it
+    // optimises; the build tells it not to (-fno-printf-return-value).
+    if (std::snprintf(m_name, sizeof m_name, "%" PRIxPTR,
+                      reinterpret_cast<std::uintptr_t>(container)) < 1) {
+      LogUnnamed(site);
+    }
+    return m_name;
+  }
+
+  static void LogUnnamed(const LogSite& site);
+
   char m_name[100];
   VornMutex m_mutex;
 };
