@@ -1,6 +1,7 @@
 // vorn_bench_memory FOLDER tells what each contender takes from the heap for a query
 // of a whole table: lines of contender, rows, columns, allocations, bytes, peak.
 
+#include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <stdexcept>
@@ -36,6 +37,7 @@ void Report(const NamedContender& named, const std::string& folder, const Shape&
 }  // namespace bench
 
 int main(int argc, char** argv) {
+  setenv("VORN_DLOG_PRIORITY", "S", 0);  // the log is silent unless told otherwise
   if (argc != 2) {
     std::cerr << "usage: vorn_bench_memory FOLDER\n";
     return 2;

@@ -1,11 +1,13 @@
 // vorn_bench TMPFS DISK [--benchmark_...] runs all benchmarks once, with files in the two
 // folders.
 
+#include <cstdlib>
 #include <iostream>
 
 #include "Bench.h"
 
 int main(int argc, char** argv) {
+  setenv("VORN_DLOG_PRIORITY", "S", 0);  // the log is silent unless told otherwise
   benchmark::Initialize(&argc, argv);
   if (argc != 3) {
     std::cerr << "usage: vorn_bench TMPFS DISK [--benchmark_...]\n";

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Measures the library beside its peers, and prints the table:
 #
-#   scripts/bench.sh           all of it, in about seven minutes; writes what it has
+#   scripts/bench.sh           all of it, in about ten minutes; writes what it has
 #                              found to docs/performance.md
 #   scripts/bench.sh CASE      those cases that the regular expression fits, such as
 #                              operation/upsert or 'select/rows:10000/columns:5/tables:1$'
@@ -60,7 +60,6 @@ measure() {
     --disk "$disk" "$@"
 }
 
-export VORN_DLOG_PRIORITY=S
 rounds=${VORN_BENCH_ROUNDS:-9}
 case "${1:-}" in
   --check)

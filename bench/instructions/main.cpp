@@ -144,6 +144,7 @@ void PrintMaps() {
 }  // namespace
 
 int main(int argc, char** argv) {
+  setenv("VORN_DLOG_PRIORITY", "S", 0);  // the log is silent unless told otherwise
   if (argc != 4 && argc != 5) {
     std::cerr << "usage: vorn_instructions CASE COUNT FOLDER [maps]\n";
     return 2;

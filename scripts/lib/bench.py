@@ -58,7 +58,16 @@ class Results:
 
     def to_json(self):
         """All of it, for another program."""
-        return {"context": self.context, "times": self.times}
+        return json.dumps({"context": self.context, "times": self.times})
+
+    @classmethod
+    def from_json(cls, text):
+        """What to_json has made."""
+        results = cls()
+        loaded = json.loads(text)
+        results.context = loaded["context"]
+        results.times.update(loaded["times"])
+        return results
 
 
 def plain(case):
@@ -154,7 +163,7 @@ def main():
     print_table(results)
     if options.save:
         with open(options.save, "w", encoding="utf-8") as output:
-            json.dump(results.to_json(), output)
+            output.write(results.to_json())
 
 
 if __name__ == "__main__":

@@ -5,6 +5,7 @@ import re
 
 # Where calls out of the library go, by the callee's name; the first that fits.
 GROUPS = (
+    ("name and type", re.compile(r"sqlite3_column_(name|type)")),
     ("sqlite", re.compile(r"sqlite3_")),
     ("formatting", re.compile(r"(__)?v?snprintf")),
     ("lock", re.compile(r"VornMutex::")),
