@@ -13,9 +13,11 @@ namespace bench {
 
 namespace {
 
-void Expect(bool isGood, const QSqlError& error) {
+// Takes who knows the error instead of the error, which must be asked for after the call.
+template <typename Source>
+void Expect(bool isGood, const Source& source) {
   if (!isGood) {
-    throw std::runtime_error("Qt: " + error.text().toStdString());
+    throw std::runtime_error("Qt: " + source.lastError().text().toStdString());
   }
 }
 
@@ -35,7 +37,7 @@ class Opened {
   Opened(const QString& name, const std::string& path)
       : m_database(QSqlDatabase::database(name, false)) {
     m_database.setDatabaseName(QString::fromStdString(path));
-    Expect(m_database.open(), m_database.lastError());
+    Expect(m_database.open(), m_database);
   }
   ~Opened() { m_database.close(); }
   Opened(const Opened&) = delete;
@@ -44,7 +46,7 @@ class Opened {
   QSqlQuery Run(const std::string& sql) const {
     QSqlQuery query(m_database);
     query.setForwardOnly(true);
-    Expect(query.exec(QString::fromStdString(sql)), query.lastError());
+    Expect(query.exec(QString::fromStdString(sql)), query);
     return query;
   }
 
