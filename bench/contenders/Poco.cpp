@@ -24,6 +24,8 @@ Session Open(const std::string& path) {
   return Session(Poco::Data::SQLite::Connector::KEY, path);
 }
 
+// Opening also lets the path be a URI and sets how long a busy file is waited for, to a
+// minute; a query also asks for the declared type of each column and the type of each cell.
 class PocoData final : public ColumnsContender {
  public:
   void Execute(const std::string& path, const std::string& sql) final {

@@ -27,6 +27,8 @@ std::vector<std::string> Names(const soci::row& row) {
   return names;
 }
 
+// Opening also sets how long a busy file is waited for, to nothing; a query also asks for
+// the declared type of each column and the type of each cell.
 class Soci final : public ColumnsContender {
  public:
   void Execute(const std::string& path, const std::string& sql) final {

@@ -6,6 +6,7 @@ namespace bench {
 
 namespace {
 
+// Calls what is called by hand, and after a write asks for the number of changed rows.
 class SqliteCpp final : public ColumnsContender {
  public:
   void Execute(const std::string& path, const std::string& sql) final { Open(path).exec(sql); }
