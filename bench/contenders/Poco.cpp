@@ -12,7 +12,6 @@ namespace {
 
 using Poco::Data::RecordSet;
 using Poco::Data::Session;
-using Poco::Data::Statement;
 
 // Registered once, before any session.
 Session Open(const std::string& path) {
