@@ -20,14 +20,13 @@ namespace {
 
 constexpr const char* kFile = "instructions.db";
 
-// Tables of different lengths, of which the first is for single rows.
+// A table for an upsert, and tables for queries.
 struct Table {
   const char* name;
   int rows;
 };
 constexpr Table kSingle = {"single", 0};
-constexpr Table kShort = {"short", 100};
-constexpr Table kLong = {"long", 1000};
+constexpr Table kTables[] = {{"one", 1}, {"short", 100}, {"long", 1000}};
 
 // In one array, so that they are in this order in a statement, too.
 constexpr char kColumns[5][8] = {"uid", "name", "phone", "mail", "age"};
@@ -87,7 +86,8 @@ void InsertRows(const std::string& path, const Table& table) {
 }
 
 void Make(const char* folder) {
-  for (const Table& table : {kSingle, kShort, kLong}) {
+  CreateTable(folder, kSingle.name);
+  for (const Table& table : kTables) {
     CreateTable(folder, table.name);
     InsertRows(std::string(folder) + '/' + kFile, table);
   }
@@ -100,21 +100,28 @@ void Repeat(int count, Run run) {
   }
 }
 
+void RepeatSelect(int count, const char* folder, const Table& table) {
+  Repeat(count, [&] {
+    Cursor cursor;
+    Select(folder, table, cursor);
+  });
+}
+
 void Run(const std::string& name, int count, const char* folder) {
   if (name == "make") {
     Make(folder);
   } else if (name == "upsert") {
     Repeat(count, [&] { Upsert(folder); });
-  } else if (name == "select 100 x 5" || name == "select 1000 x 5") {
-    const Table& table = name == "select 100 x 5" ? kShort : kLong;
-    Repeat(count, [&] {
-      Cursor cursor;
-      Select(folder, table, cursor);
-    });
+  } else if (name == "select 1 x 5") {
+    RepeatSelect(count, folder, kTables[0]);
+  } else if (name == "select 100 x 5") {
+    RepeatSelect(count, folder, kTables[1]);
+  } else if (name == "select 1000 x 5") {
+    RepeatSelect(count, folder, kTables[2]);
   } else if (name == "read") {
     Cursor cursor;
-    Select(folder, kShort, cursor);
-    Expect(cursor.MoveToPosition(kShort.rows / 2));
+    Select(folder, kTables[1], cursor);
+    Expect(cursor.MoveToPosition(kTables[1].rows / 2));
     int value = 0;
     Repeat(count, [&] { Expect(cursor.GetInt(kColumns[0], value)); });
   } else if (name == "log") {

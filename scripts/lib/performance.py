@@ -30,11 +30,20 @@ MEDIA = {"tmpfs": 1.05, "disk": 1.02}
 SELECT = "select/rows:{}/columns:{}/tables:{}"
 CELL_PARTS = {
     "sqlite": "SQLite: open, step, text",
-    "name and type": "SQLite: each cell's name and type",
-    "formatting": "formatting the lock's name",
+    "name and type": "SQLite: cells' names and types",
+    "formatting": "formatting the locks' names",
     "lock": "the stand-in's lock",
+    "log": "the stand-in's log, silent",
+    "streams": "standard streams, for numbers",
     "texts and memory": "copies, search, memory (C and C++ library)",
     "own": "the library's own code",
+}
+
+Profiled = collections.namedtuple("Profiled", "title pieces")
+PROFILED = {
+    "select 1000 x 5": Profiled("a cell of 1,000 × 5", 5000),
+    "select 1 x 5": Profiled("a query of 1 × 5", 1),
+    "upsert": Profiled("an upsert of 5 values", 1),
 }
 
 
@@ -190,12 +199,21 @@ class Report:
 
     def cell(self):
         """Where the instructions of a cell go."""
-        total = sum(self.parts.values())
-        rows = [
-            [CELL_PARTS[part], round(count), f"{count / total:.0%}"]
-            for part, count in self.parts.items()
-        ]
-        return table(["Part", "instructions", ""], rows + [["together", round(total), ""]])
+        rows = []
+        for part, name in CELL_PARTS.items():
+            rows.append([name])
+            for counts in self.parts.values():
+                rows[-1] += [
+                    f"{round(counts[part]):,}",
+                    f"{counts[part] / sum(counts.values()):.0%}",
+                ]
+        together = ["together"]
+        for counts in self.parts.values():
+            together += [f"{round(sum(counts.values())):,}", ""]
+        heading = ["Part"]
+        for action in self.parts:
+            heading += [PROFILED[action].title, ""]
+        return table(heading, rows + [together])
 
     def reads(self):
         """Typed reads."""
@@ -285,8 +303,8 @@ def read_memory(path):
     return memory
 
 
-def cell_parts(program):
-    """Instructions of a cell of a query of 1,000 × 5, by part."""
+def profile(program, action):
+    """Instructions of an action, by part."""
     profiles = []
     with tempfile.TemporaryDirectory(dir="/tmp") as scratch:
         instructions.run([program, "make", "1", scratch], env=instructions.ENVIRONMENT)
@@ -294,12 +312,12 @@ def cell_parts(program):
             output = f"{scratch}/profile"
             instructions.run(
                 ["valgrind", "-q", "--tool=callgrind", f"--callgrind-out-file={output}"]
-                + [program, "select 1000 x 5", str(runs), scratch],
+                + [program, action, str(runs), scratch],
                 env=instructions.ENVIRONMENT,
             )
             profiles.append(callgrind.split(callgrind.Profile(output), instructions.LIBRARY))
     once, twice = profiles
-    parts = callgrind.per_run(once, twice, 5000)
+    parts = callgrind.per_run(once, twice, PROFILED[action].pieces)
     return {part: parts[part] for part in CELL_PARTS}
 
 
@@ -307,7 +325,8 @@ def plot(script, output, data, **settings):
     """Draws data, given as lines of words, with one of the scripts in bench/plots/."""
     with tempfile.NamedTemporaryFile("w", suffix=".dat", encoding="utf-8") as table_file:
         for line in data:
-            table_file.write(" ".join(f'"{word}"' for word in line) + "\n")
+            words = (f'"{word}"' if isinstance(word, str) else str(word) for word in line)
+            table_file.write(" ".join(words) + "\n")
         table_file.flush()
         settings = {"data": f"'{table_file.name}'", "output": f"'{output}'", **settings}
         assignments = "; ".join(f"{name}={value}" for name, value in settings.items())
@@ -321,19 +340,33 @@ def draw(report, docs):
     for rows in (1, 10, 100, 1000, 10000, 100000):
         case = SELECT.format(rows, 5, 1)
         data.append([rows] + [report.results.median(case, n) / 1e6 for n in report.contenders])
-    plot("rows", docs / "performance-rows.svg", data, count=len(names))
-    cell = [[CELL_PARTS[part], round(count)] for part, count in report.parts.items()]
-    plot("cell", docs / "performance-cell.svg", cell)
+    plot(
+        "rows",
+        docs / "performance-rows.svg",
+        data,
+        count=len(names),
+        library=report.contenders.index("vorn") + 1,
+    )
+    counts = report.parts["select 1000 x 5"]
+    cell = [[CELL_PARTS[part], round(count)] for part, count in counts.items() if round(count)]
+    plot(
+        "cell",
+        docs / "performance-cell.svg",
+        cell,
+        count=len(cell),
+        most=max(count for _, count in cell),
+    )
 
 
 def main():
     """Does what the command line says."""
     build, figures, template, docs = map(pathlib.Path, sys.argv[1:])
+    program = str(build / "bench/instructions/vorn_instructions")
     report = Report(
         bench.Results.from_json((build / "times.json").read_text(encoding="utf-8")),
         read_memory(build / "memory.tsv"),
         instructions.read_figures(figures),
-        cell_parts(str(build / "bench/instructions/vorn_instructions")),
+        {action: profile(program, action) for action in PROFILED},
     )
     parts = {
         "machine": report.machine(),
