@@ -58,7 +58,8 @@ void RunByHand(benchmark::State& state, const std::string& type) {
   if (type == "text") {
     Run(state, LengthOf(cells), [&] {
       return SumByHand<std::size_t>(columns, [](const std::string& cell) {
-        const std::string value = cell;
+        std::string value = cell;
+        benchmark::DoNotOptimize(value);
         return value.size();
       });
     });

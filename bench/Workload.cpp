@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <cstdio>
 #include <filesystem>
 
 #include "contenders/Contenders.h"
@@ -108,7 +107,7 @@ Place WholeTable(const std::string& folder, const Shape& shape) {
     const Place part{folder, place.file + ".part"};
     unlink(part.Path().c_str());
     FillWholeTable(RawConnection(part.Path()), shape);
-    std::rename(part.Path().c_str(), place.Path().c_str());
+    std::filesystem::rename(part.Path(), place.Path());
   }
   return place;
 }

@@ -353,6 +353,34 @@ TEST_F(CursorTest, ReadsTheCellsOfTheCurrentRow) {
   EXPECT_EQ(2.0, number);
 }
 
+// Few columns are found in another way than many; names are prefixes of each other,
+// or differ in one place.
+TEST_F(CursorTest, FindsTheColumnAmongAnyNumberOfColumns) {
+  for (int count = 2; count <= 20; ++count) {
+    cursor.Initialize();
+    std::vector<std::string> names;
+    for (int column = 0; column < count; ++column) {
+      names.push_back("c" + std::to_string(column));
+      cursor.SetColumn(names.back().c_str());
+    }
+    for (const std::string& name : names) {
+      cursor.SetData(name.c_str(), ("cell of " + name).c_str());
+    }
+    cursor.SetData("c", "joins the names");
+    ASSERT_EQ(0, cursor.MoveToPosition(0)) << count;
+    for (const std::string& name : names) {
+      std::string cell;
+      EXPECT_EQ(0, cursor.GetString(name.c_str(), cell)) << count << ' ' << name;
+      EXPECT_EQ("cell of " + name, cell) << count;
+    }
+    std::string cell;
+    EXPECT_EQ(1, cursor.GetString("c", cell)) << count;
+    EXPECT_EQ(1, cursor.GetString("c21", cell)) << count;
+    names.emplace_back("joins the names");
+    EXPECT_EQ(names, Columns()) << count;
+  }
+}
+
 TEST_F(CursorTest, EveryReadTraces) {
   FillRows(1);
   cursor.MoveToPosition(0);

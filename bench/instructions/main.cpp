@@ -157,7 +157,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   try {
-    Run(argv[1], std::atoi(argv[2]), argv[3]);
+    Run(argv[1], std::stoi(argv[2]), argv[3]);
     if (argc == 5) {
       PrintMaps();
     }

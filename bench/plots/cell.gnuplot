@@ -4,7 +4,7 @@
 set terminal svg size 760,300 noenhanced font "sans-serif,13" background "#ffffff"
 set output output
 set style fill solid 0.8 noborder
-set yrange [-0.6:count - 0.4] reverse
+set yrange [count - 0.4:-0.6]
 set xrange [0:1.15 * most]
 set xlabel "instructions for each cell"
 set grid xtics
