@@ -25,6 +25,7 @@ class ContainerGuard {
   // Forms the lock's name from the container's address and locks it. A name that
   // cannot be formed is logged from `site`; the lock is then taken under
   // whatever the buffer holds.
+  // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): of the name, only its text
   ContainerGuard(const LogSite& site, const void* container) : m_mutex(FormName(site, container)) {
     m_mutex.Lock();
   }
