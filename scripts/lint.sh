@@ -30,7 +30,7 @@ check_tidy() {
 
 # Which parameters are passed by value is the binary interface's decision.
 check_cppcheck() {
-  cppcheck --quiet -j 2 --language=c++ --std=c++17 --enable=warning,performance,portability \
+  cppcheck --quiet --inline-suppr -j 2 --language=c++ --std=c++17 --enable=warning,performance,portability \
     --suppress=passedByValue --error-exitcode=1 \
     -I include -I src -I platform/dlog -I platform/vornutil src platform examples
 }

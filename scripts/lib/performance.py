@@ -316,8 +316,7 @@ def profile(program, action):
                 env=instructions.ENVIRONMENT,
             )
             profiles.append(callgrind.split(callgrind.Profile(output), instructions.LIBRARY))
-    once, twice = profiles
-    parts = callgrind.per_run(once, twice, PROFILED[action].pieces)
+    parts = callgrind.per_run(profiles[0], profiles[1], PROFILED[action].pieces)
     return {part: parts[part] for part in CELL_PARTS}
 
 
