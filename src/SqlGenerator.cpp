@@ -22,13 +22,8 @@ void CutAtLast(std::string& text, const char* separator) {
   }
 }
 
-// Appends without a string in between for each piece, and grows once.
+// Appends without a string in between for each piece.
 void Append(std::string& sql, std::initializer_list<std::string_view> pieces) {
-  std::size_t size = sql.size();
-  for (const std::string_view piece : pieces) {
-    size += piece.size();
-  }
-  sql.reserve(size);
   for (const std::string_view piece : pieces) {
     sql += piece;
   }
