@@ -8,7 +8,6 @@
 
 #include <exception>
 #include <string>
-#include <vector>
 
 #include "Contender.h"
 

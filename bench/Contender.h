@@ -3,7 +3,6 @@
 #ifndef VORNDATABASE_BENCH_CONTENDER_H
 #define VORNDATABASE_BENCH_CONTENDER_H
 
-#include <cstddef>
 #include <map>
 #include <memory>
 #include <string>

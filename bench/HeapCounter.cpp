@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdint>
 
 // The C library's own, behind the names that are taken here.
 extern "C" {

@@ -1,6 +1,7 @@
 #include <VornMutex.h>
 
 #include <mutex>
+#include <string>
 
 #include "Bench.h"
 

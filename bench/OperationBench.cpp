@@ -1,6 +1,7 @@
 #include <chrono>
 #include <functional>
 #include <stdexcept>
+#include <utility>
 
 #include "Bench.h"
 #include "Workload.h"

@@ -81,8 +81,8 @@ void RegisterThreads(const Folders& folders) {
       {"select/one", WholeTables, 1, SelectWhole},
       {"upsert/own", ContactFiles, kMostThreads, Upsert},
   };
-  // Only the library waits for a busy file, and mostly it is the waiting that takes the
-  // time.
+  // How a busy file is waited for is the library's own, and mostly it is the waiting that
+  // takes the time: there is nothing to compare it with.
   const Task contended = {"upsert/one", ContactFiles, 1, Upsert};
   for (int threads = 1; threads <= kMostThreads; threads *= 2) {
     for (const NamedContender& named : Contenders()) {

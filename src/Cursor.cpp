@@ -1,9 +1,9 @@
 #include "Cursor.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <iterator>
 #include <sstream>
-#include <utility>
 
 #include "ContainerGuard.h"
 #include "Log.h"

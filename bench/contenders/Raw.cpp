@@ -21,6 +21,7 @@ class Raw final : public ColumnsContender {
   }
 
   void Query(const std::string& path, const std::string& sql) final {
+    Release();
     const RawConnection connection(path);
     const RawStatement statement(connection, sql);
     std::vector<std::vector<std::string>*> columns;

@@ -37,6 +37,7 @@ class Soci final : public ColumnsContender {
   }
 
   void Query(const std::string& path, const std::string& sql) final {
+    Release();
     soci::session session(soci::sqlite3, path);
     const soci::rowset<soci::row> rows = (session.prepare << sql);
     std::vector<std::vector<std::string>*> columns;

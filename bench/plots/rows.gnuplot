@@ -7,7 +7,6 @@ set output output
 set logscale xy
 set xtics ("1" 1, "10" 10, "100" 100, "1,000" 1000, "10,000" 10000, "100,000" 100000)
 set format y "%g"
-set yrange [0.05:200]
 set xlabel "rows of five columns"
 set ylabel "milliseconds for open, query, copy and close"
 set grid

@@ -1,5 +1,5 @@
 // The platform with a lock and a log that do nothing: what remains is the library's
-// own cost. The members stay out of line, as they are on a device.
+// own cost. The members stay out of line.
 
 #include <VornLogger.h>
 #include <VornMutex.h>

@@ -114,7 +114,8 @@ Shards& AllShards() {
   return *shards;
 }
 
-// Containers' names are addresses: their two ends, which overlap, tell them apart.
+// Containers' names are addresses, mostly of 8 digits or more, and of at most 16: their
+// two ends tell them apart.
 std::size_t HashOf(const std::string& name) {
   std::uint64_t first = 0;
   std::uint64_t last = 0;

@@ -16,8 +16,8 @@ struct Shard;
 /// names never wait for each other. Like `std::mutex`, the lock is not recursive: one
 /// thread holding it through one guard must not lock it through another.
 ///
-/// Names up to 15 characters cost no memory: a lock is nothing but its holder's entry
-/// in a list of the names that are held.
+/// Names up to 15 characters take nothing from the heap: there are no locks, only
+/// guards that hold their names.
 ///
 /// Guards of different threads may be made, locked and destroyed at the same
 /// time. One guard belongs to one thread.

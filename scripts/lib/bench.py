@@ -3,8 +3,8 @@
     bench.py --program vorn_bench --tmpfs DIR --disk DIR [--rounds N] [--filter REGEX]
              [--save FILE]
 
-A round runs every case for every contender once, one contender right after the other, so
-that what disturbs the machine disturbs all of them. Every round begins with another one.
+A round runs every case for every contender once, one contender after the other, so that
+what disturbs the machine disturbs all of them. Every round begins with another one.
 Each of them has a process of its own: how the heap deals with large blocks depends on what
 it has seen before.
 """
@@ -23,10 +23,17 @@ ENVIRONMENT = {
     "PATH": os.environ["PATH"],
     "HOME": os.environ.get("HOME", "/"),
     "VORN_DLOG_PRIORITY": "S",
-    # Whether a call ends with memory going back to the system, to be fetched again by the
-    # next, depends on where the heap's last block happens to lie: up to 30 % of a call.
-    "GLIBC_TUNABLES": "glibc.malloc.trim_threshold=67108864",
 }
+
+# Else it depends on where the heap's last block happens to lie whether a call ends with
+# memory going back to the system, which the next one has to fetch again: a drop of a table
+# takes 143 µs or 180, whoever does it. So single operations are measured with memory kept;
+# queries both as an application finds it and with memory kept.
+KEEP_MEMORY = {
+    "GLIBC_TUNABLES": "glibc.malloc.trim_threshold=67108864:glibc.malloc.mmap_threshold=33554432"
+}
+KEPT = "/memory:kept"
+QUERIES = r"select/rows:\d+/columns:5/tables:1"
 
 
 class Results:
@@ -36,18 +43,14 @@ class Results:
         self.times = collections.defaultdict(lambda: collections.defaultdict(list))
         self.context = {}
 
-    def add(self, report):
-        """Takes over what one run of the program has reported; answers its errors."""
+    def add(self, case, contender, report):
+        """Takes over what a run of the program has reported; a failed one ends the script."""
         self.context = report["context"]
-        errors = []
-        for run in report["benchmarks"]:
-            contender, case = run["name"].split("/", 1)
-            if run.get("error_occurred"):
-                errors.append(f"{run['name']}: {run['error_message']}")
-                continue
-            scale = {"ns": 1, "us": 1e3, "ms": 1e6}[run["time_unit"]]
-            self.times[plain(case)][contender].append(run["real_time"] * scale)
-        return errors
+        (run,) = report["benchmarks"]
+        if run.get("error_occurred"):
+            sys.exit(f"bench.py: {run['name']}: {run['error_message']}")
+        scale = {"ns": 1, "us": 1e3, "ms": 1e6}[run["time_unit"]]
+        self.times[case][contender].append(run["real_time"] * scale)
 
     def ratios(self, case, contender, base=BASE):
         """The contender's times by the base's of the same round, sorted."""
@@ -84,12 +87,12 @@ def quartiles(values):
     return statistics.quantiles(values, n=4, method="inclusive")
 
 
-def run_program(options, *arguments):
+def run_program(options, *arguments, **environment):
     """Runs the program once; answers what it prints."""
     done = subprocess.run(
         [options.program, options.tmpfs, options.disk, *arguments],
         check=False,
-        env=ENVIRONMENT,
+        env={**ENVIRONMENT, **environment},
         stdout=subprocess.PIPE,
         text=True,
     )
@@ -99,40 +102,44 @@ def run_program(options, *arguments):
 
 
 def list_benchmarks(options):
-    """Those that are asked for: the contenders of each case, by full name."""
-    cases = collections.defaultdict(list)
+    """Those that are asked for: contenders and full names, by case."""
+    cases = collections.defaultdict(dict)
     for name in run_program(options, "--benchmark_list_tests").split():
-        contender, case = name.split("/", 1)
-        if re.search(options.filter, plain(case)):
-            cases[case].append(contender)
+        contender, full_case = name.split("/", 1)
+        case = plain(full_case)
+        cases[case][contender] = name
+        if re.fullmatch(QUERIES, case):
+            cases[case + KEPT][contender] = name
+    cases = {case: names for case, names in cases.items() if re.search(options.filter, case)}
     if not cases:
         sys.exit(f"bench.py: no case's name fits '{options.filter}'")
     return cases
 
 
-def run_benchmark(options, name):
+def run_benchmark(options, case, name):
     """Runs one benchmark, in a process of its own."""
+    is_kept = case.startswith("operation/") or case.endswith(KEPT)
     report = run_program(
         options,
         "--benchmark_format=json",
         f"--benchmark_min_time={options.min_time}",
         f"--benchmark_filter=^{name}$",
+        **(KEEP_MEMORY if is_kept else {}),
     )
     return json.loads(report)
 
 
 def run_rounds(options):
-    """Runs all rounds; a contender with a wrong result ends the script."""
+    """Runs all rounds."""
     results = Results()
     cases = list_benchmarks(options)
     for number in range(options.rounds):
         print(f"== round {number + 1} of {options.rounds}: {len(cases)} cases", flush=True)
-        for case, contenders in cases.items():
-            first = number % len(contenders)
-            for contender in contenders[first:] + contenders[:first]:
-                errors = results.add(run_benchmark(options, f"{contender}/{case}"))
-                if errors:
-                    sys.exit("bench.py: " + "\n          ".join(errors))
+        for case, names in cases.items():
+            order = list(names.items())
+            first = number % len(order)
+            for contender, name in order[first:] + order[:first]:
+                results.add(case, contender, run_benchmark(options, case, name))
     if results.context["left_out"]:
         print(f"Left out, since not installed: {results.context['left_out']}")
     return results
@@ -161,6 +168,12 @@ def main():
     parser.add_argument("--filter", default=".", help="a regular expression")
     parser.add_argument("--save", help="a file for the results")
     options = parser.parse_args()
+    if options.rounds < 1:
+        parser.error("there has to be a round")
+    try:
+        re.compile(options.filter)
+    except re.error as error:
+        parser.error(f"'{options.filter}' is no regular expression: {error}")
     results = run_rounds(options)
     print_table(results)
     if options.save:

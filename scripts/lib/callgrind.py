@@ -12,7 +12,7 @@ GROUPS = (
     ("log", re.compile(r"VornLogger::|__dlog_print")),
     (
         "streams",
-        re.compile(r"std::(basic_|i|o)?(ios|istream|ostream|streambuf|locale|.*stringbuf)"),
+        re.compile(r"std::(__cxx11::)?(basic_)?[io]?(string)?(ios|stream|buf)|std::locale"),
     ),
     ("texts and memory", re.compile(r"")),
 )
@@ -27,6 +27,7 @@ class Profile:
         names = {"ob": {}, "fn": {}}
         at = {"ob": "", "fn": "", "cob": "", "cfn": ""}
         is_call = False
+        self.stated = None
         with open(path, encoding="utf-8", errors="replace") as lines:
             for line in lines:
                 field = re.match(r"(c?)(ob|fn)=\((\d+)\)(?: (.*))?", line)
@@ -37,6 +38,8 @@ class Profile:
                     at[called + kind] = names[kind][number]
                     if not called and kind == "fn":
                         at["cob"] = ""
+                elif line.startswith("totals:"):
+                    self.stated = int(line.split()[1])
                 elif line.startswith("calls="):
                     is_call = True
                 elif re.match(r"[0-9+*-]", line):
@@ -51,7 +54,10 @@ class Profile:
 
     def total(self):
         """All instructions."""
-        return sum(self.own.values())
+        total = sum(self.own.values())
+        if total != self.stated:
+            raise ValueError(f"{total} instructions were read where the file states {self.stated}")
+        return total
 
 
 def group_of(function):

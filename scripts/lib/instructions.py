@@ -114,8 +114,7 @@ def measure(programs, emulator):
                 for action, runs in ACTIONS[machine].items():
                     folder = pathlib.Path(scratch, f"{machine}-{action.replace(' ', '')}")
                     folder.mkdir()
-                    quiet = {"stderr": subprocess.DEVNULL}
-                    run([*prefix, program, "make", "1", str(folder)], **quiet)
+                    run([*prefix, program, "make", "1", str(folder)])
                     if machine == "armhf":
                         count = lambda n, p=program, a=action, f=folder: count_emulated(
                             emulator, p, a, n, str(f)
@@ -125,7 +124,11 @@ def measure(programs, emulator):
                             p, a, n, str(f)
                         )
                     results[(machine, action)] = pool.submit(per_run, count, action, runs)
-            return {key: result.result() for key, result in results.items()}
+            counts = {key: result.result() for key, result in results.items()}
+    for (machine, action), count in counts.items():
+        if count.total <= 0 or (count.own <= 0 and action != "lock"):
+            sys.exit(f"instructions.py: nothing was counted for {action} on {machine}: {count}")
+    return counts
 
 
 def read_figures(path):

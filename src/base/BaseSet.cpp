@@ -1,7 +1,6 @@
 #include "BaseSet.h"
 
 #include <sstream>
-#include <utility>
 
 #include "ContainerGuard.h"
 

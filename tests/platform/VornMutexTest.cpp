@@ -162,6 +162,43 @@ TEST(VornMutexTest, ThreadsExcludeEachOtherNameByName) {
   EXPECT_EQ(0, VornMutex::CountNames());
 }
 
+// More names are held than the registry has parts, so that every part is in use when two
+// threads wait for one more name, and when its holders go, in whatever order.
+TEST(VornMutexTest, AWaiterIsWokenAmongOtherNames) {
+  std::vector<std::unique_ptr<VornMutex>> others;
+  for (int number = 0; number < 2000; ++number) {
+    others.push_back(
+        std::make_unique<VornMutex>(("7ffc0000" + std::to_string(1000 + number)).c_str()));
+    others.back()->Lock();
+  }
+  VornMutex holder("7ffc0000abcd");
+  holder.Lock();
+  std::atomic<int> holders{0};
+  std::vector<std::thread> waiters;
+  for (int thread = 0; thread < 2; ++thread) {
+    waiters.emplace_back([&holders] {
+      VornMutex guard("7ffc0000abcd");
+      guard.Lock();
+      EXPECT_EQ(1, ++holders);
+      std::this_thread::sleep_for(kWhile / 10);
+      --holders;
+      guard.Unlock();
+    });
+  }
+  std::this_thread::sleep_for(kWhile);
+  EXPECT_EQ(0, holders);
+  // Wakes those who wait in the same part, though not for these names.
+  others.erase(others.begin(), others.begin() + 1000);
+  std::this_thread::sleep_for(kWhile);
+  EXPECT_EQ(0, holders);
+  holder.Unlock();
+  others.clear();
+  for (std::thread& waiter : waiters) {
+    waiter.join();
+  }
+  EXPECT_EQ(0, VornMutex::CountNames());
+}
+
 // Run under a sanitizer for threads, this shows that it sees the lock.
 TEST(VornMutexTest, GuardsMadeAfreshInEveryCallExcludeEachOther) {
   constexpr int kThreads = 8;
