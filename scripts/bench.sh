@@ -7,7 +7,7 @@
 #                              operation/upsert or 'select/rows:10000/columns:5/tables:1$'
 #   scripts/bench.sh --check   every case once and quickly: whether all results are right
 #
-# VORN_BENCH_ROUNDS is the number of rounds (7).
+# VORN_BENCH_ROUNDS is the number of rounds (9).
 
 set -euo pipefail
 shopt -s inherit_errexit
@@ -74,7 +74,7 @@ check() {
   ((run == listed)) && "$build/bench/vorn_bench_memory" "$tmpfs" >/dev/null
 }
 
-rounds=${VORN_BENCH_ROUNDS:-7}
+rounds=${VORN_BENCH_ROUNDS:-9}
 case "${1:-}" in
   --check)
     check

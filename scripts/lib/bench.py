@@ -5,8 +5,9 @@
 
 A round runs every case for every contender once, one contender after the other, so that
 what disturbs the machine disturbs all of them. Every round begins with another one.
-Each of them has a process of its own: how the heap deals with large blocks depends on what
-it has seen before.
+Each of them has a process of its own, since how the heap deals with large blocks depends
+on what it has seen before. For single operations one is shared: they differ by less than
+two processes do.
 """
 
 import argparse
@@ -33,6 +34,7 @@ KEEP_MEMORY = {
     "GLIBC_TUNABLES": "glibc.malloc.trim_threshold=67108864:glibc.malloc.mmap_threshold=33554432"
 }
 KEPT = "/memory:kept"
+OPERATIONS = "operation/"
 QUERIES = r"select/rows:\d+/columns:5/tables:1"
 
 
@@ -43,14 +45,15 @@ class Results:
         self.times = collections.defaultdict(lambda: collections.defaultdict(list))
         self.context = {}
 
-    def add(self, case, contender, report):
-        """Takes over what a run of the program has reported; a failed one ends the script."""
+    def add(self, case, report):
+        """Takes over what a run of the program has reported; a failure ends the script."""
         self.context = report["context"]
-        (run,) = report["benchmarks"]
-        if run.get("error_occurred"):
-            sys.exit(f"bench.py: {run['name']}: {run['error_message']}")
-        scale = {"ns": 1, "us": 1e3, "ms": 1e6}[run["time_unit"]]
-        self.times[case][contender].append(run["real_time"] * scale)
+        for run in report["benchmarks"]:
+            if run.get("error_occurred"):
+                sys.exit(f"bench.py: {run['name']}: {run['error_message']}")
+            contender = run["name"].split("/", 1)[0]
+            scale = {"ns": 1, "us": 1e3, "ms": 1e6}[run["time_unit"]]
+            self.times[case][contender].append(run["real_time"] * scale)
 
     def ratios(self, case, contender, base=BASE):
         """The contender's times by the base's of the same round, sorted."""
@@ -102,28 +105,27 @@ def run_program(options, *arguments, **environment):
 
 
 def list_benchmarks(options):
-    """Those that are asked for: contenders and full names, by case."""
-    cases = collections.defaultdict(dict)
+    """The full names of those that are asked for, by case."""
+    cases = collections.defaultdict(list)
     for name in run_program(options, "--benchmark_list_tests").split():
-        contender, full_case = name.split("/", 1)
-        case = plain(full_case)
-        cases[case][contender] = name
+        case = plain(name.split("/", 1)[1])
+        cases[case].append(name)
         if re.fullmatch(QUERIES, case):
-            cases[case + KEPT][contender] = name
+            cases[case + KEPT].append(name)
     cases = {case: names for case, names in cases.items() if re.search(options.filter, case)}
     if not cases:
         sys.exit(f"bench.py: no case's name fits '{options.filter}'")
     return cases
 
 
-def run_benchmark(options, case, name):
-    """Runs one benchmark, in a process of its own."""
-    is_kept = case.startswith("operation/") or case.endswith(KEPT)
+def run_benchmarks(options, case, names):
+    """Runs benchmarks of a case in one process."""
+    is_kept = case.startswith(OPERATIONS) or case.endswith(KEPT)
     report = run_program(
         options,
         "--benchmark_format=json",
         f"--benchmark_min_time={options.min_time}",
-        f"--benchmark_filter=^{name}$",
+        f"--benchmark_filter=^({'|'.join(names)})$",
         **(KEEP_MEMORY if is_kept else {}),
     )
     return json.loads(report)
@@ -136,10 +138,12 @@ def run_rounds(options):
     for number in range(options.rounds):
         print(f"== round {number + 1} of {options.rounds}: {len(cases)} cases", flush=True)
         for case, names in cases.items():
-            order = list(names.items())
-            first = number % len(order)
-            for contender, name in order[first:] + order[:first]:
-                results.add(case, contender, run_benchmark(options, case, name))
+            if case.startswith(OPERATIONS):
+                results.add(case, run_benchmarks(options, case, names))
+                continue
+            first = number % len(names)
+            for name in names[first:] + names[:first]:
+                results.add(case, run_benchmarks(options, case, [name]))
     if results.context["left_out"]:
         print(f"Left out, since not installed: {results.context['left_out']}")
     return results
