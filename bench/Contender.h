@@ -84,6 +84,7 @@ class ColumnsContender : public SqlContender {
   Columns Result() final { return m_columns; }
 
  protected:
+  Columns& Cells() { return m_columns; }
   // Replaces the columns by empty ones; the result is in the order of the names.
   std::vector<std::vector<std::string>*> Declare(const std::vector<std::string>& names);
 

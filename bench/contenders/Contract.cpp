@@ -13,12 +13,8 @@ namespace {
 // By hand, what the library's contract asks for at every cell of a query: SQLite's
 // name and type of it, the freshly formatted name of a lock, a copy of the column's
 // name and a search for the column. Only the lock itself and the log are missing.
-class Contract final : public SqlContender {
+class Contract final : public RawContender {
  public:
-  void Execute(const std::string& path, const std::string& sql) final {
-    RawConnection(path).Execute(sql);
-  }
-
   void Query(const std::string& path, const std::string& sql) final {
     Release();
     const RawConnection connection(path);
@@ -39,36 +35,25 @@ class Contract final : public SqlContender {
     }
   }
 
-  int QueryNumber(const std::string& path, const std::string& sql) final {
-    const RawConnection connection(path);
-    const RawStatement statement(connection, sql);
-    return statement.Step() ? sqlite3_column_int(statement.Handle(), 0) : 0;
-  }
-
-  void Release() final { Columns().swap(m_columns); }
-
-  Columns Result() final { return m_columns; }
-
  private:
   void FormatName() {
     if (std::snprintf(m_name, sizeof m_name, "%" PRIxPTR,
-                      reinterpret_cast<std::uintptr_t>(&m_columns)) < 1) {
+                      reinterpret_cast<std::uintptr_t>(&Cells())) < 1) {
       std::abort();
     }
   }
 
   void Declare(const char* name) {
     FormatName();
-    m_columns.try_emplace(name);
+    Cells().try_emplace(name);
   }
 
   void Append(const char* name, const char* text) {
     FormatName();
     const std::string column(name);
-    m_columns.find(column)->second.emplace_back(text);
+    Cells().find(column)->second.emplace_back(text);
   }
 
-  Columns m_columns;
   char m_name[100] = "";
 };
 

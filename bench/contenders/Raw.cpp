@@ -14,12 +14,8 @@ void Expect(sqlite3* connection, int expected, int code) {
   }
 }
 
-class Raw final : public ColumnsContender {
+class Raw final : public RawContender {
  public:
-  void Execute(const std::string& path, const std::string& sql) final {
-    RawConnection(path).Execute(sql);
-  }
-
   void Query(const std::string& path, const std::string& sql) final {
     Release();
     const RawConnection connection(path);
@@ -33,12 +29,6 @@ class Raw final : public ColumnsContender {
         columns[column]->emplace_back(statement.Text(static_cast<int>(column)));
       }
     }
-  }
-
-  int QueryNumber(const std::string& path, const std::string& sql) final {
-    const RawConnection connection(path);
-    const RawStatement statement(connection, sql);
-    return statement.Step() ? sqlite3_column_int(statement.Handle(), 0) : 0;
   }
 
  private:
@@ -79,6 +69,16 @@ bool RawStatement::Step() const {
 const char* RawStatement::Text(int column) const {
   const unsigned char* const text = sqlite3_column_text(m_handle, column);
   return text != nullptr ? reinterpret_cast<const char*>(text) : "";
+}
+
+void RawContender::Execute(const std::string& path, const std::string& sql) {
+  RawConnection(path).Execute(sql);
+}
+
+int RawContender::QueryNumber(const std::string& path, const std::string& sql) {
+  const RawConnection connection(path);
+  const RawStatement statement(connection, sql);
+  return statement.Step() ? sqlite3_column_int(statement.Handle(), 0) : 0;
 }
 
 std::unique_ptr<Contender> MakeRaw() { return std::make_unique<Raw>(); }

@@ -7,6 +7,8 @@
 
 #include <string>
 
+#include "Contender.h"
+
 namespace bench {
 
 // An open connection. Failures are thrown.
@@ -40,6 +42,13 @@ class RawStatement {
  private:
   const RawConnection& m_connection;
   sqlite3_stmt* m_handle = nullptr;
+};
+
+// What is the same for all that call them for queries in their own way.
+class RawContender : public ColumnsContender {
+ public:
+  void Execute(const std::string& path, const std::string& sql) final;
+  int QueryNumber(const std::string& path, const std::string& sql) final;
 };
 
 }  // namespace bench
