@@ -1,0 +1,89 @@
+#include "CsvReader.h"
+
+#include <new>
+#include <utility>
+
+#include "Errors.h"
+
+namespace vorndb {
+
+namespace {
+
+constexpr char kByteOrderMark[] = "\xEF\xBB\xBF";
+
+}  // namespace
+
+CsvReader::CsvReader(std::istream& input, const std::string& name) : m_input(input), m_name(name) {
+  if (csv_init(&m_parser, CSV_STRICT | CSV_STRICT_FINI) != 0) {
+    throw std::bad_alloc();
+  }
+}
+
+CsvReader::~CsvReader() { csv_free(&m_parser); }
+
+void CsvReader::Fail(std::size_t line, const std::string& problem) const {
+  throw Failure(m_name + ", line " + std::to_string(line) + ": " + problem);
+}
+
+std::optional<CsvRow> CsvReader::Next() {
+  while (m_rows.empty() && !m_finished) {
+    if (!ReadLine()) {
+      Finish();
+    }
+  }
+  if (m_rows.empty()) {
+    return std::nullopt;
+  }
+  CsvRow row = std::move(m_rows.front());
+  m_rows.pop_front();
+  return row;
+}
+
+// The parser gets a line at a time, so that it is known where a row begins.
+bool CsvReader::ReadLine() {
+  std::string line;
+  if (!std::getline(m_input, line)) {
+    return false;
+  }
+  ++m_line;
+  m_bytesRead += line.size() + 1;
+  if (m_line == 1 && line.compare(0, sizeof kByteOrderMark - 1, kByteOrderMark) == 0) {
+    line.erase(0, sizeof kByteOrderMark - 1);
+  }
+  if (m_rowStart == 0 && line.find_first_not_of(" \t\r") != std::string::npos) {
+    m_rowStart = m_line;
+  }
+  if (!m_input.eof()) {
+    line += '\n';
+  }
+  if (csv_parse(&m_parser, line.data(), line.size(), TakeField, TakeRow, this) != line.size()) {
+    if (csv_error(&m_parser) == CSV_ENOMEM) {
+      throw std::bad_alloc();
+    }
+    Fail(m_line, "a quote stands where none may be; quoted fields are \"…\", with \"\" inside");
+  }
+  return true;
+}
+
+void CsvReader::Finish() {
+  m_finished = true;
+  if (m_input.bad()) {
+    throw Failure("cannot read " + m_name);
+  }
+  if (csv_fini(&m_parser, TakeField, TakeRow, this) != 0) {
+    Fail(m_rowStart, "a quoted field that begins in this row does not end");
+  }
+}
+
+void CsvReader::TakeField(void* text, std::size_t length, void* reader) {
+  auto& self = *static_cast<CsvReader*>(reader);
+  self.m_fields.emplace_back(static_cast<const char*>(text), length);
+}
+
+void CsvReader::TakeRow(int /*end*/, void* reader) {
+  auto& self = *static_cast<CsvReader*>(reader);
+  self.m_rows.push_back({self.m_rowStart, std::exchange(self.m_fields, {})});
+  self.m_rowStart = 0;
+}
+
+}  // namespace vorndb

@@ -1,0 +1,153 @@
+#include "DatabaseFile.h"
+
+#include <filesystem>
+#include <system_error>
+
+#include "BasePath.h"
+#include "Database.h"
+#include "Errors.h"
+#include "Names.h"
+#include "Text.h"
+
+namespace vorndb {
+
+namespace {
+
+constexpr char kStepError[] = "SQLITE STEP ERROR!!!";
+constexpr char kBusyLimit[] = "RETRY COUNT is reached LIMIT";
+// Each stands in front of SQLite's own words.
+constexpr const char* kBeforeMessage[] = {" FAILED[", "DB open failed. Error no("};
+
+bool StartsWith(const std::string& text, const std::string& start) {
+  return text.compare(0, start.size(), start) == 0;
+}
+
+// SQLite's own words for a failure, or nothing.
+std::string MessageIn(const std::vector<LoggedLine>& lines) {
+  std::string message;
+  for (const LoggedLine& line : lines) {
+    for (const char* const before : kBeforeMessage) {
+      const std::size_t start = line.message.find(before);
+      const std::size_t colon = line.message.find(": ", start);
+      if (start != std::string::npos && colon != std::string::npos) {
+        message = line.message.substr(colon + 2);
+      }
+    }
+  }
+  return message;
+}
+
+// Why the rows of a query are not all of them, or nothing if they are.
+std::string BreakOf(const std::vector<LoggedLine>& lines) {
+  for (const LoggedLine& line : lines) {
+    if (StartsWith(line.message, kStepError)) {
+      return "reading stopped: " + line.message.substr(sizeof kStepError - 1);
+    }
+    if (StartsWith(line.message, kBusyLimit)) {
+      return "the file stayed busy";
+    }
+  }
+  return "";
+}
+
+// What is the matter with a file that cannot be opened.
+std::string OpenProblem(const std::string& path, const std::string& directory) {
+  std::error_code ignored;
+  if (!std::filesystem::is_directory(directory, ignored)) {
+    return "the folder " + directory + " does not exist";
+  }
+  if (std::filesystem::is_directory(path, ignored)) {
+    return path + " is a folder";
+  }
+  return path + " cannot be opened";
+}
+
+}  // namespace
+
+DatabaseFile::DatabaseFile(const std::string& path) : m_path(path) {
+  const std::size_t slash = path.rfind('/');
+  m_name = slash == std::string::npos ? path : path.substr(slash + 1);
+  // With a folder in front, no name has a meaning of its own to SQLite.
+  m_directory = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+  if (m_name.empty()) {
+    throw UsageError("'" + path + "' names no file");
+  }
+}
+
+void DatabaseFile::Locate(BasePath& request) const {
+  request.SetPath(m_directory.c_str(), m_name.c_str());
+}
+
+bool DatabaseFile::IsThere() const {
+  // What cannot be looked at is for SQLite to complain about.
+  std::error_code problem;
+  return std::filesystem::status(m_path, problem).type() != std::filesystem::file_type::not_found;
+}
+
+void DatabaseFile::RequireExisting() const {
+  if (!IsThere()) {
+    throw Failure("the file " + m_path + " does not exist");
+  }
+}
+
+bool DatabaseFile::HasTable(const std::string& table) const {
+  BasePath location;
+  Locate(location);
+  bool exists = false;
+  const std::string name = Quoted(table);
+  const Outcome outcome =
+      Observe([&] { return Database().CheckExistTable(location, name.c_str(), exists); });
+  ExpectSuccess(outcome, {});
+  ExpectComplete(outcome);
+  return exists;
+}
+
+void DatabaseFile::ExpectSuccess(const Outcome& outcome,
+                                 const std::vector<std::string>& tables) const {
+  if (outcome.result != 0) {
+    throw Failure(Explain(outcome.result, tables, MessageIn(outcome.log)) + " (SQLite " +
+                  std::to_string(outcome.result) + ")");
+  }
+}
+
+void DatabaseFile::ExpectComplete(const Outcome& outcome) const {
+  const std::string reason = BreakOf(outcome.log);
+  if (!reason.empty()) {
+    throw Failure("the result from " + m_path + " is not complete; " + Printable(reason));
+  }
+}
+
+std::string DatabaseFile::Explain(int result, const std::vector<std::string>& tables,
+                                  const std::string& message) const {
+  const std::string words = message.empty() ? "no more is known" : Printable(message);
+  switch (result) {
+    case 1:
+      for (const std::string& table : tables) {
+        // The platform may have made the message unreadable.
+        if (message == "no such table: " + table || (message.empty() && !HasTable(table))) {
+          return "the table " + table + " does not exist in " + m_path;
+        }
+      }
+      return "SQLite refuses it: " + words;
+    case 5:
+      return m_path + " is busy: another program kept it locked for longer than the library waits";
+    case 8:
+      return m_path + " cannot be written";
+    case 10:
+      return "the disk fails: " + words;
+    case 11:
+      return m_path + " is damaged: " + words;
+    case 13:
+      return "the disk is full";
+    case 14:
+      return OpenProblem(m_path, m_directory);
+    case 19:
+      return "the table does not allow it: " + words;
+    case 26:
+      return m_path + " is not a database";
+    default:
+      return words;
+  }
+}
+
+}  // namespace vorndb

@@ -1,0 +1,24 @@
+// What ends a run, other than success.
+
+#ifndef VORNDB_ERRORS_H
+#define VORNDB_ERRORS_H
+
+#include <stdexcept>
+
+namespace vorndb {
+
+// Wrong use: exit status 2, and nothing has been done.
+class UsageError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// An operation that failed, in plain words: exit status 1.
+class Failure : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+}  // namespace vorndb
+
+#endif  // VORNDB_ERRORS_H

@@ -1,0 +1,82 @@
+#include "LogSink.h"
+
+#include <unistd.h>
+
+#include <cstdarg>
+#include <cstddef>
+#include <cstdio>
+#include <iostream>
+#include <utility>
+
+#include "Text.h"
+
+namespace {
+
+constexpr int kWarning = 5;
+
+// The process has one log, as it has one standard error.
+struct Sink {
+  bool show = false;
+  std::vector<vorndb::LoggedLine> lines;
+};
+
+Sink& TheSink() {
+  static Sink sink;
+  return sink;
+}
+
+std::string Format(const char* format, va_list arguments) {
+  va_list measured;
+  va_copy(measured, arguments);
+  const int length = std::vsnprintf(nullptr, 0, format, measured);
+  va_end(measured);
+  std::string text(length > 0 ? static_cast<std::size_t>(length) : 0, '\0');
+  static_cast<void>(std::vsnprintf(&text[0], text.size() + 1, format, arguments));
+  return text;
+}
+
+// As the platform's stand-in writes it on a desktop; what reads the one reads the other.
+void Show(int priority, const char* tag, const std::string& line) {
+  constexpr char kLetters[] = "VVVDIWEF";
+  const char letter = priority >= 0 && priority <= 7 ? kLetters[priority] : '?';
+  std::cerr << letter << ' ' << tag << ' ' << getpid() << ' ' << getpid() << ' '
+            << vorndb::Printable(line) << '\n';
+}
+
+void Keep(int priority, const std::string& line) {
+  constexpr char kMark[] = " > ";
+  const std::size_t mark = line.find(kMark);
+  if (mark != std::string::npos) {
+    TheSink().lines.push_back(
+        {priority, line.substr(0, mark), line.substr(mark + sizeof kMark - 1)});
+  }
+}
+
+}  // namespace
+
+// The library finds this function before the system's, since a program's own come first.
+extern "C" int __dlog_print(int /*log_id*/, int priority, const char* tag, const char* format,
+                            ...) {
+  if (priority < kWarning && !TheSink().show) {
+    return 0;
+  }
+  va_list arguments;
+  va_start(arguments, format);
+  const std::string line = Format(format, arguments);
+  va_end(arguments);
+  if (TheSink().show) {
+    Show(priority, tag, line);
+  }
+  if (priority >= kWarning) {
+    Keep(priority, line);
+  }
+  return static_cast<int>(line.size());
+}
+
+namespace vorndb {
+
+void ShowLog(bool show) { TheSink().show = show; }
+
+std::vector<LoggedLine> TakeLog() { return std::exchange(TheSink().lines, {}); }
+
+}  // namespace vorndb

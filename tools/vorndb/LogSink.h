@@ -1,0 +1,26 @@
+// Where the library's log lines go: to this program, instead of to the system's log. They
+// are what tells why an operation failed, and what a query does not report.
+
+#ifndef VORNDB_LOGSINK_H
+#define VORNDB_LOGSINK_H
+
+#include <string>
+#include <vector>
+
+namespace vorndb {
+
+struct LoggedLine {
+  int priority;
+  std::string place;    // "Database.cpp: Select(163)"
+  std::string message;  // what stands behind the place
+};
+
+// Whether every line is also written to standard error.
+void ShowLog(bool show);
+
+// The lines since the last call that are more than notices.
+std::vector<LoggedLine> TakeLog();
+
+}  // namespace vorndb
+
+#endif  // VORNDB_LOGSINK_H

@@ -1,0 +1,135 @@
+#include "Query.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <iostream>
+
+#include "Cursor.h"
+#include "Errors.h"
+#include "JoinRequest.h"
+#include "OutputFile.h"
+#include "Result.h"
+#include "SelectRequest.h"
+#include "Statement.h"
+#include "Terminal.h"
+
+namespace vorndb {
+
+namespace {
+
+// Rows, and how they came to be.
+struct Answer {
+  Cursor cursor;
+  Outcome outcome;
+};
+
+template <typename Request>
+void Ask(const DatabaseFile& file, Request& request, int (Database::*run)(Request&, Cursor&),
+         const std::vector<std::string>& tables, Answer& answer) {
+  file.RequireExisting();
+  file.Locate(request);
+  answer.outcome = Observe([&] { return (Database().*run)(request, answer.cursor); });
+  file.ExpectSuccess(answer.outcome, tables);
+}
+
+// Cells that are no text arrive as empty ones; only the log tells.
+std::vector<std::string> DoubtsAbout(const Result& result, const Outcome& outcome) {
+  std::vector<std::string> doubts = result.Doubts();
+  const auto blobs = std::count_if(outcome.log.begin(), outcome.log.end(),
+                                   [](const auto& line) { return line.message == "UNKNOWN TYPE"; });
+  if (blobs > 0) {
+    doubts.push_back("Cells with binary data (blobs): " + std::to_string(blobs) +
+                     ". The library gives them as empty texts.");
+  }
+  return doubts;
+}
+
+std::optional<std::size_t> TableWidth(const Arguments& arguments) {
+  return arguments.wide ? std::nullopt : TerminalWidth(STDOUT_FILENO);
+}
+
+template <typename Request>
+void RunQuery(const Arguments& arguments, Request& request, Generate<Request> generate,
+              int (Database::*run)(Request&, Cursor&), const std::vector<std::string>& tables) {
+  if (arguments.sql) {
+    PrintSql(request, generate);
+    return;
+  }
+  const DatabaseFile file(arguments.file);
+  Answer answer;
+  Ask(file, request, run, tables, answer);
+  Result result(answer.cursor);
+  Write(result, arguments.format.value_or(Format::kTable), TableWidth(arguments), std::cout);
+  std::cout.flush();
+  for (const std::string& doubt : DoubtsAbout(result, answer.outcome)) {
+    std::cerr << "vorndb: warning: " << doubt << '\n';
+  }
+  file.ExpectComplete(answer.outcome);
+}
+
+// A file tells nobody what it lacks.
+void RequireFaithful(const std::vector<std::string>& doubts) {
+  if (!doubts.empty()) {
+    throw Failure("nothing is exported: " + doubts.front());
+  }
+}
+
+Format FormatOf(const Arguments& arguments) {
+  if (arguments.format) {
+    return *arguments.format;
+  }
+  const std::size_t dot = arguments.path.rfind('.');
+  const std::string ending = dot == std::string::npos ? "" : arguments.path.substr(dot + 1);
+  if (const auto format = FormatNamed(ending == "txt" ? "lines" : ending)) {
+    return *format;
+  }
+  throw UsageError("'" + arguments.path +
+                   "' does not tell a format by .csv, .json or .txt; give --format");
+}
+
+}  // namespace
+
+void Select(const Arguments& arguments) {
+  const NameBlock conditions(arguments.where);
+  SelectRequest request;
+  request.SetTable(arguments.table.c_str());
+  SetConditions(request, arguments.where, conditions);
+  RunQuery(arguments, request, &SqlGenerator::GetSelectSql, &Database::Select, {arguments.table});
+}
+
+void Join(const Arguments& arguments) {
+  const NameBlock conditions(arguments.where);
+  const TableColumn& left = arguments.left;
+  const TableColumn& right = arguments.right;
+  JoinRequest request;
+  request.SetLeftJoin(left.table.c_str(), left.column.c_str());
+  request.SetRightJoin(right.table.c_str(), right.column.c_str());
+  SetConditions(request, arguments.where, conditions);
+  RunQuery(arguments, request, &SqlGenerator::GetJoinSql, &Database::JoinSelect,
+           {left.table, right.table});
+}
+
+void Export(const Arguments& arguments) {
+  const Format format = FormatOf(arguments);
+  const NameBlock conditions(arguments.where);
+  SelectRequest request;
+  request.SetTable(arguments.table.c_str());
+  SetConditions(request, arguments.where, conditions);
+  if (arguments.sql) {
+    PrintSql(request, &SqlGenerator::GetSelectSql);
+    return;
+  }
+  const DatabaseFile file(arguments.file);
+  OutputFile output(arguments.path, arguments.force);
+  Answer answer;
+  Ask(file, request, &Database::Select, {arguments.table}, answer);
+  file.ExpectComplete(answer.outcome);
+  Result result(answer.cursor);
+  RequireFaithful(DoubtsAbout(result, answer.outcome));
+  Write(result, format, std::nullopt, output.Stream());
+  output.Keep();
+  std::cout << result.RowCount() << " rows written to " << arguments.path << '\n';
+}
+
+}  // namespace vorndb

@@ -1,0 +1,31 @@
+#include "Terminal.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <iostream>
+
+namespace vorndb {
+
+std::optional<std::size_t> TerminalWidth(int descriptor) {
+  constexpr std::size_t kUsual = 80;
+  if (isatty(descriptor) == 0) {
+    return std::nullopt;
+  }
+  winsize size{};
+  if (ioctl(descriptor, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) {
+    return kUsual;
+  }
+  return size.ws_col;
+}
+
+bool CanAsk() { return isatty(STDIN_FILENO) != 0 && isatty(STDERR_FILENO) != 0; }
+
+bool Ask(const std::string& question) {
+  std::cerr << question << " [y/N] " << std::flush;
+  std::string answer;
+  std::getline(std::cin, answer);
+  return !answer.empty() && (answer.front() == 'y' || answer.front() == 'Y');
+}
+
+}  // namespace vorndb

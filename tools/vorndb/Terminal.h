@@ -1,0 +1,23 @@
+// The terminal, if there is one.
+
+#ifndef VORNDB_TERMINAL_H
+#define VORNDB_TERMINAL_H
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+namespace vorndb {
+
+// Its width in columns, if the file descriptor is one.
+std::optional<std::size_t> TerminalWidth(int descriptor);
+
+// Whether somebody can be asked.
+bool CanAsk();
+
+// Asks on standard error; true for an answer that begins with a "y".
+bool Ask(const std::string& question);
+
+}  // namespace vorndb
+
+#endif  // VORNDB_TERMINAL_H

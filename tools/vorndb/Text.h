@@ -1,0 +1,28 @@
+// Texts as a terminal shows them.
+
+#ifndef VORNDB_TEXT_H
+#define VORNDB_TEXT_H
+
+#include <cstddef>
+#include <string>
+
+namespace vorndb {
+
+// The text without anything that would act on a terminal instead of being shown: control
+// characters and changes of direction are written as escapes, bytes that are no UTF-8 as
+// U+FFFD.
+std::string Printable(const std::string& text);
+
+// Whether the whole text is UTF-8.
+bool IsUtf8(const std::string& text);
+
+// The number of columns that a printable text takes on a terminal: two for wide
+// characters, none for combining ones.
+std::size_t DisplayWidth(const std::string& text);
+
+// A printable text, cut to that width at most; what was cut shows as an ellipsis.
+std::string CutToWidth(const std::string& text, std::size_t width);
+
+}  // namespace vorndb
+
+#endif  // VORNDB_TEXT_H
