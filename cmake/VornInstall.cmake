@@ -2,6 +2,8 @@
 #
 #   runtime      the shared library
 #   development  its headers, its CMake package, its pkg-config module, documents
+#   tool         the command-line tool, its manual page and completion, as
+#                tools/vorndb/CMakeLists.txt says
 #   stand_ins    the stand-ins for the platform's libraries, for a desktop; a
 #                device has its own
 

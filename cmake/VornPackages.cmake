@@ -6,8 +6,8 @@ include("${CMAKE_CURRENT_LIST_DIR}/VornChangelog.cmake")
 
 get_property(multi_config GLOBAL PROPERTY GENERATOR_IS_MULTI_CONFIG)
 if(NOT PROJECT_IS_TOP_LEVEL OR multi_config OR NOT VORN_INSTALL
-    OR NOT VORN_PLATFORM STREQUAL "development")
-  message(FATAL_ERROR "VORN_PACKAGES needs VORN_INSTALL, the platform's stand-ins, "
+    OR NOT VORN_BUILD_TOOLS OR NOT VORN_PLATFORM STREQUAL "development")
+  message(FATAL_ERROR "VORN_PACKAGES needs VORN_INSTALL, VORN_BUILD_TOOLS, the platform's stand-ins, "
     "a generator of one configuration, and to be no part of another project.")
 endif()
 
@@ -35,6 +35,7 @@ vorn_package(runtime libvorndatabase libs "rows in SQLite files without writing 
 vorn_package(development libvorndatabase-dev libdevel
   "rows in SQLite files without writing SQL - development")
 vorn_package(debug_symbols libvorndatabase-dbgsym debug "debug symbols for libvorndatabase")
+vorn_package(tool vorndb utils "rows in SQLite files from the command line")
 vorn_package(stand_ins vorn-desktop-stand-ins devel
   "stand-ins for a device's own libraries, for desktops only")
 
@@ -45,6 +46,8 @@ vorn_package(stand_ins vorn-desktop-stand-ins devel
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "${VORN_RUNTIME_DEPENDS}, libdlog, libvornutil")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libvorndatabase (= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_DEBUG_SYMBOLS_PACKAGE_DEPENDS "libvorndatabase (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS
+  "${VORN_TOOL_DEPENDS}, libvorndatabase (= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_STAND_INS_PACKAGE_DEPENDS "${VORN_STAND_INS_DEPENDS}")
 set(CPACK_DEBIAN_STAND_INS_PACKAGE_PROVIDES "libdlog, libvornutil")
 set(CPACK_DEBIAN_STAND_INS_PACKAGE_CONFLICTS "libdlog, libvornutil")
@@ -53,6 +56,7 @@ set(CPACK_RPM_PACKAGE_RELEASE 1)
 set(this_library "libvorndatabase = ${PROJECT_VERSION}-${CPACK_RPM_PACKAGE_RELEASE}")
 set(CPACK_RPM_DEVELOPMENT_PACKAGE_REQUIRES "${this_library}")
 set(CPACK_RPM_DEBUG_SYMBOLS_PACKAGE_REQUIRES "${this_library}")
+set(CPACK_RPM_TOOL_PACKAGE_REQUIRES "${this_library}")
 set(CPACK_RPM_STAND_INS_PACKAGE_PROVIDES "libdlog, libvornutil")
 set(CPACK_RPM_STAND_INS_PACKAGE_CONFLICTS "libdlog, libvornutil")
 

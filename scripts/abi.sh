@@ -31,7 +31,7 @@ build_library() {
     scripts/sysroot.sh "$architecture"
   fi
   run_quietly "== $architecture: configure" cmake --preset "$preset" -B "build/abi/$architecture" \
-    -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_EXAMPLES=OFF
+    -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_EXAMPLES=OFF -DVORN_BUILD_TOOLS=OFF
   run_quietly "== $architecture: build" \
     cmake --build "build/abi/$architecture" --target vorndatabase
 }

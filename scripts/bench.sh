@@ -36,7 +36,7 @@ fi
 
 build=build/bench
 run_quietly '== release: configure' cmake --preset release -B "$build" \
-  -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_EXAMPLES=OFF -DVORN_BUILD_BENCH=ON
+  -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_EXAMPLES=OFF -DVORN_BUILD_TOOLS=OFF -DVORN_BUILD_BENCH=ON
 run_quietly '== release: build' cmake --build "$build"
 
 tmpfs=

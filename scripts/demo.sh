@@ -24,7 +24,7 @@ country=${1:-PT}
 program=$PWD/build/demo/examples/timezone_picker/timezone_picker
 log=build/demo/timezone_picker.log
 
-require_packages "${build_packages[@]}" tzdata
+require_packages "${build_packages[@]}" "${tool_packages[@]}" tzdata
 run_quietly '== demo: configure' cmake --preset demo
 run_quietly '== demo: build' cmake --build --preset demo
 

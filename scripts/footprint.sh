@@ -82,7 +82,7 @@ report() {
   local preset=$1 title=$2 limit=$3 tree=build/footprint/$1
   local library=$tree/src/libvorndatabase.so size memory written constructors relocated largest
   run_quietly "== $preset: configure" cmake --preset "$preset" -B "$tree" \
-    -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_EXAMPLES=OFF
+    -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_EXAMPLES=OFF -DVORN_BUILD_TOOLS=OFF
   run_quietly "== $preset: build" cmake --build "$tree" --target vorndatabase
   size=$(stripped_size "$library")
   memory=$("${tools}size" "$library" | awk 'NR == 2 { print $1 ", " $2 ", " $3 }')

@@ -30,7 +30,7 @@ fi
 # In a folder of its own, so that no option of a developer's build gets in.
 build() { # PRESET TREE
   run_quietly "== $1: configure" cmake --preset "$1" -B "$2" \
-    -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_EXAMPLES=OFF -DVORN_BUILD_BENCH=ON
+    -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_EXAMPLES=OFF -DVORN_BUILD_TOOLS=OFF -DVORN_BUILD_BENCH=ON
   run_quietly "== $1: build" cmake --build "$2" --target vorn_instructions
 }
 

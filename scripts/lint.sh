@@ -24,7 +24,7 @@ check_format() {
 
 # Headers are checked with the sources that include them.
 check_tidy() {
-  tracked 'src/*.cpp' 'platform/*.cpp' 'examples/*.cpp' |
+  tracked 'src/*.cpp' 'platform/*.cpp' 'examples/*.cpp' 'tools/*.cpp' |
     xargs -0 -n 1 -P 2 clang-tidy --quiet -p build/clang
 }
 
@@ -32,11 +32,16 @@ check_tidy() {
 check_cppcheck() {
   cppcheck --quiet --inline-suppr -j 2 --language=c++ --std=c++17 --enable=warning,performance,portability \
     --suppress=passedByValue --error-exitcode=1 \
-    -I include -I src -I platform/dlog -I platform/vornutil src platform examples
+    -I include -I src -I platform/dlog -I platform/vornutil src platform examples tools
 }
 
 check_shell() {
-  tracked '*.sh' .ci/run | xargs -0 shellcheck --external-sources
+  tracked '*.sh' '*.bash-completion' .ci/run | xargs -0 shellcheck --external-sources
+}
+
+# What another manual page says is its own business.
+check_manual() {
+  tracked '*.1' | xargs -0 mandoc -T lint -W warning
 }
 
 check_black() {
@@ -55,5 +60,6 @@ run_quietly '== lint: configure' cmake --preset clang
 run_quietly '== lint: clang-tidy' check_tidy
 run_quietly '== lint: cppcheck' check_cppcheck
 run_quietly '== lint: shellcheck' check_shell
+run_quietly '== lint: mandoc' check_manual
 run_quietly '== lint: black' check_black
 run_quietly '== lint: pylint' check_pylint

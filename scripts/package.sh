@@ -69,7 +69,7 @@ configure() {
 # read from where they were unpacked. The platform's libraries are of no package.
 dependencies_of() {
   local package dependencies
-  local -a options=(-l"$tree/platform")
+  local -a options=(-l"$tree/platform" -l"$tree/src")
   for package in ${unpacked:+"$unpacked"/*}; do
     options+=(-S"$package")
   done
@@ -91,11 +91,12 @@ pack() {
 }
 
 pack_deb() {
-  local runtime stand_ins package
+  local runtime tool stand_ins package
   runtime=$(dependencies_of "$tree/src/libvorndatabase.so") || return
+  tool=$(dependencies_of "$tree/tools/vorndb/vorndb") || return
   stand_ins=$(dependencies_of "$tree"/platform/*.so) || return
   configure "lib/$triplet" \
-    -DVORN_RUNTIME_DEPENDS="$runtime" -DVORN_STAND_INS_DEPENDS="$stand_ins" || return
+    -DVORN_RUNTIME_DEPENDS="$runtime" -DVORN_TOOL_DEPENDS="$tool" -DVORN_STAND_INS_DEPENDS="$stand_ins" || return
   pack DEB || return
   for package in "$tree"/packed/*.deb; do
     rebuild_deb "$package" || return
@@ -161,7 +162,7 @@ if [[ $PWD == *[[:blank:]]* ]]; then
   echo "package.sh: rpmbuild takes no folder with a blank: $PWD" >&2
   exit 1
 fi
-require_packages "${build_packages[@]}" "${package_packages[@]}"
+require_packages "${build_packages[@]}" "${tool_packages[@]}" "${package_packages[@]}"
 if [[ " $* " == *' armhf '* ]]; then
   require_packages "${armhf_packages[@]}"
 fi

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Unpacks what the device's builds need of Debian's target packages, SQLite, into
-# build/sysroot/ARCH. Installs nothing, and needs no root: Debian's packages of two
+# Unpacks what the device's builds need of Debian's target packages, SQLite and what
+# the tool is made with, into build/sysroot/ARCH. Installs nothing, and needs no root: Debian's packages of two
 # architectures often cannot be installed side by side. Remove the folder to have
 # them anew.
 #
@@ -25,10 +25,11 @@ case "$#:${1:-}" in
 esac
 architecture=$1
 sysroot=$PWD/build/sysroot/$architecture
-packages=(libsqlite3-0 libsqlite3-dev)
+packages=(libsqlite3-0 libsqlite3-dev libcli11-dev nlohmann-json3-dev libcsv3 libcsv-dev
+  libutf8proc2 libutf8proc-dev)
 # What our own packages depend on is read from these; they lie in shlibs/NAME, away
 # from what the compiler finds.
-shlibs_packages=(libc6 libgcc-s1 libsqlite3-0 libstdc++6)
+shlibs_packages=(libc6 libgcc-s1 libsqlite3-0 libstdc++6 libcsv3 libutf8proc2)
 
 # A sysroot is moved to its place when it is complete, with what was asked for in it.
 request="${packages[*]} ${shlibs_packages[*]}"

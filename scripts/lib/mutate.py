@@ -48,6 +48,7 @@ OPTIONS = (
     "-DCMAKE_BUILD_TYPE=Debug",
     "-DCMAKE_CXX_FLAGS_DEBUG=-O0 -w -D_GLIBCXX_ASSERTIONS",
     "-DVORN_BUILD_EXAMPLES=OFF",
+    "-DVORN_BUILD_TOOLS=OFF",
     "-DVORN_INSTALL=OFF",
     # Test programs are linked and asked for their tests once, not for every mutant.
     "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON",

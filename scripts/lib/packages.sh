@@ -11,8 +11,9 @@ source "${BASH_SOURCE[0]%/*}/run.sh"
 # shellcheck disable=SC2034
 {
   build_packages=(g++ cmake ninja-build libsqlite3-dev)
-  test_packages=("${build_packages[@]}" libgtest-dev libgmock-dev pkg-config sqlite3 tzdata
-    abigail-tools strace)
+  tool_packages=(libcli11-dev nlohmann-json3-dev libcsv-dev libutf8proc-dev)
+  test_packages=("${build_packages[@]}" "${tool_packages[@]}" libgtest-dev libgmock-dev
+    pkg-config sqlite3 tzdata abigail-tools strace python3)
   armhf_packages=(g++-arm-linux-gnueabihf qemu-user)
   arm_packages=("${armhf_packages[@]}" g++-arm-linux-gnueabi googletest)
   package_packages=(git dpkg-dev file rpm lintian elfutils cpio pkg-config)
@@ -23,7 +24,8 @@ source "${BASH_SOURCE[0]%/*}/run.sh"
   peer_packages=(libsqlitecpp-dev libsoci-dev libboost-dev libpoco-dev qtbase5-dev
     libqt5sql5-sqlite)
   instruction_packages=(valgrind python3)
-  lint_packages=(git clang clang-format clang-tidy cppcheck shellcheck black pylint)
+  lint_packages=(git clang clang-format clang-tidy cppcheck shellcheck black pylint
+    mandoc)
 }
 
 require_packages() {

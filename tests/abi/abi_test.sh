@@ -39,7 +39,7 @@ configure_copy() {
     cp -r "$source/$entry" "$copy/source"
   done
   cmake -S "$copy/source" -B "$copy/build" "${cmake_arguments[@]}" \
-    -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_EXAMPLES=OFF >"$work/log" 2>&1 || {
+    -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_EXAMPLES=OFF -DVORN_BUILD_TOOLS=OFF >"$work/log" 2>&1 || {
     cat "$work/log" >&2
     fail "the copy cannot be configured"
   }

@@ -28,7 +28,7 @@ fail() {
 configure() {
   env -u PKG_CONFIG_PATH ${PKG_CONFIG_PATH_OF_DEVICE:+PKG_CONFIG_PATH="$PKG_CONFIG_PATH_OF_DEVICE"} \
     cmake -S "$source" -B "$work/build" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" \
-    -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_EXAMPLES=OFF "$@" >"$work/log" 2>&1
+    -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_EXAMPLES=OFF -DVORN_BUILD_TOOLS=OFF "$@" >"$work/log" 2>&1
 }
 
 # A device's folder with both libraries and their headers.

@@ -19,7 +19,7 @@ cmake=$5
 compiler=$6
 
 libdir=$VORN_LIBDIR
-components=(runtime development stand_ins)
+components=(runtime development stand_ins tool)
 # What was installed is used in another place: all in one, and the library apart
 # from the platform.
 prefix=${VORN_PREFIX:-$work/moved/prefix}

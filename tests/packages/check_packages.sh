@@ -14,7 +14,7 @@ rpm_libdir=$5
 here=$(dirname "$(realpath "${BASH_SOURCE[0]}")")
 source=$(realpath "$here/../..")
 version=$(sed -nE 's/^  VERSION ([0-9.]+)$/\1/p' "$source/CMakeLists.txt")
-names=(libvorndatabase libvorndatabase-dbgsym libvorndatabase-dev vorn-desktop-stand-ins)
+names=(libvorndatabase libvorndatabase-dbgsym libvorndatabase-dev vorn-desktop-stand-ins vorndb)
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT

@@ -309,7 +309,9 @@ std::optional<Arguments> CommandLine::Parse(int argc, const char* const* argv) {
   } catch (const CLI::ParseError& error) {
     // Help is an error, too, whose status is success.
     if (error.get_exit_code() != 0) {
-      throw UsageError(error.what());
+      const bool unknown = m_app.get_subcommands().empty() && m_app.remaining_size() > 0;
+      throw UsageError(unknown ? "'" + m_app.remaining().front() + "' is no command"
+                               : error.what());
     }
     m_app.exit(error, std::cout, std::cerr);
     return std::nullopt;

@@ -36,8 +36,16 @@ void RunOrPrint(const Arguments& arguments, Request& request, Generate<Request> 
 void TellIfExisting(const Arguments& arguments) {
   const DatabaseFile file(arguments.file);
   if (file.IsThere() && file.HasTable(arguments.table)) {
-    std::cerr << "vorndb: the table " << arguments.table << " exists in " << file.Path()
-              << " already and is left as it is\n";
+    Tell("the table " + arguments.table + " exists in " + file.Path() +
+         " already and is left as it is");
+  }
+}
+
+void WarnOfSingleColumn(const Arguments& arguments) {
+  const std::size_t keys = arguments.composite ? 2 : 1;
+  if (keys + arguments.columns.size() == 1) {
+    Tell("warning: the table " + arguments.table +
+         " has a single column; a select of it reads one row only");
   }
 }
 
@@ -55,6 +63,7 @@ void Create(const Arguments& arguments) {
   }
   if (!arguments.sql) {
     TellIfExisting(arguments);
+    WarnOfSingleColumn(arguments);
   }
   RunOrPrint(arguments, request, &SqlGenerator::GetCreateTableSql, &Database::CreateTable);
 }

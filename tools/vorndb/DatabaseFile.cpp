@@ -7,7 +7,6 @@
 #include "Database.h"
 #include "Errors.h"
 #include "Names.h"
-#include "Text.h"
 
 namespace vorndb {
 
@@ -41,7 +40,8 @@ std::string MessageIn(const std::vector<LoggedLine>& lines) {
 std::string BreakOf(const std::vector<LoggedLine>& lines) {
   for (const LoggedLine& line : lines) {
     if (StartsWith(line.message, kStepError)) {
-      return "reading stopped: " + line.message.substr(sizeof kStepError - 1);
+      const std::string words = line.message.substr(sizeof kStepError - 1);
+      return "reading stopped" + (words.empty() ? "" : " with:" + words);
     }
     if (StartsWith(line.message, kBusyLimit)) {
       return "the file stayed busy";
@@ -113,13 +113,13 @@ void DatabaseFile::ExpectSuccess(const Outcome& outcome,
 void DatabaseFile::ExpectComplete(const Outcome& outcome) const {
   const std::string reason = BreakOf(outcome.log);
   if (!reason.empty()) {
-    throw Failure("the result from " + m_path + " is not complete; " + Printable(reason));
+    throw Failure("the result from " + m_path + " is not complete; " + reason);
   }
 }
 
 std::string DatabaseFile::Explain(int result, const std::vector<std::string>& tables,
                                   const std::string& message) const {
-  const std::string words = message.empty() ? "no more is known" : Printable(message);
+  const std::string words = message.empty() ? "no more is known" : message;
   switch (result) {
     case 1:
       for (const std::string& table : tables) {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <iostream>
+#include <utility>
 
 #include "Cursor.h"
 #include "Errors.h"
@@ -13,6 +14,7 @@
 #include "SelectRequest.h"
 #include "Statement.h"
 #include "Terminal.h"
+#include "Text.h"
 
 namespace vorndb {
 
@@ -33,14 +35,29 @@ void Ask(const DatabaseFile& file, Request& request, int (Database::*run)(Reques
   file.ExpectSuccess(answer.outcome, tables);
 }
 
+// JSON is UTF-8 by its own rules.
+bool IsRewritten(Result& result) {
+  for (int row = 0; row < result.RowCount(); ++row) {
+    for (std::size_t column = 0; column < result.Columns().size(); ++column) {
+      if (result.Columns()[column].known && !IsUtf8(result.Cell(row, column))) {
+        return true;
+      }
+    }
+  }
+  return false;
+}
+
 // Cells that are no text arrive as empty ones; only the log tells.
-std::vector<std::string> DoubtsAbout(const Result& result, const Outcome& outcome) {
+std::vector<std::string> DoubtsAbout(Result& result, Format format, const Outcome& outcome) {
   std::vector<std::string> doubts = result.Doubts();
   const auto blobs = std::count_if(outcome.log.begin(), outcome.log.end(),
                                    [](const auto& line) { return line.message == "UNKNOWN TYPE"; });
   if (blobs > 0) {
     doubts.push_back("Cells with binary data (blobs): " + std::to_string(blobs) +
                      ". The library gives them as empty texts.");
+  }
+  if (format == Format::kJson && IsRewritten(result)) {
+    doubts.emplace_back("JSON holds UTF-8 only; bytes that are none are written as U+FFFD.");
   }
   return doubts;
 }
@@ -60,10 +77,11 @@ void RunQuery(const Arguments& arguments, Request& request, Generate<Request> ge
   Answer answer;
   Ask(file, request, run, tables, answer);
   Result result(answer.cursor);
-  Write(result, arguments.format.value_or(Format::kTable), TableWidth(arguments), std::cout);
+  const Format format = arguments.format.value_or(Format::kTable);
+  Write(result, format, TableWidth(arguments), std::cout);
   std::cout.flush();
-  for (const std::string& doubt : DoubtsAbout(result, answer.outcome)) {
-    std::cerr << "vorndb: warning: " << doubt << '\n';
+  for (const std::string& doubt : DoubtsAbout(result, format, answer.outcome)) {
+    Tell("warning: " + doubt);
   }
   file.ExpectComplete(answer.outcome);
 }
@@ -81,8 +99,11 @@ Format FormatOf(const Arguments& arguments) {
   }
   const std::size_t dot = arguments.path.rfind('.');
   const std::string ending = dot == std::string::npos ? "" : arguments.path.substr(dot + 1);
-  if (const auto format = FormatNamed(ending == "txt" ? "lines" : ending)) {
-    return *format;
+  for (const auto& [known, format] :
+       {std::pair("csv", Format::kCsv), {"json", Format::kJson}, {"txt", Format::kLines}}) {
+    if (ending == known) {
+      return format;
+    }
   }
   throw UsageError("'" + arguments.path +
                    "' does not tell a format by .csv, .json or .txt; give --format");
@@ -126,7 +147,7 @@ void Export(const Arguments& arguments) {
   Ask(file, request, &Database::Select, {arguments.table}, answer);
   file.ExpectComplete(answer.outcome);
   Result result(answer.cursor);
-  RequireFaithful(DoubtsAbout(result, answer.outcome));
+  RequireFaithful(DoubtsAbout(result, format, answer.outcome));
   Write(result, format, std::nullopt, output.Stream());
   output.Keep();
   std::cout << result.RowCount() << " rows written to " << arguments.path << '\n';

@@ -49,7 +49,9 @@ void Result::CountRows() {
   const std::map<std::string, int> counts = CountNames(names);
   if (counts.size() > 1) {
     m_rowCount = m_cursor.GetCount() / std::next(counts.begin())->second;
-  } else if (names.size() == 1) {
+  } else if (names.size() > 1) {
+    m_doubts.emplace_back("With no other column, how many rows there are cannot be told either.");
+  } else {
     m_rowCount = m_cursor.GetCount();
     m_doubts.emplace_back(
         "The result has a single column. A cursor then counts one row, whatever there is; rows "

@@ -5,6 +5,8 @@
 
 #include <iostream>
 
+#include "Text.h"
+
 namespace vorndb {
 
 std::optional<std::size_t> TerminalWidth(int descriptor) {
@@ -18,6 +20,8 @@ std::optional<std::size_t> TerminalWidth(int descriptor) {
   }
   return size.ws_col;
 }
+
+void Tell(const std::string& message) { std::cerr << "vorndb: " << Printable(message) << '\n'; }
 
 bool CanAsk() { return isatty(STDIN_FILENO) != 0 && isatty(STDERR_FILENO) != 0; }
 

@@ -12,6 +12,9 @@ namespace vorndb {
 // Its width in columns, if the file descriptor is one.
 std::optional<std::size_t> TerminalWidth(int descriptor);
 
+// Writes a message of the tool to standard error, on a line of its own.
+void Tell(const std::string& message);
+
 // Whether somebody can be asked.
 bool CanAsk();
 

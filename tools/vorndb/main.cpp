@@ -8,6 +8,7 @@
 #include "Commands.h"
 #include "Errors.h"
 #include "LogSink.h"
+#include "Terminal.h"
 
 namespace {
 
@@ -15,7 +16,7 @@ enum ExitStatus { kDone = 0, kFailed = 1, kWrongUse = 2 };
 
 int Fail(const char* problem, ExitStatus status) {
   std::cout.flush();
-  std::cerr << "vorndb: " << problem << '\n';
+  vorndb::Tell(problem);
   return status;
 }
 
