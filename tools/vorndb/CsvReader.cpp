@@ -13,7 +13,8 @@ constexpr char kByteOrderMark[] = "\xEF\xBB\xBF";
 
 }  // namespace
 
-CsvReader::CsvReader(std::istream& input, const std::string& name) : m_input(input), m_name(name) {
+CsvReader::CsvReader(std::istream& input, std::string name)
+    : m_input(input), m_name(std::move(name)) {
   if (csv_init(&m_parser, CSV_STRICT | CSV_STRICT_FINI) != 0) {
     throw std::bad_alloc();
   }

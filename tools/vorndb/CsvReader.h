@@ -23,7 +23,7 @@ struct CsvRow {
 class CsvReader {
  public:
   // Reads from the stream, which has to live as long. `name` is for messages.
-  CsvReader(std::istream& input, const std::string& name);
+  CsvReader(std::istream& input, std::string name);
   ~CsvReader();
 
   CsvReader(const CsvReader&) = delete;

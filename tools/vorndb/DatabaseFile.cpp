@@ -90,13 +90,22 @@ void DatabaseFile::RequireExisting() const {
   }
 }
 
-bool DatabaseFile::HasTable(const std::string& table) const {
+Outcome DatabaseFile::LookFor(const std::string& table, bool& exists) const {
   BasePath location;
   Locate(location);
-  bool exists = false;
   const std::string name = Quoted(table);
-  const Outcome outcome =
-      Observe([&] { return Database().CheckExistTable(location, name.c_str(), exists); });
+  return Observe([&] { return Database().CheckExistTable(location, name.c_str(), exists); });
+}
+
+// The platform may have made SQLite's message unreadable; then the table is looked for.
+bool DatabaseFile::IsMissing(const std::string& table) const {
+  bool exists = false;
+  return LookFor(table, exists).result == 0 && !exists;
+}
+
+bool DatabaseFile::HasTable(const std::string& table) const {
+  bool exists = false;
+  const Outcome outcome = LookFor(table, exists);
   ExpectSuccess(outcome, {});
   ExpectComplete(outcome);
   return exists;
@@ -119,12 +128,11 @@ void DatabaseFile::ExpectComplete(const Outcome& outcome) const {
 
 std::string DatabaseFile::Explain(int result, const std::vector<std::string>& tables,
                                   const std::string& message) const {
-  const std::string words = message.empty() ? "no more is known" : message;
+  std::string words = message.empty() ? "no more is known" : message;
   switch (result) {
     case 1:
       for (const std::string& table : tables) {
-        // The platform may have made the message unreadable.
-        if (message == "no such table: " + table || (message.empty() && !HasTable(table))) {
+        if (message == "no such table: " + table || (message.empty() && IsMissing(table))) {
           return "the table " + table + " does not exist in " + m_path;
         }
       }

@@ -14,7 +14,7 @@ namespace vorndb {
 
 // What an operation of the library has returned, and what it has logged meanwhile.
 struct Outcome {
-  int result;
+  int result = 0;
   std::vector<LoggedLine> log;
 };
 
@@ -51,6 +51,8 @@ class DatabaseFile {
   const std::string& Path() const { return m_path; }
 
  private:
+  Outcome LookFor(const std::string& table, bool& exists) const;
+  bool IsMissing(const std::string& table) const;
   std::string Explain(int result, const std::vector<std::string>& tables,
                       const std::string& message) const;
 

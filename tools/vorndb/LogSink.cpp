@@ -31,7 +31,7 @@ std::string Format(const char* format, va_list arguments) {
   const int length = std::vsnprintf(nullptr, 0, format, measured);
   va_end(measured);
   std::string text(length > 0 ? static_cast<std::size_t>(length) : 0, '\0');
-  static_cast<void>(std::vsnprintf(&text[0], text.size() + 1, format, arguments));
+  static_cast<void>(std::vsnprintf(text.data(), text.size() + 1, format, arguments));
   return text;
 }
 
