@@ -101,6 +101,15 @@ guide() {
   run_sample
 }
 
+# The tool that the demo has built for this machine.
+tool() {
+  mkdir "$work/build"
+  ln -s "$source/build/demo" "$work/build/demo"
+  block tool-command >"$work/commands"
+  (cd "$work" && bash -euo pipefail commands) >"$work/output" 2>&1 || fail "its tool fails: $(<"$work/output")"
+  diff -u <(block tool-output) "$work/output" || fail "its tool prints something else"
+}
+
 # With the demo that was built for this machine.
 install() {
   mkdir "$work/build"
@@ -132,7 +141,7 @@ places_in() { # DOCUMENT
 }
 
 case $case in
-  demo | suite | sample | install | guide | places) "$case" ;;
+  demo | tool | suite | sample | install | guide | places) "$case" ;;
   *) fail "unknown case" ;;
 esac
 echo "$case: as $document says"
