@@ -16,7 +16,8 @@ set(CPACK_PACKAGE_CONTACT "vorndatabase developers <vorndatabase@example.org>")
 set(CPACK_COMPONENTS_ALL "")
 
 # vorn_package(<component> <package> <section> <synopsis>) makes a package of a
-# component, with its documents; the description is the text in packages/.
+# component, with its documents; the description is the text in packages/, and so are
+# the notices of what others have written, if it holds any.
 macro(vorn_package component package section synopsis)
   string(TOUPPER ${component} upper)
   list(APPEND CPACK_COMPONENTS_ALL ${component})
@@ -27,7 +28,13 @@ macro(vorn_package component package section synopsis)
   set(CPACK_RPM_${upper}_PACKAGE_NAME ${package})
   set(CPACK_RPM_${upper}_PACKAGE_SUMMARY "${synopsis}")
   set(CPACK_RPM_${upper}_PACKAGE_DESCRIPTION "${text}")
-  install(FILES "${templates}/copyright" "${PROJECT_BINARY_DIR}/changelog.gz"
+  file(READ "${templates}/copyright" text)
+  if(EXISTS "${templates}/${package}.notices")
+    file(READ "${templates}/${package}.notices" notices)
+    string(APPEND text "${notices}")
+  endif()
+  file(WRITE "${PROJECT_BINARY_DIR}/${package}/copyright" "${text}")
+  install(FILES "${PROJECT_BINARY_DIR}/${package}/copyright" "${PROJECT_BINARY_DIR}/changelog.gz"
     DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/doc/${package}" COMPONENT ${component})
 endmacro()
 

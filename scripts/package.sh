@@ -103,11 +103,15 @@ pack_deb() {
   done
 }
 
-# CPack knows neither the field Multi-Arch nor a fixed order and time of the files.
+# CPack knows neither the field Multi-Arch nor a fixed order and time of the files. Of a
+# program one architecture is enough, and serves all; of libraries each has its own.
 rebuild_deb() {
-  local package=$1 content=$tree/packed/content
+  local package=$1 content=$tree/packed/content multi_arch=same
+  if [[ ${package##*/} == vorndb_* ]]; then
+    multi_arch=foreign
+  fi
   dpkg-deb --raw-extract "$package" "$content" &&
-    sed -i 's/^Architecture: .*/&\nMulti-Arch: same/' "$content/DEBIAN/control" &&
+    sed -i 's/^Architecture: .*/&\nMulti-Arch: '"$multi_arch/" "$content/DEBIAN/control" &&
     find "$content" -exec touch --no-dereference --date="@$SOURCE_DATE_EPOCH" {} + &&
     dpkg-deb --root-owner-group --build "$content" "$packages/$(basename "$package")" &&
     rm -rf "$content"

@@ -117,6 +117,7 @@ expect_rpm_relations() {
   expect_rpm_relation libvorndatabase provides "libvorndatabase.so$suffix"
   expect_rpm_relation libvorndatabase-dev requires "libvorndatabase = $version-1"
   expect_rpm_relation libvorndatabase-dbgsym requires "libvorndatabase = $version-1"
+  expect_rpm_relation vorndb requires "libvorndatabase = $version-1"
   expect_rpm_relation vorn-desktop-stand-ins provides "libdlog.so$suffix" "libvornutil.so$suffix"
   expect_rpm_relation vorn-desktop-stand-ins conflicts libdlog libvornutil
   say "the .rpm ask for what they need"
@@ -189,7 +190,7 @@ unpack() {
 # expect_stripped_with_debug_file ROOT LIBDIR
 expect_stripped_with_debug_file() {
   local root=$1 library=$1/usr/$2/libvorndatabase.so file identifier address line names
-  for file in "$root/usr/$2"/*.so; do
+  for file in "$root/usr/$2"/*.so "$root/usr/bin/vorndb"; do
     if grep -E '\.(symtab|debug_info)' <<<"$(readelf -SW "$file")"; then
       fail "$file is not stripped"
     fi
@@ -227,6 +228,26 @@ build_hosts() {
   done
 }
 
+# run_tool ROOT LIBDIR
+run_tool() {
+  local libraries=$1/usr/$2 variable database=$work/tool/app.db
+  local -a emulator=()
+  for variable in "${environment[@]}"; do
+    if [[ $variable == VORN_EMULATOR=* ]]; then
+      read -ra emulator <<<"${variable#*=}"
+    fi
+  done
+  # An emulated program has a path of its own.
+  emulator=("${emulator[@]/#LD_LIBRARY_PATH=/LD_LIBRARY_PATH=$libraries:}")
+  emulator=(env LD_LIBRARY_PATH="$libraries" "${emulator[@]}" "$1/usr/bin/vorndb" -f "$database")
+  rm -rf "$work/tool"
+  mkdir "$work/tool"
+  "${emulator[@]}" create contact name:TEXT && "${emulator[@]}" upsert contact name="O'Brien" &&
+    "${emulator[@]}" select contact --format csv >"$work/tool/out" || fail "the tool fails"
+  diff - "$work/tool/out" <<<$'_ID,name\n1,O\'Brien' || fail "the tool prints something else"
+  say "$2: the tool runs"
+}
+
 # How hosts of another architecture are built and run, as its toolchain file has it.
 set_environment() {
   compiler=$(type -P g++)
@@ -257,3 +278,5 @@ expect_stripped_with_debug_file "$work/rpm" "$rpm_libdir"
 set_environment
 build_hosts "$work/deb" "lib/$triplet" find_package strict pkg_config
 build_hosts "$work/rpm" "$rpm_libdir" pkg_config
+run_tool "$work/deb" "lib/$triplet"
+run_tool "$work/rpm" "$rpm_libdir"
