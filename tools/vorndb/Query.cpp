@@ -27,8 +27,8 @@ struct Answer {
 };
 
 template <typename Request>
-void Ask(const DatabaseFile& file, Request& request, int (Database::*run)(Request&, Cursor&),
-         const std::vector<std::string>& tables, Answer& answer) {
+void Fetch(const DatabaseFile& file, Request& request, int (Database::*run)(Request&, Cursor&),
+           const std::vector<std::string>& tables, Answer& answer) {
   file.RequireExisting();
   file.Locate(request);
   answer.outcome = Observe([&] { return (Database().*run)(request, answer.cursor); });
@@ -75,7 +75,7 @@ void RunQuery(const Arguments& arguments, Request& request, Generate<Request> ge
   }
   const DatabaseFile file(arguments.file);
   Answer answer;
-  Ask(file, request, run, tables, answer);
+  Fetch(file, request, run, tables, answer);
   Result result(answer.cursor);
   const Format format = arguments.format.value_or(Format::kTable);
   Write(result, format, TableWidth(arguments), std::cout);
@@ -144,7 +144,7 @@ void Export(const Arguments& arguments) {
   const DatabaseFile file(arguments.file);
   OutputFile output(arguments.path, arguments.force);
   Answer answer;
-  Ask(file, request, &Database::Select, {arguments.table}, answer);
+  Fetch(file, request, &Database::Select, {arguments.table}, answer);
   file.ExpectComplete(answer.outcome);
   Result result(answer.cursor);
   RequireFaithful(DoubtsAbout(result, format, answer.outcome));
