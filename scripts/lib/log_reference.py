@@ -149,13 +149,14 @@ def every_line(lines):
     """A log with each line once, its numbers and texts made up."""
     log = []
     for number, line in enumerate(lines, 1):
-        if line.text.endswith(" called") or "MUTEX_NAME" in line.text:
-            arguments = iter([line.file, line.function, str(number)])
+        if line.text.count("%") == 3:  # the place
+            arguments = [line.file, line.function, str(number)]
+        elif line.text.startswith("DB file"):
+            arguments = ["/opt/data", "app.db"]
         else:
-            arguments = iter(["0" if "SUCCESS" in line.text else "1", "text", "text"])
-            if line.text.startswith("DB file"):
-                arguments = iter(["/opt/data", "app.db"])
-        message = re.sub("%[sd]", lambda _, given=arguments: next(given), line.text)
+            code = "0" if "SUCCESS" in line.text else "1"
+            arguments = [{"%d": code}.get(part, "text") for part in re.findall("%[sd]", line.text)]
+        message = re.sub("%[sd]", lambda _, rest=iter(arguments): next(rest), line.text)
         place = f"{line.file}: {line.function}({number})"
         log.append(f"{letters()[line.priority]} VORN 4711 4711 {place} > {message}\n")
     return "".join(log)
