@@ -1,5 +1,6 @@
 #include "Commands.h"
 
+#include <fstream>
 #include <iostream>
 
 #include "BasePath.h"
@@ -7,6 +8,7 @@
 #include "DeleteRequest.h"
 #include "DropRequest.h"
 #include "Errors.h"
+#include "ExplainLog.h"
 #include "Import.h"
 #include "Query.h"
 #include "Statement.h"
@@ -126,6 +128,28 @@ void Exists(const Arguments& arguments) {
   std::cout << (file.HasTable(arguments.table) ? "yes\n" : "no\n");
 }
 
+void ExplainFrom(std::istream& log, const std::string& name) {
+  const bool found = ExplainLog(log, std::cout);
+  if (log.bad()) {
+    throw Failure("cannot read " + name);
+  }
+  if (!found) {
+    throw Failure(name + " has no line of the library's log");
+  }
+}
+
+void Explain(const Arguments& arguments) {
+  if (arguments.path == "-") {
+    ExplainFrom(std::cin, "standard input");
+    return;
+  }
+  std::ifstream log(arguments.path, std::ios::binary);
+  if (!log) {
+    throw Failure("cannot read " + arguments.path);
+  }
+  ExplainFrom(log, arguments.path);
+}
+
 }  // namespace
 
 void Run(const Arguments& arguments) {
@@ -151,7 +175,7 @@ void Run(const Arguments& arguments) {
     case Command::kExport:
       return Export(arguments);
     case Command::kExplainLog:
-      throw Failure("explain-log: not built yet");
+      return Explain(arguments);
   }
 }
 

@@ -21,13 +21,12 @@ namespace {
 bool ReadLine(std::istream& log, std::string& line) {
   constexpr std::size_t kLimit = 65536;
   line.clear();
-  std::streambuf& buffer = *log.rdbuf();
   constexpr int kEnd = std::char_traits<char>::eof();
-  int next = buffer.sbumpc();
+  int next = log.get();
   if (next == kEnd) {
     return false;
   }
-  for (; next != kEnd && next != '\n'; next = buffer.sbumpc()) {
+  for (; next != kEnd && next != '\n'; next = log.get()) {
     if (line.size() < kLimit) {
       line += std::char_traits<char>::to_char_type(next);
     }
