@@ -5,12 +5,14 @@
 #   scripts/log-reference.sh check   fails when docs/log.md is not what the sources say
 #   scripts/log-reference.sh update  writes it, to be reviewed
 #
-# With the path of a built library, with its symbols, that one is taken.
+# With the path of a built library, with its symbols, that one is taken; NM may name what
+# reads them.
 
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 # shellcheck source=scripts/lib/packages.sh
 source scripts/lib/packages.sh
+export LC_ALL=C.UTF-8 PYTHONDONTWRITEBYTECODE=1
 
 usage='usage: scripts/log-reference.sh check|update [LIBRARY]'
 case "$#:${1:-}" in

@@ -8,6 +8,7 @@ once more, by other means. Beside the reference stands a log with one line of ea
 
 import collections
 import difflib
+import os
 import pathlib
 import re
 import subprocess
@@ -193,7 +194,7 @@ def check_library(lines, library):
     compare("texts", {line.text for line in lines}, texts - {PROTECTED})
 
     symbols = subprocess.run(
-        ["nm", "--demangle", library], check=True, capture_output=True, text=True
+        [os.environ.get("NM", "nm"), "--demangle", library], check=True, capture_output=True, text=True
     ).stdout
     sites = re.findall(r"(\w+)::(~?\w+)\([^\n]*\)::kVornSite$", symbols, re.MULTILINE)
     compare("places", {(line.owner, line.function) for line in lines}, set(sites))
