@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <iterator>
-#include <regex>
 #include <set>
+#include <string_view>
 #include <utility>
 
 #include "Errors.h"
@@ -18,12 +18,46 @@ bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
 char ToLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
-// Words, and perhaps a length: "TEXT", "VARCHAR(20)", "REAL NOT NULL". The library writes
-// a type into its statement as it is, too.
-bool IsPlainType(const std::string& type) {
-  static const std::regex form(
-      "[A-Za-z_][A-Za-z0-9_]*( [A-Za-z0-9_]+)*( ?\\([0-9]+(, ?[0-9]+)?\\))?( [A-Za-z0-9_]+)*");
-  return std::regex_match(type, form);
+bool IsWordLetter(char c) { return IsLetter(c) || IsDigit(c); }
+
+// Words with a blank between each two.
+bool AreWords(std::string_view text) {
+  return !text.empty() && text.front() != ' ' && text.back() != ' ' &&
+         text.find("  ") == std::string_view::npos &&
+         std::all_of(text.begin(), text.end(), [](char c) { return IsWordLetter(c) || c == ' '; });
+}
+
+bool IsNumber(std::string_view text) {
+  return !text.empty() && std::all_of(text.begin(), text.end(), IsDigit);
+}
+
+// "20", "10,2" or "10, 2".
+bool IsLength(std::string_view text) {
+  const std::size_t comma = text.find(',');
+  if (comma == std::string_view::npos) {
+    return IsNumber(text);
+  }
+  const std::size_t second = text.substr(comma + 1, 1) == " " ? comma + 2 : comma + 1;
+  return IsNumber(text.substr(0, comma)) && IsNumber(text.substr(second));
+}
+
+// Words, perhaps with a length behind one: "TEXT", "VARCHAR(20)", "REAL NOT NULL". The
+// library writes a type into its statement as it is, too.
+bool IsPlainType(std::string_view type) {
+  const std::size_t open = type.find('(');
+  if (type.empty() || !IsLetter(type.front())) {
+    return false;
+  }
+  if (open == std::string_view::npos) {
+    return AreWords(type);
+  }
+  const std::size_t close = type.find(')', open);
+  if (close == std::string_view::npos || !IsLength(type.substr(open + 1, close - open - 1))) {
+    return false;
+  }
+  const std::string_view before = type.substr(0, open);
+  const std::string_view after = type.substr(close + 1);
+  return AreWords(before) && (after.empty() || (after.front() == ' ' && AreWords(after.substr(1))));
 }
 
 struct Parts {
@@ -44,7 +78,7 @@ Parts Split(const std::string& text, char separator, const std::string& form) {
 
 bool IsPlainName(const std::string& name) {
   return !name.empty() && IsLetter(name.front()) &&
-         std::all_of(name.begin(), name.end(), [](char c) { return IsLetter(c) || IsDigit(c); });
+         std::all_of(name.begin(), name.end(), IsWordLetter);
 }
 
 void RequirePlainName(const std::string& what, const std::string& name) {

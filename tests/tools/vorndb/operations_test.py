@@ -32,11 +32,13 @@ class Create(Tool):
         )
 
     def test_types_of_several_words_and_with_lengths(self):
-        self.done("create", "t", "a:VARCHAR(20)", "b:DECIMAL(10,2) NOT NULL", "c:REAL UNIQUE")
+        self.done(
+            "create", "t", "a:VARCHAR(20)", "b:DECIMAL(10,2) NOT NULL", "c:D(1, 2)", "d:REAL UNIQUE"
+        )
         self.assertEqual(
             self.schema("t"),
             "CREATE TABLE t (_ID INTEGER PRIMARY KEY, a VARCHAR(20), b DECIMAL(10,2) NOT NULL, "
-            "c REAL UNIQUE)",
+            "c D(1, 2), d REAL UNIQUE)",
         )
 
     def test_an_existing_table_is_left_as_it_is_and_that_is_told(self):

@@ -95,6 +95,13 @@ class WrongUse(Tool):
             "(20)",
             "T(x)",
             "T(1)(2)",
+            "T(",
+            "T()",
+            "T(1,)",
+            "T(1,2,3)",
+            "T(1)N",
+            "TEXT ",
+            "A  B",
         ):
             self.refused(f"'{kind}' is no plain type", "-f", "app.db", "create", "t", f"a:{kind}")
 
