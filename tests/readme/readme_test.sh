@@ -11,6 +11,9 @@ compiler=$4
 ctest=$5
 document=README.md  # that the blocks are taken from
 
+# shellcheck source=scripts/lib/documents.sh
+source "$source/scripts/lib/documents.sh"
+
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
@@ -21,12 +24,7 @@ fail() {
 
 # block NAME: the fenced block behind the line "<!-- NAME -->".
 block() {
-  awk -v mark="<!-- $1 -->" '
-    $0 == mark { wanted = 1; next }
-    wanted && /^```/ { if (inside) exit; inside = 1; next }
-    inside { print; lines++ }
-    END { exit lines == 0 }
-  ' "$source/$document" || fail "it has no block '$1'"
+  block_of "$source/$document" "$1" || fail "it has no block '$1'"
 }
 
 # The counts depend on the machine's time-zone data and on the day's log.
@@ -88,17 +86,17 @@ sample() {
   run_sample
 }
 
-# The guide's program, with the functions that it recommends and the tests try.
+# The guide's functions are those that the tests try, and its programs need C++11 only.
 guide() {
-  write_sample_command
   document=docs/guide.md
-  diff -u <(block quoting) <(sed -n '/^inline/,/^#endif/p' "$source/tests/hostile/Quoting.h" |
-    sed '$d' | sed '$d') || fail "its functions are not those of tests/hostile/Quoting.h"
-  {
-    echo '#include <string>'
-    block quoting
-  } >"$work/quoting.h"
-  run_sample
+  diff -u <(block "include examples/guide/safe.h quoting") \
+    <(sed -n '/^inline/,/^#endif/p' "$source/tests/hostile/Quoting.h" | sed '$d' | sed '$d') ||
+    fail "its functions are not those of tests/hostile/Quoting.h"
+  local -a programs
+  mapfile -t programs < <(find "$source/examples/guide" "$source/examples/contacts" -name '*.cpp')
+  ((${#programs[@]} > 0)) || fail "there are no programs"
+  "$compiler" -std=c++11 -Wall -Wextra -pedantic-errors -Werror -fsyntax-only \
+    -I "$source/include" "${programs[@]}" || fail "its programs are not C++11"
 }
 
 # The tool that the demo has built for this machine.
