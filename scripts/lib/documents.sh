@@ -1,8 +1,8 @@
 # shellcheck shell=bash
 # Sourced by what reads the documents.
 #
-#   block_of DOCUMENT MARK  prints the fenced block behind the line "<!-- MARK -->"; fails
-#   when there is none, or nothing in it. Of several, the first.
+#   block_of DOCUMENT MARK  prints the fenced block behind the line "<!-- MARK -->", or all
+#   of them one after the other; fails when there is none, or nothing in it.
 #
 #   marks DOCUMENT KIND  prints what follows KIND in the lines "<!-- KIND … -->".
 #
@@ -12,7 +12,7 @@
 block_of() {
   awk -v mark="<!-- $2 -->" '
     $0 == mark { wanted = 1; next }
-    wanted && /^```/ { if (inside) exit; inside = 1; next }
+    wanted && /^```/ { inside = !inside; wanted = inside; next }
     inside { print; lines++ }
     END { exit lines == 0 }
   ' "$1"

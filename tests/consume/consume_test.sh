@@ -89,11 +89,14 @@ origin() {
 
 # --- Building and running a host -------------------------------------------------
 
+# The folder of the host's project.
+project=$source/tests/consume/host
+
 # configure WAY FOLDER ARGUMENT...
 configure() {
   local way=$1 folder=$2
   shift 2
-  "$cmake" -S "$source/tests/consume/host" -B "$folder" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" \
+  "$cmake" -S "$project" -B "$folder" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" \
     -DHOST_WAY="$way" "$@" >>"$log" 2>&1 || fail "the host's project does not configure"
 }
 
@@ -102,9 +105,10 @@ build_host() {
   "$cmake" --build "$1" >>"$log" 2>&1 || fail "the host does not build"
 }
 
-# run PROGRAM [DIRECTORY]: with this further directory for shared libraries.
-run() {
-  local program=$1 libraries=${2:-}
+# launch LIBRARIES PROGRAM ARGUMENT...: in the host's own folder, with this further
+# directory for shared libraries, if any; adds what it prints to the case's output.
+launch() {
+  local libraries=$1
   local -a emulator
   read -ra emulator <<<"${VORN_EMULATOR:-}"
   if [ -n "$libraries" ]; then
@@ -112,19 +116,35 @@ run() {
     # An emulated program has a path of its own.
     emulator=("${emulator[@]/#LD_LIBRARY_PATH=/LD_LIBRARY_PATH=$libraries:}")
   fi
-  rm -rf "${work:?}/$case.data"
+  (cd "$work/$case.data" && "${emulator[@]}" "${@:2}") >>"$work/$case.out" 2>>"$log" ||
+    fail "the host fails"
+}
+
+# expect_run FILE UPSERTS: the output is what standard input has, the database file is
+# there, and the log shows so many upserts.
+expect_run() {
+  diff -u - "$work/$case.out" || fail "the host prints something else"
+  [ -s "$work/$case.data/$1" ] || fail "there is no database file"
+  local upserts
+  upserts=$(grep -cE '^I VORN [0-9]+ [0-9]+ Database\.cpp: Upsert\([0-9]+\) > Upsert SUCCESS\[0\]$' "$log") ||
+    true
+  ((upserts == $2)) || fail "the log shows $upserts upserts on standard error, not $2"
+}
+
+new_run() {
+  rm -rf "${work:?}/$case.data" "$work/$case.out"
   mkdir "$work/$case.data"
-  "${emulator[@]}" "$program" "$work/$case.data" >"$work/$case.out" 2>>"$log" || fail "the host fails"
-  diff -u - "$work/$case.out" <<'END' || fail "the host prints something else"
+}
+
+# run PROGRAM [DIRECTORY]: with this further directory for shared libraries.
+run() {
+  new_run
+  launch "${2:-}" "$1" "$work/$case.data"
+  expect_run host.db 2 <<'END'
 PT Portugal
 CI Cote d'Ivoire
 2 rows
 END
-  [ -s "$work/$case.data/host.db" ] || fail "there is no database file"
-  local upserts
-  upserts=$(grep -cE '^I VORN [0-9]+ [0-9]+ Database\.cpp: Upsert\([0-9]+\) > Upsert SUCCESS\[0\]$' "$log") ||
-    true
-  ((upserts == 2)) || fail "the log shows $upserts upserts on standard error, not 2"
 }
 
 # with_package FOLDERS ARGUMENT...: a host that finds the library below FOLDERS.
@@ -152,6 +172,23 @@ find_package() {
 strict() {
   with_package "$prefix" -DHOST_STRICT=ON
   run "$work/$case/host" "$prefix/$libdir"
+}
+
+# The guide's host, a project as authors have it.
+contacts() {
+  project=$source/examples/contacts
+  with_package "$prefix"
+  new_run
+  launch "$prefix/$libdir" "$work/$case/contacts" add "Miles O'Brien" 555-0100
+  launch "$prefix/$libdir" "$work/$case/contacts" add Ana 555-0199
+  launch "$prefix/$libdir" "$work/$case/contacts" list
+  launch "$prefix/$libdir" "$work/$case/contacts" remove Ana
+  launch "$prefix/$libdir" "$work/$case/contacts" list
+  expect_run contacts.db 2 <<'END'
+Miles O'Brien: 555-0100
+Ana: 555-0199
+Miles O'Brien: 555-0100
+END
 }
 
 # As with a device's own libraries, which lie anywhere.
@@ -221,7 +258,7 @@ fetch_content() {
 mkdir -p "$work"
 : >"$log"
 case $case in
-  install | files | origin | find_package | strict | apart | pkg_config | subdirectory | fetch_content)
+  install | files | origin | find_package | strict | contacts | apart | pkg_config | subdirectory | fetch_content)
     "$case"
     ;;
   *) fail "unknown case" ;;

@@ -116,6 +116,63 @@ install() {
   run_sample
 }
 
+# --- Transcripts -----------------------------------------------------------------
+
+# What a transcript leaves out, or what is another each time: progress, process numbers,
+# lines of the sources.
+without_details() {
+  sed -E "s|$work/home|/home/you|g; s/^([VDIWEF] VORN) [0-9]+ [0-9]+ /\1 N N /; s/\([0-9]+\)/(N)/g" |
+    grep -vE '^(-- |\[|…$|Preset |  [A-Z_:]+=|$)' || true
+}
+
+# Makes a script of a transcript: runs its commands, the lines behind "$ " and those that
+# a backslash continues, and prints each as a shell at a terminal does.
+as_script() {
+  local line shown=''
+  while IFS= read -r line; do
+    [[ -n $shown || $line == '$ '* ]] || continue
+    shown+=$line
+    if [[ $line == *\\ ]]; then
+      shown+=$'\n'
+    else
+      printf 'printf "%%s\\n" %q\n%s\n' "$shown" "${shown#'$ '}"
+      shown=''
+    fi
+  done
+}
+
+# transcript NAME BUILT: runs it at a home of its own that has a checkout, with what is
+# BUILT there already.
+transcript() {
+  document=docs/guide.md
+  local checkout=$work/home/vorndatabase
+  mkdir -p "$(dirname "$checkout/build/$2")"
+  (cd "$source" && cp -R CMake* cmake examples include platform src "$checkout")
+  ln -s "$source/build/$2" "$checkout/build/$2"
+  block "transcript $1" >"$work/transcript"
+  as_script <"$work/transcript" >"$work/script"
+  block "file device.cmake" >"$work/home/device.cmake"
+  (
+    export HOME=$work/home
+    unset VORN_DLOG_PRIORITY LD_LIBRARY_PATH CXX CMAKE_TOOLCHAIN_FILE LDFLAGS
+    cd && bash "$work/script" </dev/null
+  ) >"$work/output" 2>&1 || true
+  diff -u <(without_details <"$work/transcript") <(without_details <"$work/output") || {
+    cat "$work/output" >&2
+    fail "its commands print something else than it shows"
+  }
+}
+
+# A host on this machine, with the library that the demo has built.
+host() {
+  transcript host demo
+}
+
+# The same for the device.
+device() {
+  transcript device sysroot/armhf
+}
+
 # Every folder that they name in backticks and every file that they link to exists.
 places() {
   places_in README.md
@@ -139,7 +196,7 @@ places_in() { # DOCUMENT
 }
 
 case $case in
-  demo | tool | suite | sample | install | guide | places) "$case" ;;
+  demo | tool | suite | sample | install | guide | host | device | places) "$case" ;;
   *) fail "unknown case" ;;
 esac
 echo "$case: as $document says"
