@@ -74,11 +74,14 @@ case_changes_are_noticed() {
 
 # Every program is shown with what it prints, and every file somewhere.
 case_complete() {
-  local program file
+  local program edge file
   while read -r program; do
     marks "$guide" output | grep -qx "${program#guide_}" || fail "the guide has no output of $program"
   done < <(find "$programs" -maxdepth 1 -type f -perm -u+x -name 'guide_*' -not -name guide_edges \
     -printf '%f\n')
+  for edge in $(run_program "$programs" edges 2>&1 | sed 's/.*, one of//'); do
+    marks "$guide" output | grep -qx "edges $edge" || fail "the guide has no output of guide_edges $edge"
+  done
   while read -r file; do
     marks "$guide" include | grep -qE "^$file( |\$)" || fail "the guide includes nothing of $file"
   done < <(cd "$source" && find examples/guide examples/contacts -name '*.cpp' -not -name main.cpp)
