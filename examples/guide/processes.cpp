@@ -3,12 +3,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <exception>
 #include <iostream>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "CreateRequest.h"
 #include "Cursor.h"
@@ -30,15 +30,14 @@ void Check(int result, const std::string& task) {
   }
 }
 
-template <typename Request>
-void Address(Request& request) {
+// Tries again when the others keep the file busy for longer than the library waits; a
+// row is written whole or not at all.
+int WriteRow(int writer, int number) {
+  UpsertRequest request;
   request.SetPath(".", "processes.db");
   request.SetTable("row");
-}
-
-// A file that others keep busy for longer than the library waits gives 5. One row is
-// one request, so it can simply be written again.
-int WriteOnce(UpsertRequest& request) {
+  request.SetData(kWriter, writer);
+  request.SetData(kNumber, number);
   constexpr int kBusy = 5;
   int result = kBusy;
   for (int attempt = 0; result == kBusy && attempt < 20; ++attempt) {
@@ -47,52 +46,42 @@ int WriteOnce(UpsertRequest& request) {
   return result;
 }
 
-void WriteRows(int writer) {
-  for (int number = 0; number < kRows; ++number) {
-    UpsertRequest request;
-    Address(request);
-    request.SetData(kWriter, writer);
-    request.SetData(kNumber, number);
-    Check(WriteOnce(request), "write a row");
+int WriteRows(int writer) {
+  int result = 0;
+  for (int number = 0; result == 0 && number < kRows; ++number) {
+    result = WriteRow(writer, number);
   }
-}
-
-// In a child: the exit status tells the parent.
-int WriteRowsAsChild(int writer) {
-  try {
-    WriteRows(writer);
-    return 0;
-  } catch (const std::exception& error) {
-    std::cerr << "processes, writer " << writer << ": " << error.what() << '\n';
-    return 1;
-  }
+  return result;
 }
 
 }  // namespace
 
 int main() try {
   CreateRequest create;
-  Address(create);
+  create.SetPath(".", "processes.db");
+  create.SetTable("row");
   create.SetPrimaryKey(kWriter, "INTEGER");
   create.SetCompositeKey(kNumber, "INTEGER");
   Check(Database().CreateTable(create), "create the table");
 
-  std::array<pid_t, kWriters> children{};
+  std::vector<pid_t> children;
   for (int writer = 0; writer < kWriters; ++writer) {
-    pid_t& child = children.at(writer);
-    child = fork();  // nothing is open between operations, so nothing is inherited
+    const pid_t child = fork();  // nothing is open between operations, and so inherited
     if (child == 0) {
-      _exit(WriteRowsAsChild(writer));
+      return WriteRows(writer);
     }
-    Check(child > 0 ? 0 : errno, "start a child");
+    Check(child < 0 ? errno : 0, "start a child");
+    children.push_back(child);
   }
   for (const pid_t child : children) {
-    int status = 0;
-    Check(waitpid(child, &status, 0) == child ? status : errno, "wait for a child");
+    int status = -1;
+    waitpid(child, &status, 0);
+    Check(status, "write the rows");
   }
 
   SelectRequest select;
-  Address(select);
+  select.SetPath(".", "processes.db");
+  select.SetTable("row");
   Cursor cursor;
   Check(Database().Select(select, cursor), "select");
   std::cout << cursor.GetCount() << " rows from " << kWriters << " processes\n";

@@ -27,15 +27,14 @@ void Check(int result, const std::string& task) {
   }
 }
 
-template <typename Request>
-void Address(Request& request) {
+// Tries again when the others keep the file busy for longer than the library waits; a
+// row is written whole or not at all.
+int WriteRow(int writer, int number) {
+  UpsertRequest request;
   request.SetPath(".", "threads.db");
   request.SetTable("row");
-}
-
-// A file that others keep busy for longer than the library waits gives 5. One row is
-// one request, so it can simply be written again.
-int WriteOnce(UpsertRequest& request) {
+  request.SetData(kWriter, writer);
+  request.SetData(kNumber, number);
   constexpr int kBusy = 5;
   int result = kBusy;
   for (int attempt = 0; result == kBusy && attempt < 20; ++attempt) {
@@ -44,35 +43,35 @@ int WriteOnce(UpsertRequest& request) {
   return result;
 }
 
-void WriteRows(int writer) {
-  for (int number = 0; number < kRows; ++number) {
-    UpsertRequest request;
-    Address(request);
-    request.SetData(kWriter, writer);
-    request.SetData(kNumber, number);
-    Check(WriteOnce(request), "write a row");
+int WriteRows(int writer) {
+  int result = 0;
+  for (int number = 0; result == 0 && number < kRows; ++number) {
+    result = WriteRow(writer, number);
   }
+  return result;
 }
 
 }  // namespace
 
 int main() try {
   CreateRequest create;
-  Address(create);
+  create.SetPath(".", "threads.db");
+  create.SetTable("row");
   create.SetPrimaryKey(kWriter, "INTEGER");
   create.SetCompositeKey(kNumber, "INTEGER");
   Check(Database().CreateTable(create), "create the table");
 
-  std::vector<std::future<void>> writers;
+  std::vector<std::future<int>> writers;
   for (int writer = 0; writer < kWriters; ++writer) {
     writers.push_back(std::async(std::launch::async, WriteRows, writer));
   }
-  for (std::future<void>& writer : writers) {
-    writer.get();  // throws here what was thrown there
+  for (std::future<int>& writer : writers) {
+    Check(writer.get(), "write the rows");  // throws what was thrown there
   }
 
   SelectRequest select;
-  Address(select);
+  select.SetPath(".", "threads.db");
+  select.SetTable("row");
   Cursor cursor;
   Check(Database().Select(select, cursor), "select");
   std::cout << cursor.GetCount() << " rows from " << kWriters << " threads\n";
