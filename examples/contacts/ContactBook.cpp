@@ -1,6 +1,7 @@
 #include "ContactBook.h"
 
 #include <stdexcept>
+#include <utility>
 
 #include "CreateRequest.h"
 #include "Cursor.h"
@@ -42,7 +43,7 @@ void Address(Request& request, const std::string& directory) {
 
 }  // namespace
 
-ContactBook::ContactBook(const std::string& directory) : m_directory(directory) {
+ContactBook::ContactBook(std::string directory) : m_directory(std::move(directory)) {
   CreateRequest request;
   Address(request, m_directory);
   request.SetPrimaryKey(kName, "TEXT");

@@ -17,7 +17,7 @@ struct Contact {
 class ContactBook {
  public:
   // Opens or makes the file contacts.db in a directory that exists.
-  explicit ContactBook(const std::string& directory);
+  explicit ContactBook(std::string directory);
 
   // Adds a contact, or gives the one with this name another number.
   void Write(const Contact& contact);

@@ -61,10 +61,13 @@ int main() try {
   Write("Rui", "red");
   Write("Eva", "blue");
 
-  SelectRequest all, red, one, none;
+  SelectRequest all;
+  SelectRequest red;
   red.SetWhere(kTeam, "red");
+  SelectRequest one;
   one.SetWhere(kTeam, "blue");
   one.SetWhere(kName, "Eva");
+  SelectRequest none;
   none.SetWhere(kTeam, "green");
   Print("all", all);
   Print("red", red);

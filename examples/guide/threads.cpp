@@ -62,6 +62,7 @@ int main() try {
   Check(Database().CreateTable(create), "create the table");
 
   std::vector<std::future<int>> writers;
+  writers.reserve(kWriters);
   for (int writer = 0; writer < kWriters; ++writer) {
     writers.push_back(std::async(std::launch::async, WriteRows, writer));
   }
