@@ -147,7 +147,7 @@ transcript() {
   document=docs/guide.md
   local checkout=$work/home/vorndatabase
   mkdir -p "$(dirname "$checkout/build/$2")"
-  (cd "$source" && cp -R ./*.md CMake* abi cmake docs examples include platform src "$checkout")
+  (cd "$source" && cp -R ./*.md CMake* abi cmake docs examples include platform src tools "$checkout")
   ln -s "$source/build/$2" "$checkout/build/$2"
   block "transcript $1" >"$work/transcript"
   as_script <"$work/transcript" >"$work/script"
