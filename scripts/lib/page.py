@@ -1,0 +1,151 @@
+#!/usr/bin/env python3
+"""Makes a file of the repository into what Doxygen reads for the site.
+
+usage: page.py FILE
+
+A Markdown page is written for readers of the repository. In the site
+
+- every page and heading gets the name by which others link to it;
+- a link to another page, or to a public header, leads to that one's place in the site;
+- a link to anything else of the repository becomes its text, since that is not there;
+- "<!-- sample of README.md -->" is replaced by the README's program.
+
+In a header the percent signs of log lines are kept as they are.
+"""
+
+import pathlib
+import re
+import sys
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+NAMES = {
+    "README.md": "readme",
+    "CONTRIBUTING.md": "contributing",
+    "CHANGELOG.md": "changelog",
+    "abi/README.md": "abi",
+    "docs/mainpage.md": "index",
+}
+SPAN = re.compile(r"(`+)(.+?)\1(?!`)")
+LINK = re.compile(r"(!?)\[((?:[^][]|\[[^][]*\])*)\]\(([^()\s]+)\)")
+
+
+def page_name(path):
+    """The name in the site of a Markdown page, or None."""
+    relative = path.relative_to(ROOT).as_posix()
+    if relative in NAMES:
+        return NAMES[relative]
+    return path.stem if re.fullmatch(r"docs/\w+\.md", relative) else None
+
+
+def slug(heading):
+    """A heading's anchor, as repository pages form it."""
+    text = LINK.sub(r"\2", heading).replace("`", "").strip().lower()
+    return re.sub(r"[^\w\- ]", "", text).replace(" ", "-")
+
+
+def is_inside(path):
+    """Whether the path is one of the repository."""
+    return path == ROOT or ROOT in path.parents
+
+
+class Page:
+    """One Markdown page on its way into the site."""
+
+    def __init__(self, path):
+        self.path = path
+        self.name = page_name(path)
+        self.slugs = {}
+
+    def heading(self, match):
+        """A heading with its name."""
+        marks, text = match[1], match[2].strip()
+        if len(marks) == 1:
+            return f"# {text}" if self.name == "index" else f"# {text} {{#{self.name}}}"
+        anchor = slug(text)
+        number = self.slugs.get(anchor, 0)
+        self.slugs[anchor] = number + 1
+        suffix = f"-{number}" if number else ""
+        return f"{marks} {self.inline(text)} {{#{self.name}-{anchor}{suffix}}}"
+
+    def link(self, match):
+        """A link as the site can follow it, or its text."""
+        image, text, target = match.groups()
+        if re.match(r"[a-z]+:", target):
+            return match[0]
+        place, _, anchor = target.partition("#")
+        path = (self.path.parent / place).resolve() if place else self.path
+        if image:
+            return f"![{text}]({path.name})"
+        name = page_name(path) if path.suffix == ".md" and is_inside(path) else None
+        if name:
+            return f'[{text}](@ref {name}{"-" + anchor if anchor else ""})'
+        if path.parent == ROOT / "include" and path.suffix == ".h":
+            return f"[{text}](@ref {path.stem})"
+        return text
+
+    def inline(self, line):
+        """A line of text: links and characters outside of code."""
+        spans = []
+
+        def keep(match):
+            # A code span with a quote in it would end at the quote.
+            code = match[2].replace("\\|", "|") if line.startswith("|") else match[2]
+            code = code.strip()
+            spans.append(f"`` {code} ``" if "`" not in code and "'" in code else match[0])
+            return f"\0{len(spans) - 1}\0"
+
+        line = LINK.sub(self.link, SPAN.sub(keep, line))
+        line = re.sub(r"(?<!\\)%(?=\w)", r"\\%", line)
+        line = re.sub(r"@(?!ref )", r"\\@", line)
+        return re.sub(r"\0(\d+)\0", lambda match: spans[int(match[1])], line)
+
+    def convert(self, text):
+        """The whole page."""
+        lines, fence = [], None
+        for line in text.splitlines():
+            mark = re.match(r"\s*(```+)", line)
+            if fence or mark:
+                fence = mark[1] if mark and not fence else None if mark else fence
+                lines.append(line)
+                continue
+            title = re.match(r"(#{1,6}) (.*)$", line)
+            if line == "<!-- sample of README.md -->":
+                lines += readme_sample()
+            elif title:
+                lines.append(self.heading(title))
+            else:
+                lines.append(self.inline(line))
+        return "\n".join(lines) + "\n"
+
+
+def readme_sample():
+    """The README's program, in its fence."""
+    readme = (ROOT / "README.md").read_text(encoding="utf-8")
+    return re.search(r"<!-- sample -->\n(```cpp\n.*?^```)$", readme, re.M | re.S)[1].splitlines()
+
+
+def header(text):
+    """A header whose comments keep their percent signs."""
+    lines = []
+    for line in text.splitlines():
+        if line.lstrip().startswith("///"):
+            parts = re.split(r"(`[^`]*`)", line)
+            line = "".join(
+                part if part.startswith("`") else re.sub(r"%(?=\w)", r"\\%", part) for part in parts
+            )
+        lines.append(line)
+    return "\n".join(lines) + "\n"
+
+
+def main():
+    """Prints the file as Doxygen is to see it."""
+    if len(sys.argv) != 2:
+        sys.exit(__doc__)
+    path = pathlib.Path(sys.argv[1]).resolve()
+    text = path.read_text(encoding="utf-8")
+    sys.stdout.reconfigure(encoding="utf-8")
+    print(header(text) if path.suffix == ".h" else Page(path).convert(text), end="")
+
+
+if __name__ == "__main__":
+    main()
