@@ -61,26 +61,33 @@ class BaseSet : public BasePath {
   /// @throws std::logic_error for a null text value; the map is unchanged.
   /// @throws std::bad_alloc when memory is exhausted; the map is unchanged.
   void SetData(const char* column, const char* value);
-  /// @overload
+  /// @copydoc SetData(const char*, const char*)
   void SetData(const char* column, int value);
-  /// @overload
+  /// @copydoc SetData(const char*, const char*)
   void SetData(const char* column, double value);
 
   /// Adds one condition "column equals value" to the where map, unless this very
   /// pointer already has one. Conditions are joined by AND; there is no other
-  /// operator. Parameters, text forms and exceptions are those of `SetData`.
+  /// operator. Text forms and exceptions are those of `SetData`.
+  ///
+  /// @param column column name; kept by pointer (see the class).
+  /// @param value the value, stored as text.
   void SetWhere(const char* column, double value);
-  /// @overload
+  /// @copydoc SetWhere(const char*, double)
   void SetWhere(const char* column, const char* value);
-  /// @overload
+  /// @copydoc SetWhere(const char*, double)
   void SetWhere(const char* column, int value);
 
-  /// Replaces `columns` with a copy of the data map. The copy shares the
-  /// caller's column-name pointers. Takes no lock.
+  /// Copies the data map out. The copy shares the caller's column-name pointers.
+  /// Takes no lock.
+  ///
+  /// @param[out] columns is replaced by the copy.
   void GetDataMap(ColumnMap& columns);
 
-  /// Replaces `columns` with a copy of the where map. The copy shares the
-  /// caller's column-name pointers. Takes no lock.
+  /// Copies the where map out. The copy shares the caller's column-name pointers.
+  /// Takes no lock.
+  ///
+  /// @param[out] columns is replaced by the copy.
   void GetWhereMap(ColumnMap& columns);
 
  private:

@@ -40,20 +40,28 @@ class CreateRequest : public BasePath {
   /// Releases the copies that are held. Takes no lock.
   ~CreateRequest() override;
 
-  /// Stores a copy of the table name; null changes nothing.
+  /// Stores a copy of the table name.
+  ///
+  /// @param table table name, NUL-terminated; null changes nothing. It is
+  ///        written into the statement as it stands, unquoted.
   /// @warning Set it once. A repeated call never releases the earlier copy.
   /// @throws std::bad_alloc when memory is exhausted.
   void SetTable(const char* table);
 
-  /// Stores copies of the name and the SQL type of the primary key column; a
-  /// null argument leaves its text as it was. The key counts as given once both
-  /// are set and non-empty.
+  /// Stores copies of the name and the SQL type of the primary key column. The
+  /// key counts as given once both are set and non-empty.
+  ///
+  /// @param name column name; null leaves it as it was.
+  /// @param type SQL type; null leaves it as it was.
   /// @warning Set it once. A repeated call never releases the earlier copies.
   /// @throws std::bad_alloc when memory is exhausted.
   void SetPrimaryKey(const char* name, const char* type);
 
   /// Stores copies of the name and the SQL type of the second key column, which
   /// makes the primary key composite. As `SetPrimaryKey` otherwise.
+  ///
+  /// @param name column name; null leaves it as it was.
+  /// @param type SQL type; null leaves it as it was.
   void SetCompositeKey(const char* name, const char* type);
 
   /// Appends one column.
@@ -65,18 +73,28 @@ class CreateRequest : public BasePath {
   /// @throws std::bad_alloc when memory is exhausted; the list is unchanged.
   void SetColumnKey(const char* name, const char* type);
 
-  /// Reads the table name back; an unset name leaves `table` as it was.
+  /// Reads the table name back.
+  ///
+  /// @param[out] table receives the name; left as it was when none has been set.
   void GetTable(std::string& table);
 
   /// Reads the primary key back. Both outputs are assigned when both texts are
   /// set; otherwise neither is touched.
+  ///
+  /// @param[out] name receives the column name.
+  /// @param[out] type receives the SQL type.
   void GetPrimaryKey(std::string& name, std::string& type);
 
   /// Reads the second key column back. As `GetPrimaryKey` otherwise.
+  ///
+  /// @param[out] name receives the column name.
+  /// @param[out] type receives the SQL type.
   void GetCompositeKey(std::string& name, std::string& type);
 
-  /// Replaces `keys` with a copy of the column list. The copy shares the
-  /// caller's column-name pointers. Takes no lock.
+  /// Copies the column list out. The copy shares the caller's column-name
+  /// pointers. Takes no lock.
+  ///
+  /// @param[out] keys is replaced by the copy.
   void GetColumnKey(ColumnKeys& keys);
 
  private:

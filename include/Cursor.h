@@ -51,6 +51,7 @@ class Cursor {
   /// Copies columns, cells and position, without a lock and without a log line.
   Cursor(const Cursor&) = default;
   /// Copies columns, cells and position, without a lock and without a log line.
+  /// @return this cursor.
   Cursor& operator=(const Cursor&) = default;
 
   /// @name Filling
@@ -75,12 +76,14 @@ class Cursor {
   void SetData(const char* column, const char* value);
   /// @}
 
-  /// The number of rows: -1 without columns; the length of the column-name list,
-  /// so normally 1, with exactly one column; otherwise the number of cells of
-  /// the column that comes second in byte-wise order of the names.
+  /// Counts the rows.
+  /// @return -1 without columns; the length of the column-name list, so normally
+  ///         1, with exactly one column; otherwise the number of cells of the
+  ///         column that comes second in byte-wise order of the names.
   int GetCount();
 
-  /// Replaces `columns` with the column names in the order of declaration.
+  /// Copies the column names out, in the order of declaration.
+  /// @param[out] columns is replaced by the copy.
   /// @return 0; or 1, with `columns` untouched, when there are none.
   int GetColumn(std::vector<std::string>& columns);
 
@@ -110,10 +113,13 @@ class Cursor {
   int MoveToPosition(int position);
 
   /// Tells whether there is a row of that number.
+  /// @param position row number, from 0.
+  /// @return true when there is.
   bool IsValidPosition(int position);
 
-  /// The current position: a row number, -1 before the first row, the row count
-  /// behind the last one, or what a move that failed left.
+  /// Tells the current position.
+  /// @return a row number, -1 before the first row, the row count behind the last
+  ///         one, or what a move that failed left.
   int GetPosition();
   /// @}
 
@@ -127,17 +133,26 @@ class Cursor {
   /// @{
 
   /// Reads a cell as text.
+  /// @param column column name.
+  /// @param[out] value receives the text.
+  /// @return 0; or 1, with `value` untouched and a line in the log.
   int GetString(const char* column, std::string& value);
 
   /// Reads the integer that the cell begins with, as a default input stream
   /// does: leading blanks are skipped and what follows the number is ignored
   /// ("42abc" is 42, "3.9" is 3). "CONVERT TO INT ERROR!!!" when there is none or
   /// it does not fit an `int`; so for NULL cells, which are empty.
+  /// @param column column name.
+  /// @param[out] value receives the integer.
+  /// @return 0; or 1, with `value` untouched and a line in the log.
   int GetInt(const char* column, int& value);
 
   /// Reads the number that the cell begins with, as a default input stream does.
   /// "CONVERT TO DOUBLE ERROR!!!" when there is none or it does not fit a
   /// `double`.
+  /// @param column column name.
+  /// @param[out] value receives the number.
+  /// @return 0; or 1, with `value` untouched and a line in the log.
   int GetDouble(const char* column, double& value);
   /// @}
 

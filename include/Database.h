@@ -64,6 +64,7 @@ class Database {
   /// Does nothing: there is no state to copy.
   Database(const Database&) = default;
   /// Does nothing: there is no state to copy.
+  /// @return this object.
   Database& operator=(const Database&) = default;
 
   /// Writes values into the rows that meet the conditions.

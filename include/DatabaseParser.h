@@ -38,6 +38,7 @@ class DatabaseParser {
   /// Does nothing: there is no state to copy.
   DatabaseParser(const DatabaseParser&) = default;
   /// Does nothing: there is no state to copy.
+  /// @return this object.
   DatabaseParser& operator=(const DatabaseParser&) = default;
 
   /// Steps a query whose first column is a count.
@@ -71,6 +72,9 @@ class DatabaseParser {
   int ParseDatabase(sqlite3* db, sqlite3_stmt* stmt, Cursor& cursor);
 
   /// The rule, the constants and the log lines of `Database::IsRetryLimit`.
+  ///
+  /// @param[in,out] count busy results so far in the caller's loop; incremented.
+  /// @return as there.
   bool IsRetryLimit(int& count);
 };
 

@@ -29,21 +29,32 @@ class JoinRequest : public BaseSet {
   /// Releases the copies that are held.
   ~JoinRequest() override;
 
-  /// Stores copies of the left side's table and column; a null argument leaves
-  /// its text as it was.
+  /// Stores copies of the left side's table and column.
+  ///
+  /// @param table table name; null leaves it as it was.
+  /// @param column column name; null leaves it as it was.
   /// @warning Set each once. A repeated call never releases the earlier copies.
   /// @throws std::bad_alloc when memory is exhausted.
   void SetLeftJoin(const char* table, const char* column);
 
   /// Stores copies of the right side's table and column. As `SetLeftJoin`
   /// otherwise.
+  ///
+  /// @param table table name; null leaves it as it was.
+  /// @param column column name; null leaves it as it was.
   void SetRightJoin(const char* table, const char* column);
 
   /// Reads the left side back. Both outputs are assigned when both texts are
   /// set; otherwise neither is touched.
+  ///
+  /// @param[out] table receives the table name.
+  /// @param[out] column receives the column name.
   void GetLeftJoin(std::string& table, std::string& column);
 
   /// Reads the right side back. As `GetLeftJoin` otherwise.
+  ///
+  /// @param[out] table receives the table name.
+  /// @param[out] column receives the column name.
   void GetRightJoin(std::string& table, std::string& column);
 
  private:

@@ -44,39 +44,59 @@ class SqlGenerator {
   /// Does nothing: there is no state to copy.
   SqlGenerator(const SqlGenerator&) = default;
   /// Does nothing: there is no state to copy.
+  /// @return this object.
   SqlGenerator& operator=(const SqlGenerator&) = default;
 
   /// Joins directory and file name into a path: a "/" is put between them
   /// unless the directory ends in one or is empty.
+  /// @param dir directory, with or without a trailing "/".
+  /// @param file file name.
+  /// @param[out] path receives the path.
   void GetDBPath(std::string dir, std::string file, std::string& path);
 
   /// "SELECT COUNT(*) from sqlite_master WHERE TYPE='table' AND NAME='…'"
+  /// @param table table name; a quote in it ends the text early.
+  /// @param[out] sql receives the statement.
   void GetCheckTableSql(std::string table, std::string& sql);
 
   /// "CREATE TABLE IF NOT EXISTS …"
+  /// @param request table, keys and columns; only read.
+  /// @param[out] sql receives the statement.
   void GetCreateTableSql(CreateRequest& request, std::string& sql);
 
   /// "DROP TABLE …"
+  /// @param request table; only read.
+  /// @param[out] sql receives the statement.
   void GetDropTableSql(DropRequest& request, std::string& sql);
 
   /// "SELECT * FROM …", with a WHERE clause when there are conditions.
+  /// @param request table and conditions; only read.
+  /// @param[out] sql receives the statement.
   void GetSelectSql(SelectRequest& request, std::string& sql);
 
   /// "SELECT  * FROM … INNER JOIN … ON … = …" (two blanks after SELECT), with a
   /// WHERE clause when there are conditions.
+  /// @param request sides and conditions; only read.
+  /// @param[out] sql receives the statement.
   void GetJoinSql(JoinRequest& request, std::string& sql);
 
   /// "INSERT OR REPLACE INTO … (…) VALUES (…)"
+  /// @param request table and values; only read.
+  /// @param[out] sql receives the statement.
   void GetUpsertSql(UpsertRequest& request, std::string& sql);
 
   /// "UPDATE … SET … WHERE …". The WHERE is written even without conditions, and
   /// SQLite then rejects the statement as incomplete. It is always cut at its last
   /// " AND", however, which without conditions may stand inside a value: after an
   /// undoubled quote ("x' AND") what is left is complete and changes every row.
+  /// @param request table, values and conditions; only read.
+  /// @param[out] sql receives the statement.
   void GetUpdateSql(UpdateRequest& request, std::string& sql);
 
   /// "DELETE  FROM …" (two blanks after DELETE), with a WHERE clause when there
   /// are conditions.
+  /// @param request table and conditions; only read.
+  /// @param[out] sql receives the statement.
   void GetDeleteSql(DeleteRequest& request, std::string& sql);
 };
 

@@ -6,7 +6,7 @@ usage: calls.py FOLDER OUTPUT
 FOLDER holds the call graphs that GCC writes with -fcallgraph-info (*.ci), of unoptimised
 code, so that no call is folded into another. OUTPUT receives one Graphviz source per
 operation, the comments that put the drawings on the operations' pages (calls.dox), and the
-calls themselves (calls.txt: operation, caller, callee).
+calls in their order (calls.txt: operation, depth, function).
 
 Shown are the members of the public classes, and what is called of SQLite, of the system and
 of the platform's lock; of our other functions those on the way to one of these. The standard
@@ -64,6 +64,7 @@ class Graph:
         self.calls = {}  # caller's key to callees' keys, in the order of the code
         self.names = {}  # key to short name
         self.files = {}  # key to the file it is defined in
+        self.signatures = {}  # key to the function as the source has it
         edges, labels = [], {}
         for path in sorted(folder.glob("**/*.ci")):
             for line in path.read_text(encoding="utf-8").splitlines():
@@ -72,21 +73,22 @@ class Graph:
                     if "shape : ellipse" not in line or values["title"] not in labels:
                         labels[values["title"]] = values["label"]
                 elif line.startswith("edge:"):
-                    place = values.get("label", "")
-                    edges.append((values["sourcename"], values["targetname"], place))
+                    edges.append((values["sourcename"], values["targetname"]))
         if not edges:
             sys.exit(f"calls.py: no call graph in {folder}")
-        titles = sorted({title for edge in edges for title in edge[:2]} | set(labels))
+        titles = sorted({title for edge in edges for title in edge} | set(labels))
         functions = demangled(titles)
         self.mangled = {}
         for title in titles:
             key = self.key(title, functions)
             self.names[key] = short_name(functions[title])
-            place = labels.get(title, "").rpartition("\\n")[2].split(":")[0]
+            signature, _, place = labels.get(title, "").rpartition("\\n")
             if place:
-                self.files[key] = pathlib.PurePath(place).name
+                self.files[key] = pathlib.PurePath(place.split(":")[0]).name
+                self.signatures[key] = signature
             self.mangled.setdefault(key, title.rpartition(":")[2])
-        for source, target, _ in sorted(set(edges), key=self.code_order):
+        # In the compiler's order, that of the course of a function.
+        for source, target in edges:
             callees = self.calls.setdefault(self.key(source, functions), [])
             callee = self.key(target, functions)
             if callee not in callees:
@@ -96,12 +98,6 @@ class Graph:
     def key(title, functions):
         """One for both names of a constructor; another for each file's local function."""
         return (title.rpartition(":")[0], functions[title])
-
-    @staticmethod
-    def code_order(edge):
-        """Calls as they stand in the file."""
-        numbers = [int(part) for part in re.findall(r":(\d+)", edge[2])]
-        return edge[0], numbers, edge[1]
 
     def operations(self):
         """The members of Database but its constructor and destructor."""
@@ -237,16 +233,21 @@ class Drawing:
         lines += [f"  n{numbers[caller]} -> n{numbers[key]}" for caller, key in self.edges]
         return "\n".join(lines + ["}"]) + "\n"
 
-    def calls(self):
-        """The calls, one per line."""
-        names = self.graph.names
-        return [f"{self.operation} {names[caller]} {names[key]}" for caller, key in self.edges]
+    def calls(self, caller=None, depth=0):
+        """The calls in their order, one per line; there is no recursion."""
+        caller = caller or self.start
+        lines = [f"{self.operation} {depth} {self.graph.names[caller]}"]
+        for source, key in self.edges:
+            if source == caller:
+                lines += self.calls(key, depth + 1)
+        return lines
 
     def comment(self):
         """What puts the drawing on the operation's page."""
-        signature = re.sub(r"std::__cxx11::basic_string<.*?> >", "std::string", self.start[1])
+        signature = self.graph.signatures[self.start]
         return (
-            f"/** @fn int {signature}\n    @par What it calls\n"
+            f"/** @fn {signature}\n    @par What it calls\n"
+            f"    Found by the compiler. Dashed: not public. \N{TRIGRAM FOR HEAVEN}: writes log lines.\n"
             f"    @dotfile {self.operation}.dot\n*/\n"
         )
 

@@ -1,0 +1,106 @@
+#!/usr/bin/env bash
+# Makes the site of the interface in build/docs/html, and checks it:
+#
+#   scripts/docs.sh              the site; fails when something public is undocumented,
+#                                a link is dead or a drawing is older than its source
+#   scripts/docs.sh diagrams     the drawings in docs/diagrams, anew
+#   scripts/docs.sh screenshots  the site, and what it looks like on a desktop and on a
+#                                phone, in build/docs/screenshots
+
+set -euo pipefail
+shopt -s inherit_errexit
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+# shellcheck source=scripts/lib/packages.sh
+source scripts/lib/packages.sh
+# shellcheck source=scripts/lib/diagrams.sh
+source scripts/lib/diagrams.sh
+
+usage() {
+  echo 'usage: scripts/docs.sh [diagrams|screenshots]'
+}
+
+# What the compiler knows of who calls whom, in code that is left as it is written.
+write_calls() {
+  mkdir -p build/docs/calls
+  find src -name '*.cpp' -print0 | sort -z |
+    while IFS= read -r -d '' source; do
+      printf -- '-c %s -o build/docs/calls/%s.o\n' "$source" "${source//\//_}"
+    done |
+    xargs -P "$(nproc)" -L 1 g++ -std=c++17 -O0 -fcallgraph-info -I include -I src \
+      -I platform/dlog -I platform/vornutil
+  python3 scripts/lib/calls.py build/docs/calls build/docs/calls
+}
+
+# Diagrams of the course of an operation name calls that there are, and all of SQLite's.
+check_courses() {
+  python3 scripts/lib/courses.py build/docs/calls/calls.txt docs/diagrams/*.dot
+}
+
+version() {
+  sed -nE '/^project\(/,/\)/s/.*VERSION ([0-9.]+).*/\1/p' CMakeLists.txt
+}
+
+run_doxygen() {
+  local number
+  number=$(version)
+  [[ -n $number ]] || {
+    echo 'docs.sh: no version in CMakeLists.txt' >&2
+    return 1
+  }
+  {
+    cat docs/Doxyfile
+    cat <<CONFIGURATION
+PROJECT_NUMBER   = $number
+OUTPUT_DIRECTORY = build/docs
+INPUT           += build/docs/calls/calls.dox
+DOTFILE_DIRS     = build/docs/calls
+CONFIGURATION
+  } >build/docs/Doxyfile
+  doxygen build/docs/Doxyfile
+  # Nothing of it runs in a browser, and what makes pictures from maps is done.
+  rm -f build/docs/html/*.js build/docs/html/*.map build/docs/html/*.md5
+}
+
+check_pages() {
+  python3 scripts/lib/links.py pages ./*.md docs/*.md abi/*.md
+}
+
+check_site() {
+  python3 scripts/lib/links.py site build/docs/html
+}
+
+make_site() {
+  require_packages "${docs_packages[@]}"
+  rm -rf build/docs
+  run_quietly '== docs: drawings' check_diagrams docs/diagrams
+  run_quietly '== docs: calls' write_calls
+  run_quietly '== docs: courses' check_courses
+  run_quietly '== docs: site' run_doxygen
+  run_quietly '== docs: links of the repository' check_pages
+  run_quietly '== docs: links of the site' check_site
+  echo '== docs: done; the site begins at build/docs/html/index.html'
+}
+
+make_screenshots() {
+  require_packages "${docs_packages[@]}" "${screenshot_packages[@]}"
+  make_site
+  run_quietly '== docs: screenshots' python3 scripts/lib/screenshots.py build/docs/html \
+    build/docs/screenshots index classDatabase guide architecture
+  echo '== docs: done; the screenshots are in build/docs/screenshots'
+}
+
+export LC_ALL=C.UTF-8
+
+case "$#:${1:-}" in
+  0:) make_site ;;
+  1:diagrams)
+    require_packages "${docs_packages[@]}"
+    render_diagrams docs/diagrams
+    ;;
+  1:screenshots) make_screenshots ;;
+  1:-h | 1:--help) usage ;;
+  *)
+    usage >&2
+    exit 2
+    ;;
+esac
