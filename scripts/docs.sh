@@ -27,7 +27,7 @@ write_calls() {
       printf -- '-c %s -o build/docs/calls/%s.o\n' "$source" "${source//\//_}"
     done |
     xargs -P "$(nproc)" -L 1 g++ -std=c++17 -O0 -fcallgraph-info -I include -I src \
-      -I platform/dlog -I platform/vornutil
+      -I platform/dlog -I platform/vornutil || return
   python3 scripts/lib/calls.py build/docs/calls build/docs/calls
 }
 
@@ -56,9 +56,7 @@ INPUT           += build/docs/calls/calls.dox
 DOTFILE_DIRS     = build/docs/calls
 CONFIGURATION
   } >build/docs/Doxyfile
-  doxygen build/docs/Doxyfile
-  # Nothing of it runs in a browser, and what makes pictures from maps is done.
-  rm -f build/docs/html/*.js build/docs/html/*.map build/docs/html/*.md5
+  doxygen build/docs/Doxyfile && python3 scripts/lib/finish.py build/docs/html
 }
 
 check_pages() {

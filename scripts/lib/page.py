@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Makes a file of the repository into what Doxygen reads for the site.
+"""Makes a page of the repository into what Doxygen reads for the site.
 
 usage: page.py FILE
 
@@ -9,8 +9,6 @@ A Markdown page is written for readers of the repository. In the site
 - a link to another page, or to a public header, leads to that one's place in the site;
 - a link to anything else of the repository becomes its text, since that is not there;
 - "<!-- sample of README.md -->" is replaced by the README's program.
-
-In a header the percent signs of log lines are kept as they are.
 """
 
 import pathlib
@@ -124,19 +122,6 @@ def readme_sample():
     return re.search(r"<!-- sample -->\n(```cpp\n.*?^```)$", readme, re.M | re.S)[1].splitlines()
 
 
-def header(text):
-    """A header whose comments keep their percent signs."""
-    lines = []
-    for line in text.splitlines():
-        if line.lstrip().startswith("///"):
-            parts = re.split(r"(`[^`]*`)", line)
-            line = "".join(
-                part if part.startswith("`") else re.sub(r"%(?=\w)", r"\\%", part) for part in parts
-            )
-        lines.append(line)
-    return "\n".join(lines) + "\n"
-
-
 def main():
     """Prints the file as Doxygen is to see it."""
     if len(sys.argv) != 2:
@@ -144,7 +129,7 @@ def main():
     path = pathlib.Path(sys.argv[1]).resolve()
     text = path.read_text(encoding="utf-8")
     sys.stdout.reconfigure(encoding="utf-8")
-    print(header(text) if path.suffix == ".h" else Page(path).convert(text), end="")
+    print(Page(path).convert(text), end="")
 
 
 if __name__ == "__main__":
