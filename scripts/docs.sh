@@ -40,6 +40,17 @@ version() {
   sed -nE '/^project\(/,/\)/s/.*VERSION ([0-9.]+).*/\1/p' CMakeLists.txt
 }
 
+# With links to the pages that there are.
+write_header() {
+  local line
+  while IFS= read -r line; do
+    if [[ ! $line =~ relpath\^([a-z]+)\.html || -e docs/${BASH_REMATCH[1]}.md ||
+      ${BASH_REMATCH[1]} =~ ^(index|annotated|hierarchy|functions|readme)$ ]]; then
+      printf '%s\n' "$line"
+    fi
+  done <docs/site/header.html
+}
+
 run_doxygen() {
   local number
   number=$(version)
@@ -52,10 +63,12 @@ run_doxygen() {
     cat <<CONFIGURATION
 PROJECT_NUMBER   = $number
 OUTPUT_DIRECTORY = build/docs
+HTML_HEADER      = build/docs/header.html
 INPUT           += build/docs/calls/calls.dox
 DOTFILE_DIRS     = build/docs/calls
 CONFIGURATION
   } >build/docs/Doxyfile
+  write_header >build/docs/header.html
   doxygen build/docs/Doxyfile && python3 scripts/lib/finish.py build/docs/html
 }
 

@@ -4,8 +4,8 @@
 usage: finish.py SITE
 
 Drawings with links become a part of their page, instead of a frame of a fixed size in it, and
-those without an image; what may be wider than the page gets a box to scroll in. Files that no
-page uses any more are removed.
+those without an image; what may be wider than the page gets a box to scroll in. What no link
+leads to is removed.
 """
 
 import pathlib
@@ -38,6 +38,19 @@ def finished(site, page):
     return TABLE.sub(r'<div class="wide">\g<0></div>', page)
 
 
+def reachable(site, first):
+    """The names of all files that the first leads to."""
+    found = [first]
+    for name in found:
+        if pathlib.PurePath(name).suffix not in (".html", ".css"):
+            continue
+        text = (site / name).read_text(encoding="utf-8")
+        for target in re.findall(r"""(?:href="|src="|url\(["']?)([\w.-]+)""", text):
+            if target not in found and (site / target).exists():
+                found.append(target)
+    return found
+
+
 def main():
     """Rewrites all pages."""
     if len(sys.argv) != 2:
@@ -50,11 +63,9 @@ def main():
     }
     for path, text in pages.items():
         path.write_text(text, encoding="utf-8")
-    used = "".join(pages.values()) + "".join(
-        path.read_text(encoding="utf-8") for path in site.glob("*.css")
-    )
+    used = reachable(site, "index.html")
     for path in site.iterdir():
-        if path.suffix != ".html" and path.name not in used:
+        if path.name not in used:
             path.unlink()
 
 
