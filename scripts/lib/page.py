@@ -11,6 +11,7 @@ A Markdown page is written for readers of the repository. In the site
 - "<!-- sample of README.md -->" is replaced by the README's program.
 """
 
+import html
 import pathlib
 import re
 import sys
@@ -86,15 +87,23 @@ class Page:
         spans = []
 
         def keep(match):
-            # A code span with a quote in it would end at the quote.
-            code = match[2].replace("\\|", "|") if line.startswith("|") else match[2]
-            code = code.strip()
-            spans.append(f"`` {code} ``" if "`" not in code and "'" in code else match[0])
+            code = match[2].strip()
+            if "\\|" in code:
+                # Within a table; Doxygen would show the backslash.
+                text = html.escape(code.replace("\\|", "|"), quote=False).replace("|", "&#124;")
+                spans.append(f"<code>{text}</code>")
+            elif "'" in code and "`" not in code:
+                # It would end at the quote.
+                spans.append(f"`` {code} ``")
+            else:
+                spans.append(match[0])
             return f"\0{len(spans) - 1}\0"
 
         line = LINK.sub(self.link, SPAN.sub(keep, line))
         line = re.sub(r"(?<!\\)%(?=\w)", r"\\%", line)
         line = re.sub(r"@(?!ref )", r"\\@", line)
+        # Two stars beside a code span would stay.
+        line = re.sub(r"\*\*(.+?)\*\*", r"<b>\1</b>", line)
         return re.sub(r"\0(\d+)\0", lambda match: spans[int(match[1])], line)
 
     def convert(self, text):
