@@ -14,7 +14,7 @@ import sys
 
 FRAME = re.compile(r'<iframe [^>]*src="([^"]+\.svg)".*?</iframe>', re.S)
 IMAGE = re.compile(r'<object type="image/svg\+xml" data="([^"]+)".*?</object>', re.S)
-TABLE = re.compile(r'<table class="(?:markdownTable|doxtable|params|memname)">.*?</table>', re.S)
+TABLE = re.compile(r'<table class="(?:markdownTable|doxtable|params|memname|directory)">.*?</table>', re.S)
 
 
 def inlined(site):

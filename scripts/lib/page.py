@@ -89,8 +89,8 @@ class Page:
         def keep(match):
             code = match[2].strip()
             if "\\|" in code:
-                # Within a table; Doxygen would show the backslash.
-                text = html.escape(code.replace("\\|", "|"), quote=False).replace("|", "&#124;")
+                # Within a table; between backticks the backslash would be shown.
+                text = html.escape(code, quote=False)
                 spans.append(f"<code>{text}</code>")
             elif "'" in code and "`" not in code:
                 # It would end at the quote.
