@@ -92,11 +92,17 @@ make_site() {
   echo '== docs: done; the site begins at build/docs/html/index.html'
 }
 
+# Of every page, since none may be wider than the screen.
+draw_screens() {
+  local -a pages
+  mapfile -t pages < <(basename --suffix=.html build/docs/html/*.html)
+  python3 scripts/lib/screenshots.py build/docs/html build/docs/screenshots "${pages[@]}"
+}
+
 make_screenshots() {
   require_packages "${docs_packages[@]}" "${screenshot_packages[@]}"
   make_site
-  run_quietly '== docs: screenshots' python3 scripts/lib/screenshots.py build/docs/html \
-    build/docs/screenshots index classDatabase guide architecture
+  run_quietly '== docs: screenshots' draw_screens
   echo '== docs: done; the screenshots are in build/docs/screenshots'
 }
 

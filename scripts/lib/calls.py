@@ -247,7 +247,7 @@ class Drawing:
         signature = self.graph.signatures[self.start]
         return (
             f"/** @fn {signature}\n    @par What it calls\n"
-            f"    Found by the compiler. Dashed: not public. \N{TRIGRAM FOR HEAVEN}: writes log lines.\n"
+            "    Found by the compiler. Dashed: not public. \N{TRIGRAM FOR HEAVEN}: writes log lines.\n"
             f"    @dotfile {self.operation}.dot\n*/\n"
         )
 

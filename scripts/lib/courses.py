@@ -51,7 +51,7 @@ def check_course(diagram, calls):
         while rest and rest[0] not in names:
             rest.pop(0)
         if not rest:
-            yield f"{min(names)} is not called, or not there"
+            yield f"{' or '.join(sorted(names))} is not called, or not there"
             return
         rest.pop(0)
     for name in sorted(set(calls)):

@@ -14,7 +14,8 @@ import sys
 
 FRAME = re.compile(r'<iframe [^>]*src="([^"]+\.svg)".*?</iframe>', re.S)
 IMAGE = re.compile(r'<object type="image/svg\+xml" data="([^"]+)".*?</object>', re.S)
-TABLE = re.compile(r'<table class="(?:markdownTable|doxtable|params|memname|directory)">.*?</table>', re.S)
+WIDE = "markdownTable|doxtable|params|memname|directory"
+TABLE = re.compile(rf'<table class="(?:{WIDE})">.*?</table>', re.S)
 
 
 def inlined(site):
@@ -40,14 +41,16 @@ def finished(site, page):
 
 def reachable(site, first):
     """The names of all files that the first leads to."""
-    found = [first]
-    for name in found:
+    found, waiting = {first}, [first]
+    while waiting:
+        name = waiting.pop()
         if pathlib.PurePath(name).suffix not in (".html", ".css"):
             continue
         text = (site / name).read_text(encoding="utf-8")
-        for target in re.findall(r"""(?:href="|src="|url\(["']?)([\w.-]+)""", text):
-            if target not in found and (site / target).exists():
-                found.append(target)
+        targets = set(re.findall(r"""(?:href="|src="|url\(["']?)([\w.-]+)""", text))
+        new = {target for target in targets - found if (site / target).exists()}
+        found |= new
+        waiting += sorted(new)
     return found
 
 

@@ -127,6 +127,19 @@ missing_call() {
   expect 1 'sqlite3_close is missing' check_course
 }
 
+# Every file and folder that docs/architecture.md names, but for those of its example.
+architecture() {
+  local place missing=0
+  while read -r place; do
+    compgen -G "$source/$place" >/dev/null || {
+      echo "there is no $place" >&2
+      missing=1
+    }
+  done < <(grep -oE '`(abi|docs|include|scripts|src|tests)/[A-Za-z_./*]*' "$source/docs/architecture.md" |
+    tr -d '`' | grep -v EmptyRequest | sort -u)
+  ((missing == 0)) || fail 'see above'
+}
+
 # How a page of the repository becomes one of the site.
 pages() {
   mkdir -p "$work/scripts/lib" "$work/docs" "$work/include"
@@ -154,7 +167,7 @@ SITE
 
 case $case in
   usage | links | dead_file | dead_heading | dead_anchor | diagrams | stale_diagram | course) "$case" ;;
-  wrong_order | missing_call | pages) "$case" ;;
+  wrong_order | missing_call | architecture | pages) "$case" ;;
   *) fail 'unknown case' ;;
 esac
 echo "$case: as expected"
