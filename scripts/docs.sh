@@ -40,17 +40,6 @@ version() {
   sed -nE '/^project\(/,/\)/s/.*VERSION ([0-9.]+).*/\1/p' CMakeLists.txt
 }
 
-# With links to the pages that there are.
-write_header() {
-  local line
-  while IFS= read -r line; do
-    if [[ ! $line =~ relpath\^([a-z]+)\.html || -e docs/${BASH_REMATCH[1]}.md ||
-      ${BASH_REMATCH[1]} =~ ^(index|annotated|hierarchy|functions|readme)$ ]]; then
-      printf '%s\n' "$line"
-    fi
-  done <docs/site/header.html
-}
-
 run_doxygen() {
   local number
   number=$(version)
@@ -63,12 +52,10 @@ run_doxygen() {
     cat <<CONFIGURATION
 PROJECT_NUMBER   = $number
 OUTPUT_DIRECTORY = build/docs
-HTML_HEADER      = build/docs/header.html
 INPUT           += build/docs/calls/calls.dox
 DOTFILE_DIRS     = build/docs/calls
 CONFIGURATION
   } >build/docs/Doxyfile
-  write_header >build/docs/header.html
   doxygen build/docs/Doxyfile && python3 scripts/lib/finish.py build/docs/html
 }
 
@@ -106,7 +93,7 @@ make_screenshots() {
   echo '== docs: done; the screenshots are in build/docs/screenshots'
 }
 
-export LC_ALL=C.UTF-8
+export LC_ALL=C.UTF-8 PYTHONDONTWRITEBYTECODE=1
 
 case "$#:${1:-}" in
   0:) make_site ;;

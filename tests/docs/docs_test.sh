@@ -5,6 +5,7 @@ set -euo pipefail
 
 case=$1
 source=$2
+export PYTHONDONTWRITEBYTECODE=1
 
 # shellcheck source=scripts/lib/diagrams.sh
 source "$source/scripts/lib/diagrams.sh"
