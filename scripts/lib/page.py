@@ -54,6 +54,7 @@ class Page:
         self.path = path
         self.name = page_name(path)
         self.slugs = {}
+        self.quoted = False  # whether a line begins between quotes
 
     def heading(self, match):
         """A heading with its name."""
@@ -64,7 +65,8 @@ class Page:
         number = self.slugs.get(anchor, 0)
         self.slugs[anchor] = number + 1
         suffix = f"-{number}" if number else ""
-        return f"{marks} {self.inline(text)} {{#{self.name}-{anchor}{suffix}}}"
+        # Doxygen shows the tags of code in a heading.
+        return f"{marks} {self.inline(text.replace('`', ''))} {{#{self.name}-{anchor}{suffix}}}"
 
     def link(self, match):
         """A link as the site can follow it, or its text."""
@@ -88,9 +90,10 @@ class Page:
 
         def keep(match):
             code = match[2].strip()
-            if "\\|" in code:
-                # Within a table; between backticks the backslash would be shown.
-                text = html.escape(code, quote=False)
+            if "\\|" in code or "%" in code:
+                # Between backticks the backslash that a table needs would be shown, and
+                # the percent sign would not.
+                text = html.escape(code, quote=False).replace("%", "\\%")
                 spans.append(f"<code>{text}</code>")
             elif "'" in code and "`" not in code:
                 # It would end at the quote.
@@ -100,11 +103,22 @@ class Page:
             return f"\0{len(spans) - 1}\0"
 
         line = LINK.sub(self.link, SPAN.sub(keep, line))
-        line = re.sub(r"(?<!\\)%(?=\w)", r"\\%", line)
+        line = self.percents(line)
         line = re.sub(r"@(?!ref )", r"\\@", line)
         # Two stars beside a code span would stay.
         line = re.sub(r"\*\*(.+?)\*\*", r"<b>\1</b>", line)
         return re.sub(r"\0(\d+)\0", lambda match: spans[int(match[1])], line)
+
+    def percents(self, line):
+        """Percent signs kept; between quotes, which may go on in the next line, they are."""
+        if re.match(r"\s*([|#-]|\d+\.|$)", line):
+            self.quoted = False
+        parts = line.split('"')
+        for number, part in enumerate(parts):
+            if self.quoted == bool(number % 2):
+                parts[number] = re.sub(r"(?<!\\)%(?=\w)", r"\\%", part)
+        self.quoted ^= len(parts) % 2 == 0
+        return '"'.join(parts)
 
     def convert(self, text):
         """The whole page."""

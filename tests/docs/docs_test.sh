@@ -136,7 +136,7 @@ architecture() {
       echo "there is no $place" >&2
       missing=1
     }
-  done < <(grep -oE '`(abi|docs|include|scripts|src|tests)/[A-Za-z_./*]*' "$source/docs/architecture.md" |
+  done < <(grep -oE '`(abi|docs|include|scripts|src|tests)/[A-Za-z_./*-]*' "$source/docs/architecture.md" |
     tr -d '`' | grep -v EmptyRequest | sort -u)
   ((missing == 0)) || fail 'see above'
 }
@@ -150,16 +150,18 @@ pages() {
 # Log
 ## What `it` says
 See [that](#what-it-says), [start](../README.md#a-b), [cursor](../include/Cursor.h), and
-[a script](../scripts/x.sh); **`bold`** or `it's`, 100%s, [far](https://nosuch.invalid/).
+[a script](../scripts/x.sh); **`bold`** or `it's`, 100%s "%s" `%d \|`, [far](https://nosuch.invalid/) "100%s
+100%s" 100%s
 ```text
 [not](touched) 100%s
 ```
 PAGE
   diff -u - <(python3 "$work/scripts/lib/page.py" "$work/docs/log.md") <<'SITE' || fail 'see above'
 # Log {#log}
-## What `it` says {#log-what-it-says}
+## What it says {#log-what-it-says}
 See [that](@ref log-what-it-says), [start](@ref readme-a-b), [cursor](@ref Cursor), and
-a script; <b>`bold`</b> or `` it's ``, 100\%s, [far](https://nosuch.invalid/).
+a script; <b>`bold`</b> or `` it's ``, 100\%s "%s" <code>\%d \|</code>, [far](https://nosuch.invalid/) "100%s
+100%s" 100\%s
 ```text
 [not](touched) 100%s
 ```
