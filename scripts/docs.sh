@@ -2,7 +2,8 @@
 # Makes the site of the interface in build/docs/html, and checks it:
 #
 #   scripts/docs.sh              the site; fails when something public is undocumented,
-#                                a link is dead or a drawing is older than its source
+#                                a link is dead, a drawing is older than its source, or a
+#                                page reads otherwise than in the repository
 #   scripts/docs.sh diagrams     the drawings in docs/diagrams, anew
 #   scripts/docs.sh screenshots  the site, and what it looks like on a desktop and on a
 #                                phone, in build/docs/screenshots
@@ -59,8 +60,14 @@ CONFIGURATION
   doxygen build/docs/Doxyfile && python3 scripts/lib/finish.py build/docs/html
 }
 
+pages=(README.md CONTRIBUTING.md CHANGELOG.md abi/README.md docs/*.md)
+
 check_pages() {
-  python3 scripts/lib/links.py pages ./*.md docs/*.md abi/*.md
+  python3 scripts/lib/links.py pages "${pages[@]}"
+}
+
+check_texts() {
+  python3 scripts/lib/texts.py build/docs/html "${pages[@]}"
 }
 
 check_site() {
@@ -76,6 +83,7 @@ make_site() {
   run_quietly '== docs: site' run_doxygen
   run_quietly '== docs: links of the repository' check_pages
   run_quietly '== docs: links of the site' check_site
+  run_quietly '== docs: texts of the site' check_texts
   echo '== docs: done; the site begins at build/docs/html/index.html'
 }
 
