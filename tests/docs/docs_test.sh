@@ -136,7 +136,7 @@ architecture() {
       echo "there is no $place" >&2
       missing=1
     }
-  done < <(grep -oE '`(abi|docs|include|scripts|src|tests)/[A-Za-z_./*-]*' "$source/docs/architecture.md" |
+  done < <(grep -oE '`(abi|docs|include|scripts|src|tests|tools)/[A-Za-z_./*-]*' "$source/docs/architecture.md" |
     tr -d '`' | grep -v EmptyRequest | sort -u)
   ((missing == 0)) || fail 'see above'
 }
