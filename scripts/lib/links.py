@@ -40,11 +40,10 @@ class Markdown:
         self.links = []
         self.anchors = set()
         text = re.sub(r"^\s*(```+).*?^\s*\1\s*$", "", path.read_text("utf-8"), flags=re.M | re.S)
-        for line in text.splitlines():
-            heading = re.match(r"#{1,6} (.*)$", line)
-            if heading:
-                self.add_heading(slug(heading[1]))
-            self.add_links(SPAN.sub("", line))
+        for heading in re.findall(r"^#{1,6} (.*)$", text, re.M):
+            self.add_heading(slug(heading))
+        for paragraph in re.split(r"\n\s*\n|^#{1,6} ", text, flags=re.M):
+            self.add_links(SPAN.sub("", paragraph))
 
     def add_heading(self, anchor):
         """Headings of one text are numbered."""
@@ -54,9 +53,9 @@ class Markdown:
             numbered = f"{anchor}-{number}"
         self.anchors.add(numbered)
 
-    def add_links(self, line):
+    def add_links(self, text):
         """Links within the text of another, as an image's, count too."""
-        for match in LINK.finditer(line):
+        for match in LINK.finditer(text):
             self.links.append(match[3])
             self.add_links(match[2])
 

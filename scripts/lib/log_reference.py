@@ -194,7 +194,10 @@ def check_library(lines, library):
     compare("texts", {line.text for line in lines}, texts - {PROTECTED})
 
     symbols = subprocess.run(
-        [os.environ.get("NM", "nm"), "--demangle", library], check=True, capture_output=True, text=True
+        [os.environ.get("NM", "nm"), "--demangle", library],
+        check=True,
+        capture_output=True,
+        text=True,
     ).stdout
     sites = re.findall(r"(\w+)::(~?\w+)\([^\n]*\)::kVornSite$", symbols, re.MULTILINE)
     compare("places", {(line.owner, line.function) for line in lines}, set(sites))

@@ -24,7 +24,8 @@ NAMES = {
     "abi/README.md": "abi",
     "docs/mainpage.md": "index",
 }
-SPAN = re.compile(r"(`+)(.+?)\1(?!`)")
+# Of a paragraph, whose lines may end within one.
+SPAN = re.compile(r"(`+)(.+?)\1(?!`)", re.S)
 LINK = re.compile(r"(!?)\[((?:[^][]|\[[^][]*\])*)\]\(([^()\s]+)\)")
 
 
@@ -71,8 +72,10 @@ class Page:
     def link(self, match):
         """A link as the site can follow it, or its text."""
         image, text, target = match.groups()
+        # Doxygen wants it in one line.
+        text = re.sub(r"\s*\n\s*", " ", text)
         if re.match(r"[a-z]+:", target):
-            return match[0]
+            return f"{image}[{text}]({target})"
         place, _, anchor = target.partition("#")
         path = (self.path.parent / place).resolve() if place else self.path
         if image:
@@ -84,8 +87,8 @@ class Page:
             return f"[{text}](@ref {path.stem})"
         return text
 
-    def inline(self, line):
-        """A line of text: links and characters outside of code."""
+    def inline(self, text):
+        """A paragraph: links and characters outside of code."""
         spans = []
 
         def keep(match):
@@ -93,8 +96,9 @@ class Page:
             if "\\|" in code or "%" in code:
                 # Between backticks the backslash that a table needs would be shown, and
                 # the percent sign would not.
-                text = html.escape(code, quote=False).replace("%", "\\%")
-                spans.append(f"<code>{text}</code>")
+                parts = html.escape(code, quote=False).split('"')
+                parts[::2] = [part.replace("%", "\\%") for part in parts[::2]]
+                spans.append("<code>" + '"'.join(parts) + "</code>")
             elif "'" in code and "`" not in code:
                 # It would end at the quote.
                 spans.append(f"`` {code} ``")
@@ -102,12 +106,12 @@ class Page:
                 spans.append(match[0])
             return f"\0{len(spans) - 1}\0"
 
-        line = LINK.sub(self.link, SPAN.sub(keep, line))
-        line = self.percents(line)
-        line = re.sub(r"@(?!ref )", r"\\@", line)
+        text = LINK.sub(self.link, SPAN.sub(keep, text))
+        text = "\n".join(map(self.percents, text.split("\n")))
+        text = re.sub(r"@(?!ref )", r"\\@", text)
         # Two stars beside a code span would stay.
-        line = re.sub(r"\*\*(.+?)\*\*", r"<b>\1</b>", line)
-        return re.sub(r"\0(\d+)\0", lambda match: spans[int(match[1])], line)
+        text = re.sub(r"\*\*(.+?)\*\*", r"<b>\1</b>", text, flags=re.S)
+        return re.sub(r"\0(\d+)\0", lambda match: spans[int(match[1])], text)
 
     def percents(self, line):
         """Percent signs kept; between quotes, which may go on in the next line, they are."""
@@ -122,21 +126,30 @@ class Page:
 
     def convert(self, text):
         """The whole page."""
-        lines, fence = [], None
+        done, paragraph, fence = [], [], None
+
+        def finish():
+            if paragraph:
+                done.append(self.inline("\n".join(paragraph)))
+                paragraph.clear()
+
         for line in text.splitlines():
             mark = re.match(r"\s*(```+)", line)
+            title = re.match(r"(#{1,6}) (.*)$", line)
+            if not fence and not mark and not title and line and not line.startswith("<!--"):
+                paragraph.append(line)
+                continue
+            finish()
             if fence or mark:
                 fence = mark[1] if mark and not fence else None if mark else fence
-                lines.append(line)
-                continue
-            title = re.match(r"(#{1,6}) (.*)$", line)
-            if line == "<!-- sample of README.md -->":
-                lines += readme_sample()
-            elif title:
-                lines.append(self.heading(title))
+                done.append(line)
+            elif line == "<!-- sample of README.md -->":
+                done += readme_sample()
             else:
-                lines.append(self.inline(line))
-        return "\n".join(lines) + "\n"
+                done.append(self.heading(title) if title else line)
+                self.quoted = False
+        finish()
+        return "\n".join(done) + "\n"
 
 
 def readme_sample():

@@ -24,7 +24,6 @@ def shown(path):
 
 def plain(text):
     """A line, or a cell, of a page, as it is to be shown, without blanks."""
-    text = LINK.sub(r"\2", text)
     text = re.sub(r"^\s*(#+|[-*]|\d+\.)\s|</?sub>|`|\\(?=\|)", "", text)
     return re.sub(r"\s|\*", "", html.unescape(text))
 
@@ -32,7 +31,8 @@ def plain(text):
 def pieces(text):
     """The lines of a page, and the cells of its tables."""
     text = re.sub(r"<!--.*?-->|^\s*```\w*$", "", text, flags=re.M | re.S)
-    for line in text.splitlines():
+    # A link's text may go on in the next line.
+    for line in LINK.sub(r"\2", text).splitlines():
         if not line.startswith("|"):
             yield line, plain(line)
         elif not re.fullmatch(r"[|: -]*", line):

@@ -58,6 +58,7 @@ dead_file() {
   expect 0 '^1 links' page '[other](other.md)'
   expect 1 'page.md: nosuch.md: there is no such file' page '[one](nosuch.md), [other](other.md)'
   expect 1 'there is no such file' page '![picture](nosuch.svg)'
+  expect 1 'there is no such file' page $'[over\nlines](nosuch.md)'
   expect 1 'no link was found' page '`[code](nosuch.md)`'
 }
 
@@ -149,7 +150,9 @@ pages() {
   cat >"$work/docs/log.md" <<'PAGE'
 # Log
 ## What `it` says
-See [that](#what-it-says), [start](../README.md#a-b), [cursor](../include/Cursor.h), and
+See
+[that
+there](#what-it-says), [start](../README.md#a-b), [cursor](../include/Cursor.h), and
 [a script](../scripts/x.sh); **`bold`** or `it's`, 100%s "%s" `%d \|`, [far](https://nosuch.invalid/) "100%s
 100%s" 100%s
 ```text
@@ -159,7 +162,8 @@ PAGE
   diff -u - <(python3 "$work/scripts/lib/page.py" "$work/docs/log.md") <<'SITE' || fail 'see above'
 # Log {#log}
 ## What it says {#log-what-it-says}
-See [that](@ref log-what-it-says), [start](@ref readme-a-b), [cursor](@ref Cursor), and
+See
+[that there](@ref log-what-it-says), [start](@ref readme-a-b), [cursor](@ref Cursor), and
 a script; <b>`bold`</b> or `` it's ``, 100\%s "%s" <code>\%d \|</code>, [far](https://nosuch.invalid/) "100%s
 100%s" 100\%s
 ```text
