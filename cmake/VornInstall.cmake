@@ -53,11 +53,14 @@ install(FILES "${PROJECT_BINARY_DIR}/vorndatabase.pc"
 # In a host's project, this is the host's own folder.
 if(PROJECT_IS_TOP_LEVEL)
   # The README and what it refers to.
-  foreach(document README.md CHANGELOG.md CONTRIBUTING.md abi/README.md docs/footprint.md)
+  foreach(document README.md CHANGELOG.md CONTRIBUTING.md abi/README.md)
     get_filename_component(folder "${CMAKE_INSTALL_DOCDIR}/${document}" DIRECTORY)
     install(FILES "${PROJECT_SOURCE_DIR}/${document}" DESTINATION "${folder}"
       COMPONENT development)
   endforeach()
+  install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs" DESTINATION "${CMAKE_INSTALL_DOCDIR}"
+    COMPONENT development FILES_MATCHING PATTERN "*.md" PATTERN "*.svg"
+    PATTERN mainpage.md EXCLUDE PATTERN site EXCLUDE)
 endif()
 
 # Where a device has its own: hosts look for all of them in the same places.

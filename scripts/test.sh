@@ -5,9 +5,9 @@
 #   scripts/test.sh arm    the suite for 32-bit ARM under emulation, with and, but for
 #                          what takes long, without hardware floating point
 #   scripts/test.sh all    lint, then the suite with every compiler and sanitizer and
-#                          for 32-bit ARM, fuzzing, coverage, some of the mutations,
-#                          the footprint, the instructions, the benchmarks' results,
-#                          the packages
+#                          for 32-bit ARM, fuzzing, coverage, some of the mutations, the
+#                          site, the footprint, the instructions, the benchmarks'
+#                          results, the packages
 #   scripts/test.sh rest   all, for those who have just run the suite
 
 set -euo pipefail
@@ -55,6 +55,7 @@ run_rest() {
   # Unoptimised, too.
   scripts/coverage.sh || fail coverage
   scripts/mutate.sh --sample 30 --label unit --label heap --label leaks || fail mutations
+  scripts/docs.sh || fail documentation
   scripts/footprint.sh || fail footprint
   scripts/instructions.sh check || fail instructions
   scripts/bench.sh --check || fail benchmarks
@@ -82,7 +83,7 @@ case "$#:${1:-}" in
   1:all | 1:rest)
     require_packages "${test_packages[@]}" "${arm_packages[@]}" "${lint_packages[@]}" \
       "${fuzz_packages[@]}" "${coverage_packages[@]}" "${mutation_packages[@]}" \
-      "${package_packages[@]}" "${bench_packages[@]}" "${peer_packages[@]}"
+      "${docs_packages[@]}" "${package_packages[@]}" "${bench_packages[@]}" "${peer_packages[@]}"
     scripts/lint.sh || fail lint
     if [[ $1 == all ]]; then
       run_suite release
