@@ -3,33 +3,45 @@
 # tracked files in different folders, with other permissions for new files and another
 # time zone, and compares them byte by byte:
 #
-#   scripts/reproducible.sh [amd64|armhf]...     both by default
+#   scripts/reproducible.sh [amd64|armhf]...          both by default
+#   scripts/reproducible.sh made [amd64|armhf]...     the same, but makes them once and
+#                                 compares them with those in build/packages
 
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 # shellcheck source=scripts/lib/packages.sh
 source scripts/lib/packages.sh
 
+usage='usage: scripts/reproducible.sh [made] [amd64|armhf]...'
+made=
+if [[ ${1:-} == made ]]; then
+  made=1
+  shift
+fi
 for argument in "$@"; do
   case $argument in
     amd64 | armhf) ;;
     -h | --help)
-      echo 'usage: scripts/reproducible.sh [amd64|armhf]...'
+      echo "$usage"
       exit
       ;;
     *)
-      echo 'usage: scripts/reproducible.sh [amd64|armhf]...' >&2
+      echo "$usage" >&2
       exit 2
       ;;
   esac
 done
+if (($# == 0)); then
+  set -- amd64 armhf
+fi
 
 require_packages git
 SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git -c safe.directory="$PWD" log -1 --format=%ct)}
 export SOURCE_DATE_EPOCH
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-first=$work/one
+first=${made:+$PWD}
+first=${first:-$work/one}
 second=$work/another/folder/with/a/longer/name
 
 # copy FOLDER: the copies share the target's packages, which are the build's input.
@@ -41,9 +53,11 @@ copy() {
   fi
 }
 
-echo '== reproducible: first packages'
-copy "$first"
-(umask 022 && TZ=UTC "$first/scripts/package.sh" "$@" >"$work/log")
+if [[ -z $made ]]; then
+  echo '== reproducible: first packages'
+  copy "$first"
+  (umask 022 && TZ=UTC "$first/scripts/package.sh" "$@" >"$work/log")
+fi
 echo '== reproducible: second packages'
 (
   umask 077
@@ -53,8 +67,8 @@ echo '== reproducible: second packages'
 
 echo '== reproducible: compare'
 status=0
-for package in "$first"/build/packages/*.{deb,rpm}; do
-  if cmp "$package" "$second/build/packages/${package##*/}"; then
+for package in "$second"/build/packages/*.{deb,rpm}; do
+  if cmp "$package" "$first/build/packages/${package##*/}"; then
     (cd "${package%/*}" && sha256sum "${package##*/}")
   else
     status=1

@@ -242,9 +242,12 @@ run_tool() {
   emulator=(env LD_LIBRARY_PATH="$libraries" "${emulator[@]}" "$1/usr/bin/vorndb" -f "$database")
   rm -rf "$work/tool"
   mkdir "$work/tool"
-  "${emulator[@]}" create contact name:TEXT && "${emulator[@]}" upsert contact name="O'Brien" &&
-    "${emulator[@]}" select contact --format csv >"$work/tool/out" || fail "the tool fails"
-  diff - "$work/tool/out" <<<$'_ID,name\n1,O\'Brien' || fail "the tool prints something else"
+  {
+    "${emulator[@]}" create contact name:TEXT
+    "${emulator[@]}" upsert contact name="O'Brien"
+    "${emulator[@]}" select contact --format csv
+  } >"$work/tool/out" 2>&1 || true
+  diff - "$work/tool/out" <<<$'_ID,name\n1,O\'Brien' || fail "the tool says something else"
   say "$2: the tool runs"
 }
 
