@@ -119,6 +119,21 @@ class Completion(Tool):
         self.assertEqual(self.complete("-f", "none.db", "select", ""), [])
         self.assertFalse((self.folder / "none.db").exists())
 
+    def test_what_a_table_is_called_is_not_run(self):
+        for name in ("$(touch run)", "`touch run`", "two words", "*", "x"):
+            self.sql(f'CREATE TABLE "{name}" (a, b)')
+        self.assertEqual(self.complete("-f", "app.db", "select", ""), ["x"])
+        self.assertEqual([file.name for file in self.folder.iterdir()], ["app.db"])
+
+    def test_options_with_an_equals_sign(self):
+        # Bash makes three words of them.
+        self.contacts()
+        self.assertEqual(self.complete("--file", "=", "app.db", "select", ""), ["contact"])
+        self.assertEqual(self.complete("--file", "=", "app.db", "up"), ["upsert", "update"])
+        self.assertEqual(self.complete("--file", "=", "a"), ["app.db"])
+        self.assertEqual(self.complete("--file", "="), ["app.db"])
+        self.assertEqual(self.complete("select", "t", "--format", "=", "j"), ["json"])
+
     def test_files_and_formats(self):
         self.contacts()
         (self.folder / "rows.csv").touch()
