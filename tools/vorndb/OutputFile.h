@@ -10,8 +10,8 @@ namespace vorndb {
 
 class OutputFile {
  public:
-  // Writes beside the path. Throws Failure when that cannot be, and, unless it may be
-  // written over, when there is a file already.
+  // Writes beside the path, or beside the file that a link leads to. Throws Failure when that
+  // cannot be, and, unless it may be written over, when there is a file already.
   OutputFile(const std::string& path, bool overwrite);
   // Removes what was not kept.
   ~OutputFile();
@@ -25,8 +25,9 @@ class OutputFile {
   void Keep();
 
  private:
-  std::string m_path;
-  std::string m_part;
+  std::string m_path;    // as it was given
+  std::string m_target;  // the file itself, if that is a link
+  std::string m_part;    // what is to be removed, or empty
   std::ofstream m_stream;
 };
 

@@ -3,7 +3,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <iostream>
+#include <system_error>
 #include <utility>
 
 #include "Cursor.h"
@@ -93,6 +95,13 @@ void RequireFaithful(const std::vector<std::string>& doubts) {
   }
 }
 
+void RefuseDatabase(const Arguments& arguments) {
+  std::error_code ignored;
+  if (std::filesystem::equivalent(arguments.path, arguments.file, ignored)) {
+    throw Failure(arguments.path + " is the database itself");
+  }
+}
+
 Format FormatOf(const Arguments& arguments) {
   if (arguments.format) {
     return *arguments.format;
@@ -142,6 +151,7 @@ void Export(const Arguments& arguments) {
     return;
   }
   const DatabaseFile file(arguments.file);
+  RefuseDatabase(arguments);
   OutputFile output(arguments.path, arguments.force);
   Answer answer;
   Fetch(file, request, &Database::Select, {arguments.table}, answer);

@@ -1,6 +1,8 @@
 """The forms of a result, and what of a result cannot be shown."""
 
 import json
+import os
+import stat
 
 from tool import FAILED, Tool, rows_of
 
@@ -231,6 +233,45 @@ class Export(Tool):
         (self.folder / "x.csv").mkdir()
         self.fails("x.csv is a folder", "export", "contact", "x.csv", "--force")
         self.fails("cannot write none/x.csv", "export", "contact", "none/x.csv")
+
+    def test_a_link_stays_and_its_file_is_written(self):
+        (self.folder / "data").mkdir()
+        (self.folder / "data/real.csv").write_text("old")
+        for target, force in (("real.csv", ["--force"]), ("new.csv", [])):
+            link = self.folder / f"data/link_{target}"
+            link.symlink_to(target)
+            (self.folder / "x.csv").symlink_to(f"data/link_{target}")
+            self.done("export", "contact", "x.csv", *force)
+            self.assertEqual(os.readlink(self.folder / "x.csv"), f"data/link_{target}")
+            self.assertEqual(os.readlink(link), target)
+            self.assertTrue((self.folder / "data" / target).read_text().startswith("uid,"))
+            (self.folder / "x.csv").unlink()
+        (self.folder / "loop.csv").symlink_to("loop.csv")
+        self.fails("cannot write loop.csv", "export", "contact", "loop.csv")
+
+    def test_a_file_that_is_written_over_keeps_its_mode(self):
+        path = self.folder / "x.csv"
+        for mode in (0o600, 0o640, 0o664, 0o444):
+            path.touch()
+            path.chmod(mode)
+            self.done("export", "contact", "x.csv", "--force")
+            self.assertEqual(stat.S_IMODE(path.stat().st_mode), mode)
+
+    def test_what_is_no_file_is_not_replaced(self):
+        os.mkfifo(self.folder / "x.csv")
+        self.fails("x.csv is not a plain file", "export", "contact", "x.csv", "--force")
+        self.assertEqual(self.files(), ["x.csv"])
+        self.assertTrue(stat.S_ISFIFO((self.folder / "x.csv").stat().st_mode))
+
+    def test_the_database_is_not_written_over(self):
+        before = self.database.read_bytes()
+        (self.folder / "link").symlink_to("app.db")
+        for name in ("app.db", "./app.db", "link"):
+            self.fails(
+                f"{name} is the database itself",
+                *("export", "contact", name, "--force", "--format", "csv"),
+            )
+        self.assertEqual(self.database.read_bytes(), before)
 
     def test_doubtful_results_are_not_exported(self):
         self.sql("CREATE TABLE one (a); INSERT INTO one VALUES (1)")
