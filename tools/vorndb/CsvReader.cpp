@@ -40,22 +40,32 @@ std::optional<CsvRow> CsvReader::Next() {
   return row;
 }
 
+// A line with its end, which is any that the parser knows; nothing at the end of the file.
+std::string CsvReader::TakeLine() {
+  constexpr int kEnd = std::char_traits<char>::eof();
+  std::string line;
+  for (int next = m_input.get(); next != kEnd; next = m_input.get()) {
+    line += std::char_traits<char>::to_char_type(next);
+    if (next == '\n' || (next == '\r' && m_input.peek() != '\n')) {
+      break;
+    }
+  }
+  return line;
+}
+
 // The parser gets a line at a time, so that it is known where a row begins.
 bool CsvReader::ReadLine() {
-  std::string line;
-  if (!std::getline(m_input, line)) {
+  std::string line = TakeLine();
+  if (line.empty()) {
     return false;
   }
   ++m_line;
-  m_bytesRead += line.size() + 1;
+  m_bytesRead += line.size();
   if (m_line == 1 && line.compare(0, sizeof kByteOrderMark - 1, kByteOrderMark) == 0) {
     line.erase(0, sizeof kByteOrderMark - 1);
   }
-  if (m_rowStart == 0 && line.find_first_not_of(" \t\r") != std::string::npos) {
+  if (m_rowStart == 0 && line.find_first_not_of(" \t\r\n") != std::string::npos) {
     m_rowStart = m_line;
-  }
-  if (!m_input.eof()) {
-    line += '\n';
   }
   if (csv_parse(&m_parser, line.data(), line.size(), TakeField, TakeRow, this) != line.size()) {
     if (csv_error(&m_parser) == CSV_ENOMEM) {

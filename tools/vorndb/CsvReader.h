@@ -42,6 +42,7 @@ class CsvReader {
   static void TakeField(void* text, std::size_t length, void* reader);
   static void TakeRow(int end, void* reader);
 
+  std::string TakeLine();
   bool ReadLine();
   void Finish();
 

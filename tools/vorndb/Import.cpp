@@ -30,7 +30,7 @@ class Importer {
 
   std::size_t Run() {
     ReadHeader();
-    while (const auto row = m_reader.Next()) {
+    while (const auto row = NextRow()) {
       Write(*row);
       ++m_count;
       m_progress.Show(m_reader.BytesRead(), m_count);
@@ -47,6 +47,10 @@ class Importer {
     }
     try {
       for (const std::string& name : header->fields) {
+        if (name.find('\0') != std::string::npos) {
+          throw UsageError(
+              "the name of a column holds a NUL; is the file UTF-16? It has to be UTF-8");
+        }
         RequirePlainName("column", name);
         m_columns.push_back({name, ""});
       }
@@ -55,6 +59,14 @@ class Importer {
       m_reader.Fail(header->line, error.what());
     }
     m_names.emplace(m_columns);
+  }
+
+  std::optional<CsvRow> NextRow() {
+    try {
+      return m_reader.Next();
+    } catch (const Failure& failure) {
+      throw Failure(failure.what() + CountBefore());
+    }
   }
 
   void Write(const CsvRow& row) {
@@ -83,9 +95,11 @@ class Importer {
   }
 
   [[noreturn]] void Fail(const CsvRow& row, const std::string& problem) const {
-    const std::string before =
-        m_arguments.sql ? "" : "; rows before it that are written: " + std::to_string(m_count);
-    m_reader.Fail(row.line, problem + before);
+    m_reader.Fail(row.line, problem + CountBefore());
+  }
+
+  std::string CountBefore() const {
+    return m_arguments.sql ? "" : "; rows before it that are written: " + std::to_string(m_count);
   }
 
   const Arguments& m_arguments;

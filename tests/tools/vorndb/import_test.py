@@ -78,6 +78,31 @@ class Import(Tool):
             *("import", "contact", "rows.csv"),
         )
 
+    def test_lines_may_end_in_any_way(self):
+        for end in ("\n", "\r\n", "\r"):
+            self.write(end.join(["uid,name", "", 'a,"x\ry"', "b,z", "c,1,2"]))
+            self.fails(
+                # The carriage return inside of the quotes ends a line, too.
+                "rows.csv, line 6: it has 3 fields, and the header has 2;"
+                " rows before it that are written: 2",
+                *("import", "contact", "rows.csv"),
+            )
+            self.assertEqual(self.rows(), "a|x\ry|\nb|z|\n")
+
+    def test_what_is_written_is_told_when_the_file_goes_wrong(self):
+        for row, problem in (
+            ('c,x"', 'a quote stands where none may be; quoted fields are "…", with "" inside'),
+            ('c,"x', "a quoted field that begins in this row does not end"),
+        ):
+            self.write(f"uid,name\na,1\nb,2\n{row}\n")
+            self.fails(
+                f"rows.csv, line 4: {problem}; rows before it that are written: 2",
+                *("import", "contact", "rows.csv"),
+            )
+            output, errors = self.run_tool("--sql", "import", "contact", "rows.csv", status=FAILED)
+            self.assertEqual(output.count("\n"), 2)
+            self.assertEqual(errors, f"vorndb: rows.csv, line 4: {problem}\n")
+
     def test_files_that_are_no_csv(self):
         for content, message in (
             ("", "line 1: there is no line that names the columns"),
@@ -94,6 +119,10 @@ class Import(Tool):
             ("uid,\n", "line 1: '' is no plain name for a column: "),
             ("uid,Uid\n", "line 1: the column Uid is given twice"),
             ("uid;name\n", "line 1: 'uid;name' is no plain name for a column: "),
+            (
+                "uid,name\n".encode("utf-16"),
+                "line 1: the name of a column holds a NUL; is the file UTF-16? It has to be UTF-8",
+            ),
             (
                 b"uid,name\na,b\0c\n",
                 "line 2: the value of name holds a NUL, where a text ends; "
