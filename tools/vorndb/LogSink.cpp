@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <iostream>
+#include <string>
 #include <utility>
 
 #include "Text.h"
@@ -35,12 +36,14 @@ std::string Format(const char* format, va_list arguments) {
   return text;
 }
 
-// As the platform's stand-in writes it on a desktop; what reads the one reads the other.
+// As the platform's stand-in writes it on a desktop; what reads the one reads the other. At
+// once, since several processes may share the log.
 void Show(int priority, const char* tag, const std::string& line) {
   constexpr char kLetters[] = "VVVDIWEF";
   const char letter = priority >= 0 && priority <= 7 ? kLetters[priority] : '?';
-  std::cerr << letter << ' ' << tag << ' ' << getpid() << ' ' << getpid() << ' '
-            << vorndb::Printable(line) << '\n';
+  const std::string process = std::to_string(getpid());
+  std::cerr << letter + (' ' + std::string(tag)) + ' ' + process + ' ' + process + ' ' +
+                   vorndb::Printable(line) + '\n';
 }
 
 void Keep(int priority, const std::string& line) {

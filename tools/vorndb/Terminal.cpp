@@ -21,14 +21,17 @@ std::optional<std::size_t> TerminalWidth(int descriptor) {
   return size.ws_col;
 }
 
-void Tell(const std::string& message) { std::cerr << "vorndb: " << Printable(message) << '\n'; }
+void Tell(const std::string& message) { std::cerr << "vorndb: " + Printable(message) + '\n'; }
 
 bool CanAsk() { return isatty(STDIN_FILENO) != 0 && isatty(STDERR_FILENO) != 0; }
 
 bool Ask(const std::string& question) {
-  std::cerr << question << " [y/N] " << std::flush;
+  std::cerr << Printable(question) + " [y/N] ";
   std::string answer;
-  std::getline(std::cin, answer);
+  if (!std::getline(std::cin, answer)) {
+    // Nobody has ended the line.
+    std::cerr << '\n';
+  }
   return !answer.empty() && (answer.front() == 'y' || answer.front() == 'Y');
 }
 

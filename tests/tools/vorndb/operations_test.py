@@ -1,6 +1,8 @@
 """Each operation does what it says, as the sqlite3 shell sees it."""
 
-from tool import Tool
+import socket
+
+from tool import Tool, environment
 
 
 class Create(Tool):
@@ -267,4 +269,24 @@ class Verbose(Tool):
 
     def test_variables_of_the_platform_do_not_matter(self):
         self.contacts()
-        self.assertEqual(self.done("select", "contact", "--format", "lines").count("\n"), 7)
+        for priority in "VS":
+            options = {"env": environment(VORN_DLOG_PRIORITY=priority)}
+            self.fails("the table t does not exist in app.db (SQLite 1)", "drop", "t", **options)
+            self.assertEqual(self.done("exists", "contact", **options), "yes\n")
+            _, errors = self.run_tool("-v", "upsert", "contact", "uid=9", **options)
+            self.assertIn("> Upsert SUCCESS[0]\n", errors)
+
+    def test_a_line_is_written_at_once(self):
+        # So that lines of several processes that share a log do not mix.
+        self.contacts()
+        # What is received from such a socket is what one write has sent.
+        receiver, sender = socket.socketpair(socket.AF_UNIX, socket.SOCK_SEQPACKET)
+        with receiver:
+            with sender:
+                self.start(
+                    *("-v", "-f", "app.db", "drop", "t"), stderr=sender, capture_output=False
+                )
+            parts = list(iter(lambda: receiver.recv(65536).decode(), ""))
+        self.assertEqual(parts[-1], "vorndb: the table t does not exist in app.db (SQLite 1)\n")
+        self.assertGreater(len(parts), 5)
+        self.assertEqual([part for part in parts if part.count("\n") != 1], [])

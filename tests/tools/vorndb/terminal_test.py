@@ -158,10 +158,10 @@ class Terminal(Tool):
     def test_a_delete_without_conditions_asks(self):
         question = "Delete every row of contact in app.db? [y/N] "
         self.contacts()
-        for answer in ("n\n", "\n", "no, yes\n", "\x04"):
+        for answer, shown in (("n\n", ""), ("\n", ""), ("no, yes\n", ""), ("\x04", "\n")):
             self.assertEqual(
-                self.on_terminal("delete", "contact", typed=answer, status=1).replace("\n", ""),
-                question + "vorndb: nothing is deleted",
+                self.on_terminal("delete", "contact", typed=answer, status=1),
+                f"{question}{shown}vorndb: nothing is deleted\n",
             )
             self.assertEqual(self.sql("SELECT count(*) FROM contact"), "2\n")
         self.assertEqual(self.on_terminal("delete", "contact", typed="y\n"), question)

@@ -44,10 +44,14 @@ class Tool(unittest.TestCase):
         return subprocess.run(
             PROGRAM + list(arguments),
             cwd=self.folder,
-            env=environment(),
             check=False,
             timeout=250,
-            **{"stdin": subprocess.DEVNULL, "capture_output": True, **options},
+            **{
+                "env": environment(),
+                "stdin": subprocess.DEVNULL,
+                "capture_output": True,
+                **options,
+            },
         )
 
     def run_tool(self, *arguments, status=DONE, **options):
