@@ -85,7 +85,8 @@ void WriteLines(Result& result, std::ostream& output) {
     output << (row == 0 ? "" : "\n");
     for (std::size_t column = 0; column < result.Columns().size(); ++column) {
       if (result.Columns()[column].known) {
-        output << result.Columns()[column].name << '=' << OneLine(result.Cell(row, column)) << '\n';
+        output << OneLine(result.Columns()[column].name) << '=' << OneLine(result.Cell(row, column))
+               << '\n';
       }
     }
   }

@@ -68,6 +68,10 @@ class Formats(Tool):
             [f"number={number}\ntext={text}" for number, text in enumerate(escaped)],
         )
 
+    def test_names_in_lines_are_on_one_line_too(self):
+        self.sql('CREATE VIEW v AS SELECT 1 AS "two\nlines", 2 AS b')
+        self.assertEqual(self.done("select", "v", "--format", "lines"), "two\\nlines=1\nb=2\n")
+
     def test_table_is_aligned_by_what_is_seen(self):
         self.sql("CREATE TABLE t (a, b); INSERT INTO t VALUES ('日本', 1), ('é', 2), ('e\u0301', 3)")
         self.assertEqual(
