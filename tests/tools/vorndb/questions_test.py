@@ -179,11 +179,10 @@ class Questions(Tool):
 
     def test_every_country_is_found_by_its_name(self):
         self.done("import", "country", "country.csv")
-        for code, name in self.countries:
-            if not name.isascii() or "'" in name:
-                answer = rows_of(
-                    self.done(
-                        "select", "country", "--where", f"country_name={name}", "--format=csv"
-                    )
-                )
-                self.assertEqual(answer[1:], [[code, name]])
+        odd = [row for row in self.countries if not row[1].isascii() or "'" in row[1]]
+        self.assertGreater(len(odd), 1)
+        for code, name in odd:
+            answer = self.done(
+                "select", "country", "--where", f"country_name={name}", "--format=csv"
+            )
+            self.assertEqual(rows_of(answer)[1:], [[code, name]])
