@@ -3,19 +3,66 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <iostream>
+#include <iterator>
 #include <string>
 
 #include "Terminal.h"
 
 namespace vorndb {
 
+namespace {
+
+constexpr int kEndings[] = {SIGHUP, SIGINT, SIGTERM};
+
+// What wipes the bar away, also for a signal: there is one terminal, and one bar on it.
+std::string& TheWipe() {
+  static std::string wipe;
+  return wipe;
+}
+
+extern "C" void WipeAndEnd(int number) {
+  const std::string& wipe = TheWipe();
+  static_cast<void>(write(STDERR_FILENO, wipe.data(), wipe.size()) == 0);
+  // By now it has its usual effect again.
+  static_cast<void>(raise(number));
+}
+
+// A signal that is ignored, as for a job in the background, stays so.
+void Handle(int number) {
+  struct sigaction action {};
+  if (sigaction(number, nullptr, &action) == 0 && action.sa_handler == SIG_DFL) {
+    action.sa_handler = WipeAndEnd;
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
+    static_cast<void>(sigaction(number, &action, nullptr));
+  }
+}
+
+void StopHandling(int number) {
+  struct sigaction action {};
+  if (sigaction(number, nullptr, &action) == 0 && action.sa_handler == WipeAndEnd) {
+    action.sa_handler = SIG_DFL;
+    static_cast<void>(sigaction(number, &action, nullptr));
+  }
+}
+
+}  // namespace
+
 Progress::Progress(std::uintmax_t total, bool wanted)
-    : m_total(total), m_width(wanted && total > 0 ? TerminalWidth(STDERR_FILENO) : std::nullopt) {}
+    : m_total(total), m_width(wanted && total > 0 ? TerminalWidth(STDERR_FILENO) : std::nullopt) {
+  if (m_width) {
+    TheWipe() = '\r' + std::string(*m_width - 1, ' ') + '\r';
+    std::for_each(std::begin(kEndings), std::end(kEndings), Handle);
+  }
+}
 
 Progress::~Progress() {
   if (m_shown >= 0) {
-    std::cerr << '\r' << std::string(*m_width - 1, ' ') << '\r' << std::flush;
+    std::cerr << TheWipe();
+  }
+  if (m_width) {
+    std::for_each(std::begin(kEndings), std::end(kEndings), StopHandling);
   }
 }
 
@@ -42,7 +89,7 @@ void Progress::Draw(int percent, std::size_t rows) const {
   std::string line =
       '[' + std::string(filled, '#') + std::string(length - filled, ' ') + ']' + text;
   line.resize(std::min(line.size(), *m_width - 1));
-  std::cerr << '\r' << line << std::flush;
+  std::cerr << '\r' + line;
 }
 
 }  // namespace vorndb

@@ -11,7 +11,8 @@ namespace vorndb {
 
 class Progress {
  public:
-  // Shows nothing unless standard error is a terminal; a total of 0 is not known.
+  // Shows nothing unless standard error is a terminal; a total of 0 is not known. A signal
+  // that ends the process wipes the bar away first. There may be one at a time.
   Progress(std::uintmax_t total, bool wanted);
   // Wipes the bar away.
   ~Progress();

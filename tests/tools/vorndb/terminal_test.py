@@ -4,6 +4,7 @@ import fcntl
 import os
 import pty
 import re
+import signal
 import struct
 import subprocess
 import termios
@@ -23,8 +24,9 @@ def seen_width(line):
 class Terminal(Tool):
     """Output, errors and input are a terminal of a given width."""
 
-    def on_terminal(self, *arguments, columns=80, typed="", status=0):
-        """All that the terminal was sent, with its line ends as \\n."""
+    def on_terminal(self, *arguments, columns=80, typed="", status=0, kill=None):
+        """All that the terminal was sent, with its line ends as \\n. As soon as there is
+        something, the process gets the signal `kill`."""
         controller, terminal = pty.openpty()
         try:
             fcntl.ioctl(terminal, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
@@ -45,7 +47,11 @@ class Terminal(Tool):
                 terminal = None
                 if typed:
                     os.write(controller, typed.encode())
-                received = self.read_all(controller)
+                received = ""
+                if kill is not None:
+                    received = os.read(controller, 65536).decode()
+                    process.send_signal(kill)
+                received += self.read_all(controller)
                 self.assertEqual(process.wait(), status, received)
                 return received
         finally:
@@ -150,6 +156,22 @@ class Terminal(Tool):
         frames = output.split("\r")
         self.assertEqual(frames[-2].strip(), "")
         self.assertTrue(frames[-1].startswith("vorndb: t.csv, line 22: it has 3 fields"))
+
+    def test_a_killed_import_wipes_its_progress_away(self):
+        self.rows(20000)
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+            output = self.on_terminal("import", "t", "t.csv", status=-number, kill=number)
+            frames = output.split("\r")
+            self.assertTrue(frames[1].startswith("["), frames[1])
+            self.assertEqual(frames[-2:], [" " * 79, ""])
+        self.assertEqual(self.sql("PRAGMA integrity_check"), "ok\n")
+        # What a shell's job shall survive, it survives.
+        self.sql("DELETE FROM t")
+        (self.folder / "t.csv").write_text("a,b\n" + "1,x\n" * 200)
+        signal.signal(signal.SIGHUP, signal.SIG_IGN)
+        self.addCleanup(signal.signal, signal.SIGHUP, signal.SIG_DFL)
+        output = self.on_terminal("import", "t", "t.csv", kill=signal.SIGHUP)
+        self.assertTrue(output.endswith("\r200 rows written to t\n"), output)
 
     def test_no_progress_between_lines_of_the_log(self):
         self.rows(3)
