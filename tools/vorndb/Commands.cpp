@@ -34,12 +34,21 @@ void RunOrPrint(const Arguments& arguments, Request& request, Generate<Request> 
   RunWrite(file, request, run, {arguments.table});
 }
 
-// To create a table that exists changes nothing about it, and is a success.
+// To create a table that exists changes nothing about it, and is a success. SQLite finds it in
+// other capital letters, too, and takes a view for one.
 void TellIfExisting(const Arguments& arguments) {
   const DatabaseFile file(arguments.file);
   if (file.IsThere() && file.HasTable(arguments.table)) {
     Tell("the table " + arguments.table + " exists in " + file.Path() +
          " already and is left as it is");
+  }
+}
+
+void TellIfNotCreated(const Arguments& arguments) {
+  const DatabaseFile file(arguments.file);
+  if (file.IsMissing(arguments.table)) {
+    Tell("nothing is created: in " + file.Path() + " there is a view " + arguments.table +
+         ", or a table that differs in capital letters");
   }
 }
 
@@ -68,6 +77,9 @@ void Create(const Arguments& arguments) {
     WarnOfSingleColumn(arguments);
   }
   RunOrPrint(arguments, request, &SqlGenerator::GetCreateTableSql, &Database::CreateTable);
+  if (!arguments.sql) {
+    TellIfNotCreated(arguments);
+  }
 }
 
 void Upsert(const Arguments& arguments) {

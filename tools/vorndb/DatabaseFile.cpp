@@ -97,7 +97,6 @@ Outcome DatabaseFile::LookFor(const std::string& table, bool& exists) const {
   return Observe([&] { return Database().CheckExistTable(location, name.c_str(), exists); });
 }
 
-// The platform may have made SQLite's message unreadable; then the table is looked for.
 bool DatabaseFile::IsMissing(const std::string& table) const {
   bool exists = false;
   return LookFor(table, exists).result == 0 && !exists;
@@ -131,6 +130,7 @@ std::string DatabaseFile::Explain(int result, const std::vector<std::string>& ta
   std::string words = message.empty() ? "no more is known" : message;
   switch (result) {
     case 1:
+      // The platform may have made SQLite's message unreadable; then the table is looked for.
       for (const std::string& table : tables) {
         if (message == "no such table: " + table || (message.empty() && IsMissing(table))) {
           return "the table " + table + " does not exist in " + m_path;

@@ -41,6 +41,9 @@ class DatabaseFile {
   // Whether there is a table of that name; throws Failure when that cannot be told.
   bool HasTable(const std::string& table) const;
 
+  // Whether there is no such table; false when that cannot be told.
+  bool IsMissing(const std::string& table) const;
+
   // Throws Failure, in plain words, for any other result than 0 of an operation on these
   // tables.
   void ExpectSuccess(const Outcome& outcome, const std::vector<std::string>& tables) const;
@@ -52,7 +55,6 @@ class DatabaseFile {
 
  private:
   Outcome LookFor(const std::string& table, bool& exists) const;
-  bool IsMissing(const std::string& table) const;
   std::string Explain(int result, const std::vector<std::string>& tables,
                       const std::string& message) const;
 

@@ -53,6 +53,20 @@ class Create(Tool):
         )
         self.assertEqual(self.schema(), before)
 
+    def test_a_name_that_is_taken_otherwise_is_told(self):
+        # SQLite does nothing, and calls that a success.
+        self.contacts()
+        self.sql("CREATE VIEW v AS SELECT * FROM contact")
+        for name in ("CONTACT", "v"):
+            output, errors = self.run_tool("create", name, "other:TEXT")
+            self.assertEqual(output, "")
+            self.assertEqual(
+                errors,
+                f"vorndb: nothing is created: in app.db there is a view {name}, or a table that"
+                " differs in capital letters\n",
+            )
+        self.assertEqual(self.sql("SELECT count(*) FROM sqlite_master WHERE type = 'table'"), "1\n")
+
     def test_a_table_of_one_column_is_warned_of(self):
         output, errors = self.run_tool("create", "t", "--key", "uid:TEXT")
         self.assertEqual(output, "")
