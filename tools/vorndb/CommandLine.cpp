@@ -275,6 +275,12 @@ void Refuse(const Arguments& arguments) {
   if (arguments.file.empty() && !arguments.sql && arguments.command != Command::kExplainLog) {
     throw UsageError("the database file is missing: vorndb -f FILE …");
   }
+  if (arguments.command == Command::kExplainLog && (arguments.sql || !arguments.file.empty())) {
+    throw UsageError("explain-log reads a log, and no database: it takes neither -f nor --sql");
+  }
+  if (arguments.command == Command::kExport && arguments.path == "-") {
+    throw UsageError("export writes a file; for standard output there is select --format");
+  }
   if (arguments.command == Command::kUpdate && arguments.where.empty()) {
     throw UsageError("update needs --where: the library does not change all rows at once");
   }

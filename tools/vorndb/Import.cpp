@@ -10,6 +10,7 @@
 #include "Errors.h"
 #include "Progress.h"
 #include "Statement.h"
+#include "Text.h"
 #include "UpsertRequest.h"
 
 namespace vorndb {
@@ -127,7 +128,7 @@ void ImportFrom(std::istream& input, const Arguments& arguments) {
     count = Importer(arguments, reader, progress).Run();
   }
   if (!arguments.sql) {
-    std::cout << count << " rows written to " << arguments.table << '\n';
+    std::cout << CountedRows(count) << " written to " << arguments.table << '\n';
   }
 }
 

@@ -1,5 +1,6 @@
 #include "OutputFile.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -38,6 +39,13 @@ void TakeOwnerAndMode(const std::string& old, const std::string& part) {
   }
 }
 
+// A new file, which nobody has put there or linked to something else before.
+bool MakeAnew(const std::string& path) {
+  constexpr mode_t kByUmask = 0666;
+  const int descriptor = open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, kByUmask);
+  return descriptor >= 0 && close(descriptor) == 0;
+}
+
 }  // namespace
 
 OutputFile::OutputFile(const std::string& path, bool overwrite) : m_path(path) {
@@ -54,11 +62,11 @@ OutputFile::OutputFile(const std::string& path, bool overwrite) : m_path(path) {
   }
   m_target = Followed(path);
   const std::string part = m_target + "." + std::to_string(getpid()) + ".part";
-  m_stream.open(part, std::ios::binary);
-  if (!m_stream) {
+  if (!MakeAnew(part)) {
     throw Failure("cannot write " + path);
   }
   m_part = part;
+  m_stream.open(part, std::ios::binary);
   TakeOwnerAndMode(m_target, m_part);
 }
 

@@ -160,7 +160,8 @@ void Export(const Arguments& arguments) {
   RequireFaithful(DoubtsAbout(result, format, answer.outcome));
   Write(result, format, std::nullopt, output.Stream());
   output.Keep();
-  std::cout << result.RowCount() << " rows written to " << arguments.path << '\n';
+  std::cout << CountedRows(static_cast<std::size_t>(result.RowCount())) << " written to "
+            << arguments.path << '\n';
 }
 
 }  // namespace vorndb

@@ -67,6 +67,10 @@ std::string Printable(const std::string& text) {
   return printable;
 }
 
+std::string CountedRows(std::size_t count) {
+  return std::to_string(count) + (count == 1 ? " row" : " rows");
+}
+
 bool IsUtf8(const std::string& text) {
   for (std::size_t position = 0; position < text.size();) {
     const Character character = CharacterAt(text, position);

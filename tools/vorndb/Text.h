@@ -13,6 +13,9 @@ namespace vorndb {
 // U+FFFD.
 std::string Printable(const std::string& text);
 
+// "1 row", "2 rows".
+std::string CountedRows(std::size_t count);
+
 // Whether the whole text is UTF-8.
 bool IsUtf8(const std::string& text);
 

@@ -41,7 +41,7 @@ class Import(Tool):
         ):
             self.write(content)
             self.assertEqual(
-                self.done("import", "contact", "rows.csv"), "1 rows written to contact\n", content
+                self.done("import", "contact", "rows.csv"), "1 row written to contact\n", content
             )
             self.assertEqual(self.rows(), 'a|say "x", O\'Brien|\n')
             self.sql("DELETE FROM contact WHERE uid = 'a'")

@@ -142,6 +142,11 @@ class WrongUse(Tool):
             "uid=7",
         )
 
+    def test_what_a_command_does_not_do(self):
+        self.refused("explain-log reads a log", "-f", "app.db", "explain-log", "x.log")
+        self.refused("explain-log reads a log", "explain-log", "x.log", "--sql")
+        self.refused("export writes a file", "-f", "app.db", "export", "contact", "-")
+
     def test_formats(self):
         self.refused("'xml' is no format", "-f", "app.db", "select", "contact", "--format", "xml")
         self.refused("'x' does not tell a format", "-f", "app.db", "export", "contact", "x")
