@@ -3,18 +3,17 @@
 #include <fstream>
 #include <iostream>
 
-#include "BasePath.h"
 #include "CreateRequest.h"
 #include "DeleteRequest.h"
 #include "DropRequest.h"
 #include "Errors.h"
-#include "ExplainLog.h"
 #include "Import.h"
 #include "Query.h"
 #include "Statement.h"
 #include "Terminal.h"
 #include "UpdateRequest.h"
 #include "UpsertRequest.h"
+#include "explain_log/ExplainLog.h"
 
 namespace vorndb {
 

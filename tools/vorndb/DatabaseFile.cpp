@@ -7,19 +7,14 @@
 #include "Database.h"
 #include "Errors.h"
 #include "Names.h"
+#include "QueryLog.h"
 
 namespace vorndb {
 
 namespace {
 
-constexpr char kStepError[] = "SQLITE STEP ERROR!!!";
-constexpr char kBusyLimit[] = "RETRY COUNT is reached LIMIT";
 // Each stands in front of SQLite's own words.
 constexpr const char* kBeforeMessage[] = {" FAILED[", "DB open failed. Error no("};
-
-bool StartsWith(const std::string& text, const std::string& start) {
-  return text.compare(0, start.size(), start) == 0;
-}
 
 // SQLite's own words for a failure, or nothing.
 std::string MessageIn(const std::vector<LoggedLine>& lines) {
@@ -34,20 +29,6 @@ std::string MessageIn(const std::vector<LoggedLine>& lines) {
     }
   }
   return message;
-}
-
-// Why the rows of a query are not all of them, or nothing if they are.
-std::string BreakOf(const std::vector<LoggedLine>& lines) {
-  for (const LoggedLine& line : lines) {
-    if (StartsWith(line.message, kStepError)) {
-      const std::string words = line.message.substr(sizeof kStepError - 1);
-      return "reading stopped" + (words.empty() ? "" : " with:" + words);
-    }
-    if (StartsWith(line.message, kBusyLimit)) {
-      return "the file stayed busy";
-    }
-  }
-  return "";
 }
 
 // What is the matter with a file that cannot be opened.

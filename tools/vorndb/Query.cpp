@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <iostream>
 #include <system_error>
@@ -12,6 +11,7 @@
 #include "Errors.h"
 #include "JoinRequest.h"
 #include "OutputFile.h"
+#include "QueryLog.h"
 #include "Result.h"
 #include "SelectRequest.h"
 #include "Statement.h"
@@ -52,11 +52,15 @@ bool IsRewritten(Result& result) {
 // Cells that are no text arrive as empty ones; only the log tells.
 std::vector<std::string> DoubtsAbout(Result& result, Format format, const Outcome& outcome) {
   std::vector<std::string> doubts = result.Doubts();
-  const auto blobs = std::count_if(outcome.log.begin(), outcome.log.end(),
-                                   [](const auto& line) { return line.message == "UNKNOWN TYPE"; });
+  const std::size_t blobs = CountBlobs(outcome.log);
   if (blobs > 0) {
     doubts.push_back("Cells with binary data (blobs): " + std::to_string(blobs) +
                      ". The library gives them as empty texts.");
+  }
+  const std::size_t unreadable = CountUnreadable(outcome.log);
+  if (unreadable > 0) {
+    doubts.push_back("Lines of the log that cannot be read: " + std::to_string(unreadable) +
+                     ". They tell of blobs, or that the result is not complete.");
   }
   if (format == Format::kJson && IsRewritten(result)) {
     doubts.emplace_back("JSON holds UTF-8 only; bytes that are none are written as U+FFFD.");
