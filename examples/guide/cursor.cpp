@@ -37,9 +37,9 @@ void Print(Cursor& cursor) {
   Check(cursor.GetInt(kNumber, number), "read a number");
   Check(cursor.GetString(kTitle, title), "read a title");
   std::cout << "row " << cursor.GetPosition() << ": " << number << ' ' << title;
-  // An empty cell is no number: the variable stays as it was.
-  std::cout << (cursor.GetDouble(kPrice, price) == 0 ? " costs " : " has no price: ") << price
-            << '\n';
+  // An empty cell is no number: the result is 1, and the variable stays as it was.
+  const bool hasPrice = cursor.GetDouble(kPrice, price) == 0;
+  std::cout << (hasPrice ? " costs " : " has no price: ") << price << '\n';
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <exception>
 #include <iostream>
 #include <stdexcept>
@@ -70,13 +69,17 @@ int main() try {
     if (child == 0) {
       return WriteRows(writer);
     }
-    Check(child < 0 ? errno : 0, "start a child");
+    if (child < 0) {
+      throw std::runtime_error("cannot start a child");
+    }
     children.push_back(child);
   }
   for (const pid_t child : children) {
-    int status = -1;
-    waitpid(child, &status, 0);
-    Check(status, "write the rows");
+    int status = 0;
+    if (waitpid(child, &status, 0) != child || !WIFEXITED(status)) {
+      throw std::runtime_error("a child was killed");
+    }
+    Check(WEXITSTATUS(status), "write the rows");
   }
 
   SelectRequest select;

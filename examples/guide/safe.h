@@ -50,7 +50,12 @@ inline bool GetExact(Cursor& cursor, const char* column, double& value) {
   }
   std::istringstream stream(text);
   stream.imbue(std::locale::classic());
-  return static_cast<bool>(stream >> value);
+  double number = 0;
+  if (!(stream >> number)) {
+    return false;
+  }
+  value = number;
+  return true;
 }
 //! [doubles]
 

@@ -71,7 +71,8 @@ void Integers() {
   Check(cursor.MoveToNext(), "find the row");
   int small = 0;
   long long read = 0;
-  std::cout << "GetInt: result " << cursor.GetInt(kPlain, small) << ", still " << small << '\n';
+  const int result = cursor.GetInt(kPlain, small);
+  std::cout << "GetInt: result " << result << ", still " << small << '\n';
   std::cout << "GetLong: " << (GetLong(cursor, kPlain, read) ? std::to_string(read) : "none")
             << '\n';
 }
