@@ -16,7 +16,7 @@
 /// caller's pointer itself; its text is neither copied nor compared. Hence:
 ///
 ///  1. Keep every column name alive and unchanged until the request has been
-///     run. String literals are the safe choice.
+///     run. One named constant per column is the safe choice.
 ///  2. The same name through two different pointers makes two entries, and the
 ///     statement then names that column twice.
 ///  3. Columns appear in a statement in the order of their addresses, neither

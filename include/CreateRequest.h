@@ -14,8 +14,10 @@
 /// primary key, an optional second key column, and further columns.
 ///
 /// Without a primary key the table gets the column `_ID INTEGER PRIMARY KEY`. A
-/// composite key counts only beside a primary key. Nothing is checked: the same
-/// column twice, say, is written twice and rejected by SQLite.
+/// composite key counts only beside a primary key. A single key is NOT NULL; the
+/// two columns of a composite one may be NULL unless their types say otherwise
+/// ("TEXT NOT NULL"). Nothing is checked: the same column twice, say, is written
+/// twice and rejected by SQLite.
 ///
 /// **Ownership.** Table, keys and column types are copied. The **names of
 /// further columns are kept by pointer**: keep them alive and unchanged until
@@ -26,7 +28,8 @@
 /// **Threads.** `SetColumnKey` runs under a named lock of the column list and
 /// may be called from several threads. Nothing else is guarded.
 ///
-/// **Log.** Every member writes one trace line (priority 3) with its own name.
+/// **Log.** Every member declared here writes one trace line (priority 3) with
+/// its own name; inherited ones write none.
 /// Should the name of the lock ever fail to be formatted, "Failed to get
 /// MUTEX_NAME at %s::%s[%d]" (priority 6) follows.
 class CreateRequest : public BasePath {

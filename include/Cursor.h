@@ -97,13 +97,13 @@ class Cursor {
   void MoveToLast();
 
   /// Goes to the next row.
-  /// @return 0; or 3 when there is none: the position is then `GetCount()` - 1
-  ///         and the log has "Last Row" (4).
+  /// @return 0; or 3 when there is none: the position is then `GetCount()` - 1,
+  ///         so the last row (-2 without columns), and the log has "Last Row" (4).
   int MoveToNext();
 
   /// Goes to the previous row.
-  /// @return 0; or 2 when there is none: the position is then 0 and the log has
-  ///         "First Row" (4).
+  /// @return 0; or 2 when there is none: the position is then 0, also without
+  ///         rows, and the log has "First Row" (4).
   int MoveToPrev();
 
   /// Goes to a row.

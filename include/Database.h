@@ -25,7 +25,7 @@ class UpsertRequest;
 /// otherwise SQLite's result code of the step that failed: the open (14,
 /// `SQLITE_CANTOPEN`, for a missing directory), the execution or the
 /// preparation (1, `SQLITE_ERROR`, for a missing table). **A query returns 0
-/// once its statement is prepared, whatever stepping it meets afterwards**; a
+/// once its statement is prepared, whatever its stepping meets afterwards**; a
 /// fault while stepping shows in the log and in a cursor with fewer rows.
 ///
 /// **Busy files.** While SQLite answers `SQLITE_BUSY` (5), the call is repeated
@@ -85,7 +85,8 @@ class Database {
   /// Log: "delete SUCCESS[%d]" (4) or "delete FAILED[%d]: %s" (6).
   int Delete(DeleteRequest& request);
 
-  /// Inserts a row, replacing one with the same key.
+  /// Inserts a row, replacing those with the same key or the same value in a
+  /// UNIQUE column.
   ///
   /// @param request location, table and values; only read.
   /// @return 0 or SQLite's result code.
@@ -93,10 +94,11 @@ class Database {
   /// Log: "Upsert SUCCESS[%d]" (4) or "Upsert FAILED[%d]: %s" (6).
   int Upsert(UpsertRequest& request);
 
-  /// Creates a table; an existing table of that name is left as it is.
+  /// Creates a table; an existing table or view of that name, in whatever case,
+  /// is left as it is.
   ///
   /// @param request location, table, keys and columns; only read.
-  /// @return 0, also when the table exists, or SQLite's result code.
+  /// @return 0, also when such a table or view exists, or SQLite's result code.
   ///
   /// Log: "createTable SUCCESS[%d]" (4) or "createTable FAILED[%d]: %s" (6).
   int CreateTable(CreateRequest& request);

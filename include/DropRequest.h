@@ -16,7 +16,8 @@
 ///
 /// **Threads.** The table name is not guarded by any lock.
 ///
-/// **Log.** Every member writes one trace line (priority 3) with its own name.
+/// **Log.** Every member declared here writes one trace line (priority 3) with
+/// its own name; inherited ones write none.
 class DropRequest : public BasePath {
  public:
   /// Creates a request without a table.

@@ -20,7 +20,8 @@
 ///
 /// **Threads.** The sides are not guarded by any lock.
 ///
-/// **Log.** Every member writes one trace line (priority 3) with its own name.
+/// **Log.** Every member declared here writes one trace line (priority 3) with
+/// its own name; inherited ones write none.
 class JoinRequest : public BaseSet {
  public:
   /// Creates a request with neither side set.

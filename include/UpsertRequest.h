@@ -8,7 +8,8 @@
 
 #include "BaseSet.h"
 
-/// Asks to insert a row into one table, replacing a row with the same key.
+/// Asks to insert a row into one table, replacing rows with the same key or the
+/// same value in a UNIQUE column.
 ///
 /// Only the values (`SetData`) are read; conditions are ignored. A replaced row
 /// is deleted first: columns that the request does not name get their defaults.
@@ -18,7 +19,8 @@
 ///
 /// **Threads.** The table name is not guarded by any lock.
 ///
-/// **Log.** Every member writes one trace line (priority 3) with its own name.
+/// **Log.** Every member declared here writes one trace line (priority 3) with
+/// its own name; inherited ones write none.
 class UpsertRequest : public BaseSet {
  public:
   /// Creates a request without a table.
