@@ -1,4 +1,4 @@
-// Asks whether tables exist.
+// Asks whether tables exist, and drops one.
 
 #include <exception>
 #include <iostream>
@@ -7,6 +7,7 @@
 
 #include "CreateRequest.h"
 #include "Database.h"
+#include "DropRequest.h"
 
 namespace {
 
@@ -37,6 +38,13 @@ int main() try {
   Check(Database().CreateTable(create), "create the table");
   std::cout << "after: " << Exists("contact") << '\n';
   std::cout << "in capitals: " << Exists("CONTACT") << '\n';  // letters count here
+
+  DropRequest drop;
+  drop.SetPath(".", "check_table.db");
+  drop.SetTable("contact");
+  Check(Database().DropTable(drop), "drop the table");
+  std::cout << "dropped: " << Exists("contact") << '\n';
+  std::cout << "dropped again: result " << Database().DropTable(drop) << '\n';  // there is none
   return 0;
 } catch (const std::exception& error) {
   std::cerr << "check_table: " << error.what() << '\n';
