@@ -88,6 +88,7 @@ inline bool HasCondition(BaseSet& request) {
 
 //! [directory]
 // Whether a file can be opened or made in a directory, so far as that can be told before.
+// The working directory is "." here; the library takes an empty text for it, too.
 inline bool IsWritableDirectory(const std::string& path) {
   struct stat status = {};
   return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
