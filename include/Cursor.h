@@ -18,7 +18,9 @@
 /// @code
 /// cursor.MoveToFirst();                 // before the first row
 /// while (cursor.MoveToNext() == 0) {
-///   cursor.GetString("name", name);
+///   if (cursor.GetString("name", name) == 0) {
+///     std::cout << name << '\n';
+///   }
 /// }
 /// @endcode
 ///
