@@ -10,13 +10,13 @@ source "${BASH_SOURCE[0]%/*}/run.sh"
 # What the scripts need, by purpose.
 # shellcheck disable=SC2034
 {
-  build_packages=(g++ cmake ninja-build libsqlite3-dev)
+  build_packages=(g++ cmake ninja-build pkg-config libsqlite3-dev)
   tool_packages=(libcli11-dev nlohmann-json3-dev libcsv-dev libutf8proc-dev)
   test_packages=("${build_packages[@]}" "${tool_packages[@]}" libgtest-dev libgmock-dev
-    pkg-config sqlite3 tzdata abigail-tools strace python3)
+    sqlite3 tzdata abigail-tools strace python3)
   armhf_packages=(g++-arm-linux-gnueabihf qemu-user)
   arm_packages=("${armhf_packages[@]}" g++-arm-linux-gnueabi googletest)
-  package_packages=(git dpkg-dev file rpm lintian elfutils cpio pkg-config)
+  package_packages=(git dpkg-dev file rpm lintian elfutils cpio)
   fuzz_packages=(clang libclang-rt-dev)
   coverage_packages=(gcovr python3)
   mutation_packages=(git python3)
