@@ -121,7 +121,8 @@ install() {
 # What a transcript leaves out, or what is another each time: progress, process numbers,
 # lines of the sources.
 without_details() {
-  sed -E "s|$work/home|/home/you|g; s/^([VDIWEF] VORN) [0-9]+ [0-9]+ /\1 N N /; s/\([0-9]+\)/(N)/g" |
+  sed -E "s|$work/home|/home/you|g; s/^([VDIWEF] VORN) [0-9]+ [0-9]+ /\1 N N /
+    s/\[[0-9]+ [0-9]+\]/[N N]/; s/\([0-9]+\)/(N)/g" |
     grep -vE '^(-- |\[|…$|Preset |  [A-Z_:]+=|$)' || true
 }
 
