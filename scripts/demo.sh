@@ -40,4 +40,4 @@ if ((status != 0)); then
   echo "timezone_picker failed with status $status; see $log" >&2
   exit "$status"
 fi
-echo "== demo: done; the database is removed, the library's log is in $log ($(wc -l <"$log") lines)"
+echo "== demo: done; its folder is removed with the database, the library's log is in $log ($(wc -l <"$log") lines)"
