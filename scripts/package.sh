@@ -46,7 +46,11 @@ select_architecture() {
 set_time() {
   if [[ -z ${SOURCE_DATE_EPOCH:-} ]]; then
     SOURCE_DATE_EPOCH=$(git -c safe.directory="$PWD" log -1 --format=%ct 2>/dev/null) || {
-      echo 'package.sh: there is no commit to take the time from; set SOURCE_DATE_EPOCH' >&2
+      {
+        echo 'package.sh: there is no commit to take the time of the files from. Give them one:'
+        # shellcheck disable=SC2016 # for the reader to run
+        echo 'SOURCE_DATE_EPOCH=$(date +%s) scripts/package.sh'
+      } >&2
       exit 1
     }
   fi
