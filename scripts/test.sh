@@ -2,8 +2,8 @@
 # Runs the tests on this machine:
 #
 #   scripts/test.sh        the whole suite, built as it is shipped
-#   scripts/test.sh arm    the suite for 32-bit ARM under emulation, with and, but for
-#                          what takes long, without hardware floating point
+#   scripts/test.sh arm    the suite for 32-bit ARM under emulation, and what concerns the
+#                          library itself without hardware floating point
 #   scripts/test.sh all    lint, then the suite with every compiler and sanitizer and
 #                          for 32-bit ARM, fuzzing, coverage, some of the mutations, the
 #                          site, the footprint, the instructions, the benchmarks'
