@@ -13,7 +13,7 @@
 #include "Terminal.h"
 #include "UpdateRequest.h"
 #include "UpsertRequest.h"
-#include "explain_log/ExplainLog.h"
+#include "log/ExplainLog.h"
 
 namespace vorndb {
 

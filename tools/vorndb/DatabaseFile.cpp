@@ -7,25 +7,19 @@
 #include "Database.h"
 #include "Errors.h"
 #include "Names.h"
-#include "QueryLog.h"
+#include "log/QueryLog.h"
 
 namespace vorndb {
 
 namespace {
 
-// Each stands in front of SQLite's own words.
-constexpr const char* kBeforeMessage[] = {" FAILED[", "DB open failed. Error no("};
-
 // SQLite's own words for a failure, or nothing.
 std::string MessageIn(const std::vector<LoggedLine>& lines) {
   std::string message;
-  for (const LoggedLine& line : lines) {
-    for (const char* const before : kBeforeMessage) {
-      const std::size_t start = line.message.find(before);
-      const std::size_t colon = line.message.find(": ", start);
-      if (start != std::string::npos && colon != std::string::npos) {
-        message = line.message.substr(colon + 2);
-      }
+  for (const LoggedLine& logged : lines) {
+    const LogEvent event = logged.meaning.event;
+    if (event == LogEvent::kFailed || event == LogEvent::kOpenFailed) {
+      message = logged.meaning.text;
     }
   }
   return message;

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "LogSink.h"
+#include "log/LogSink.h"
 
 class BasePath;
 

@@ -11,12 +11,12 @@
 #include "Errors.h"
 #include "JoinRequest.h"
 #include "OutputFile.h"
-#include "QueryLog.h"
 #include "Result.h"
 #include "SelectRequest.h"
 #include "Statement.h"
 #include "Terminal.h"
 #include "Text.h"
+#include "log/QueryLog.h"
 
 namespace vorndb {
 

@@ -1,7 +1,6 @@
 #include "Result.h"
 
 #include <iterator>
-#include <map>
 
 #include "Errors.h"
 
@@ -10,8 +9,8 @@ namespace vorndb {
 namespace {
 
 // How often each name stands in the result, in the order of the cursor's own map.
-std::map<std::string, int> CountNames(const std::vector<std::string>& names) {
-  std::map<std::string, int> counts;
+Result::NameCounts CountNames(const std::vector<std::string>& names) {
+  Result::NameCounts counts;
   for (const std::string& name : names) {
     ++counts[name];
   }
@@ -25,7 +24,7 @@ Result::Result(Cursor& cursor) : m_cursor(cursor) {
   if (cursor.GetColumn(names) != 0) {
     return;
   }
-  const std::map<std::string, int> counts = CountNames(names);
+  const NameCounts counts = CountNames(names);
   for (const std::string& name : names) {
     m_columns.push_back({name, counts.at(name) == 1});
   }
@@ -36,20 +35,15 @@ Result::Result(Cursor& cursor) : m_cursor(cursor) {
                          "apart and are left out. Give the tables distinct column names.");
     }
   }
-  CountRows();
+  CountRows(counts);
 }
 
 // A cursor counts the cells of the column that is second by name. Equal names share a list,
 // which then has as many cells for every row.
-void Result::CountRows() {
-  std::vector<std::string> names;
-  for (const Column& column : m_columns) {
-    names.push_back(column.name);
-  }
-  const std::map<std::string, int> counts = CountNames(names);
+void Result::CountRows(const NameCounts& counts) {
   if (counts.size() > 1) {
     m_rowCount = m_cursor.GetCount() / std::next(counts.begin())->second;
-  } else if (names.size() > 1) {
+  } else if (m_columns.size() > 1) {
     m_doubts.emplace_back("With no other column, how many rows there are cannot be told either.");
   } else {
     m_rowCount = m_cursor.GetCount();

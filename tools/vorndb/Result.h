@@ -4,6 +4,7 @@
 #define VORNDB_RESULT_H
 
 #include <cstddef>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,9 @@ class Result {
     bool known;  // whether its cells can be told
   };
 
+  // How often each name stands among the columns.
+  using NameCounts = std::map<std::string, int>;
+
   // Reads from the cursor, which has to live as long and is moved.
   explicit Result(Cursor& cursor);
 
@@ -31,7 +35,7 @@ class Result {
   const std::vector<std::string>& Doubts() const { return m_doubts; }
 
  private:
-  void CountRows();
+  void CountRows(const NameCounts& counts);
 
   Cursor& m_cursor;
   std::vector<Column> m_columns;

@@ -7,8 +7,8 @@
 #include "CommandLine.h"
 #include "Commands.h"
 #include "Errors.h"
-#include "LogSink.h"
 #include "Terminal.h"
+#include "log/LogSink.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "LogSink.h"
+#include "log/LogSink.h"
 
 #include <unistd.h>
 
@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <iostream>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -36,22 +37,27 @@ std::string Format(const char* format, va_list arguments) {
   return text;
 }
 
+char LetterOf(int priority) {
+  constexpr char kLetters[] = "VVVDIWEF";
+  return priority >= 0 && priority <= 7 ? kLetters[priority] : '?';
+}
+
 // As the platform's stand-in writes it on a desktop; what reads the one reads the other. At
 // once, since several processes may share the log.
 void Show(int priority, const char* tag, const std::string& line) {
-  constexpr char kLetters[] = "VVVDIWEF";
-  const char letter = priority >= 0 && priority <= 7 ? kLetters[priority] : '?';
   const std::string process = std::to_string(getpid());
-  std::cerr << letter + (' ' + std::string(tag)) + ' ' + process + ' ' + process + ' ' +
+  std::cerr << LetterOf(priority) + (' ' + std::string(tag)) + ' ' + process + ' ' + process + ' ' +
                    vorndb::Printable(line) + '\n';
 }
 
-void Keep(int priority, const std::string& line) {
-  constexpr char kMark[] = " > ";
-  const std::size_t mark = line.find(kMark);
-  if (mark != std::string::npos) {
-    TheSink().lines.push_back(
-        {priority, line.substr(0, mark), line.substr(mark + sizeof kMark - 1)});
+void Keep(int priority, const std::string& text) {
+  std::optional<vorndb::LogLine> line = vorndb::ParseLogLine(text);
+  if (!line) {
+    return;
+  }
+  line->prefix.priority = LetterOf(priority);
+  if (const std::optional<vorndb::LogMeaning> meaning = vorndb::MeaningOf(*line)) {
+    TheSink().lines.push_back({*line, *meaning});
   }
 }
 

@@ -4,15 +4,16 @@
 #ifndef VORNDB_LOGSINK_H
 #define VORNDB_LOGSINK_H
 
-#include <string>
 #include <vector>
+
+#include "log/LogLine.h"
+#include "log/LogMeaning.h"
 
 namespace vorndb {
 
 struct LoggedLine {
-  int priority;
-  std::string place;    // "Database.cpp: Select(163)"
-  std::string message;  // what stands behind the place
+  LogLine line;
+  LogMeaning meaning;
 };
 
 // Whether every line is also written to standard error.

@@ -5,13 +5,13 @@
 
 #include <ostream>
 
-#include "LogHistory.h"
+#include "log/LogHistory.h"
 
 namespace vorndb {
 
 // How many lines of a log are what.
 struct LineCounts {
-  int library = 0;
+  int own = 0;
   int unreadable = 0;  // of the library's: protected, or damaged
   int continued = 0;   // that go on with a text of the line before
   int foreign = 0;

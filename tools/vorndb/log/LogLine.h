@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "LogPrefix.h"
+#include "log/LogPrefix.h"
 
 namespace vorndb {
 

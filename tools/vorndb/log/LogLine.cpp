@@ -1,4 +1,4 @@
-#include "LogLine.h"
+#include "log/LogLine.h"
 
 #include <cstddef>
 

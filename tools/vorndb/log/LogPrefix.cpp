@@ -1,4 +1,4 @@
-#include "LogPrefix.h"
+#include "log/LogPrefix.h"
 
 #include <algorithm>
 #include <cstddef>

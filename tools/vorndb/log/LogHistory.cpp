@@ -1,4 +1,4 @@
-#include "LogHistory.h"
+#include "log/LogHistory.h"
 
 #include <string_view>
 

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "LogLine.h"
+#include "log/LogLine.h"
 
 namespace vorndb {
 

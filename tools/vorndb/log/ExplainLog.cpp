@@ -1,4 +1,4 @@
-#include "ExplainLog.h"
+#include "log/ExplainLog.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -7,10 +7,10 @@
 #include <string_view>
 #include <vector>
 
-#include "LogHistory.h"
-#include "LogLine.h"
-#include "LogMeaning.h"
-#include "LogReport.h"
+#include "log/LogHistory.h"
+#include "log/LogLine.h"
+#include "log/LogMeaning.h"
+#include "log/LogReport.h"
 
 namespace vorndb {
 
@@ -68,7 +68,7 @@ class Explanation {
 
   bool Finish(std::ostream& output) {
     GiveUpHeld();
-    if (m_counts.library == 0) {
+    if (m_counts.own == 0) {
       return false;
     }
     WriteReport(m_history, m_counts, output);
@@ -110,7 +110,7 @@ class Explanation {
   }
 
   void Commit(const LogLine& line, const LogMeaning& meaning) {
-    ++m_counts.library;
+    ++m_counts.own;
     m_counts.unreadable += meaning.unreadable ? 1 : 0;
     m_history.Add(line, meaning);
   }

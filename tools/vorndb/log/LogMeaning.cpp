@@ -1,4 +1,4 @@
-#include "LogMeaning.h"
+#include "log/LogMeaning.h"
 
 #include <algorithm>
 #include <cstddef>

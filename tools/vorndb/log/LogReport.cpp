@@ -1,4 +1,4 @@
-#include "LogReport.h"
+#include "log/LogReport.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -9,8 +9,8 @@
 #include <string>
 #include <string_view>
 
-#include "LogOutcome.h"
 #include "Text.h"
+#include "log/LogOutcome.h"
 
 namespace vorndb {
 
@@ -213,7 +213,7 @@ class Summary {
 };
 
 void WriteCounts(const LineCounts& counts, std::ostream& output) {
-  output << "  " << Count(counts.library, "line of the library", "lines of the library") << ", "
+  output << "  " << Count(counts.own, "line of the library", "lines of the library") << ", "
          << counts.foreign << " of others\n";
   if (counts.unreadable > 0) {
     output << "  unreadable, since protected or damaged: "

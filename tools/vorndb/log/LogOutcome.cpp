@@ -1,4 +1,4 @@
-#include "LogOutcome.h"
+#include "log/LogOutcome.h"
 
 namespace vorndb {
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "LogSink.h"
+#include "log/LogSink.h"
 
 namespace vorndb {
 

@@ -3,7 +3,7 @@
 #ifndef VORNDB_LOGOUTCOME_H
 #define VORNDB_LOGOUTCOME_H
 
-#include "LogHistory.h"
+#include "log/LogHistory.h"
 
 namespace vorndb {
 

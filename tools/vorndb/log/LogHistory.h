@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "LogLine.h"
-#include "LogMeaning.h"
+#include "log/LogLine.h"
+#include "log/LogMeaning.h"
 
 namespace vorndb {
 
