@@ -1,7 +1,7 @@
 // The safe way to hand on values and names of others: what has been quoted by the
 // caller arrives as it was, whatever it is.
 
-#include "Quoting.h"
+#include "safe.h"
 
 #include <filesystem>
 #include <string>
