@@ -3,8 +3,9 @@
 import json
 import os
 import stat
+import subprocess
 
-from tool import FAILED, Tool, rows_of
+from tool import FAILED, PROGRAM, Tool, environment, rows_of
 
 # Texts that each format has to take care of.
 ODD = [
@@ -232,6 +233,26 @@ class Export(Tool):
         self.run_tool("export", "nosuch", "x.csv", "--force", status=FAILED)
         self.assertEqual((self.folder / "x.csv").read_text(), "old")
         self.assertEqual(self.files(), ["x.csv"])
+
+    def test_nothing_is_written_through_what_lies_in_the_way(self):
+        victim = self.folder / "victim"
+        victim.write_text("old")
+        # The name of the unfinished file has the process in it, which stays with exec.
+        script = 'ln -s victim "x.csv.$$.part" && exec "$@"'
+        ended = subprocess.run(
+            ["sh", "-c", script, "sh", *PROGRAM, "-f", "app.db", "export", "contact", "x.csv"],
+            cwd=self.folder,
+            env=environment(),
+            stdin=subprocess.DEVNULL,
+            capture_output=True,
+            check=False,
+            timeout=250,
+        )
+        self.assertEqual(
+            (ended.returncode, ended.stderr), (FAILED, b"vorndb: cannot write x.csv\n")
+        )
+        self.assertEqual(victim.read_text(), "old")
+        self.assertEqual(len(self.files()), 2)
 
     def test_what_cannot_be_written(self):
         (self.folder / "x.csv").mkdir()
