@@ -138,7 +138,7 @@ make_packages() {
 
 check_packages() {
   echo "== $architecture: check"
-  tests/packages/check_packages.sh "$packages" \
+  packaging/check_packages.sh "$packages" \
     "$architecture" "$triplet" "$rpm_architecture" "$rpm_libdir"
 }
 

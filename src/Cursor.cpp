@@ -5,8 +5,8 @@
 #include <iterator>
 #include <sstream>
 
-#include "ContainerGuard.h"
-#include "Log.h"
+#include "private/ContainerGuard.h"
+#include "private/Log.h"
 
 namespace {
 

@@ -4,16 +4,16 @@
 
 #include <utility>
 
-#include "BusyRule.h"
+#include "private/BusyRule.h"
 #include "CreateRequest.h"
 #include "Cursor.h"
 #include "DatabaseParser.h"
 #include "DeleteRequest.h"
 #include "DropRequest.h"
-#include "FunctionRef.h"
+#include "private/FunctionRef.h"
 #include "JoinRequest.h"
-#include "Log.h"
-#include "ScopeExit.h"
+#include "private/Log.h"
+#include "private/ScopeExit.h"
 #include "SelectRequest.h"
 #include "SqlGenerator.h"
 #include "UpdateRequest.h"

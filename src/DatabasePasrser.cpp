@@ -2,9 +2,9 @@
 
 #include <sqlite3.h>
 
-#include "BusyRule.h"
+#include "private/BusyRule.h"
 #include "Cursor.h"
-#include "Log.h"
+#include "private/Log.h"
 
 namespace {
 

@@ -20,7 +20,7 @@ import log_sources
 
 REFERENCE = pathlib.Path("docs/log.md")
 EXPLANATIONS = pathlib.Path("docs/log-explanations.toml")
-LOGS = pathlib.Path("tests/tools/vorndb/logs")
+LOGS = pathlib.Path("tests/vorndb/logs")
 EVERY_LINE = LOGS / "every_line.log"
 STAND_IN = pathlib.Path("platform/dlog/dlog.cpp")
 

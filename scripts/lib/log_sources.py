@@ -1,5 +1,5 @@
 """The log lines that the library can write, by its sources: follows the place of a call
-(VORN_HERE) through the procedures that log in its name. A use of the macros of src/Log.h that
+(VORN_HERE) through the procedures that log in its name. A use of the macros of src/private/Log.h that
 is not understood ends the script, so that no line is left out."""
 
 import collections
@@ -8,7 +8,7 @@ import pathlib
 import cxx_source
 
 # What writes the lines, and so knows no text of its own.
-MECHANISM = ("Log.h", "Log.cpp")
+MECHANISM = ("private/Log.h", "Log.cpp")
 WRITERS = ("PrintProtected", "CallSystemLog", "__dlog_print", "VORN_LOG_PREFIX")
 MACROS = ("VORN_TRACE", "VORN_HERE", "VORN_LOG", "VORN_LOG_AT", "VORN_FORMAT")
 
@@ -33,7 +33,7 @@ class Sources:
         self.functions = [function for source in self.files for function in source.functions]
         self.members = {k: v for source in self.files for k, v in source.members.items()}
         self.priorities = next(
-            source.enumerators for source in self.files if source.path.name == "Log.h"
+            source.enumerators for source in self.files if source.path.name == "private/Log.h"
         )
         self.seen = set()
         self.messages = {}

@@ -1,6 +1,6 @@
 #include "BasePath.h"
 
-#include "base/OwnedText.h"
+#include "private/OwnedText.h"
 
 BasePath::BasePath() = default;
 

@@ -2,7 +2,7 @@
 
 #include <sstream>
 
-#include "ContainerGuard.h"
+#include "private/ContainerGuard.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include "CreateRequest.h"
 
-#include "ContainerGuard.h"
-#include "Log.h"
-#include "base/OwnedText.h"
+#include "private/ContainerGuard.h"
+#include "private/Log.h"
+#include "private/OwnedText.h"
 
 CreateRequest::CreateRequest() {
   VORN_TRACE();

@@ -1,7 +1,7 @@
 #include "DeleteRequest.h"
 
-#include "Log.h"
-#include "base/OwnedText.h"
+#include "private/Log.h"
+#include "private/OwnedText.h"
 
 DeleteRequest::DeleteRequest() { VORN_TRACE(); }
 

@@ -1,7 +1,7 @@
 #include "DropRequest.h"
 
-#include "Log.h"
-#include "base/OwnedText.h"
+#include "private/Log.h"
+#include "private/OwnedText.h"
 
 DropRequest::DropRequest() { VORN_TRACE(); }
 

@@ -1,7 +1,7 @@
 #include "JoinRequest.h"
 
-#include "Log.h"
-#include "base/OwnedText.h"
+#include "private/Log.h"
+#include "private/OwnedText.h"
 
 JoinRequest::JoinRequest() { VORN_TRACE(); }
 

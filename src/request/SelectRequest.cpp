@@ -1,7 +1,7 @@
 #include "SelectRequest.h"
 
-#include "Log.h"
-#include "base/OwnedText.h"
+#include "private/Log.h"
+#include "private/OwnedText.h"
 
 SelectRequest::SelectRequest() { VORN_TRACE(); }
 

@@ -1,7 +1,7 @@
 #include "UpdateRequest.h"
 
-#include "Log.h"
-#include "base/OwnedText.h"
+#include "private/Log.h"
+#include "private/OwnedText.h"
 
 UpdateRequest::UpdateRequest() { VORN_TRACE(); }
 

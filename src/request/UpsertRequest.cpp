@@ -1,7 +1,7 @@
 #include "UpsertRequest.h"
 
-#include "Log.h"
-#include "base/OwnedText.h"
+#include "private/Log.h"
+#include "private/OwnedText.h"
 
 UpsertRequest::UpsertRequest() { VORN_TRACE(); }
 
