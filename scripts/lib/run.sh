@@ -1,28 +1,35 @@
 # shellcheck shell=bash
-# Sourced by the scripts.
-#
-#   run_quietly LABEL COMMAND...  prints the label and runs the command; its
-#   output is shown only when it fails. Returns the command's status.
-#
-#   without_randomization COMMAND...  runs it with addresses as sanitizers need them.
+# Sourced by the scripts, after they changed to the root of the checkout.
 
-run_quietly() (
-  label=$1
-  shift
-  printf '%s\n' "$label"
-  log=$(mktemp)
-  trap 'rm -f "$log"' EXIT
-  status=0
-  "$@" >"$log" 2>&1 </dev/null || status=$?
+# require_arguments PATTERN "$@": the arguments, joined by spaces, must match the extended regular
+# expression. Prints the script's header comment for --help, or on stderr if they do not.
+require_arguments() {
+  local pattern=$1 arguments="${*:2}"
+  case $arguments in
+    -h | --help) print_header && exit ;;
+  esac
+  [[ $arguments =~ ^($pattern)$ ]] || { print_header >&2 && exit 2; }
+}
+
+print_header() {
+  (cd "$OLDPWD" && sed -n '2,/^[^#]\|^$/s/^# \{0,1\}//p' "$0")
+}
+
+# run_quietly LABEL COMMAND...: one line with the label and the seconds that the command
+# took; its output only if it fails. Returns its status.
+run_quietly() {
+  local label=$1 start=$SECONDS output status=0
+  printf '%s ...' "$label"
+  output=$("${@:2}" 2>&1 </dev/null) || status=$?
+  printf ' %d s\n' $((SECONDS - start))
   if ((status != 0)); then
-    cat "$log" >&2
-    printf 'Failed (status %d): %s\n' "$status" "$label" >&2
+    printf '%s\nFailed (status %d): %s\n' "$output" "$status" "$label" >&2
   fi
-  exit "$status"
-)
+  return "$status"
+}
 
 # The sanitizers need their shadow memory at fixed addresses, which some kernels
-# spread other mappings over. A container may forbid the remedy.
+# use for other mappings. A container may forbid the remedy.
 without_randomization() {
   if setarch --addr-no-randomize true 2>/dev/null; then
     setarch --addr-no-randomize "$@"
