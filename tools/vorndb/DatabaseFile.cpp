@@ -65,7 +65,7 @@ void DatabaseFile::RequireExisting() const {
   }
 }
 
-Outcome DatabaseFile::LookFor(const std::string& table, bool& exists) const {
+CallResult DatabaseFile::LookFor(const std::string& table, bool& exists) const {
   BasePath location;
   Locate(location);
   const std::string name = Quoted(table);
@@ -79,22 +79,22 @@ bool DatabaseFile::IsMissing(const std::string& table) const {
 
 bool DatabaseFile::HasTable(const std::string& table) const {
   bool exists = false;
-  const Outcome outcome = LookFor(table, exists);
-  ExpectSuccess(outcome, {});
-  ExpectComplete(outcome);
+  const CallResult call = LookFor(table, exists);
+  ExpectSuccess(call, {});
+  ExpectComplete(call);
   return exists;
 }
 
-void DatabaseFile::ExpectSuccess(const Outcome& outcome,
+void DatabaseFile::ExpectSuccess(const CallResult& call,
                                  const std::vector<std::string>& tables) const {
-  if (outcome.result != 0) {
-    throw Failure(Explain(outcome.result, tables, MessageIn(outcome.log)) + " (SQLite " +
-                  std::to_string(outcome.result) + ")");
+  if (call.result != 0) {
+    throw Failure(Explain(call.result, tables, MessageIn(call.log)) + " (SQLite " +
+                  std::to_string(call.result) + ")");
   }
 }
 
-void DatabaseFile::ExpectComplete(const Outcome& outcome) const {
-  const std::string reason = BreakOf(outcome.log);
+void DatabaseFile::ExpectComplete(const CallResult& call) const {
+  const std::string reason = BreakOf(call.log);
   if (!reason.empty()) {
     throw Failure("the result from " + m_path + " is not complete; " + reason);
   }

@@ -13,13 +13,13 @@ class BasePath;
 namespace vorndb {
 
 // What an operation of the library has returned, and what it has logged meanwhile.
-struct Outcome {
+struct CallResult {
   int result = 0;
   std::vector<LoggedLine> log;
 };
 
 template <typename Operation>
-Outcome Observe(Operation operation) {
+CallResult Observe(Operation operation) {
   TakeLog();
   const int result = operation();
   return {result, TakeLog()};
@@ -46,15 +46,15 @@ class DatabaseFile {
 
   // Throws Failure, in plain words, for any other result than 0 of an operation on these
   // tables.
-  void ExpectSuccess(const Outcome& outcome, const std::vector<std::string>& tables) const;
+  void ExpectSuccess(const CallResult& call, const std::vector<std::string>& tables) const;
 
   // Throws Failure for a query that came to its end too early. Its result is 0 all the same.
-  void ExpectComplete(const Outcome& outcome) const;
+  void ExpectComplete(const CallResult& call) const;
 
   const std::string& Path() const { return m_path; }
 
  private:
-  Outcome LookFor(const std::string& table, bool& exists) const;
+  CallResult LookFor(const std::string& table, bool& exists) const;
   std::string Explain(int result, const std::vector<std::string>& tables,
                       const std::string& message) const;
 

@@ -25,7 +25,7 @@ namespace {
 // Rows, and how they came to be.
 struct Answer {
   Cursor cursor;
-  Outcome outcome;
+  CallResult call;
 };
 
 template <typename Request>
@@ -33,8 +33,8 @@ void Fetch(const DatabaseFile& file, Request& request, int (Database::*run)(Requ
            const std::vector<std::string>& tables, Answer& answer) {
   file.RequireExisting();
   file.Locate(request);
-  answer.outcome = Observe([&] { return (Database().*run)(request, answer.cursor); });
-  file.ExpectSuccess(answer.outcome, tables);
+  answer.call = Observe([&] { return (Database().*run)(request, answer.cursor); });
+  file.ExpectSuccess(answer.call, tables);
 }
 
 // JSON is UTF-8 by its own rules.
@@ -50,14 +50,14 @@ bool IsRewritten(Result& result) {
 }
 
 // Cells that are no text arrive as empty ones; only the log tells.
-std::vector<std::string> DoubtsAbout(Result& result, Format format, const Outcome& outcome) {
+std::vector<std::string> DoubtsAbout(Result& result, Format format, const CallResult& call) {
   std::vector<std::string> doubts = result.Doubts();
-  const std::size_t blobs = CountBlobs(outcome.log);
+  const std::size_t blobs = CountBlobs(call.log);
   if (blobs > 0) {
     doubts.push_back("Cells with binary data (blobs): " + std::to_string(blobs) +
                      ". The library gives them as empty texts.");
   }
-  const std::size_t unreadable = CountUnreadable(outcome.log);
+  const std::size_t unreadable = CountUnreadable(call.log);
   if (unreadable > 0) {
     doubts.push_back("Lines of the log that cannot be read: " + std::to_string(unreadable) +
                      ". They tell of blobs, or that the result is not complete.");
@@ -86,10 +86,10 @@ void RunQuery(const Arguments& arguments, Request& request, Generate<Request> ge
   const Format format = arguments.format.value_or(Format::kTable);
   Write(result, format, TableWidth(arguments), std::cout);
   std::cout.flush();
-  for (const std::string& doubt : DoubtsAbout(result, format, answer.outcome)) {
+  for (const std::string& doubt : DoubtsAbout(result, format, answer.call)) {
     Tell("warning: " + doubt);
   }
-  file.ExpectComplete(answer.outcome);
+  file.ExpectComplete(answer.call);
 }
 
 // A file tells nobody what it lacks.
@@ -159,9 +159,9 @@ void Export(const Arguments& arguments) {
   OutputFile output(arguments.path, arguments.force);
   Answer answer;
   Fetch(file, request, &Database::Select, {arguments.table}, answer);
-  file.ExpectComplete(answer.outcome);
+  file.ExpectComplete(answer.call);
   Result result(answer.cursor);
-  RequireFaithful(DoubtsAbout(result, format, answer.outcome));
+  RequireFaithful(DoubtsAbout(result, format, answer.call));
   Write(result, format, std::nullopt, output.Stream());
   output.Keep();
   std::cout << CountedRows(static_cast<std::size_t>(result.RowCount())) << " written to "
