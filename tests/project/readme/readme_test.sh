@@ -1,14 +1,13 @@
 #!/usr/bin/env bash
 # Does what README.md and the documents in docs/ tell their readers to do, and compares
 # with what they promise.
-# Use: readme_test.sh CASE SOURCE_DIRECTORY BUILD_DIRECTORY CXX_COMPILER CTEST
+# Use: readme_test.sh CASE SOURCE_DIRECTORY BUILD_DIRECTORY CXX_COMPILER
 set -euo pipefail
 
 case=$1
 source=$2
 build=$3
 compiler=$4
-ctest=$5
 document=README.md  # that the blocks are taken from
 
 # shellcheck source=scripts/lib/documents.sh
@@ -44,16 +43,6 @@ demo() {
   diff -u <(block demo-output | without_counts) \
     <(grep -v '^== install ' "$work/output" | without_counts) ||
     fail "'$command' prints something else than it shows"
-}
-
-# The command runs this very test, so here only its promise is checked.
-suite() {
-  local command listed
-  command=$(block test-command)
-  [ -x "$source/$command" ] || fail "'$command' is not a command of the project"
-  listed=$("$ctest" --test-dir "$build" -N | sed -nE 's/^Total Tests: ([0-9]+)$/\1/p')
-  block test-output | grep -qx "100% tests passed, 0 tests failed out of $listed" ||
-    fail "there are $listed tests, and it shows another number"
 }
 
 # The commands at hand are run where the README's program is, in what looks like a
@@ -194,7 +183,7 @@ places_in() { # DOCUMENT
 }
 
 case $case in
-  demo | tool | suite | sample | install | guide | host | device | places) "$case" ;;
+  demo | tool | sample | install | guide | host | device | places) "$case" ;;
   *) fail "unknown case" ;;
 esac
 echo "$case: as $document says"
