@@ -1,58 +1,47 @@
-// The log line, seen through public members that write one.
+// The log record, seen through public members that write one.
 
-#include <cstring>
+#include <filesystem>
 #include <fstream>
-#include <set>
+#include <map>
 #include <string>
 #include <vector>
 
-#include "CreateRequest.h"
 #include "Cursor.h"
 #include "Database.h"
-#include "DeleteRequest.h"
-#include "DropRequest.h"
-#include "JoinRequest.h"
 #include "LibraryTest.h"
+#include "Operations.h"
 #include "SelectRequest.h"
 #include "TemporaryDatabase.h"
-#include "UpdateRequest.h"
 #include "UpsertRequest.h"
 
 namespace {
 
-using fake::Line;
 using fake::LogLine;
-using fake::Trace;
-using journal::Kind;
 using ::testing::AllOf;
+using ::testing::Contains;
 using ::testing::Each;
 using ::testing::ElementsAre;
+using ::testing::EndsWith;
 using ::testing::Field;
-using ::testing::HasSubstr;
 using ::testing::SizeIs;
 
 class LogTest : public LibraryTest {
  protected:
-  // Writes one line with an argument: "SQLITE BUSY[count]".
+  LogTest() { ForgetEvents(); }
+
+  // Writes one record with an argument.
   void LogBusy(int count) {
     --count;
     database.IsRetryLimit(count);
   }
 
-  // Writes one line without arguments: "Last Row".
+  // Writes one record without arguments.
   void LogLastRow() { cursor.MoveToNext(); }
 
-  // What happened since the objects below were made.
-  static std::vector<std::string> Events() { return journal::Of({Kind::kLogger, Kind::kLog}); }
-
-  static LogLine LastLine() { return fake::LogLines().back(); }
-
-  void SetUp() override { ForgetEvents(); }
-
-  void TearDown() override {
-    fake::SetEncryption(false);
-    LibraryTest::TearDown();
+  static std::vector<std::string> Events() {
+    return journal::Of({journal::Kind::kLogger, journal::Kind::kLog});
   }
+  static LogLine LastLine() { return fake::LogLines().back(); }
 
   Database database;
   Cursor cursor;
@@ -71,19 +60,19 @@ TEST_F(LogTest, DirectPathTakesAMessageWithoutArguments) {
   EXPECT_EQ("%s: %s(%d) > Last Row", LastLine().format);
 }
 
-TEST_F(LogTest, EveryLineGoesToTheMainBufferUnderTheLoggersTag) {
+TEST_F(LogTest, EveryRecordGoesToTheMainBufferUnderTheLoggersTag) {
   LogBusy(1);
   fake::SetEncryption(true);
   LogBusy(1);
-  EXPECT_THAT(fake::LogLines(), SizeIs(2));
-  EXPECT_THAT(fake::LogLines(),
-              Each(AllOf(Field(&LogLine::logId, 0), Field(&LogLine::tag, "FAKE_TAG"))));
+  EXPECT_THAT(fake::LogLines(), AllOf(SizeIs(2), Each(Field(&LogLine::logId, 0)),
+                                      Each(Field(&LogLine::tag, "FAKE_TAG"))));
 }
 
 TEST_F(LogTest, DirectPathAsksForTheLoggerTwice) {
   LogBusy(1);
-  EXPECT_THAT(Events(), ElementsAre("GetInstance", "GetEncryptionFlag", "GetInstance", "GetLogTag",
-                                    Line(5, "Database.cpp", "IsRetryLimit", "SQLITE BUSY[1]")));
+  EXPECT_THAT(Events(),
+              ElementsAre("GetInstance", "GetEncryptionFlag", "GetInstance", "GetLogTag",
+                          fake::Line(5, "Database.cpp", "IsRetryLimit", "SQLITE BUSY[1]")));
 }
 
 TEST_F(LogTest, ProtectedPathAsksForTheLoggerFourTimes) {
@@ -94,7 +83,7 @@ TEST_F(LogTest, ProtectedPathAsksForTheLoggerFourTimes) {
                           "GetInstance", "GetBufferIndex", "GetBuffer(7)",      //
                           "GetInstance", "ConvertToSecureLog(SQLITE BUSY[1])",  //
                           "GetInstance", "GetLogTag",
-                          Line(5, "Database.cpp", "IsRetryLimit", "secure(SQLITE BUSY[1])")));
+                          fake::Line(5, "Database.cpp", "IsRetryLimit", "secure(SQLITE BUSY[1])")));
 }
 
 TEST_F(LogTest, ProtectedPathPrintsTheConvertedTextAsAnArgument) {
@@ -102,90 +91,73 @@ TEST_F(LogTest, ProtectedPathPrintsTheConvertedTextAsAnArgument) {
   fake::SetConversion([](const std::string&) { return "100%d %s%n"; });
   LogBusy(1);
   EXPECT_EQ("%s: %s(%d) > %s", LastLine().format);
-  EXPECT_THAT(LastLine().text, HasSubstr("> 100%d %s%n"));
+  EXPECT_THAT(LastLine().text, EndsWith("> 100%d %s%n"));
 }
 
 TEST_F(LogTest, ProtectedPathTakesAMessageWithoutArgumentsWhole) {
   fake::SetEncryption(true);
   LogLastRow();
-  EXPECT_THAT(Events(), ::testing::Contains("ConvertToSecureLog(Last Row)"));
+  EXPECT_THAT(Events(), Contains("ConvertToSecureLog(Last Row)"));
 }
 
-// The two paths on a message of any length: SQLite's text in a failed open.
+// A message of any length: SQLite's text in a failed open.
 class LongMessageTest : public LibraryTest {
  protected:
-  static std::string OpenFailure(bool encryption) {
-    const std::string text(700, 'x');
-    sqlite_spy::SetErrorText(text);
+  static std::string TextOfFailedOpen(bool encryption) {
+    sqlite_spy::SetErrorText(std::string(700, 'x'));
     sqlite_spy::Script("sqlite3_open", {sqlite_spy::Answer(14)});
-    std::string message;
     fake::SetEncryption(encryption);
-    fake::SetConversion([&](const std::string& bare) {
-      message = bare;
-      return bare;
-    });
+    fake::SetConversion([](const std::string& message) { return message; });
     Database database;
     sqlite3* db = nullptr;
     EXPECT_EQ(14, database.OpenDB(db, "/nowhere", "app.db"));
-    fake::SetEncryption(false);
-    return encryption ? message : fake::LogLines().back().text;
+    return fake::LogLines().back().text;
   }
+  const std::string whole = "DB open failed. Error no(14): " + std::string(700, 'x');
 };
 
-TEST_F(LongMessageTest, ProtectedPathCutsTheMessageTo598Characters) {
-  const std::string whole = "DB open failed. Error no(14): " + std::string(700, 'x');
-  EXPECT_EQ(whole.substr(0, 598), OpenFailure(true));
-}
-
-TEST_F(LongMessageTest, ProtectedPathWritesAtMost599BytesIntoTheBuffer) {
-  OpenFailure(true);
+TEST_F(LongMessageTest, ProtectedPathCutsTheMessageTo598CharactersInABufferOf599) {
+  EXPECT_THAT(TextOfFailedOpen(true), EndsWith("> " + whole.substr(0, 598)));
   EXPECT_EQ('\0', fake::Buffer()[598]);
   EXPECT_EQ('~', fake::Buffer()[599]);
 }
 
 TEST_F(LongMessageTest, DirectPathPrintsTheMessageWhole) {
-  EXPECT_THAT(OpenFailure(false),
-              HasSubstr("> DB open failed. Error no(14): " + std::string(700, 'x')));
+  EXPECT_THAT(TextOfFailedOpen(false), EndsWith("> " + whole));
 }
 
-class LogPlaceTest : public LibraryTest {
+// Where records come from: the lines of the sources by the files' names.
+class LogSiteTest : public LibraryTest {
  protected:
-  static std::string FolderOf(const std::string& file) {
-    const bool isRequest = file.find("Request") != std::string::npos;
-    const bool isBase = file.find("Base") == 0;
-    return std::string(VORN_SOURCE_DIR) + (isRequest ? "/src/request/"
-                                           : isBase  ? "/src/base/"
-                                                     : "/src/");
+  using Sources = std::map<std::string, std::vector<std::string>>;
+
+  static Sources ReadSources() {
+    Sources sources;
+    for (const auto& entry :
+         std::filesystem::recursive_directory_iterator(VORN_SOURCE_DIR "/src")) {
+      const auto& path = entry.path();
+      std::ifstream stream(path);
+      if (path.extension() == ".cpp" && path.parent_path().filename() != "private") {
+        for (std::string line; std::getline(stream, line);) {
+          sources[path.filename()].push_back(line);
+        }
+      }
+    }
+    return sources;
   }
+
+  static auto Logs() { return ::testing::ContainsRegex("VORN_(TRACE|LOG|HERE)"); }
 };
 
-TEST_F(LogPlaceTest, MembersThatShareAProcedureLogTheirOwnNameAndFile) {
-  TemporaryDatabase file;
-  file.Run("CREATE TABLE t (a TEXT)");
-  UpsertRequest request;
-  file.Locate(request);
-  request.SetTable("t");
-  request.SetData("a", 1);
-  Database database;
-  fake::SetEncryption(true);
-  ASSERT_EQ(0, database.Upsert(request));
-  fake::SetEncryption(false);
-  const LogLine success = fake::LogLines().back();
-  EXPECT_EQ("Upsert", success.function);
-  EXPECT_EQ("Database.cpp", success.file);
-}
-
-// Every line that a whole session writes must name a place that a reader of the
-// log finds: an existing file, and there a line that logs.
-TEST_F(LogPlaceTest, EveryLineNamesAPlaceInTheSources) {
+// Each record names an existing file, and there a line that logs. The session has records
+// of every file that logs.
+TEST_F(LogSiteTest, EveryRecordNamesACallSiteInTheSources) {
   TemporaryDatabase file;
   file.Run("CREATE TABLE t (a TEXT, b BLOB); INSERT INTO t VALUES (NULL, x'00')");
   {
-    const CreateRequest create;
-    const DeleteRequest remove;
-    const DropRequest drop;
-    const JoinRequest join;
-    const UpdateRequest update;
+    for (const auto& request : operations::RequestClasses()) {
+      request.make();
+    }
     UpsertRequest upsert;
     file.Locate(upsert);
     upsert.SetTable("t");
@@ -208,21 +180,18 @@ TEST_F(LogPlaceTest, EveryLineNamesAPlaceInTheSources) {
     int busy = 0;
     database.IsRetryLimit(busy);
   }
-  std::set<std::string> files;
-  for (const LogLine& line : fake::LogLines()) {
-    files.insert(line.file);
-    std::ifstream source(FolderOf(line.file) + line.file);
-    ASSERT_TRUE(source) << line.file;
-    std::string text;
-    for (int number = 0; number < line.line; ++number) {
-      ASSERT_TRUE(std::getline(source, text)) << line.text;
-    }
-    EXPECT_THAT(text, ::testing::ContainsRegex("VORN_(TRACE|LOG|HERE)")) << line.text;
+  Sources sources = ReadSources();
+  for (const LogLine& record : fake::LogLines()) {
+    const std::vector<std::string>& lines = sources[record.file];
+    const auto number = static_cast<std::size_t>(record.line);
+    ASSERT_LE(number, lines.size()) << record.text;
+    EXPECT_THAT(lines[number - 1], Logs()) << record.text;
   }
-  EXPECT_THAT(files, ElementsAre("BaseSet.cpp", "CreateRequest.cpp", "Cursor.cpp", "Database.cpp",
-                                 "DatabasePasrser.cpp", "DeleteRequest.cpp", "DropRequest.cpp",
-                                 "JoinRequest.cpp", "SelectRequest.cpp", "UpdateRequest.cpp",
-                                 "UpsertRequest.cpp"));
+  for (const auto& [name, lines] : sources) {
+    if (::testing::Matches(Contains(Logs()))(lines)) {
+      EXPECT_THAT(fake::LogLines(), Contains(Field(&LogLine::file, name)));
+    }
+  }
 }
 
 }  // namespace
