@@ -1,7 +1,5 @@
 #include "BasePath.h"
 
-#include <gtest/gtest.h>
-
 #include <stdexcept>
 #include <string>
 #include <type_traits>
@@ -9,8 +7,6 @@
 #include "LibraryTest.h"
 
 namespace {
-
-using ::testing::IsEmpty;
 
 static_assert(!std::is_copy_constructible_v<BasePath> && !std::is_copy_assignable_v<BasePath>,
               "a copy would release the same texts twice");
@@ -23,55 +19,41 @@ class BasePathTest : public LibraryTest {
     EXPECT_EQ(expectedDirectory, directory);
     EXPECT_EQ(expectedFileName, fileName);
   }
+  void ExpectThrowWith(const std::string& expectedDirectory) {
+    EXPECT_THROW(path.GetPath(directory, fileName), std::logic_error);
+    EXPECT_EQ(expectedDirectory, directory);
+    EXPECT_EQ("old file", fileName);
+  }
   BasePath path;
   std::string directory = "old directory";
   std::string fileName = "old file";
 };
 
-TEST_F(BasePathTest, ReturnsWhatWasSet) {
-  path.SetPath("/opt/data", "app.db");
-  ExpectPath("/opt/data", "app.db");
-}
-
 TEST_F(BasePathTest, CopiesTheCallersTexts) {
   char directoryBuffer[] = "/opt/data";
   char fileBuffer[] = "app.db";
   path.SetPath(directoryBuffer, fileBuffer);
-  directoryBuffer[1] = 'X';
-  fileBuffer[0] = 'X';
+  directoryBuffer[1] = fileBuffer[0] = 'X';
   ExpectPath("/opt/data", "app.db");
 }
 
-TEST_F(BasePathTest, NullDirectoryLeavesTheDirectoryUnset) {
+TEST_F(BasePathTest, ANullArgumentLeavesItsText) {
   path.SetPath(nullptr, "app.db");
   path.SetPath("/opt", nullptr);
+  path.SetPath(nullptr, nullptr);
   ExpectPath("/opt", "app.db");
 }
 
-TEST_F(BasePathTest, TwoNullArgumentsChangeNothing) {
-  path.SetPath("/opt/data", "app.db");
-  path.SetPath(nullptr, nullptr);
-  ExpectPath("/opt/data", "app.db");
-}
-
-TEST_F(BasePathTest, UnsetPathThrowsAndLeavesBothOutputs) {
-  EXPECT_THROW(path.GetPath(directory, fileName), std::logic_error);
-  EXPECT_EQ("old directory", directory);
-  EXPECT_EQ("old file", fileName);
-}
+TEST_F(BasePathTest, UnsetPathThrowsAndLeavesBothOutputs) { ExpectThrowWith("old directory"); }
 
 TEST_F(BasePathTest, UnsetFileNameThrowsAfterAssigningTheDirectory) {
   path.SetPath("/opt/data", nullptr);
-  EXPECT_THROW(path.GetPath(directory, fileName), std::logic_error);
-  EXPECT_EQ("/opt/data", directory);
-  EXPECT_EQ("old file", fileName);
+  ExpectThrowWith("/opt/data");
 }
 
 TEST_F(BasePathTest, UnsetDirectoryThrowsBeforeAssigningAnything) {
   path.SetPath(nullptr, "app.db");
-  EXPECT_THROW(path.GetPath(directory, fileName), std::logic_error);
-  EXPECT_EQ("old directory", directory);
-  EXPECT_EQ("old file", fileName);
+  ExpectThrowWith("old directory");
 }
 
 TEST_F(BasePathTest, EmptyTextsAreValid) {
@@ -86,7 +68,7 @@ TEST_F(BasePathTest, NeitherLogsNorLocks) {
     other.GetPath(directory, fileName);
   }
   EXPECT_THAT(journal::Of({journal::Kind::kLog, journal::Kind::kLogger, journal::Kind::kMutex}),
-              IsEmpty());
+              ::testing::IsEmpty());
 }
 
 }  // namespace

@@ -1,12 +1,12 @@
 #include "BaseSet.h"
 
 #include <limits>
-#include <locale>
 #include <map>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
 
+#include "CommaLocale.h"
 #include "LibraryTest.h"
 
 namespace {
@@ -20,21 +20,22 @@ static_assert(!std::is_copy_constructible_v<BaseSet> && !std::is_copy_assignable
 static_assert(
     std::is_same_v<BaseSet::ColumnMap, std::map<const char*, std::string, std::less<const char*>>>);
 
-// Column names at ascending addresses.
-constexpr char kNames[] = "uid\0name\0age";
-constexpr const char* kUid = kNames;
-constexpr const char* kName = kNames + 4;
-constexpr const char* kAge = kNames + 9;
-
 class BaseSetTest : public LibraryTest {
  protected:
-  BaseSet::ColumnMap Data() {
-    BaseSet::ColumnMap map;
+  // Column names at ascending addresses.
+  static constexpr char kNames[] = "uid\0name\0age";
+  static constexpr const char* kUid = kNames;
+  static constexpr const char* kName = kNames + 4;
+  static constexpr const char* kAge = kNames + 9;
+
+  // The getters replace all that the map holds.
+  static BaseSet::ColumnMap DataOf(BaseSet& set) {
+    BaseSet::ColumnMap map{{kUid, "old"}, {kName, "old"}};
     set.GetDataMap(map);
     return map;
   }
-  BaseSet::ColumnMap Where() {
-    BaseSet::ColumnMap map;
+  static BaseSet::ColumnMap WhereOf(BaseSet& set) {
+    BaseSet::ColumnMap map{{kUid, "old"}, {kName, "old"}};
     set.GetWhereMap(map);
     return map;
   }
@@ -44,19 +45,15 @@ class BaseSetTest : public LibraryTest {
     BaseSet other;
     other.SetData(kUid, value);
     other.SetWhere(kUid, value);
-    BaseSet::ColumnMap data;
-    BaseSet::ColumnMap where;
-    other.GetDataMap(data);
-    other.GetWhereMap(where);
-    EXPECT_EQ(data, where);
-    return data[kUid];
+    EXPECT_EQ(DataOf(other), WhereOf(other));
+    return DataOf(other)[kUid];
   }
   BaseSet set;
 };
 
 TEST_F(BaseSetTest, AFreshSetIsEmpty) {
-  EXPECT_THAT(Data(), IsEmpty());
-  EXPECT_THAT(Where(), IsEmpty());
+  EXPECT_THAT(DataOf(set), IsEmpty());
+  EXPECT_THAT(WhereOf(set), IsEmpty());
 }
 
 TEST_F(BaseSetTest, KeepsFirstValueSetThroughSamePointer) {
@@ -64,34 +61,34 @@ TEST_F(BaseSetTest, KeepsFirstValueSetThroughSamePointer) {
   set.SetData(kAge, "2");
   set.SetData(kAge, 3);
   set.SetData(kAge, 4.0);
-  EXPECT_THAT(Data(), ElementsAre(Pair(kAge, "1")));
+  EXPECT_THAT(DataOf(set), ElementsAre(Pair(kAge, "1")));
 }
 
 TEST_F(BaseSetTest, KeepsFirstConditionSetThroughSamePointer) {
   set.SetWhere(kAge, 1);
   set.SetWhere(kAge, "2");
-  EXPECT_THAT(Where(), ElementsAre(Pair(kAge, "1")));
+  EXPECT_THAT(WhereOf(set), ElementsAre(Pair(kAge, "1")));
 }
 
 TEST_F(BaseSetTest, KeepsColumnsByPointerNotByText) {
   const char buffers[] = "age\0age";
   set.SetData(buffers + 4, "second");
   set.SetData(buffers, "first");
-  EXPECT_THAT(Data(), ElementsAre(Pair(buffers, "first"), Pair(buffers + 4, "second")));
+  EXPECT_THAT(DataOf(set), ElementsAre(Pair(buffers, "first"), Pair(buffers + 4, "second")));
 }
 
 TEST_F(BaseSetTest, OrdersColumnsByAddressNotByCall) {
   set.SetData(kAge, 3);
   set.SetData(kUid, 1);
   set.SetData(kName, 2);
-  EXPECT_THAT(Data(), ElementsAre(Pair(kUid, "1"), Pair(kName, "2"), Pair(kAge, "3")));
+  EXPECT_THAT(DataOf(set), ElementsAre(Pair(kUid, "1"), Pair(kName, "2"), Pair(kAge, "3")));
 }
 
 TEST_F(BaseSetTest, CopiesTextValues) {
   char value[] = "Kim";
   set.SetData(kName, value);
   value[0] = 'T';
-  EXPECT_THAT(Data(), ElementsAre(Pair(kName, "Kim")));
+  EXPECT_THAT(DataOf(set), ElementsAre(Pair(kName, "Kim")));
 }
 
 TEST_F(BaseSetTest, WritesIntegersInPlainDecimal) {
@@ -112,56 +109,30 @@ TEST_F(BaseSetTest, WritesDoublesWithSixSignificantDigits) {
   EXPECT_EQ("-0.5", Stored(-0.5));
 }
 
-// A stream takes its digits from the locale that is global when it is made.
 TEST_F(BaseSetTest, WritesNumbersThroughADefaultStream) {
-  struct CommaPoint : std::numpunct<char> {
-    char do_decimal_point() const override { return ','; }
-  };
-  const std::locale before = std::locale::global(std::locale(std::locale(), new CommaPoint));
-  const std::string stored = Stored(2.5);
-  std::locale::global(before);
-  EXPECT_EQ("2,5", stored);
-}
-
-TEST_F(BaseSetTest, WritesIntegersThroughADefaultStreamToo) {
-  struct Groups : std::numpunct<char> {
-    char do_thousands_sep() const override { return '.'; }
-    std::string do_grouping() const override { return "\3"; }
-  };
-  const std::locale before = std::locale::global(std::locale(std::locale(), new Groups));
-  const std::string positive = Stored(1234567);
-  const std::string negative = Stored(-1234567);
-  std::locale::global(before);
-  EXPECT_EQ("1.234.567", positive);
-  EXPECT_EQ("-1.234.567", negative);
+  const CommaLocale locale;
+  EXPECT_EQ("2,5", Stored(2.5));
+  EXPECT_EQ("1.234.567", Stored(1234567));
+  EXPECT_EQ("-1.234.567", Stored(-1234567));
 }
 
 TEST_F(BaseSetTest, StoresAnEmptyText) {
   EXPECT_EQ("", Stored(""));
   set.SetData(kName, "");
-  EXPECT_THAT(Data(), SizeIs(1));
+  EXPECT_THAT(DataOf(set), SizeIs(1));
 }
 
 TEST_F(BaseSetTest, KeepsValuesAndConditionsApart) {
   set.SetData(kAge, 1);
   set.SetWhere(kAge, 2);
-  EXPECT_THAT(Data(), ElementsAre(Pair(kAge, "1")));
-  EXPECT_THAT(Where(), ElementsAre(Pair(kAge, "2")));
-}
-
-TEST_F(BaseSetTest, GettersReplaceTheOutput) {
-  set.SetData(kAge, 1);
-  BaseSet::ColumnMap map{{kUid, "old"}, {kName, "old"}};
-  set.GetDataMap(map);
-  EXPECT_THAT(map, ElementsAre(Pair(kAge, "1")));
-  set.GetWhereMap(map);
-  EXPECT_THAT(map, IsEmpty());
+  EXPECT_THAT(DataOf(set), ElementsAre(Pair(kAge, "1")));
+  EXPECT_THAT(WhereOf(set), ElementsAre(Pair(kAge, "2")));
 }
 
 TEST_F(BaseSetTest, CopiesKeepTheCallersPointers) {
   char column[] = "age";
   set.SetData(column, 1);
-  const BaseSet::ColumnMap copy = Data();
+  const BaseSet::ColumnMap copy = DataOf(set);
   column[0] = 'A';
   EXPECT_STREQ("Age", copy.begin()->first);
 }
@@ -169,7 +140,7 @@ TEST_F(BaseSetTest, CopiesKeepTheCallersPointers) {
 TEST_F(BaseSetTest, ANullColumnIsStoredBeforeAllOthers) {
   set.SetData(kUid, 1);
   set.SetData(nullptr, 2);
-  EXPECT_THAT(Data(), ElementsAre(Pair(nullptr, "2"), Pair(kUid, "1")));
+  EXPECT_THAT(DataOf(set), ElementsAre(Pair(nullptr, "2"), Pair(kUid, "1")));
 }
 
 TEST_F(BaseSetTest, ANullValueThrowsAndLeavesTheMap) {
@@ -177,8 +148,8 @@ TEST_F(BaseSetTest, ANullValueThrowsAndLeavesTheMap) {
   set.SetData(kUid, 1);
   EXPECT_THROW(set.SetData(kName, null), std::logic_error);
   EXPECT_THROW(set.SetWhere(kName, null), std::logic_error);
-  EXPECT_THAT(Data(), ElementsAre(Pair(kUid, "1")));
-  EXPECT_THAT(Where(), IsEmpty());
+  EXPECT_THAT(DataOf(set), ElementsAre(Pair(kUid, "1")));
+  EXPECT_THAT(WhereOf(set), IsEmpty());
 }
 
 TEST_F(BaseSetTest, LogsNothing) {
