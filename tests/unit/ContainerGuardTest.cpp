@@ -13,61 +13,62 @@
 #include "CreateRequest.h"
 #include "Cursor.h"
 #include "LibraryTest.h"
-#include "UpsertRequest.h"
 
 namespace {
 
-using fake::Line;
-using journal::Kind;
 using ::testing::Contains;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
 
-// The name of the lock of the container at this address.
-std::string NameOf(const void* container) {
-  std::ostringstream name;
-  name << std::hex << reinterpret_cast<std::uintptr_t>(container);
-  return name.str();
-}
+class LockTest : public LibraryTest {
+ protected:
+  static std::vector<std::string> LockEvents() { return journal::Of({journal::Kind::kMutex}); }
 
-std::vector<std::string> LockEvents() { return journal::Of({Kind::kMutex}); }
+  // The name of the lock of the container at this address.
+  static std::string NameOf(const void* container) {
+    std::ostringstream name;
+    name << std::hex << reinterpret_cast<std::uintptr_t>(container);
+    return name.str();
+  }
 
-auto IsOneGuardedChangeUnder(const std::string& name) {
-  return ElementsAre("make " + name, "lock " + name, "unlock " + name, "destroy " + name);
-}
-
-// One operation that changes a container.
-struct Operation {
-  std::string file;
-  std::string function;
-  // Runs it on an object of its own; returns the lock name of its container.
-  std::function<std::string()> run;
+  static auto IsOneGuardedChangeUnder(const std::string& name) {
+    return ElementsAre("make " + name, "lock " + name, "unlock " + name, "destroy " + name);
+  }
 };
 
-void PrintTo(const Operation& operation, std::ostream* stream) { *stream << operation.function; }
+// One operation that changes a container.
+struct GuardedChange {
+  std::string file;
+  std::string function;
+  // Runs it on an object of its own; gives the container's address.
+  std::function<const void*()> run;
+};
+
+void PrintTo(const GuardedChange& change, std::ostream* stream) { *stream << change.function; }
 
 template <typename Object, typename Container, typename Change>
-std::function<std::string()> Changing(Container& (*containerOf)(Object&), Change change) {
+std::function<const void*()> Changing(Container& (*containerOf)(Object&), Change change) {
   return [containerOf, change] {
     Object object;
     journal::Clear();
     fake::ForgetLockNameCall();
     change(object);
-    return NameOf(&containerOf(object));
+    return &containerOf(object);
   };
 }
 
 // The constructor is the only guarded change in the life of a fresh object.
 template <typename Object, typename Container>
-std::function<std::string()> Constructing(Container& (*containerOf)(Object&)) {
+std::function<const void*()> Constructing(Container& (*containerOf)(Object&)) {
   return [containerOf] {
     Object object;
-    return NameOf(&containerOf(object));
+    return &containerOf(object);
   };
 }
 
-std::vector<Operation> Operations() {
+std::vector<GuardedChange> GuardedChanges() {
   const auto set = "BaseSet.cpp";
   const auto create = "CreateRequest.cpp";
   const auto cursor = "Cursor.cpp";
@@ -89,15 +90,13 @@ std::vector<Operation> Operations() {
   };
 }
 
-class ContainerGuardTest : public LibraryTest, public ::testing::WithParamInterface<Operation> {};
+class GuardedChangeTest : public LockTest, public ::testing::WithParamInterface<GuardedChange> {};
 
-TEST_P(ContainerGuardTest, LocksOnceUnderTheNameOfItsContainer) {
-  const std::string name = GetParam().run();
-  EXPECT_THAT(LockEvents(), IsOneGuardedChangeUnder(name));
-}
-
-TEST_P(ContainerGuardTest, FormsTheNameWithTheBuffersSizeFromTheWholeAddress) {
-  GetParam().run();
+// 100 is the size of the name's buffer.
+TEST_P(GuardedChangeTest, LocksOnceUnderTheAddressOfItsContainer) {
+  const void* const container = GetParam().run();
+  EXPECT_THAT(LockEvents(), IsOneGuardedChangeUnder(NameOf(container)));
+  EXPECT_THAT(fake::Lines(), Not(Contains(HasSubstr("MUTEX_NAME"))));
   const auto call = fake::LastLockNameCall();
   ASSERT_TRUE(call.has_value());
   EXPECT_EQ(100U, call->size);
@@ -105,144 +104,71 @@ TEST_P(ContainerGuardTest, FormsTheNameWithTheBuffersSizeFromTheWholeAddress) {
 }
 
 // Run on the optimised library, this shows that the compiler kept the branch.
-TEST_P(ContainerGuardTest, ReportsANameThatCannotBeFormedAndCarriesOn) {
+TEST_P(GuardedChangeTest, ReportsANameThatCannotBeFormedAndCarriesOn) {
+  const std::string& file = GetParam().file;
+  const std::string& function = GetParam().function;
+  const std::string line = fake::Line(
+      6, file, function, "Failed to get MUTEX_NAME at " + file + "::" + function + "[#]");
   for (const int result : {0, -1}) {
     ForgetEvents();
     fake::FailLockNames(result);
     GetParam().run();
-    const std::string& file = GetParam().file;
-    const std::string& function = GetParam().function;
-    EXPECT_THAT(fake::Lines(),
-                Contains(Line(6, file, function,
-                              "Failed to get MUTEX_NAME at " + file + "::" + function + "[#]"))
-                    .Times(1));
-    EXPECT_THAT(LockEvents(), ElementsAre("make ", "lock ", "unlock ", "destroy "));
+    EXPECT_THAT(fake::Lines(), Contains(line).Times(1));
+    EXPECT_THAT(LockEvents(), IsOneGuardedChangeUnder(""));
   }
 }
 
-TEST_P(ContainerGuardTest, ANameOfOneCharacterIsAName) {
+TEST_P(GuardedChangeTest, ANameOfOneCharacterIsAName) {
   fake::FailLockNames(1);
   GetParam().run();
-  EXPECT_THAT(fake::Lines(), Not(Contains(::testing::HasSubstr("MUTEX_NAME"))));
+  EXPECT_THAT(fake::Lines(), Not(Contains(HasSubstr("MUTEX_NAME"))));
 }
 
-TEST_P(ContainerGuardTest, ReportsNothingWhenTheNameIsFormed) {
-  GetParam().run();
-  EXPECT_THAT(fake::Lines(), Not(Contains(::testing::HasSubstr("MUTEX_NAME"))));
-}
-
-INSTANTIATE_TEST_SUITE_P(, ContainerGuardTest, ::testing::ValuesIn(Operations()),
+INSTANTIATE_TEST_SUITE_P(, GuardedChangeTest, ::testing::ValuesIn(GuardedChanges()),
                          [](const auto& test) {
                            return test.param.function + std::to_string(test.index);
                          });
 
-// Operations that an exception leaves: a null text where a string is built.
-struct Failure {
-  std::string name;
-  std::function<void()> run;
-};
-
-void PrintTo(const Failure& failure, std::ostream* stream) { *stream << failure.name; }
-
-template <typename Object, typename Change>
-std::function<void()> FailingOn(Change change) {
-  return [change] {
-    Object object;
+// A null text throws where a string is built.
+TEST_F(LockTest, AnExceptionDestroysTheGuardWithoutUnlocking) {
+  const auto expectNoUnlock = [](const void* container, const auto& change) {
     journal::Clear();
-    EXPECT_THROW(change(object), std::logic_error);
-    // Its destructor, which takes no lock, is past the events that are looked at.
+    EXPECT_THROW(change(), std::logic_error);
+    const std::string name = NameOf(container);
+    EXPECT_THAT(LockEvents(), ElementsAre("make " + name, "lock " + name, "destroy " + name));
   };
-}
-
-std::vector<Failure> Failures() {
   const char* const null = nullptr;
-  return {
-      {"SetDataOfNull", FailingOn<BaseSet>([=](BaseSet& s) { s.SetData("c", null); })},
-      {"SetWhereOfNull", FailingOn<BaseSet>([=](BaseSet& s) { s.SetWhere("c", null); })},
-      {"SetColumnKeyOfNullType",
-       FailingOn<CreateRequest>([=](CreateRequest& r) { r.SetColumnKey("c", null); })},
-      {"SetColumnOfNull", FailingOn<Cursor>([=](Cursor& c) { c.SetColumn(null); })},
-      {"CursorSetDataOfNullColumn", FailingOn<Cursor>([=](Cursor& c) { c.SetData(null, "v"); })},
-      {"CursorSetDataOfNullValue", FailingOn<Cursor>([=](Cursor& c) { c.SetData("c", null); })},
-  };
-}
-
-class ExceptionTest : public LibraryTest, public ::testing::WithParamInterface<Failure> {};
-
-TEST_P(ExceptionTest, DestroysTheGuardWithoutUnlocking) {
-  GetParam().run();
-  std::vector<std::string> verbs;
-  for (const std::string& event : LockEvents()) {
-    verbs.push_back(event.substr(0, event.find(' ')));
-  }
-  EXPECT_THAT(verbs, ElementsAre("make", "lock", "destroy"));
-}
-
-INSTANTIATE_TEST_SUITE_P(, ExceptionTest, ::testing::ValuesIn(Failures()),
-                         [](const auto& test) { return test.param.name; });
-
-// Puts an object at a place whose container has a known address.
-class LowAddressTest : public LibraryTest {
- protected:
-  void SetUp() override {
-    m_page = mmap(reinterpret_cast<void*>(kPage), kSize, PROT_READ | PROT_WRITE,
-                  MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED_NOREPLACE, -1, 0);
-    ASSERT_EQ(reinterpret_cast<void*>(kPage), m_page);
-  }
-  void TearDown() override {
-    munmap(m_page, kSize);
-    LibraryTest::TearDown();
-  }
-
-  static constexpr std::uintptr_t kPage = 0x8F0000;
-  static constexpr std::size_t kSize = 4096;
-  void* m_page = nullptr;
-};
-
-TEST_F(LowAddressTest, NameIsTheAddressInLowerCaseHexadecimalWithoutPrefixOrLeadingZeros) {
-  // The cell map follows the pointer to the virtual table.
-  void* const place = static_cast<char*>(m_page) + 0xABC0 % kSize - sizeof(void*);
-  auto* const cursor = new (place) Cursor;
-  EXPECT_THAT(LockEvents(),
-              ElementsAre("make 8f0bc0", "lock 8f0bc0", "unlock 8f0bc0", "destroy 8f0bc0"));
-  cursor->~Cursor();
-}
-
-class NamedLockTest : public LibraryTest {};
-
-TEST_F(NamedLockTest, EveryContainerHasALockOfItsOwn) {
-  UpsertRequest first;
-  UpsertRequest second;
-  journal::Clear();
-  first.SetData("c", 1);
-  first.SetWhere("c", 1);
-  second.SetData("c", 1);
-  const std::vector<std::string> events = LockEvents();
-  ASSERT_EQ(12U, events.size());
-  EXPECT_NE(events[0], events[4]);
-  EXPECT_NE(events[0], events[8]);
-  EXPECT_NE(events[4], events[8]);
-}
-
-TEST_F(NamedLockTest, OneContainerKeepsItsLockName) {
+  BaseSet set;
+  expectNoUnlock(&DataMapOf(set), [&] { set.SetData("c", null); });
+  expectNoUnlock(&WhereMapOf(set), [&] { set.SetWhere("c", null); });
+  CreateRequest create;
+  expectNoUnlock(&ColumnKeysOf(create), [&] { create.SetColumnKey("c", null); });
   Cursor cursor;
-  cursor.SetColumn("a");
-  cursor.SetData("a", "1");
-  cursor.Initialize();
-  const std::vector<std::string> events = LockEvents();
-  ASSERT_EQ(16U, events.size());
-  EXPECT_EQ(events[0], events[4]);
-  EXPECT_EQ(events[0], events[8]);
-  EXPECT_EQ(events[0], events[12]);
+  expectNoUnlock(&CellMapOf(cursor), [&] { cursor.SetColumn(null); });
+  expectNoUnlock(&CellMapOf(cursor), [&] { cursor.SetData(null, "v"); });
+  expectNoUnlock(&CellMapOf(cursor), [&] { cursor.SetData("c", null); });
+}
+
+TEST_F(LockTest, NameIsTheAddressInLowerCaseHexadecimalWithoutPrefixOrLeadingZeros) {
+  constexpr std::uintptr_t kPage = 0x8F0000;
+  constexpr std::size_t kSize = 4096;
+  void* const page = mmap(reinterpret_cast<void*>(kPage), kSize, PROT_READ | PROT_WRITE,
+                          MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED_NOREPLACE, -1, 0);
+  ASSERT_EQ(reinterpret_cast<void*>(kPage), page);
+  // The cell map follows the pointer to the virtual table.
+  auto* const cursor = new (static_cast<char*>(page) + 0xBC0 - sizeof(void*)) Cursor;
+  EXPECT_THAT(LockEvents(), IsOneGuardedChangeUnder("8f0bc0"));
+  cursor->~Cursor();
+  munmap(page, kSize);
 }
 
 // The logger is asked, and runs out of memory, where the lock has no name.
-TEST_F(NamedLockTest, ACursorThatCannotBeLockedKeepsRowsAndPosition) {
+TEST_F(LockTest, ACursorThatCannotBeLockedKeepsRowsAndPosition) {
   Cursor cursor;
-  cursor.SetColumn("a");
-  cursor.SetColumn("b");
-  cursor.SetData("a", "1");
-  cursor.SetData("b", "2");
+  for (const char* column : {"a", "b"}) {
+    cursor.SetColumn(column);
+    cursor.SetData(column, "1");
+  }
   cursor.MoveToPosition(0);
   fake::FailLockNames(0);
   fake::ThrowAtLoggerCall(1);
@@ -251,15 +177,13 @@ TEST_F(NamedLockTest, ACursorThatCannotBeLockedKeepsRowsAndPosition) {
   EXPECT_EQ(1, cursor.GetCount());
 }
 
-TEST_F(NamedLockTest, ReadersAndDestructorsTakeNoLock) {
+TEST_F(LockTest, ReadersAndDestructorsTakeNoLock) {
   {
     BaseSet set;
     CreateRequest create;
     Cursor cursor;
     cursor.SetColumn("a");
-    cursor.SetColumn("b");
     cursor.SetData("a", "1");
-    cursor.SetData("b", "2");
     journal::Clear();
 
     BaseSet::ColumnMap map;
@@ -268,19 +192,18 @@ TEST_F(NamedLockTest, ReadersAndDestructorsTakeNoLock) {
     CreateRequest::ColumnKeys keys;
     create.GetColumnKey(keys);
     std::vector<std::string> columns;
-    std::string text;
+    cursor.GetColumn(columns);
     int integer = 0;
     double number = 0;
-    cursor.GetColumn(columns);
-    cursor.GetCount();
     cursor.MoveToNext();
-    cursor.MoveToPrev();
-    cursor.MoveToPosition(0);
-    cursor.GetString("a", text);
+    cursor.GetString("a", columns[0]);
     cursor.GetInt("a", integer);
     cursor.GetDouble("a", number);
+    cursor.MoveToPrev();
+    cursor.MoveToPosition(0);
     cursor.MoveToFirst();
     cursor.MoveToLast();
+    cursor.GetCount();
     cursor.GetPosition();
     cursor.ShowDataLog();
   }

@@ -10,18 +10,16 @@
 
 namespace {
 
-using fake::Line;
 using journal::Kind;
 using sqlite_spy::Answer;
-using sqlite_spy::RealButAnswer;
+using sqlite_spy::CountCalls;
+using sqlite_spy::Script;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
 static_assert(std::has_virtual_destructor_v<DatabaseParser>);
 static_assert(sizeof(DatabaseParser) == sizeof(void*), "no data members");
-
-const std::string kFile = "DatabasePasrser.cpp";
 
 // A statement of the test's own on a database in memory.
 class DatabaseParserTest : public LibraryTest {
@@ -33,55 +31,75 @@ class DatabaseParserTest : public LibraryTest {
   }
 
   void Prepare(const std::string& sql) {
+    sqlite3_finalize(stmt);
     ASSERT_EQ(SQLITE_OK, sqlite3_prepare(db, sql.c_str(), -1, &stmt, nullptr)) << sql;
     ForgetEvents();
   }
 
+  static std::string ErrorLine(const std::string& function, const std::string& message) {
+    return fake::Line(6, "DatabasePasrser.cpp", function, message);
+  }
+
+  // Expects the events of a loop whose steps stay busy: 17 steps, 15 waits.
+  static void ExpectBusyToTheLimit() {
+    std::vector<std::string> events;
+    for (const std::string& line : fake::BusyLines("DatabasePasrser.cpp", 16)) {
+      events.push_back(line);
+      events.emplace_back("usleep 100000");
+    }
+    events.pop_back();  // none after the limit
+    EXPECT_EQ(events, journal::Of({Kind::kLog, Kind::kSleep}));
+    EXPECT_EQ(17, CountCalls("sqlite3_step"));
+  }
+
+  sqlite3* db = nullptr;
+  sqlite3_stmt* stmt = nullptr;
+  DatabaseParser parser;
+};
+
+TEST_F(DatabaseParserTest, ConstructionAndDestructionLogNothing) {
+  { DatabaseParser other; }
+  EXPECT_THAT(fake::Lines(), IsEmpty());
+}
+
+class ParseDatabaseTest : public DatabaseParserTest {
+ protected:
   int Parse() { return parser.ParseDatabase(db, stmt, cursor); }
 
+  std::vector<std::string> Columns() {
+    std::vector<std::string> columns;
+    cursor.GetColumn(columns);
+    return columns;
+  }
+
   // The cells of a column, from the first row on.
-  std::vector<std::string> Cells(const std::string& column) {
+  std::vector<std::string> Cells(const char* column) {
     std::vector<std::string> cells;
     std::string cell;
     cursor.MoveToFirst();
-    while (cursor.MoveToNext() == 0 && cursor.GetString(column.c_str(), cell) == 0) {
+    while (cursor.MoveToNext() == 0 && cursor.GetString(column, cell) == 0) {
       cells.push_back(cell);
     }
     return cells;
   }
 
-  static std::vector<std::string> BusyEvents() {
-    std::vector<std::string> events;
-    for (int count = 1; count < 16; ++count) {
-      events.push_back(
-          Line(5, kFile, "IsRetryLimit", "SQLITE BUSY[" + std::to_string(count) + "]"));
-      events.push_back("usleep 100000");
-    }
-    events.push_back(Line(6, kFile, "IsRetryLimit", "RETRY COUNT is reached LIMIT, SQLITE_BUSY"));
-    return events;
-  }
-
-  sqlite3* db = nullptr;
-  sqlite3_stmt* stmt = nullptr;
+  const char* const oneRow = "SELECT 1 AS id, 2 AS other";
+  const char* const twoRows = "SELECT 1 AS id, 2 AS other UNION ALL SELECT 3, 4";
   Cursor cursor;
-  DatabaseParser parser;
 };
-
-class ParseDatabaseTest : public DatabaseParserTest {};
 
 TEST_F(ParseDatabaseTest, CopiesTwoRowsOfThreeColumns) {
   Prepare("SELECT 1 AS id, 'Kim' AS name, 2.5 AS size UNION ALL SELECT 2, 'Lee', 10.0");
   EXPECT_EQ(SQLITE_DONE, Parse());
-  // One guarded change for the emptying, three columns once, six cells.
-  EXPECT_THAT(journal::Of({Kind::kMutex}), SizeIs(4 * (1 + 3 + 6)));
-  std::vector<std::string> columns;
-  EXPECT_EQ(0, cursor.GetColumn(columns));
-  EXPECT_THAT(columns, ElementsAre("id", "name", "size"));
+  // One guarded change for the emptying, three columns once, six cells; no trace line.
+  EXPECT_THAT(journal::Of({Kind::kMutex, Kind::kLog}), SizeIs(4 * (1 + 3 + 6)));
+  EXPECT_THAT(Columns(), ElementsAre("id", "name", "size"));
   EXPECT_THAT(Cells("id"), ElementsAre("1", "2"));
   EXPECT_THAT(Cells("name"), ElementsAre("Kim", "Lee"));
   EXPECT_THAT(Cells("size"), ElementsAre("2.5", "10.0"));
 }
 
+// It neither finalizes nor closes.
 TEST_F(ParseDatabaseTest, ReadsNameAndTypeAfreshForEveryCell) {
   Prepare("SELECT 1 AS id, NULL AS name UNION ALL SELECT 2, 'Lee'");
   Parse();
@@ -101,13 +119,10 @@ TEST_F(ParseDatabaseTest, ReadsNameAndTypeAfreshForEveryCell) {
 
 TEST_F(ParseDatabaseTest, EmptiesTheCursorBeforeTheFirstStep) {
   cursor.SetColumn("old");
-  Prepare("SELECT 1 AS id, 2 AS other");
+  Prepare(oneRow);
   Parse();
-  const auto events = journal::Of({Kind::kMutex, Kind::kSqlite});
-  EXPECT_EQ("sqlite3_step()", events[4]);
-  std::vector<std::string> columns;
-  cursor.GetColumn(columns);
-  EXPECT_THAT(columns, ElementsAre("id", "other"));
+  EXPECT_EQ("sqlite3_step()", journal::Of({Kind::kMutex, Kind::kSqlite})[4]);
+  EXPECT_THAT(Columns(), ElementsAre("id", "other"));
 }
 
 TEST_F(ParseDatabaseTest, AQueryWithoutRowsLeavesNoColumns) {
@@ -115,14 +130,13 @@ TEST_F(ParseDatabaseTest, AQueryWithoutRowsLeavesNoColumns) {
   Prepare("SELECT 1 AS id WHERE 0");
   EXPECT_EQ(SQLITE_DONE, Parse());
   EXPECT_EQ(-1, cursor.GetCount());
-  std::vector<std::string> columns;
-  EXPECT_EQ(1, cursor.GetColumn(columns));
+  EXPECT_THAT(Columns(), IsEmpty());
 }
 
 TEST_F(ParseDatabaseTest, NullAndBlobArriveAsEmptyTextsAndOnlyTheBlobIsReported) {
   Prepare("SELECT NULL AS n, x'414243' AS b, 'x' AS t");
   EXPECT_EQ(SQLITE_DONE, Parse());
-  EXPECT_THAT(fake::Lines(), ElementsAre(Line(6, kFile, "ParseDatabase", "UNKNOWN TYPE")));
+  EXPECT_THAT(fake::Lines(), ElementsAre(ErrorLine("ParseDatabase", "UNKNOWN TYPE")));
   EXPECT_THAT(Cells("n"), ElementsAre(""));
   EXPECT_THAT(Cells("b"), ElementsAre(""));
   EXPECT_THAT(Cells("t"), ElementsAre("x"));
@@ -130,12 +144,12 @@ TEST_F(ParseDatabaseTest, NullAndBlobArriveAsEmptyTextsAndOnlyTheBlobIsReported)
 
 TEST_F(ParseDatabaseTest, ACellOfAnUnknownTypeIsTakenLikeABlob) {
   Prepare("SELECT 'x' AS t, 'y' AS u");
-  sqlite_spy::Script("sqlite3_column_type", {Answer(9), Answer(0)});
+  Script("sqlite3_column_type", {Answer(9), Answer(0)});
   EXPECT_EQ(SQLITE_DONE, Parse());
-  EXPECT_THAT(fake::Lines(), ElementsAre(Line(6, kFile, "ParseDatabase", "UNKNOWN TYPE"),
-                                         Line(6, kFile, "ParseDatabase", "UNKNOWN TYPE")));
+  const std::string line = ErrorLine("ParseDatabase", "UNKNOWN TYPE");
+  EXPECT_THAT(fake::Lines(), ElementsAre(line, line));
   EXPECT_THAT(Cells("t"), ElementsAre(""));
-  EXPECT_EQ(0, sqlite_spy::CountCalls("sqlite3_column_text"));
+  EXPECT_EQ(0, CountCalls("sqlite3_column_text"));
 }
 
 TEST_F(ParseDatabaseTest, ReportsAnUnknownTypeBeforeItStoresTheCell) {
@@ -143,7 +157,7 @@ TEST_F(ParseDatabaseTest, ReportsAnUnknownTypeBeforeItStoresTheCell) {
   Parse();
   const auto events = journal::Of({Kind::kLog, Kind::kMutex});
   ASSERT_THAT(events, SizeIs(4 + 4 + 1 + 4));  // emptying, one column, the line, one cell
-  EXPECT_EQ(Line(6, kFile, "ParseDatabase", "UNKNOWN TYPE"), events[8]);
+  EXPECT_EQ(ErrorLine("ParseDatabase", "UNKNOWN TYPE"), events[8]);
 }
 
 TEST_F(ParseDatabaseTest, NumbersArriveInSqlitesOwnRendering) {
@@ -165,241 +179,186 @@ TEST_F(ParseDatabaseTest, ATextEndsAtItsFirstNul) {
 TEST_F(ParseDatabaseTest, ColumnsOfEqualNameShareTheirCells) {
   Prepare("SELECT 1 AS id, 2 AS id, 3 AS z");
   EXPECT_EQ(SQLITE_DONE, Parse());
-  std::vector<std::string> columns;
-  cursor.GetColumn(columns);
-  EXPECT_THAT(columns, ElementsAre("id", "id", "z"));
+  EXPECT_THAT(Columns(), ElementsAre("id", "id", "z"));
   EXPECT_EQ(1, cursor.GetCount());
 }
 
-TEST_F(ParseDatabaseTest, WritesNoTraceLine) {
-  Prepare("SELECT 1 AS id");
-  Parse();
-  EXPECT_THAT(fake::Lines(), IsEmpty());
-}
-
-TEST_F(ParseDatabaseTest, NeitherFinalizesNorCloses) {
-  Prepare("SELECT 1 AS id");
-  Parse();
-  EXPECT_EQ(0, sqlite_spy::CountCalls("sqlite3_finalize"));
-  EXPECT_EQ(0, sqlite_spy::CountCalls("sqlite3_close"));
-}
-
 TEST_F(ParseDatabaseTest, StaysBusyFor17StepsAnd15Waits) {
-  Prepare("SELECT 1 AS id");
-  sqlite_spy::Script("sqlite3_step", 40, Answer(SQLITE_BUSY));
+  Prepare(oneRow);
+  Script("sqlite3_step", 40, Answer(SQLITE_BUSY));
   EXPECT_EQ(SQLITE_BUSY, Parse());
-  EXPECT_EQ(17, sqlite_spy::CountCalls("sqlite3_step"));
-  EXPECT_EQ(BusyEvents(), journal::Of({Kind::kLog, Kind::kSleep}));
+  ExpectBusyToTheLimit();
 }
 
 TEST_F(ParseDatabaseTest, GoesOnAfterBusySteps) {
-  Prepare("SELECT 1 AS id, 2 AS other");
-  sqlite_spy::Script("sqlite3_step", {Answer(SQLITE_BUSY), Answer(SQLITE_BUSY)});
+  Prepare(oneRow);
+  Script("sqlite3_step", 2, Answer(SQLITE_BUSY));
   EXPECT_EQ(SQLITE_DONE, Parse());
   EXPECT_THAT(Cells("id"), ElementsAre("1"));
 }
 
 TEST_F(ParseDatabaseTest, CountsBusyStepsOverTheWholeParse) {
-  Prepare("SELECT 1 AS id, 2 AS other UNION ALL SELECT 3, 4");
+  Prepare(twoRows);
   std::vector<sqlite_spy::Step> steps(10, Answer(SQLITE_BUSY));
   steps.push_back(sqlite_spy::Real());
   steps.insert(steps.end(), 10, Answer(SQLITE_BUSY));
-  sqlite_spy::Script("sqlite3_step", steps);
+  Script("sqlite3_step", steps);
   // The 16th busy step, the sixth after the row, is the limit; one more follows.
   EXPECT_EQ(SQLITE_BUSY, Parse());
-  EXPECT_EQ(10 + 1 + 7, sqlite_spy::CountCalls("sqlite3_step"));
+  EXPECT_EQ(10 + 1 + 7, CountCalls("sqlite3_step"));
   EXPECT_THAT(Cells("id"), ElementsAre("1"));
 }
 
 TEST_F(ParseDatabaseTest, ARowFromTheStepAfterTheLimitIsNotCopied) {
-  Prepare("SELECT 1 AS id, 2 AS other");
-  sqlite_spy::Script("sqlite3_step", 16, Answer(SQLITE_BUSY));
+  Prepare(oneRow);
+  Script("sqlite3_step", 16, Answer(SQLITE_BUSY));
   EXPECT_EQ(SQLITE_ROW, Parse());
   EXPECT_EQ(-1, cursor.GetCount());
 }
 
 TEST_F(ParseDatabaseTest, AfterAnErrorMakesOneMoreStepAndReturnsItsCode) {
-  Prepare("SELECT 1 AS id, 2 AS other");
+  Prepare(oneRow);
   sqlite_spy::SetErrorText("no luck");
-  sqlite_spy::Script("sqlite3_step", {Answer(SQLITE_ERROR), Answer(SQLITE_CORRUPT)});
+  Script("sqlite3_step", {Answer(SQLITE_ERROR), Answer(SQLITE_CORRUPT)});
   EXPECT_EQ(SQLITE_CORRUPT, Parse());
-  EXPECT_EQ(2, sqlite_spy::CountCalls("sqlite3_step"));
+  EXPECT_EQ(2, CountCalls("sqlite3_step"));
   EXPECT_THAT(fake::Lines(),
-              ElementsAre(Line(6, kFile, "ParseDatabase", "SQLITE STEP ERROR!!! no luck")));
+              ElementsAre(ErrorLine("ParseDatabase", "SQLITE STEP ERROR!!! no luck")));
 }
 
 TEST_F(ParseDatabaseTest, AnErrorIsConvertedWithSqlitesTextWhenMessagesAreProtected) {
-  Prepare("SELECT 1 AS id, 2 AS other");
+  Prepare(oneRow);
   sqlite_spy::SetErrorText("no luck");
-  sqlite_spy::Script("sqlite3_step", {Answer(SQLITE_ERROR), Answer(SQLITE_DONE)});
+  Script("sqlite3_step", {Answer(SQLITE_ERROR), Answer(SQLITE_DONE)});
   fake::SetEncryption(true);
-  fake::SetConversion([](const std::string& message) { return "<" + message + ">"; });
   EXPECT_EQ(SQLITE_DONE, Parse());
   EXPECT_THAT(fake::Lines(),
-              ElementsAre(Line(6, kFile, "ParseDatabase", "<SQLITE STEP ERROR!!! no luck>")));
+              ElementsAre(ErrorLine("ParseDatabase", "secure(SQLITE STEP ERROR!!! no luck)")));
 }
 
-TEST_F(ParseDatabaseTest, ABusyStepAfterAnErrorIsNotRetried) {
-  Prepare("SELECT 1 AS id");
-  sqlite_spy::Script("sqlite3_step", {Answer(SQLITE_ERROR), Answer(SQLITE_BUSY)});
-  EXPECT_EQ(SQLITE_BUSY, Parse());
-  EXPECT_THAT(journal::Of({Kind::kSleep}), IsEmpty());
-}
-
-TEST_F(ParseDatabaseTest, ASecondErrorIsNotLogged) {
-  Prepare("SELECT 1 AS id");
-  sqlite_spy::Script("sqlite3_step", {Answer(SQLITE_ERROR), Answer(SQLITE_ERROR)});
-  EXPECT_EQ(SQLITE_ERROR, Parse());
-  EXPECT_THAT(fake::Lines(), SizeIs(1));
+// Neither a busy step nor another error is looked at after an error.
+TEST_F(ParseDatabaseTest, TheStepAfterAnErrorIsTheLast) {
+  Prepare(oneRow);
+  for (const int code : {SQLITE_BUSY, SQLITE_ERROR}) {
+    ForgetEvents();
+    Script("sqlite3_step", {Answer(SQLITE_ERROR), Answer(code)});
+    EXPECT_EQ(code, Parse());
+    EXPECT_EQ(2, CountCalls("sqlite3_step"));
+    EXPECT_THAT(journal::Of({Kind::kLog, Kind::kSleep}), SizeIs(1));
+  }
 }
 
 TEST_F(ParseDatabaseTest, RowsBeforeAnErrorStay) {
-  Prepare("SELECT 1 AS id, 2 AS other UNION ALL SELECT 3, 4");
-  sqlite_spy::Script("sqlite3_step", {sqlite_spy::Real(), Answer(SQLITE_ERROR)});
+  Prepare(twoRows);
+  Script("sqlite3_step", {sqlite_spy::Real(), Answer(SQLITE_ERROR)});
   EXPECT_EQ(SQLITE_ROW, Parse());
   EXPECT_THAT(Cells("id"), ElementsAre("1"));
 }
 
 TEST_F(ParseDatabaseTest, OtherCodesAreSteppedOverWithoutLimitOrLog) {
-  Prepare("SELECT 1 AS id, 2 AS other");
-  sqlite_spy::Script("sqlite3_step", 5000, Answer(SQLITE_MISUSE));
+  Prepare(oneRow);
+  Script("sqlite3_step", 5000, Answer(SQLITE_MISUSE));
   EXPECT_EQ(SQLITE_DONE, Parse());
-  EXPECT_EQ(5002, sqlite_spy::CountCalls("sqlite3_step"));
+  EXPECT_EQ(5002, CountCalls("sqlite3_step"));
   EXPECT_THAT(journal::Of({Kind::kLog, Kind::kSleep}), IsEmpty());
   EXPECT_THAT(Cells("id"), ElementsAre("1"));
 }
 
 TEST_F(ParseDatabaseTest, RowsWithoutColumnsAreSkippedAndCountedOnce) {
-  Prepare("SELECT 1 AS id UNION ALL SELECT 2 UNION ALL SELECT 3");
-  sqlite_spy::Script("sqlite3_column_count", {Answer(0)});
-  EXPECT_EQ(SQLITE_DONE, Parse());
-  EXPECT_EQ(1, sqlite_spy::CountCalls("sqlite3_column_count"));
-  EXPECT_EQ(0, sqlite_spy::CountCalls("sqlite3_column_name"));
-  EXPECT_EQ(-1, cursor.GetCount());
+  for (const int count : {0, -1}) {
+    Prepare("SELECT 1 AS id UNION ALL SELECT 2 UNION ALL SELECT 3");
+    Script("sqlite3_column_count", {Answer(count)});
+    EXPECT_EQ(SQLITE_DONE, Parse());
+    EXPECT_EQ(1, CountCalls("sqlite3_column_count"));
+    EXPECT_EQ(0, CountCalls("sqlite3_column_name"));
+    EXPECT_EQ(-1, cursor.GetCount());
+  }
 }
 
-TEST_F(ParseDatabaseTest, ANegativeColumnCountIsTakenAsNone) {
-  Prepare("SELECT 1 AS id");
-  sqlite_spy::Script("sqlite3_column_count", {Answer(-1)});
-  EXPECT_EQ(SQLITE_DONE, Parse());
-  EXPECT_EQ(-1, cursor.GetCount());
-}
-
-TEST_F(ParseDatabaseTest, ACellTextThatSqliteCannotGiveThrows) {
-  Prepare("SELECT 1 AS id, 2 AS other");
-  sqlite_spy::Script("sqlite3_column_text", {Answer(0)});
-  EXPECT_THROW(Parse(), std::logic_error);
-}
-
-TEST_F(ParseDatabaseTest, AColumnNameThatSqliteCannotGiveThrows) {
-  Prepare("SELECT 1 AS id, 2 AS other");
-  sqlite_spy::Script("sqlite3_column_name", {Answer(0)});
-  EXPECT_THROW(Parse(), std::logic_error);
+TEST_F(ParseDatabaseTest, ANameOrTextThatSqliteCannotGiveThrows) {
+  for (const char* call : {"sqlite3_column_name", "sqlite3_column_text"}) {
+    Prepare(oneRow);
+    Script(call, {Answer(0)});
+    EXPECT_THROW(Parse(), std::logic_error) << call;
+  }
 }
 
 class ParseExistTableTest : public DatabaseParserTest {
  protected:
   int ParseExist() { return parser.ParseExistTable(stmt, exists); }
-  bool exists = false;
+  // Of the rows of a query that steps to its end.
+  bool Exists(const char* sql, bool before) {
+    Prepare(sql);
+    exists = before;
+    EXPECT_EQ(SQLITE_DONE, ParseExist());
+    EXPECT_THAT(fake::Lines(), IsEmpty());
+    return exists;
+  }
+  bool exists = true;
 };
 
-TEST_F(ParseExistTableTest, ACountOfZeroIsFalse) {
-  exists = true;
-  Prepare("SELECT 0");
-  EXPECT_EQ(SQLITE_DONE, ParseExist());
-  EXPECT_FALSE(exists);
-}
+TEST_F(ParseExistTableTest, ACountOfZeroIsFalse) { EXPECT_FALSE(Exists("SELECT 0", true)); }
 
-TEST_F(ParseExistTableTest, ACountOfOneIsTrue) {
-  Prepare("SELECT 1");
-  EXPECT_EQ(SQLITE_DONE, ParseExist());
-  EXPECT_TRUE(exists);
-  EXPECT_THAT(fake::Lines(), IsEmpty());
-}
+TEST_F(ParseExistTableTest, ACountOfOneIsTrue) { EXPECT_TRUE(Exists("SELECT 1", false)); }
 
-TEST_F(ParseExistTableTest, ANegativeCountIsFalse) {
-  Prepare("SELECT -1");
-  EXPECT_EQ(SQLITE_DONE, ParseExist());
-  EXPECT_FALSE(exists);
-}
+TEST_F(ParseExistTableTest, ANegativeCountIsFalse) { EXPECT_FALSE(Exists("SELECT -1", true)); }
 
-TEST_F(ParseExistTableTest, NoRowIsFalse) {
-  exists = true;
-  Prepare("SELECT 1 WHERE 0");
-  EXPECT_EQ(SQLITE_DONE, ParseExist());
-  EXPECT_FALSE(exists);
-}
+TEST_F(ParseExistTableTest, NoRowIsFalse) { EXPECT_FALSE(Exists("SELECT 1 WHERE 0", true)); }
 
 TEST_F(ParseExistTableTest, OncePositiveStaysTrue) {
-  Prepare("SELECT 0 UNION ALL SELECT 1 UNION ALL SELECT 0");
-  EXPECT_EQ(SQLITE_DONE, ParseExist());
-  EXPECT_TRUE(exists);
+  EXPECT_TRUE(Exists("SELECT 0 UNION ALL SELECT 1 UNION ALL SELECT 0", false));
 }
 
-TEST_F(ParseExistTableTest, AnErrorIsLoggedWithoutTextAndOneMoreStepIsMade) {
-  exists = true;
-  Prepare("SELECT 0");
-  sqlite_spy::Script("sqlite3_step", {Answer(SQLITE_ERROR), Answer(SQLITE_CORRUPT)});
-  EXPECT_EQ(SQLITE_CORRUPT, ParseExist());
-  EXPECT_FALSE(exists);
-  EXPECT_THAT(fake::Lines(),
-              ElementsAre(Line(6, kFile, "ParseExistTable", "SQLITE STEP ERROR!!!")));
-  EXPECT_EQ(2, sqlite_spy::CountCalls("sqlite3_step"));
-}
-
-TEST_F(ParseExistTableTest, WritesItsAnswerOnlyWhenItReturns) {
-  exists = true;
-  bool existsAtTheLine = false;
-  Prepare("SELECT 0");
-  sqlite_spy::Script("sqlite3_step",
-                     {sqlite_spy::Real(), Answer(SQLITE_ERROR), Answer(SQLITE_DONE)});
-  fake::SetEncryption(true);
-  fake::SetConversion([&](const std::string& message) {
-    existsAtTheLine = exists;
-    return message;
-  });
-  EXPECT_EQ(SQLITE_DONE, ParseExist());
-  fake::SetEncryption(false);
-  EXPECT_TRUE(existsAtTheLine);
-  EXPECT_FALSE(exists);
-}
-
-TEST_F(ParseExistTableTest, StaysBusyFor17StepsAnd15Waits) {
-  exists = true;
-  Prepare("SELECT 1");
-  sqlite_spy::Script("sqlite3_step", 40, Answer(SQLITE_BUSY));
-  EXPECT_EQ(SQLITE_BUSY, ParseExist());
-  EXPECT_EQ(17, sqlite_spy::CountCalls("sqlite3_step"));
-  EXPECT_EQ(BusyEvents(), journal::Of({Kind::kLog, Kind::kSleep}));
-  EXPECT_FALSE(exists);
-}
-
-TEST_F(ParseExistTableTest, TheRowOfTheStepAfterAnErrorDoesNotCount) {
-  Prepare("SELECT 1");
-  sqlite_spy::Script("sqlite3_step", {Answer(SQLITE_ERROR)});
-  EXPECT_EQ(SQLITE_ROW, ParseExist());
-  EXPECT_FALSE(exists);
-}
-
-TEST_F(ParseExistTableTest, OtherCodesAreTakenAsRowsWithoutLimit) {
-  Prepare("SELECT 1");
-  sqlite_spy::Script("sqlite3_step", 5000, Answer(SQLITE_MISUSE));
-  EXPECT_EQ(SQLITE_DONE, ParseExist());
-  EXPECT_EQ(5001, sqlite_spy::CountCalls("sqlite3_column_int"));
-  EXPECT_TRUE(exists);
-}
-
-TEST_F(ParseExistTableTest, NeitherFinalizesNorCloses) {
+// It neither finalizes nor closes.
+TEST_F(ParseExistTableTest, ReadsTheFirstColumnOfEveryRow) {
   Prepare("SELECT 1");
   ParseExist();
   EXPECT_THAT(sqlite_spy::Calls(),
               ElementsAre("sqlite3_step()", "sqlite3_column_int(0)", "sqlite3_step()"));
 }
 
-TEST_F(DatabaseParserTest, ConstructionAndDestructionLogNothing) {
-  ForgetEvents();
-  { DatabaseParser other; }
-  EXPECT_THAT(fake::Lines(), IsEmpty());
+TEST_F(ParseExistTableTest, AnErrorIsLoggedWithoutTextAndOneMoreStepIsMade) {
+  Prepare("SELECT 0");
+  Script("sqlite3_step", {Answer(SQLITE_ERROR), Answer(SQLITE_CORRUPT)});
+  EXPECT_EQ(SQLITE_CORRUPT, ParseExist());
+  EXPECT_FALSE(exists);
+  EXPECT_THAT(fake::Lines(), ElementsAre(ErrorLine("ParseExistTable", "SQLITE STEP ERROR!!!")));
+  EXPECT_EQ(2, CountCalls("sqlite3_step"));
+}
+
+TEST_F(ParseExistTableTest, WritesItsAnswerOnlyWhenItReturns) {
+  bool existsAtTheLine = false;
+  Prepare("SELECT 0");
+  Script("sqlite3_step", {sqlite_spy::Real(), Answer(SQLITE_ERROR), Answer(SQLITE_DONE)});
+  journal::Listen([&](Kind kind, const std::string&) {
+    existsAtTheLine = existsAtTheLine || (kind == Kind::kLog && exists);
+  });
+  EXPECT_EQ(SQLITE_DONE, ParseExist());
+  EXPECT_TRUE(existsAtTheLine);
+  EXPECT_FALSE(exists);
+}
+
+TEST_F(ParseExistTableTest, StaysBusyFor17StepsAnd15Waits) {
+  Prepare("SELECT 1");
+  Script("sqlite3_step", 40, Answer(SQLITE_BUSY));
+  EXPECT_EQ(SQLITE_BUSY, ParseExist());
+  ExpectBusyToTheLimit();
+  EXPECT_FALSE(exists);
+}
+
+TEST_F(ParseExistTableTest, TheRowOfTheStepAfterAnErrorDoesNotCount) {
+  Prepare("SELECT 1");
+  Script("sqlite3_step", {Answer(SQLITE_ERROR)});
+  EXPECT_EQ(SQLITE_ROW, ParseExist());
+  EXPECT_FALSE(exists);
+}
+
+TEST_F(ParseExistTableTest, OtherCodesAreTakenAsRowsWithoutLimit) {
+  Prepare("SELECT 1");
+  Script("sqlite3_step", 5000, Answer(SQLITE_MISUSE));
+  EXPECT_EQ(SQLITE_DONE, ParseExist());
+  EXPECT_EQ(5001, CountCalls("sqlite3_column_int"));
+  EXPECT_TRUE(exists);
 }
 
 }  // namespace
