@@ -1,17 +1,13 @@
-// The command line: its grammar, its help, and what of it is refused.
+// The command line: its grammar and its help.
 
 #ifndef VORNDB_COMMANDLINE_H
 #define VORNDB_COMMANDLINE_H
 
-#include <optional>
-
-#include "Arguments.h"
-
 namespace vorndb {
 
-// What is asked for; or nothing, if it was help or the version, which is then printed.
-// Throws UsageError for wrong use, and for what no careful caller of the library does.
-std::optional<Arguments> ParseCommandLine(int argc, const char* const* argv);
+// Runs the command, or prints help or the version. Throws UsageError for wrong use, and
+// Failure.
+void RunCommandLine(int argc, const char* const* argv);
 
 }  // namespace vorndb
 

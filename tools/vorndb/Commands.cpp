@@ -7,8 +7,6 @@
 #include "DeleteRequest.h"
 #include "DropRequest.h"
 #include "Errors.h"
-#include "Import.h"
-#include "Query.h"
 #include "Statement.h"
 #include "Terminal.h"
 #include "UpdateRequest.h"
@@ -22,45 +20,35 @@ namespace {
 template <typename Request>
 void RunOrPrint(const Arguments& arguments, Request& request, Generate<Request> generate,
                 int (Database::*run)(Request&)) {
+  request.SetTable(arguments.table.c_str());
   if (arguments.sql) {
     PrintSql(request, generate);
     return;
   }
   const DatabaseFile file(arguments.file);
-  if (arguments.command != Command::kCreate) {
-    file.RequireExisting();
-  }
-  RunWrite(file, request, run, {arguments.table});
+  file.RequireExisting();
+  Execute(file, request, {arguments.table}, run);
 }
 
-// To create a table that exists changes nothing about it, and is a success. SQLite finds it in
-// other capital letters, too, and takes a view for one.
-void TellIfExisting(const Arguments& arguments) {
-  const DatabaseFile file(arguments.file);
-  if (file.IsThere() && file.HasTable(arguments.table)) {
-    Tell("the table " + arguments.table + " exists in " + file.Path() +
-         " already and is left as it is");
-  }
+template <typename Request>
+void WriteRows(const Arguments& arguments, Generate<Request> generate,
+               int (Database::*run)(Request&)) {
+  Statement<Request> statement(arguments);
+  RunOrPrint(arguments, statement.Filled(), generate, run);
 }
 
-void TellIfNotCreated(const Arguments& arguments) {
-  const DatabaseFile file(arguments.file);
-  if (file.IsMissing(arguments.table)) {
-    Tell("nothing is created: in " + file.Path() + " there is a view " + arguments.table +
-         ", or a table that differs in capital letters");
+std::vector<std::string> AllColumns(const Arguments& arguments) {
+  std::vector<std::string> columns{arguments.key ? arguments.key->column : "_ID"};
+  if (arguments.composite) {
+    columns.push_back(arguments.composite->column);
   }
+  for (const TypedColumn& column : arguments.columns) {
+    columns.push_back(column.column);
+  }
+  return columns;
 }
 
-void WarnOfSingleColumn(const Arguments& arguments) {
-  const std::size_t keys = arguments.composite ? 2 : 1;
-  if (keys + arguments.columns.size() == 1) {
-    Tell("warning: the table " + arguments.table +
-         " has a single column; a select of it reads one row only");
-  }
-}
-
-void Create(const Arguments& arguments) {
-  CreateRequest request;
+void Fill(CreateRequest& request, const Arguments& arguments) {
   request.SetTable(arguments.table.c_str());
   if (arguments.key) {
     request.SetPrimaryKey(arguments.key->column.c_str(), arguments.key->type.c_str());
@@ -71,72 +59,6 @@ void Create(const Arguments& arguments) {
   for (const TypedColumn& column : arguments.columns) {
     request.SetColumnKey(column.column.c_str(), column.type.c_str());
   }
-  if (!arguments.sql) {
-    TellIfExisting(arguments);
-    WarnOfSingleColumn(arguments);
-  }
-  RunOrPrint(arguments, request, &SqlGenerator::GetCreateTableSql, &Database::CreateTable);
-  if (!arguments.sql) {
-    TellIfNotCreated(arguments);
-  }
-}
-
-void Upsert(const Arguments& arguments) {
-  const NameBlock names(arguments.values);
-  UpsertRequest request;
-  request.SetTable(arguments.table.c_str());
-  SetValues(request, arguments.values, names);
-  RunOrPrint(arguments, request, &SqlGenerator::GetUpsertSql, &Database::Upsert);
-}
-
-void Update(const Arguments& arguments) {
-  const NameBlock names(arguments.values);
-  const NameBlock conditions(arguments.where);
-  UpdateRequest request;
-  request.SetTable(arguments.table.c_str());
-  SetValues(request, arguments.values, names);
-  SetConditions(request, arguments.where, conditions);
-  RunOrPrint(arguments, request, &SqlGenerator::GetUpdateSql, &Database::Update);
-}
-
-// A delete without conditions takes every row, so somebody has to have meant it.
-void ConfirmDelete(const Arguments& arguments) {
-  if (arguments.sql || arguments.all || !arguments.where.empty()) {
-    return;
-  }
-  if (!CanAsk()) {
-    throw UsageError("delete without --where takes every row; if that is meant, give --all");
-  }
-  if (!Ask("Delete every row of " + arguments.table + " in " + arguments.file + "?")) {
-    throw Failure("nothing is deleted");
-  }
-}
-
-void Delete(const Arguments& arguments) {
-  const NameBlock conditions(arguments.where);
-  DeleteRequest request;
-  request.SetTable(arguments.table.c_str());
-  SetConditions(request, arguments.where, conditions);
-  ConfirmDelete(arguments);
-  RunOrPrint(arguments, request, &SqlGenerator::GetDeleteSql, &Database::Delete);
-}
-
-void Drop(const Arguments& arguments) {
-  DropRequest request;
-  request.SetTable(arguments.table.c_str());
-  RunOrPrint(arguments, request, &SqlGenerator::GetDropTableSql, &Database::DropTable);
-}
-
-void Exists(const Arguments& arguments) {
-  if (arguments.sql) {
-    std::string sql;
-    SqlGenerator().GetCheckTableSql(arguments.table, sql);
-    std::cout << sql << '\n';
-    return;
-  }
-  const DatabaseFile file(arguments.file);
-  file.RequireExisting();
-  std::cout << (file.HasTable(arguments.table) ? "yes\n" : "no\n");
 }
 
 void ExplainFrom(std::istream& log, const std::string& name) {
@@ -149,7 +71,73 @@ void ExplainFrom(std::istream& log, const std::string& name) {
   }
 }
 
+}  // namespace
+
+// To create a table that exists changes nothing, and is a success. SQLite finds it in other
+// capital letters, too, and takes a view for one.
+void Create(const Arguments& arguments) {
+  if (arguments.composite && !arguments.key) {
+    throw UsageError("--composite needs --key: alone, the library leaves it out");
+  }
+  const std::vector<std::string> columns = AllColumns(arguments);
+  RequireDistinct(columns);
+  CreateRequest request;
+  Fill(request, arguments);
+  if (arguments.sql) {
+    PrintSql(request, &SqlGenerator::GetCreateTableSql);
+    return;
+  }
+  const DatabaseFile file(arguments.file);
+  const std::string& table = arguments.table;
+  if (file.IsThere() && file.HasTable(table)) {
+    Tell("the table " + table + " exists in " + arguments.file + " already and is left as it is");
+  }
+  if (columns.size() == 1) {
+    Tell("warning: the table " + table + " has a single column; a select of it reads one row only");
+  }
+  Execute(file, request, {table}, &Database::CreateTable);
+  if (file.IsMissing(table)) {
+    Tell("nothing is created: in " + arguments.file + " there is a view " + table +
+         ", or a table that differs in capital letters");
+  }
+}
+
+void Upsert(const Arguments& arguments) {
+  WriteRows(arguments, &SqlGenerator::GetUpsertSql, &Database::Upsert);
+}
+
+void Update(const Arguments& arguments) {
+  if (arguments.where.empty()) {
+    throw UsageError("update needs --where: the library does not change all rows at once");
+  }
+  WriteRows(arguments, &SqlGenerator::GetUpdateSql, &Database::Update);
+}
+
+// Without conditions it takes every row, so somebody has to have meant it.
+void Delete(const Arguments& arguments) {
+  if (arguments.all && !arguments.where.empty()) {
+    throw UsageError("--all and --where contradict each other");
+  }
+  if (!arguments.sql && !arguments.all && arguments.where.empty()) {
+    if (!CanAsk()) {
+      throw UsageError("delete without --where takes every row; if that is meant, give --all");
+    }
+    if (!Ask("Delete every row of " + arguments.table + " in " + arguments.file + "?")) {
+      throw Failure("nothing is deleted");
+    }
+  }
+  WriteRows(arguments, &SqlGenerator::GetDeleteSql, &Database::Delete);
+}
+
+void Drop(const Arguments& arguments) {
+  DropRequest request;
+  RunOrPrint(arguments, request, &SqlGenerator::GetDropTableSql, &Database::DropTable);
+}
+
 void Explain(const Arguments& arguments) {
+  if (arguments.sql || !arguments.file.empty()) {
+    throw UsageError("explain-log reads a log, and no database: it takes neither -f nor --sql");
+  }
   if (arguments.path == "-") {
     ExplainFrom(std::cin, "standard input");
     return;
@@ -159,35 +147,6 @@ void Explain(const Arguments& arguments) {
     throw Failure("cannot read " + arguments.path);
   }
   ExplainFrom(log, arguments.path);
-}
-
-}  // namespace
-
-void Run(const Arguments& arguments) {
-  switch (arguments.command) {
-    case Command::kCreate:
-      return Create(arguments);
-    case Command::kUpsert:
-      return Upsert(arguments);
-    case Command::kUpdate:
-      return Update(arguments);
-    case Command::kDelete:
-      return Delete(arguments);
-    case Command::kSelect:
-      return Select(arguments);
-    case Command::kJoin:
-      return Join(arguments);
-    case Command::kExists:
-      return Exists(arguments);
-    case Command::kDrop:
-      return Drop(arguments);
-    case Command::kImport:
-      return Import(arguments);
-    case Command::kExport:
-      return Export(arguments);
-    case Command::kExplainLog:
-      return Explain(arguments);
-  }
 }
 
 }  // namespace vorndb

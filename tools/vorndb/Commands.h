@@ -1,14 +1,49 @@
-// What each command does.
+// The commands, and what the command line asks of them.
 
 #ifndef VORNDB_COMMANDS_H
 #define VORNDB_COMMANDS_H
 
-#include "Arguments.h"
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Names.h"
 
 namespace vorndb {
 
-// Runs the command, or prints its statement. Throws Failure or UsageError.
-void Run(const Arguments& arguments);
+struct Arguments {
+  std::string file;      // the database
+  bool sql = false;      // print the statement, run nothing
+  bool verbose = false;  // show the library's log
+
+  std::string table;
+  std::vector<TypedColumn> columns;
+  std::optional<TypedColumn> key;
+  std::optional<TypedColumn> composite;
+  std::vector<Assignment> values;
+  std::vector<Assignment> where;
+  TableColumn left;
+  TableColumn right;
+
+  bool all = false;    // delete every row
+  bool force = false;  // write over a file
+  bool wide = false;   // cut no cells
+  std::string format;  // empty if not given
+  std::string path;    // a file beside the database; "-" is standard input
+};
+
+// Each throws Failure, and UsageError before anything is done.
+void Create(const Arguments& arguments);
+void Upsert(const Arguments& arguments);
+void Update(const Arguments& arguments);
+void Delete(const Arguments& arguments);
+void Select(const Arguments& arguments);
+void Join(const Arguments& arguments);
+void Exists(const Arguments& arguments);
+void Drop(const Arguments& arguments);
+void Import(const Arguments& arguments);
+void Export(const Arguments& arguments);
+void Explain(const Arguments& arguments);
 
 }  // namespace vorndb
 

@@ -7,12 +7,6 @@
 
 namespace vorndb {
 
-namespace {
-
-constexpr char kByteOrderMark[] = "\xEF\xBB\xBF";
-
-}  // namespace
-
 CsvReader::CsvReader(std::istream& input, std::string name)
     : m_input(input), m_name(std::move(name)) {
   if (csv_init(&m_parser, CSV_STRICT | CSV_STRICT_FINI) != 0) {
@@ -26,18 +20,19 @@ void CsvReader::Fail(std::size_t line, const std::string& problem) const {
   throw Failure(m_name + ", line " + std::to_string(line) + ": " + problem);
 }
 
+// The parser gets a line at a time, so that it is known where a row begins. A line ends at
+// most one row.
 std::optional<CsvRow> CsvReader::Next() {
-  while (m_rows.empty() && !m_finished) {
-    if (!ReadLine()) {
+  m_row.reset();
+  while (!m_row) {
+    const std::string line = TakeLine();
+    if (line.empty()) {
       Finish();
+      break;
     }
+    Parse(line);
   }
-  if (m_rows.empty()) {
-    return std::nullopt;
-  }
-  CsvRow row = std::move(m_rows.front());
-  m_rows.pop_front();
-  return row;
+  return m_row;
 }
 
 // A line with its end, which is any that the parser knows; nothing at the end of the file.
@@ -53,16 +48,12 @@ std::string CsvReader::TakeLine() {
   return line;
 }
 
-// The parser gets a line at a time, so that it is known where a row begins.
-bool CsvReader::ReadLine() {
-  std::string line = TakeLine();
-  if (line.empty()) {
-    return false;
-  }
+void CsvReader::Parse(std::string line) {
+  static const std::string byteOrderMark = "\xEF\xBB\xBF";
   ++m_line;
   m_bytesRead += line.size();
-  if (m_line == 1 && line.compare(0, sizeof kByteOrderMark - 1, kByteOrderMark) == 0) {
-    line.erase(0, sizeof kByteOrderMark - 1);
+  if (m_line == 1 && line.compare(0, byteOrderMark.size(), byteOrderMark) == 0) {
+    line.erase(0, byteOrderMark.size());
   }
   if (m_rowStart == 0 && line.find_first_not_of(" \t\r\n") != std::string::npos) {
     m_rowStart = m_line;
@@ -73,11 +64,9 @@ bool CsvReader::ReadLine() {
     }
     Fail(m_line, "a quote stands where none may be; quoted fields are \"…\", with \"\" inside");
   }
-  return true;
 }
 
 void CsvReader::Finish() {
-  m_finished = true;
   if (m_input.bad()) {
     throw Failure("cannot read " + m_name);
   }
@@ -93,7 +82,7 @@ void CsvReader::TakeField(void* text, std::size_t length, void* reader) {
 
 void CsvReader::TakeRow(int /*end*/, void* reader) {
   auto& self = *static_cast<CsvReader*>(reader);
-  self.m_rows.push_back({self.m_rowStart, std::exchange(self.m_fields, {})});
+  self.m_row = {self.m_rowStart, std::exchange(self.m_fields, {})};
   self.m_rowStart = 0;
 }
 

@@ -7,7 +7,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <istream>
 #include <optional>
 #include <string>
@@ -43,18 +42,17 @@ class CsvReader {
   static void TakeRow(int end, void* reader);
 
   std::string TakeLine();
-  bool ReadLine();
+  void Parse(std::string line);
   void Finish();
 
   std::istream& m_input;
   std::string m_name;
   csv_parser m_parser{};
-  bool m_finished = false;
   std::uintmax_t m_bytesRead = 0;
   std::size_t m_line = 0;
   std::size_t m_rowStart = 0;  // 0 between two rows
   std::vector<std::string> m_fields;
-  std::deque<CsvRow> m_rows;
+  std::optional<CsvRow> m_row;
 };
 
 }  // namespace vorndb

@@ -1,5 +1,7 @@
 #include "DatabaseFile.h"
 
+#include <sqlite3.h>
+
 #include <filesystem>
 #include <system_error>
 
@@ -13,7 +15,7 @@ namespace vorndb {
 
 namespace {
 
-// SQLite's own words for a failure, or nothing.
+// SQLite's own message of a failure, or nothing.
 std::string MessageIn(const std::vector<LoggedLine>& lines) {
   std::string message;
   for (const LoggedLine& logged : lines) {
@@ -25,7 +27,7 @@ std::string MessageIn(const std::vector<LoggedLine>& lines) {
   return message;
 }
 
-// What is the matter with a file that cannot be opened.
+// The reason why a file cannot be opened.
 std::string OpenProblem(const std::string& path, const std::string& directory) {
   std::error_code ignored;
   if (!std::filesystem::is_directory(directory, ignored)) {
@@ -40,10 +42,10 @@ std::string OpenProblem(const std::string& path, const std::string& directory) {
 }  // namespace
 
 DatabaseFile::DatabaseFile(const std::string& path) : m_path(path) {
-  const std::size_t slash = path.rfind('/');
-  m_name = slash == std::string::npos ? path : path.substr(slash + 1);
   // With a folder in front, no name has a meaning of its own to SQLite.
+  const std::size_t slash = path.rfind('/');
   m_directory = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+  m_name = path.substr(slash + 1);
   if (m_name.empty()) {
     throw UsageError("'" + path + "' names no file");
   }
@@ -54,7 +56,7 @@ void DatabaseFile::Locate(BasePath& request) const {
 }
 
 bool DatabaseFile::IsThere() const {
-  // What cannot be looked at is for SQLite to complain about.
+  // A file that cannot be looked at is left to SQLite to complain about.
   std::error_code problem;
   return std::filesystem::status(m_path, problem).type() != std::filesystem::file_type::not_found;
 }
@@ -87,7 +89,7 @@ bool DatabaseFile::HasTable(const std::string& table) const {
 
 void DatabaseFile::ExpectSuccess(const CallResult& call,
                                  const std::vector<std::string>& tables) const {
-  if (call.result != 0) {
+  if (call.result != SQLITE_OK) {
     throw Failure(Explain(call.result, tables, MessageIn(call.log)) + " (SQLite " +
                   std::to_string(call.result) + ")");
   }
@@ -100,11 +102,12 @@ void DatabaseFile::ExpectComplete(const CallResult& call) const {
   }
 }
 
+// SQLite's words where they say as much as the tool could.
 std::string DatabaseFile::Explain(int result, const std::vector<std::string>& tables,
                                   const std::string& message) const {
-  std::string words = message.empty() ? "no more is known" : message;
+  const std::string words = message.empty() ? "no more is known" : message;
   switch (result) {
-    case 1:
+    case SQLITE_ERROR:
       // The platform may have made SQLite's message unreadable; then the table is looked for.
       for (const std::string& table : tables) {
         if (message == "no such table: " + table || (message.empty() && IsMissing(table))) {
@@ -112,24 +115,20 @@ std::string DatabaseFile::Explain(int result, const std::vector<std::string>& ta
         }
       }
       return "SQLite refuses it: " + words;
-    case 5:
+    case SQLITE_BUSY:
       return m_path + " is busy: another program kept it locked for longer than the library waits";
-    case 8:
+    case SQLITE_READONLY:
       return m_path + " cannot be written";
-    case 10:
-      return "the disk fails: " + words;
-    case 11:
+    case SQLITE_CORRUPT:
       return m_path + " is damaged: " + words;
-    case 13:
-      return "the disk is full";
-    case 14:
+    case SQLITE_CANTOPEN:
       return OpenProblem(m_path, m_directory);
-    case 19:
+    case SQLITE_CONSTRAINT:
       return "the table does not allow it: " + words;
-    case 26:
+    case SQLITE_NOTADB:
       return m_path + " is not a database";
     default:
-      return words;
+      return message.empty() ? sqlite3_errstr(result) : message;
   }
 }
 

@@ -1,4 +1,4 @@
-// The file that is worked on, and what is said when an operation on it fails.
+// The file that is worked on, and the explanation of an operation that fails on it.
 
 #ifndef VORNDB_DATABASEFILE_H
 #define VORNDB_DATABASEFILE_H
@@ -12,7 +12,7 @@ class BasePath;
 
 namespace vorndb {
 
-// What an operation of the library has returned, and what it has logged meanwhile.
+// The result of a call of the library, and its log records.
 struct CallResult {
   int result = 0;
   std::vector<LoggedLine> log;
@@ -27,7 +27,7 @@ CallResult Observe(Operation operation) {
 
 class DatabaseFile {
  public:
-  // Throws UsageError for an empty path.
+  // Throws UsageError for a path without a file name.
   explicit DatabaseFile(const std::string& path);
 
   // Sets the location of a request.
@@ -38,20 +38,17 @@ class DatabaseFile {
   // Throws Failure when there is no such file. SQLite would make an empty one.
   void RequireExisting() const;
 
-  // Whether there is a table of that name; throws Failure when that cannot be told.
+  // Whether there is a table of that name; throws Failure when that is unknown.
   bool HasTable(const std::string& table) const;
 
-  // Whether there is no such table; false when that cannot be told.
+  // Whether there is no such table; false when that is unknown.
   bool IsMissing(const std::string& table) const;
 
-  // Throws Failure, in plain words, for any other result than 0 of an operation on these
-  // tables.
+  // Throws Failure, in plain words, unless the result of a call on these tables is 0.
   void ExpectSuccess(const CallResult& call, const std::vector<std::string>& tables) const;
 
-  // Throws Failure for a query that came to its end too early. Its result is 0 all the same.
+  // Throws Failure for a query whose rows are incomplete. Its result is 0 all the same.
   void ExpectComplete(const CallResult& call) const;
-
-  const std::string& Path() const { return m_path; }
 
  private:
   CallResult LookFor(const std::string& table, bool& exists) const;

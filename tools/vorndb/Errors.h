@@ -1,4 +1,4 @@
-// What ends a run, other than success.
+// The ends of a run other than success.
 
 #ifndef VORNDB_ERRORS_H
 #define VORNDB_ERRORS_H

@@ -1,78 +1,167 @@
 #include "Format.h"
 
-#include <csv.h>
-
+#include <algorithm>
+#include <iomanip>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <numeric>
+#include <string_view>
 #include <vector>
 
+#include "Errors.h"
 #include "Result.h"
-#include "TableFormat.h"
+#include "Text.h"
 
 namespace vorndb {
 
 namespace {
 
-// Quoted only where that is needed: a reader may also drop blanks at the ends.
-std::string CsvField(const std::string& text) {
-  const bool plain = text.find_first_of(",\"\r\n") == std::string::npos &&
-                     (text.empty() || (text.front() != ' ' && text.front() != '\t' &&
-                                       text.back() != ' ' && text.back() != '\t'));
-  if (plain) {
-    return text;
+using Row = std::vector<std::string>;
+
+constexpr std::size_t kGap = 2;
+constexpr std::size_t kNarrowest = 4;
+
+Row CellsOf(Result& result, int row, const char* unknown) {
+  Row cells;
+  for (std::size_t column = 0; column < result.Columns().size(); ++column) {
+    cells.push_back(result.Cell(row, column).value_or(unknown));
   }
-  std::string field(csv_write(nullptr, 0, text.data(), text.size()), '\0');
-  csv_write(field.data(), field.size(), text.data(), text.size());
-  return field;
+  return cells;
 }
 
-void WriteCsv(Result& result, std::ostream& output) {
-  const auto& columns = result.Columns();
-  for (std::size_t column = 0; column < columns.size(); ++column) {
-    output << (column == 0 ? "" : ",") << CsvField(columns[column].name);
+// --- For people -------------------------------------------------------------------------
+
+Row PrintableCells(Row row) {
+  std::transform(row.begin(), row.end(), row.begin(), Printable);
+  return row;
+}
+
+void Widen(std::vector<std::size_t>& widths, const Row& row) {
+  for (std::size_t column = 0; column < widths.size(); ++column) {
+    widths[column] = std::max(widths[column], DisplayWidth(row[column]));
   }
-  output << (columns.empty() ? "" : "\n");
+}
+
+// Cuts the widest columns until a line fits, but none below a few characters.
+void Fit(std::vector<std::size_t>& widths, std::size_t available) {
+  for (std::size_t& width : widths) {
+    width = std::min(width, std::max(available, kNarrowest));
+  }
+  const std::size_t gaps = kGap * (widths.size() - 1);
+  while (std::accumulate(widths.begin(), widths.end(), gaps) > available) {
+    const auto widest = std::max_element(widths.rbegin(), widths.rend());
+    if (*widest <= kNarrowest) {
+      return;
+    }
+    --*widest;
+  }
+}
+
+void WriteTableRow(const Row& row, const std::vector<std::size_t>& widths, std::ostream& output) {
+  std::string line;
+  for (std::size_t column = 0; column < row.size(); ++column) {
+    const std::string cell = CutToWidth(row[column], widths[column]);
+    line += cell;
+    line.append(widths[column] - DisplayWidth(cell) + kGap, ' ');
+  }
+  // No spaces at the end.
+  line.erase(line.find_last_not_of(' ') + 1);
+  output << line << '\n';
+}
+
+void WriteTable(Result& result, std::optional<std::size_t> width, std::ostream& output) {
+  if (result.Columns().empty()) {
+    output << "(no rows)\n";
+    return;
+  }
+  const auto cells = [&](int row) { return PrintableCells(CellsOf(result, row, "?")); };
+  const Row header = PrintableCells(result.Columns());
+  std::vector<std::size_t> widths(header.size(), 0);
+  Widen(widths, header);
   for (int row = 0; row < result.RowCount(); ++row) {
-    for (std::size_t column = 0; column < columns.size(); ++column) {
-      output << (column == 0 ? "" : ",");
-      output << (columns[column].known ? CsvField(result.Cell(row, column)) : "");
-    }
-    output << '\n';
+    Widen(widths, cells(row));
+  }
+  if (width) {
+    Fit(widths, *width);
+  }
+  Row rules;
+  for (const std::size_t columnWidth : widths) {
+    rules.emplace_back(columnWidth, '-');
+  }
+  WriteTableRow(header, widths, output);
+  WriteTableRow(rules, widths, output);
+  for (int row = 0; row < result.RowCount(); ++row) {
+    WriteTableRow(cells(row), widths, output);
   }
 }
 
-nlohmann::ordered_json JsonRow(Result& result, int row) {
-  auto object = nlohmann::ordered_json::object();
-  const auto& columns = result.Columns();
-  for (std::size_t column = 0; column < columns.size(); ++column) {
-    if (columns[column].known) {
-      object[columns[column].name] = result.Cell(row, column);
-    } else {
-      object[columns[column].name] = nullptr;
-    }
+// --- For programs -----------------------------------------------------------------------
+
+// In quotes only where needed: a reader may also drop spaces at the ends.
+void WriteCsvField(const std::string& text, std::ostream& output) {
+  const auto isSpace = [](char c) { return c == ' ' || c == '\t'; };
+  if (text.find_first_of(",\"\r\n") != std::string::npos ||
+      (!text.empty() && (isSpace(text.front()) || isSpace(text.back())))) {
+    output << std::quoted(text, '"', '"');
+  } else {
+    output << text;
   }
-  return object;
+}
+
+void WriteCsvRow(const Row& row, std::ostream& output) {
+  for (std::size_t column = 0; column < row.size(); ++column) {
+    output << (column == 0 ? "" : ",");
+    WriteCsvField(row[column], output);
+  }
+  output << '\n';
+}
+
+void WriteCsv(Result& result, std::optional<std::size_t> /*width*/, std::ostream& output) {
+  if (!result.Columns().empty()) {
+    WriteCsvRow(result.Columns(), output);
+  }
+  for (int row = 0; row < result.RowCount(); ++row) {
+    WriteCsvRow(CellsOf(result, row, ""), output);
+  }
+}
+
+// JSON is UTF-8 by its own rules.
+std::string Dump(const nlohmann::ordered_json& object, bool& rewritten) {
+  try {
+    return object.dump();
+  } catch (const nlohmann::ordered_json::type_error&) {
+    rewritten = true;
+    return object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+  }
 }
 
 // Row by row, since the whole is in memory once already.
-void WriteJson(Result& result, std::ostream& output) {
+void WriteJson(Result& result, std::optional<std::size_t> /*width*/, std::ostream& output) {
+  bool rewritten = false;
   output << '[';
   for (int row = 0; row < result.RowCount(); ++row) {
-    output << (row == 0 ? "\n  " : ",\n  ")
-           << JsonRow(result, row)
-                  .dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+    auto object = nlohmann::ordered_json::object();
+    for (std::size_t column = 0; column < result.Columns().size(); ++column) {
+      auto& value = object[result.Columns()[column]];
+      if (const auto cell = result.Cell(row, column)) {
+        value = *cell;
+      }
+    }
+    output << (row == 0 ? "\n  " : ",\n  ") << Dump(object, rewritten);
   }
   output << (result.RowCount() == 0 ? "]\n" : "\n]\n");
+  if (rewritten) {
+    result.AddDoubt("JSON holds UTF-8 only; bytes that are none are written as U+FFFD.");
+  }
 }
 
-// A text on one line.
 std::string OneLine(const std::string& text) {
-  static const std::map<char, const char*> escapes{{'\n', "\\n"}, {'\r', "\\r"}, {'\\', "\\\\"}};
+  constexpr std::string_view kEscaped = "\n\r\\";
   std::string line;
   for (const char c : text) {
-    const auto escape = escapes.find(c);
-    if (escape != escapes.end()) {
-      line += escape->second;
+    if (const std::size_t index = kEscaped.find(c); index != std::string_view::npos) {
+      line += '\\';
+      line += "nr\\"[index];
     } else {
       line += c;
     }
@@ -80,44 +169,48 @@ std::string OneLine(const std::string& text) {
   return line;
 }
 
-void WriteLines(Result& result, std::ostream& output) {
+void WriteLines(Result& result, std::optional<std::size_t> /*width*/, std::ostream& output) {
   for (int row = 0; row < result.RowCount(); ++row) {
     output << (row == 0 ? "" : "\n");
     for (std::size_t column = 0; column < result.Columns().size(); ++column) {
-      if (result.Columns()[column].known) {
-        output << OneLine(result.Columns()[column].name) << '=' << OneLine(result.Cell(row, column))
-               << '\n';
+      if (const auto cell = result.Cell(row, column)) {
+        output << OneLine(result.Columns()[column]) << '=' << OneLine(*cell) << '\n';
       }
     }
   }
 }
 
-}  // namespace
+using Writer = void (*)(Result&, std::optional<std::size_t>, std::ostream&);
 
-std::optional<Format> FormatNamed(const std::string& name) {
-  static const std::map<std::string, Format> formats{{"table", Format::kTable},
-                                                     {"csv", Format::kCsv},
-                                                     {"json", Format::kJson},
-                                                     {"lines", Format::kLines}};
-  const auto format = formats.find(name);
-  return format != formats.end() ? std::optional(format->second) : std::nullopt;
+const std::map<std::string, Writer>& Writers() {
+  static const std::map<std::string, Writer> writers{
+      {"table", WriteTable}, {"csv", WriteCsv}, {"json", WriteJson}, {"lines", WriteLines}};
+  return writers;
 }
 
-void Write(Result& result, Format format, std::optional<std::size_t> width, std::ostream& output) {
-  switch (format) {
-    case Format::kTable:
-      WriteTable(result, width, output);
-      break;
-    case Format::kCsv:
-      WriteCsv(result, output);
-      break;
-    case Format::kJson:
-      WriteJson(result, output);
-      break;
-    case Format::kLines:
-      WriteLines(result, output);
-      break;
+}  // namespace
+
+std::string ParseFormat(const std::string& text) {
+  if (Writers().count(text) == 0) {
+    throw UsageError("'" + text + "' is no format; there are table, csv, json and lines");
   }
+  return text;
+}
+
+std::string FormatOfFile(const std::string& path) {
+  static const std::map<std::string, std::string> formats{
+      {"csv", "csv"}, {"json", "json"}, {"txt", "lines"}};
+  const std::size_t dot = path.rfind('.');
+  const auto format = formats.find(dot == std::string::npos ? "" : path.substr(dot + 1));
+  if (format == formats.end()) {
+    throw UsageError("'" + path + "' does not tell a format by .csv, .json or .txt; give --format");
+  }
+  return format->second;
+}
+
+void Write(Result& result, const std::string& format, std::optional<std::size_t> width,
+           std::ostream& output) {
+  Writers().at(format.empty() ? "table" : format)(result, width, output);
 }
 
 }  // namespace vorndb

@@ -12,14 +12,16 @@ namespace vorndb {
 
 class Result;
 
-enum class Format { kTable, kCsv, kJson, kLines };
+// Throws UsageError for a text that is no format.
+std::string ParseFormat(const std::string& text);
 
-// The name of a format, as on the command line; or nothing for an unknown one.
-std::optional<Format> FormatNamed(const std::string& name);
+// By the ending of its name; throws UsageError for another one.
+std::string FormatOfFile(const std::string& path);
 
-// Writes a result. A table has lines of at most `width` columns where that can be, and of
-// any width without one.
-void Write(Result& result, Format format, std::optional<std::size_t> width, std::ostream& output);
+// Writes a result; without a format, as a table. A table's lines fit the width if one is
+// given and the number of columns allows it. What a format cannot hold becomes a doubt.
+void Write(Result& result, const std::string& format, std::optional<std::size_t> width,
+           std::ostream& output);
 
 }  // namespace vorndb
 

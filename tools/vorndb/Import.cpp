@@ -1,40 +1,35 @@
-#include "Import.h"
-
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <optional>
 #include <system_error>
 
+#include "Commands.h"
 #include "CsvReader.h"
+#include "DatabaseFile.h"
 #include "Errors.h"
 #include "Progress.h"
-#include "Statement.h"
 #include "Text.h"
-#include "UpsertRequest.h"
 
 namespace vorndb {
 
 namespace {
 
-constexpr char kStandardInput[] = "-";
-
+// Writes row after row and stops at the first that fails.
 class Importer {
  public:
-  Importer(const Arguments& arguments, CsvReader& reader, Progress& progress)
-      : m_arguments(arguments), m_reader(reader), m_progress(progress) {
-    if (!arguments.sql) {
-      m_file.emplace(arguments.file);
-      m_file->RequireExisting();
-    }
-  }
+  Importer(const Arguments& arguments, std::istream& input, const std::string& name)
+      : m_upsert(arguments), m_reader(input, name) {}
 
-  std::size_t Run() {
+  std::size_t Run(Progress& progress) {
+    if (!m_upsert.sql) {
+      DatabaseFile(m_upsert.file).RequireExisting();
+    }
     ReadHeader();
     while (const auto row = NextRow()) {
       Write(*row);
       ++m_count;
-      m_progress.Show(m_reader.BytesRead(), m_count);
+      progress.Show(m_reader.BytesRead(), m_count);
     }
     return m_count;
   }
@@ -53,13 +48,12 @@ class Importer {
               "the name of a column holds a NUL; is the file UTF-16? It has to be UTF-8");
         }
         RequirePlainName("column", name);
-        m_columns.push_back({name, ""});
+        m_upsert.values.push_back({name, ""});
       }
       RequireDistinct(header->fields);
     } catch (const UsageError& error) {
       m_reader.Fail(header->line, error.what());
     }
-    m_names.emplace(m_columns);
   }
 
   std::optional<CsvRow> NextRow() {
@@ -71,25 +65,19 @@ class Importer {
   }
 
   void Write(const CsvRow& row) {
-    if (row.fields.size() != m_columns.size()) {
+    std::vector<Assignment>& values = m_upsert.values;
+    if (row.fields.size() != values.size()) {
       Fail(row, "it has " + std::to_string(row.fields.size()) + " fields, and the header has " +
-                    std::to_string(m_columns.size()));
+                    std::to_string(values.size()));
     }
-    for (std::size_t i = 0; i < m_columns.size(); ++i) {
+    for (std::size_t i = 0; i < values.size(); ++i) {
       if (row.fields[i].find('\0') != std::string::npos) {
-        Fail(row, "the value of " + m_columns[i].column + " holds a NUL, where a text ends");
+        Fail(row, "the value of " + values[i].column + " holds a NUL, where a text ends");
       }
-      m_columns[i].value = row.fields[i];
-    }
-    UpsertRequest request;
-    request.SetTable(m_arguments.table.c_str());
-    SetValues(request, m_columns, *m_names);
-    if (m_arguments.sql) {
-      PrintSql(request, &SqlGenerator::GetUpsertSql);
-      return;
+      values[i].value = row.fields[i];
     }
     try {
-      RunWrite(*m_file, request, &Database::Upsert, {m_arguments.table});
+      Upsert(m_upsert);
     } catch (const Failure& failure) {
       Fail(row, failure.what());
     }
@@ -100,32 +88,21 @@ class Importer {
   }
 
   std::string CountBefore() const {
-    return m_arguments.sql ? "" : "; rows before it that are written: " + std::to_string(m_count);
+    return m_upsert.sql ? "" : "; rows before it that are written: " + std::to_string(m_count);
   }
 
-  const Arguments& m_arguments;
-  CsvReader& m_reader;
-  Progress& m_progress;
-  std::optional<DatabaseFile> m_file;
-  // One request a row, but the same names in all of them.
-  std::vector<Assignment> m_columns;
-  std::optional<NameBlock> m_names;
+  Arguments m_upsert;
+  CsvReader m_reader;
   std::size_t m_count = 0;
 };
 
-std::uintmax_t SizeOf(const std::string& path) {
-  std::error_code unknown;
-  const std::uintmax_t size = std::filesystem::file_size(path, unknown);
-  return unknown ? 0 : size;
-}
-
-void ImportFrom(std::istream& input, const Arguments& arguments) {
-  const bool isFile = arguments.path != kStandardInput;
-  CsvReader reader(input, isFile ? arguments.path : "standard input");
+// A total of 0 bytes is unknown.
+void ImportFrom(std::istream& input, const std::string& name, std::uintmax_t total,
+                const Arguments& arguments) {
   std::size_t count = 0;
   {
-    Progress progress(isFile ? SizeOf(arguments.path) : 0, !arguments.sql && !arguments.verbose);
-    count = Importer(arguments, reader, progress).Run();
+    Progress progress(arguments.sql || arguments.verbose ? 0 : total);
+    count = Importer(arguments, input, name).Run(progress);
   }
   if (!arguments.sql) {
     std::cout << CountedRows(count) << " written to " << arguments.table << '\n';
@@ -135,15 +112,17 @@ void ImportFrom(std::istream& input, const Arguments& arguments) {
 }  // namespace
 
 void Import(const Arguments& arguments) {
-  if (arguments.path == kStandardInput) {
-    ImportFrom(std::cin, arguments);
+  if (arguments.path == "-") {
+    ImportFrom(std::cin, "standard input", 0, arguments);
     return;
   }
   std::ifstream file(arguments.path, std::ios::binary);
   if (!file) {
     throw Failure("cannot read " + arguments.path);
   }
-  ImportFrom(file, arguments);
+  std::error_code unknown;
+  const std::uintmax_t size = std::filesystem::file_size(arguments.path, unknown);
+  ImportFrom(file, arguments.path, unknown ? 0 : size, arguments);
 }
 
 }  // namespace vorndb

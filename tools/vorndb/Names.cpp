@@ -1,9 +1,11 @@
 #include "Names.h"
 
-#include <algorithm>
-#include <iterator>
+#include <regex.h>
+#include <sqlite3.h>
+
+#include <iomanip>
 #include <set>
-#include <string_view>
+#include <sstream>
 #include <utility>
 
 #include "Errors.h"
@@ -12,58 +14,26 @@ namespace vorndb {
 
 namespace {
 
-// Of ASCII alone, whatever the locale.
-bool IsLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; }
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+constexpr char kPlainName[] = "^[A-Za-z_][A-Za-z0-9_]*$";
 
-char ToLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
-bool IsWordLetter(char c) { return IsLetter(c) || IsDigit(c); }
-
-// Words with a blank between each two.
-bool AreWords(std::string_view text) {
-  return !text.empty() && text.front() != ' ' && text.back() != ' ' &&
-         text.find("  ") == std::string_view::npos &&
-         std::all_of(text.begin(), text.end(), [](char c) { return IsWordLetter(c) || c == ' '; });
-}
-
-bool IsNumber(std::string_view text) {
-  return !text.empty() && std::all_of(text.begin(), text.end(), IsDigit);
-}
-
-// "20", "10,2" or "10, 2".
-bool IsLength(std::string_view text) {
-  const std::size_t comma = text.find(',');
-  if (comma == std::string_view::npos) {
-    return IsNumber(text);
-  }
-  const std::size_t second = text.substr(comma + 1, 1) == " " ? comma + 2 : comma + 1;
-  return IsNumber(text.substr(0, comma)) && IsNumber(text.substr(second));
-}
-
-// Words, perhaps with a length behind one: "TEXT", "VARCHAR(20)", "REAL NOT NULL". The
+// Words, perhaps with a length behind one: "TEXT", "DECIMAL(10, 2)", "REAL NOT NULL". The
 // library writes a type into its statement as it is, too.
-bool IsPlainType(std::string_view type) {
-  const std::size_t open = type.find('(');
-  if (type.empty() || !IsLetter(type.front())) {
-    return false;
+constexpr char kPlainType[] =
+    "^[A-Za-z_][A-Za-z0-9_]*( [A-Za-z0-9_]+)*"
+    "(\\([0-9]+(, ?[0-9]+)?\\)( [A-Za-z0-9_]+)*)?$";
+
+// Not std::regex, which calls itself for each character of a long text.
+bool Matches(const std::string& text, const char* pattern) {
+  regex_t compiled{};
+  if (regcomp(&compiled, pattern, REG_EXTENDED | REG_NOSUB) != 0) {
+    throw std::bad_alloc();
   }
-  if (open == std::string_view::npos) {
-    return AreWords(type);
-  }
-  const std::size_t close = type.find(')', open);
-  if (close == std::string_view::npos || !IsLength(type.substr(open + 1, close - open - 1))) {
-    return false;
-  }
-  const std::string_view before = type.substr(0, open);
-  const std::string_view after = type.substr(close + 1);
-  return AreWords(before) && (after.empty() || (after.front() == ' ' && AreWords(after.substr(1))));
+  const bool matches = regexec(&compiled, text.c_str(), 0, nullptr, 0) == 0;
+  regfree(&compiled);
+  return matches;
 }
 
-struct Parts {
-  std::string left;
-  std::string right;
-};
+using Parts = std::pair<std::string, std::string>;
 
 // Both sides of the first separator.
 Parts Split(const std::string& text, char separator, const std::string& form) {
@@ -76,76 +46,78 @@ Parts Split(const std::string& text, char separator, const std::string& form) {
 
 }  // namespace
 
-bool IsPlainName(const std::string& name) {
-  return !name.empty() && IsLetter(name.front()) &&
-         std::all_of(name.begin(), name.end(), IsWordLetter);
-}
-
-void RequirePlainName(const std::string& what, const std::string& name) {
-  if (!IsPlainName(name)) {
-    throw UsageError("'" + name + "' is no plain name for a " + what +
+void RequirePlainName(const std::string& kind, const std::string& name) {
+  if (!Matches(name, kPlainName)) {
+    throw UsageError("'" + name + "' is no plain name for a " + kind +
                      ": a letter or '_' first, then letters, digits and '_'");
   }
 }
 
+std::string ParseTable(const std::string& text) {
+  RequirePlainName("table", text);
+  return text;
+}
+
 Assignment ParseAssignment(const std::string& text) {
-  Parts parts = Split(text, '=', "COLUMN=VALUE");
-  RequirePlainName("column", parts.left);
-  return {std::move(parts.left), std::move(parts.right)};
+  const auto [column, value] = Split(text, '=', "COLUMN=VALUE");
+  RequirePlainName("column", column);
+  return {column, value};
 }
 
 TypedColumn ParseTypedColumn(const std::string& text) {
-  Parts parts = Split(text, ':', "COLUMN:TYPE");
-  RequirePlainName("column", parts.left);
-  if (!IsPlainType(parts.right)) {
-    throw UsageError("'" + parts.right + "' is no plain type for the column " + parts.left +
+  const auto [column, type] = Split(text, ':', "COLUMN:TYPE");
+  RequirePlainName("column", column);
+  if (!Matches(type, kPlainType)) {
+    throw UsageError("'" + type + "' is no plain type for the column " + column +
                      ": words, and perhaps a length, such as TEXT, VARCHAR(20) or REAL NOT NULL");
   }
-  return {std::move(parts.left), std::move(parts.right)};
+  return {column, type};
 }
 
 TableColumn ParseTableColumn(const std::string& text) {
-  Parts parts = Split(text, '.', "TABLE.COLUMN");
-  RequirePlainName("table", parts.left);
-  RequirePlainName("column", parts.right);
-  return {std::move(parts.left), std::move(parts.right)};
+  const auto [table, column] = Split(text, '.', "TABLE.COLUMN");
+  RequirePlainName("table", table);
+  RequirePlainName("column", column);
+  return {table, column};
 }
 
 Assignment ParseJoinCondition(const std::string& text) {
-  Parts parts = Split(text, '=', "COLUMN=VALUE");
-  if (parts.left.find('.') != std::string::npos) {
-    ParseTableColumn(parts.left);
+  const auto [column, value] = Split(text, '=', "COLUMN=VALUE");
+  if (column.find('.') == std::string::npos) {
+    RequirePlainName("column", column);
   } else {
-    RequirePlainName("column", parts.left);
+    ParseTableColumn(column);
   }
-  return {std::move(parts.left), std::move(parts.right)};
+  return {column, value};
 }
 
 void RequireDistinct(const std::vector<std::string>& columns) {
-  std::set<std::string> seen;
+  const auto precedes = [](const std::string& left, const std::string& right) {
+    return sqlite3_stricmp(left.c_str(), right.c_str()) < 0;
+  };
+  std::set<std::string, decltype(precedes)> seen(precedes);
   for (const std::string& column : columns) {
-    std::string key;
-    std::transform(column.begin(), column.end(), std::back_inserter(key), ToLower);
-    if (!seen.insert(key).second) {
+    if (!seen.insert(column).second) {
       throw UsageError("the column " + column + " is given twice");
     }
   }
 }
 
 std::string Quoted(const std::string& value) {
-  std::string quoted;
-  for (const char c : value) {
-    quoted.append(c == '\'' ? 2 : 1, c);
-  }
-  return quoted;
+  std::ostringstream quoted;
+  quoted << std::quoted(value, '\'', '\'');
+  const std::string text = quoted.str();
+  return text.substr(1, text.size() - 2);
 }
 
 NameBlock::NameBlock(const std::vector<Assignment>& assignments) {
+  std::vector<std::string> columns;
   for (const Assignment& assignment : assignments) {
     m_starts.push_back(m_block.size());
-    m_block += assignment.column;
-    m_block += '\0';
+    m_block += assignment.column + '\0';
+    columns.push_back(assignment.column);
   }
+  RequireDistinct(columns);
 }
 
 }  // namespace vorndb

@@ -28,11 +28,9 @@ struct TableColumn {
   std::string column;
 };
 
-// A letter or an underscore, then letters, digits and underscores, all of ASCII.
-bool IsPlainName(const std::string& name);
-
 // All of these throw UsageError for a name that is not plain, or a text of another form.
-void RequirePlainName(const std::string& what, const std::string& name);
+void RequirePlainName(const std::string& kind, const std::string& name);
+std::string ParseTable(const std::string& text);
 Assignment ParseAssignment(const std::string& text);
 TypedColumn ParseTypedColumn(const std::string& text);
 TableColumn ParseTableColumn(const std::string& text);
@@ -43,12 +41,11 @@ Assignment ParseJoinCondition(const std::string& text);
 // Throws UsageError when two of the names are one to SQLite, which does not mind case.
 void RequireDistinct(const std::vector<std::string>& columns);
 
-// The text, with each single quote doubled: what the library wants of a value.
+// The text with each single quote doubled, as the library needs values.
 std::string Quoted(const std::string& value);
 
-// Column names as the library wants them: it keeps the pointers, and lists columns in the
-// order of their addresses. Standing one behind the other in a single block they stay in
-// the order in which they were given.
+// Distinct column names. The library keeps the pointers to them and lists columns in the
+// order of their addresses: in a single block that is the order of the command line.
 class NameBlock {
  public:
   explicit NameBlock(const std::vector<Assignment>& assignments);

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <csignal>
 #include <iostream>
-#include <iterator>
 #include <string>
 
 #include "Terminal.h"
@@ -14,9 +13,7 @@ namespace vorndb {
 
 namespace {
 
-constexpr int kEndings[] = {SIGHUP, SIGINT, SIGTERM};
-
-// What wipes the bar away, also for a signal: there is one terminal, and one bar on it.
+// Wipes the bar away, also for a signal: there is one terminal, and one bar on it.
 std::string& TheWipe() {
   static std::string wipe;
   return wipe;
@@ -29,31 +26,25 @@ extern "C" void WipeAndEnd(int number) {
   static_cast<void>(raise(number));
 }
 
-// A signal that is ignored, as for a job in the background, stays so.
-void Handle(int number) {
-  struct sigaction action {};
-  if (sigaction(number, nullptr, &action) == 0 && action.sa_handler == SIG_DFL) {
-    action.sa_handler = WipeAndEnd;
-    action.sa_flags = static_cast<int>(SA_RESETHAND);
-    static_cast<void>(sigaction(number, &action, nullptr));
-  }
-}
-
-void StopHandling(int number) {
-  struct sigaction action {};
-  if (sigaction(number, nullptr, &action) == 0 && action.sa_handler == WipeAndEnd) {
-    action.sa_handler = SIG_DFL;
-    static_cast<void>(sigaction(number, &action, nullptr));
+// A signal with another handler keeps it; one may be ignored, as for a background job.
+void ReplaceHandlers(void (*expected)(int), void (*handler)(int)) {
+  for (const int number : {SIGHUP, SIGINT, SIGTERM}) {
+    struct sigaction action {};
+    if (sigaction(number, nullptr, &action) == 0 && action.sa_handler == expected) {
+      action.sa_handler = handler;
+      action.sa_flags = static_cast<int>(SA_RESETHAND);
+      static_cast<void>(sigaction(number, &action, nullptr));
+    }
   }
 }
 
 }  // namespace
 
-Progress::Progress(std::uintmax_t total, bool wanted)
-    : m_total(total), m_width(wanted && total > 0 ? TerminalWidth(STDERR_FILENO) : std::nullopt) {
+Progress::Progress(std::uintmax_t total)
+    : m_total(total), m_width(total > 0 ? TerminalWidth(STDERR_FILENO) : std::nullopt) {
   if (m_width) {
     TheWipe() = '\r' + std::string(*m_width - 1, ' ') + '\r';
-    std::for_each(std::begin(kEndings), std::end(kEndings), Handle);
+    ReplaceHandlers(SIG_DFL, WipeAndEnd);
   }
 }
 
@@ -62,7 +53,7 @@ Progress::~Progress() {
     std::cerr << TheWipe();
   }
   if (m_width) {
-    std::for_each(std::begin(kEndings), std::end(kEndings), StopHandling);
+    ReplaceHandlers(WipeAndEnd, SIG_DFL);
   }
 }
 

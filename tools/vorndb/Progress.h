@@ -11,9 +11,9 @@ namespace vorndb {
 
 class Progress {
  public:
-  // Shows nothing unless standard error is a terminal; a total of 0 is not known. A signal
-  // that ends the process wipes the bar away first. There may be one at a time.
-  Progress(std::uintmax_t total, bool wanted);
+  // Shows nothing for a total of 0, nor unless standard error is a terminal. A signal that
+  // ends the process wipes the bar away first. There may be one at a time.
+  explicit Progress(std::uintmax_t total);
   // Wipes the bar away.
   ~Progress();
 

@@ -3,62 +3,62 @@
 #include <iterator>
 
 #include "Errors.h"
+#include "log/QueryLog.h"
 
 namespace vorndb {
 
-namespace {
-
-// How often each name stands in the result, in the order of the cursor's own map.
-Result::NameCounts CountNames(const std::vector<std::string>& names) {
-  Result::NameCounts counts;
-  for (const std::string& name : names) {
-    ++counts[name];
-  }
-  return counts;
-}
-
-}  // namespace
-
-Result::Result(Cursor& cursor) : m_cursor(cursor) {
-  std::vector<std::string> names;
-  if (cursor.GetColumn(names) != 0) {
-    return;
-  }
-  const NameCounts counts = CountNames(names);
-  for (const std::string& name : names) {
-    m_columns.push_back({name, counts.at(name) == 1});
-  }
-  for (const auto& [name, count] : counts) {
-    if (count > 1) {
-      m_doubts.push_back("The result has " + std::to_string(count) + " columns named " + name +
-                         ". A cursor keeps their cells in one list, so that they cannot be told "
-                         "apart and are left out. Give the tables distinct column names.");
+Result::Result(Cursor& cursor, const std::vector<LoggedLine>& log) : m_cursor(cursor) {
+  if (cursor.GetColumn(m_columns) == 0) {
+    for (const std::string& name : m_columns) {
+      ++m_counts[name];
     }
+    for (const auto& [name, count] : m_counts) {
+      if (count > 1) {
+        AddDoubt("The result has " + std::to_string(count) + " columns named " + name +
+                 ". A cursor keeps their cells in one list, so that they cannot be told apart and "
+                 "are left out. Give the tables distinct column names.");
+      }
+    }
+    CountRows();
   }
-  CountRows(counts);
+  AddDoubtsOfLog(log);
 }
 
 // A cursor counts the cells of the column that is second by name. Equal names share a list,
 // which then has as many cells for every row.
-void Result::CountRows(const NameCounts& counts) {
-  if (counts.size() > 1) {
-    m_rowCount = m_cursor.GetCount() / std::next(counts.begin())->second;
+void Result::CountRows() {
+  if (m_counts.size() > 1) {
+    m_rowCount = m_cursor.GetCount() / std::next(m_counts.begin())->second;
   } else if (m_columns.size() > 1) {
-    m_doubts.emplace_back("With no other column, how many rows there are cannot be told either.");
+    AddDoubt("With no other column, how many rows there are cannot be told either.");
   } else {
     m_rowCount = m_cursor.GetCount();
-    m_doubts.emplace_back(
+    AddDoubt(
         "The result has a single column. A cursor then counts one row, whatever there is; rows "
         "after the first cannot be reached. Give the table a second column.");
   }
 }
 
-std::string Result::Cell(int row, std::size_t column) {
+// Blobs arrive as empty cells; only the log records them.
+void Result::AddDoubtsOfLog(const std::vector<LoggedLine>& log) {
+  if (const std::size_t blobs = CountBlobs(log); blobs > 0) {
+    AddDoubt("Cells with binary data (blobs): " + std::to_string(blobs) +
+             ". The library gives them as empty texts.");
+  }
+  if (const std::size_t unreadable = CountUnreadable(log); unreadable > 0) {
+    AddDoubt("Lines of the log that cannot be read: " + std::to_string(unreadable) +
+             ". They tell of blobs, or that the result is not complete.");
+  }
+}
+
+std::optional<std::string> Result::Cell(int row, std::size_t column) {
+  const std::string& name = m_columns[column];
+  if (m_counts[name] > 1) {
+    return std::nullopt;
+  }
   std::string text;
-  if (m_cursor.MoveToPosition(row) != 0 ||
-      m_cursor.GetString(m_columns[column].name.c_str(), text) != 0) {
-    throw Failure("row " + std::to_string(row + 1) + " of the result lacks the column " +
-                  m_columns[column].name);
+  if (m_cursor.MoveToPosition(row) != 0 || m_cursor.GetString(name.c_str(), text) != 0) {
+    throw Failure("row " + std::to_string(row + 1) + " of the result lacks the column " + name);
   }
   return text;
 }

@@ -5,40 +5,37 @@
 
 #include <cstddef>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "Cursor.h"
+#include "log/LogSink.h"
 
 namespace vorndb {
 
 class Result {
  public:
-  struct Column {
-    std::string name;
-    bool known;  // whether its cells can be told
-  };
+  // Reads from the cursor, which has to live as long and is moved. The log is the query's.
+  Result(Cursor& cursor, const std::vector<LoggedLine>& log);
 
-  // How often each name stands among the columns.
-  using NameCounts = std::map<std::string, int>;
-
-  // Reads from the cursor, which has to live as long and is moved.
-  explicit Result(Cursor& cursor);
-
-  const std::vector<Column>& Columns() const { return m_columns; }
+  const std::vector<std::string>& Columns() const { return m_columns; }
   int RowCount() const { return m_rowCount; }
 
-  // The cell of a known column.
-  std::string Cell(int row, std::size_t column);
+  // The cell, or nothing in a column whose cells are unknown.
+  std::optional<std::string> Cell(int row, std::size_t column);
 
-  // What of the result cannot be shown as it is in the database, and why; a sentence each.
+  // Why the result does not show everything as it is in the database; a sentence each.
   const std::vector<std::string>& Doubts() const { return m_doubts; }
+  void AddDoubt(const std::string& doubt) { m_doubts.push_back(doubt); }
 
  private:
-  void CountRows(const NameCounts& counts);
+  void CountRows();
+  void AddDoubtsOfLog(const std::vector<LoggedLine>& log);
 
   Cursor& m_cursor;
-  std::vector<Column> m_columns;
+  std::vector<std::string> m_columns;
+  std::map<std::string, int> m_counts;  // how often there is a column of each name
   std::vector<std::string> m_doubts;
   int m_rowCount = 0;
 };

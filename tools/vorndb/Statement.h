@@ -7,18 +7,34 @@
 #include <string>
 #include <vector>
 
+#include "Commands.h"
 #include "Database.h"
 #include "DatabaseFile.h"
-#include "Names.h"
 #include "SqlGenerator.h"
-
-class BaseSet;
 
 namespace vorndb {
 
-// The names have to live until the request has been run.
-void SetValues(BaseSet& request, const std::vector<Assignment>& values, const NameBlock& names);
-void SetConditions(BaseSet& request, const std::vector<Assignment>& where, const NameBlock& names);
+// A request with the values and conditions of the command line. It refers to their names.
+template <typename Request>
+class Statement {
+ public:
+  explicit Statement(const Arguments& arguments)
+      : m_values(arguments.values), m_conditions(arguments.where) {
+    for (std::size_t i = 0; i < arguments.values.size(); ++i) {
+      m_request.SetData(m_values[i], Quoted(arguments.values[i].value).c_str());
+    }
+    for (std::size_t i = 0; i < arguments.where.size(); ++i) {
+      m_request.SetWhere(m_conditions[i], Quoted(arguments.where[i].value).c_str());
+    }
+  }
+
+  Request& Filled() { return m_request; }
+
+ private:
+  NameBlock m_values;
+  NameBlock m_conditions;
+  Request m_request;
+};
 
 template <typename Request>
 using Generate = void (SqlGenerator::*)(Request&, std::string&);
@@ -30,12 +46,15 @@ void PrintSql(Request& request, Generate<Request> generate) {
   std::cout << sql << '\n';
 }
 
-// Runs a request that changes tables. Throws Failure.
-template <typename Request>
-void RunWrite(const DatabaseFile& file, Request& request, int (Database::*run)(Request&),
-              const std::vector<std::string>& tables) {
+// Runs a request on these tables, a query with its cursor. Throws Failure.
+template <typename Request, typename... Output>
+CallResult Execute(const DatabaseFile& file, Request& request,
+                   const std::vector<std::string>& tables,
+                   int (Database::*run)(Request&, Output&...), Output&... output) {
   file.Locate(request);
-  file.ExpectSuccess(Observe([&] { return (Database().*run)(request); }), tables);
+  const CallResult call = Observe([&] { return (Database().*run)(request, output...); });
+  file.ExpectSuccess(call, tables);
+  return call;
 }
 
 }  // namespace vorndb

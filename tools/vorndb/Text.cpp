@@ -25,7 +25,7 @@ Character CharacterAt(const std::string& text, std::size_t position) {
   return length > 0 ? Character{code, static_cast<std::size_t>(length)} : Character{-1, 1};
 }
 
-// Controls, line and paragraph separators, and what changes the direction of others.
+// Controls, line and paragraph separators, and changes of direction.
 bool IsActing(utf8proc_int32_t code) {
   const utf8proc_category_t category = utf8proc_category(code);
   return category == UTF8PROC_CATEGORY_CC || category == UTF8PROC_CATEGORY_ZL ||
@@ -47,6 +47,26 @@ std::string Escape(utf8proc_int32_t code) {
                                       static_cast<unsigned>(code)));
       return text;
   }
+}
+
+// The end of the longest beginning that is not wider, and its width.
+struct Beginning {
+  std::size_t end = 0;
+  std::size_t width = 0;
+};
+
+Beginning Measure(const std::string& text, std::size_t most) {
+  Beginning measured;
+  while (measured.end < text.size()) {
+    const Character character = CharacterAt(text, measured.end);
+    const auto width = static_cast<std::size_t>(utf8proc_charwidth(character.code));
+    if (width > most - measured.width) {
+      break;
+    }
+    measured.end += character.length;
+    measured.width += width;
+  }
+  return measured;
 }
 
 }  // namespace
@@ -71,43 +91,14 @@ std::string CountedRows(std::size_t count) {
   return std::to_string(count) + (count == 1 ? " row" : " rows");
 }
 
-bool IsUtf8(const std::string& text) {
-  for (std::size_t position = 0; position < text.size();) {
-    const Character character = CharacterAt(text, position);
-    if (character.code < 0) {
-      return false;
-    }
-    position += character.length;
-  }
-  return true;
-}
-
-std::size_t DisplayWidth(const std::string& text) {
-  std::size_t width = 0;
-  for (std::size_t position = 0; position < text.size();) {
-    const Character character = CharacterAt(text, position);
-    width += static_cast<std::size_t>(utf8proc_charwidth(character.code));
-    position += character.length;
-  }
-  return width;
-}
+std::size_t DisplayWidth(const std::string& text) { return Measure(text, std::string::npos).width; }
 
 std::string CutToWidth(const std::string& text, std::size_t width) {
   if (DisplayWidth(text) <= width) {
     return text;
   }
   // The ellipsis takes a column of its own.
-  std::size_t taken = 1;
-  std::size_t position = 0;
-  while (position < text.size()) {
-    const Character character = CharacterAt(text, position);
-    taken += static_cast<std::size_t>(utf8proc_charwidth(character.code));
-    if (taken > width) {
-      break;
-    }
-    position += character.length;
-  }
-  return text.substr(0, position) + kEllipsis;
+  return text.substr(0, Measure(text, width - 1).end) + kEllipsis;
 }
 
 }  // namespace vorndb

@@ -16,14 +16,11 @@ std::string Printable(const std::string& text);
 // "1 row", "2 rows".
 std::string CountedRows(std::size_t count);
 
-// Whether the whole text is UTF-8.
-bool IsUtf8(const std::string& text);
-
 // The number of columns that a printable text takes on a terminal: two for wide
 // characters, none for combining ones.
 std::size_t DisplayWidth(const std::string& text);
 
-// A printable text, cut to that width at most; what was cut shows as an ellipsis.
+// A printable text, cut to that width at most, with an ellipsis at the cut.
 std::string CutToWidth(const std::string& text, std::size_t width);
 
 }  // namespace vorndb

@@ -5,10 +5,8 @@
 #include <new>
 
 #include "CommandLine.h"
-#include "Commands.h"
 #include "Errors.h"
 #include "Terminal.h"
-#include "log/LogSink.h"
 
 namespace {
 
@@ -20,23 +18,15 @@ int Fail(const char* problem, ExitStatus status) {
   return status;
 }
 
-// What could not be written, to a full disk say, shows at the latest here.
-void FinishOutput() {
-  if (!std::cout.flush()) {
-    throw vorndb::Failure("cannot write to standard output");
-  }
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
   try {
-    const auto arguments = vorndb::ParseCommandLine(argc, argv);
-    if (arguments) {
-      vorndb::ShowLog(arguments->verbose);
-      vorndb::Run(*arguments);
+    vorndb::RunCommandLine(argc, argv);
+    // A full disk shows here at the latest.
+    if (!std::cout.flush()) {
+      throw vorndb::Failure("cannot write to standard output");
     }
-    FinishOutput();
     return kDone;
   } catch (const vorndb::UsageError& error) {
     Fail(error.what(), kWrongUse);
