@@ -215,6 +215,7 @@ Operation DropTable() {
   own.request.fields = {TableField<DropRequest>()};
   own.statements = {{"DROP TABLE {table}"}};
   own.cases = {{"DropTable", {{"table", "note"}}, kContacts}};
+  own.worksOnce = true;
   return own;
 }
 
@@ -435,6 +436,9 @@ Call::Call(const Operation& operation, const std::string& directory, const std::
 }
 
 std::string Call::Answer() {
+  if (m_operation.IsWrite()) {
+    return "";
+  }
   if (m_operation.kind == Kind::kSetsFlag) {
     return exists ? "exists" : "missing";
   }

@@ -79,9 +79,9 @@ enum class Kind { kWrite, kFillsCursor, kSetsFlag };
 struct Case {
   std::string name;  // such as "UpdateOfNoRow"
   Texts texts;
-  Strings contents;         // afterwards
-  std::string answer = {};  // of a query, as Call::Answer gives it
-  bool locks = true;        // a write that takes a lock for writing
+  Strings contents;             // afterwards
+  std::string answer = {};      // of a query, as Call::Answer gives it
+  bool changesNothing = false;  // a write that needs no lock for writing
 };
 
 struct Operation {
@@ -101,6 +101,7 @@ struct Operation {
   };
   std::vector<Statement> statements;
   std::vector<Case> cases;  // the plain one first
+  bool worksOnce = false;   // when it is repeated it fails
   std::function<void(BasePath&, const Texts&)> fill;
   std::function<int(Database&, BasePath&, const Texts&, Cursor&, bool& exists)> run;
 

@@ -3,45 +3,38 @@
 
 #include <algorithm>
 #include <chrono>
-#include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
 #include "ChildProcess.h"
-#include "CreateRequest.h"
-#include "Cursor.h"
-#include "Database.h"
-#include "DeleteRequest.h"
-#include "DropRequest.h"
-#include "JoinRequest.h"
 #include "LibraryTest.h"
+#include "OperationLines.h"
 #include "Points.h"
-#include "SelectRequest.h"
 #include "ShimVfs.h"
 #include "TemporaryDatabase.h"
-#include "UpdateRequest.h"
-#include "UpsertRequest.h"
+#include "WholeFile.h"
 
 namespace {
 
 using fake::BusyLines;
-using fake::Line;
 using journal::Kind;
+using operations::Call;
+using operations::Case;
+using operations::kFile;
+using operations::kParserFile;
+using operations::Operation;
+using operations::Strings;
 using ::testing::AllOf;
 using ::testing::Each;
 using ::testing::IsEmpty;
 using ::testing::ResultOf;
 using ::testing::SizeIs;
 using ::testing::StrEq;
-using Strings = std::vector<std::string>;
 
-const std::string kFile = "Database.cpp";
-const std::string kParserFile = "DatabasePasrser.cpp";
 const std::string kLocked = "database is locked";
 
 // A loop makes at most so many attempts, and waits between all but the last two.
@@ -60,41 +53,31 @@ constexpr LockKind kLockKinds[] = {kShared, kReserved, kPending, kExclusive};
 const std::string kLockNames[] = {"shared", "reserved", "pending", "exclusive"};
 
 // What it is told to do besides taking a lock of a kind, and acknowledges.
-enum Command { kRelease = 100, kReleaseSoon, kChangeSchemaAndRelease, kEnd };
-constexpr std::chrono::seconds kAnswerLimit{20};
+enum Command { kRelease = 100, kChangeSchemaAndRelease, kEnd };
 
 // Connections that hold a lock of that kind together, while they live.
 std::vector<std::unique_ptr<Locker>> Take(const TemporaryDatabase& file, int kind) {
   std::vector<std::unique_ptr<Locker>> lockers;
   const auto run = [&](const char* sql) { lockers.push_back(std::make_unique<Locker>(file, sql)); };
-  switch (kind) {
-    case kShared:
-      run("BEGIN; SELECT * FROM contact");
-      break;
-    case kReserved:
-      run("BEGIN IMMEDIATE");
-      break;
-    case kPending:  // a writer that waits for the end of a reader
-      run("BEGIN; SELECT * FROM contact");
-      run("BEGIN IMMEDIATE; UPDATE contact SET name = 'never'");
-      EXPECT_EQ(SQLITE_BUSY, lockers.back()->Run("COMMIT"));
-      break;
-    default:
-      run("BEGIN EXCLUSIVE");
-      break;
+  if (kind == kExclusive) {
+    run("BEGIN EXCLUSIVE");
+  } else if (kind == kReserved) {
+    run("BEGIN IMMEDIATE");
+  } else {
+    run("BEGIN; SELECT * FROM contact");
+  }
+  if (kind == kPending) {  // a writer that waits for the end of a reader
+    run("BEGIN IMMEDIATE; UPDATE contact SET name = 'never'");
+    EXPECT_EQ(SQLITE_BUSY, lockers.back()->Run("COMMIT"));
   }
   return lockers;
 }
 
 void ServeLocks(const TemporaryDatabase& file, Channel& parent) {
   std::vector<std::unique_ptr<Locker>> lockers;
-  for (;;) {
-    const std::optional<int> command = parent.Receive(kPatience);
-    if (!command || command == kEnd) {
+  while (const std::optional<int> command = parent.Receive(kPatience)) {
+    if (command == kEnd) {
       return;
-    }
-    if (command == kReleaseSoon) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(150));
     }
     if (command == kChangeSchemaAndRelease) {
       EXPECT_EQ(SQLITE_OK, lockers.back()->Run("CREATE TABLE late (a); COMMIT"));
@@ -113,55 +96,35 @@ class LockHolder {
   explicit LockHolder(const TemporaryDatabase& file)
       : m_process([&file](Channel& parent) { ServeLocks(file, parent); }) {}
 
-  void Hold(LockKind kind) { Do(kind); }
-  void Release() { Do(kRelease); }
-  void ChangeSchemaAndRelease() { Do(kChangeSchemaAndRelease); }
-
-  // Lets go a while later.
-  void ReleaseSoon() { m_process.Link().Send(kReleaseSoon); }
-  void AwaitRelease() { Await(kReleaseSoon); }
-
-  // Whether all went well in that process.
-  bool EndsWell() {
-    m_process.Link().Send(kEnd);
-    return m_answers && m_process.EndsWell(kAnswerLimit);
-  }
-
- private:
+  // A kind of lock, or a command.
   void Do(int command) {
     m_process.Link().Send(command);
-    Await(command);
-  }
-  void Await(int command) {
-    if (m_answers && m_process.Link().Receive(kAnswerLimit) != command) {
+    if (m_answers && m_process.Link().Receive(kPatience) != command) {
       ADD_FAILURE() << "the holder of the lock does not answer";
       m_answers = false;
     }
   }
 
+  // Whether all went well in that process.
+  bool EndsWell() {
+    m_process.Link().Send(kEnd);
+    return m_answers && m_process.EndsWell(kPatience);
+  }
+
+ private:
   ChildProcess m_process;
   bool m_answers = true;
 };
 
-// What blocks what.
-
-// What a statement asks of the file. A write that finds nothing to change asks as much as
-// any other; to create a table that exists, only to read.
-enum Need { kToRead, kToWrite };
-
-// The lock that SQLite does not get for such a statement while another process holds
-// one of that kind.
-int RefusedLock(Need need, LockKind kind) {
-  constexpr int kNone = SQLITE_LOCK_NONE;
+// The lock that SQLite does not get for a statement while another process holds one of that
+// kind. A write that finds nothing to change asks as much as any other.
+int RefusedLock(bool writes, LockKind kind) {
   constexpr int kAtStart = SQLITE_LOCK_SHARED;  // the schema cannot even be read
   constexpr int kAtChange = SQLITE_LOCK_RESERVED;
   constexpr int kAtCommit = SQLITE_LOCK_EXCLUSIVE;
-  constexpr int kTable[][4] = {
-      // shared, reserved, pending, exclusive
-      {kNone, kNone, kAtStart, kAtStart},          // kToRead
-      {kAtCommit, kAtChange, kAtStart, kAtStart},  // kToWrite
-  };
-  return kTable[need][kind];
+  constexpr int kToRead[] = {SQLITE_LOCK_NONE, SQLITE_LOCK_NONE, kAtStart, kAtStart};
+  constexpr int kToWrite[] = {kAtCommit, kAtChange, kAtStart, kAtStart};
+  return writes ? kToWrite[kind] : kToRead[kind];
 }
 
 // How long a lock is held, and what comes of it.
@@ -172,15 +135,11 @@ struct Hold {
   int busy;      // attempts
 };
 
-std::ostream& operator<<(std::ostream& stream, const Hold& hold) {
-  return stream << "a " << kLockNames[hold.kind] << " lock during " << hold.attempts << " attempts";
-}
-
 // All that such a statement can meet.
-std::vector<Hold> HoldsFrom(Need need) {
+std::vector<Hold> HoldsFrom(bool writes) {
   std::vector<Hold> holds;
   for (const LockKind kind : kLockKinds) {
-    const int lock = RefusedLock(need, kind);
+    const int lock = RefusedLock(writes, kind);
     if (lock == SQLITE_LOCK_NONE) {
       holds.push_back({kind, kAttempts, lock, 0});
       continue;
@@ -192,227 +151,71 @@ std::vector<Hold> HoldsFrom(Need need) {
   return holds;
 }
 
-// The operations, on a file of two tables.
+struct Subject {
+  const Operation* operation;
+  Case own;
 
-constexpr const char* kTables =
-    "CREATE TABLE contact (uid TEXT NOT NULL PRIMARY KEY, name TEXT);"
-    "INSERT INTO contact VALUES ('1', 'Kim'), ('2', 'Lee');"
-    "CREATE TABLE note (owner TEXT, body TEXT);"
-    "INSERT INTO note VALUES ('2', 'first')";
-const Strings kContents = {"contact", "note", "1|Kim", "2|Lee"};
-
-// Column names that the requests keep pointers to.
-constexpr const char* kUid = "uid";
-constexpr const char* kName = "name";
-
-// What a query leaves with its caller, as a text.
-struct Answer {
-  std::string of;         // it when it succeeds
-  std::string before;     // the call, which stays when it fails
-  std::string ofNothing;  // it when no row comes
+  bool Writes() const { return operation->IsWrite() && !own.changesNothing; }
 };
 
-struct Operation {
-  std::string name;
-  std::string member;
-  std::string word;  // the first one of its messages
-  Need need;
-  Strings contents;  // of the file when it succeeds
-  Answer answer;     // of a query
-  std::function<int(Database&, const TemporaryDatabase&, std::string& answer)> run;
+void PrintTo(const Subject& subject, std::ostream* stream) { *stream << subject.own.name; }
 
-  bool IsQuery() const { return !answer.before.empty(); }
-};
-
-void PrintTo(const Operation& operation, std::ostream* stream) { *stream << operation.name; }
-
-// Runs a request on the file: `member` of Database, once `fill` has filled it.
-template <typename Request, typename Fill>
-auto Requesting(int (Database::*member)(Request&), Fill fill) {
-  return [=](Database& database, const TemporaryDatabase& file, std::string&) {
-    Request request;
-    file.Locate(request);
-    fill(request);
-    return (database.*member)(request);
-  };
-}
-
-std::string TextOf(Cursor& cursor) {
-  std::string text;
-  Strings columns;
-  cursor.GetColumn(columns);
-  for (const std::string& column : columns) {
-    text += column + " ";
-  }
-  for (int row = 0; row < cursor.GetCount(); ++row) {
-    cursor.MoveToPosition(row);
-    text += "|";
-    for (const std::string& column : columns) {
-      std::string cell;
-      cursor.GetString(column.c_str(), cell);
-      text += " " + cell;
+std::vector<Subject> Subjects(const std::vector<Operation>& operations) {
+  std::vector<Subject> subjects;
+  for (const Operation& each : operations) {
+    for (const Case& own : each.cases) {
+      subjects.push_back({&operations::Get(each.member), own});
     }
   }
-  return text;
+  return subjects;
 }
 
-const std::string kEarlierRow = "old | row";
-
-// The same, into a cursor that holds an earlier row.
-template <typename Request, typename Fill>
-auto Filling(int (Database::*member)(Request&, Cursor&), Fill fill) {
-  return [=](Database& database, const TemporaryDatabase& file, std::string& answer) {
-    Request request;
-    file.Locate(request);
-    fill(request);
-    Cursor cursor;
-    cursor.SetColumn("old");
-    cursor.SetData("old", "row");
-    const int result = (database.*member)(request, cursor);
-    answer = TextOf(cursor);
-    return result;
-  };
+Subject Plain(const std::string& member) {
+  const Operation& operation = operations::Get(member);
+  return {&operation, operation.Plain()};
 }
 
-auto Checking(const char* table, bool before) {
-  return [=](Database& database, const TemporaryDatabase& file, std::string& answer) {
-    BasePath path;
-    file.Locate(path);
-    bool exists = before;
-    const int result = database.CheckExistTable(path, table, exists);
-    answer = exists ? "exists" : "missing";
-    return result;
-  };
-}
+// A loop of an operation: the opening, the execution of a write or the preparation of a
+// query, and the steps of a query.
+enum class Loop { kOpen, kStatement, kStep };
 
-std::vector<Operation> Writes() {
-  const auto update = [](const char* uid) {
-    return Requesting(&Database::Update, [=](UpdateRequest& request) {
-      request.SetTable("contact");
-      request.SetData(kName, "Ann");
-      request.SetWhere(kUid, uid);
-    });
-  };
-  const auto erase = [](const char* uid) {
-    return Requesting(&Database::Delete, [=](DeleteRequest& request) {
-      request.SetTable("contact");
-      request.SetWhere(kUid, uid);
-    });
-  };
-  const auto upsert = Requesting(&Database::Upsert, [](UpsertRequest& request) {
-    request.SetTable("contact");
-    request.SetData(kUid, "3");
-    request.SetData(kName, "Ann");
-  });
-  const auto create = [](const char* table) {
-    return Requesting(&Database::CreateTable,
-                      [=](CreateRequest& request) { request.SetTable(table); });
-  };
-  const auto drop =
-      Requesting(&Database::DropTable, [](DropRequest& request) { request.SetTable("note"); });
-
-  return {
-      {"Update",
-       "Update",
-       "update",
-       kToWrite,
-       {"contact", "note", "1|Ann", "2|Lee"},
-       {},
-       update("1")},
-      {"UpdateOfNoRow", "Update", "update", kToWrite, kContents, {}, update("9")},
-      {"Delete", "Delete", "delete", kToWrite, {"contact", "note", "2|Lee"}, {}, erase("1")},
-      {"DeleteOfNoRow", "Delete", "delete", kToWrite, kContents, {}, erase("9")},
-      {"Upsert", "Upsert", "Upsert", kToWrite, kContents + Strings{"3|Ann"}, {}, upsert},
-      {"CreateTable",
-       "CreateTable",
-       "createTable",
-       kToWrite,
-       {"contact", "extra", "note", "1|Kim", "2|Lee"},
-       {},
-       create("extra")},
-      {"CreateTableThatExists",
-       "CreateTable",
-       "createTable",
-       kToRead,
-       kContents,
-       {},
-       create("note")},
-      {"DropTable", "DropTable", "DropTable", kToWrite, {"contact", "1|Kim", "2|Lee"}, {}, drop},
-  };
-}
-
-std::vector<Operation> Queries() {
-  const auto select =
-      Filling(&Database::Select, [](SelectRequest& request) { request.SetTable("contact"); });
-  const auto join = Filling(&Database::JoinSelect, [](JoinRequest& request) {
-    request.SetLeftJoin("contact", "uid");
-    request.SetRightJoin("note", "owner");
-  });
-  return {
-      {"Select",
-       "Select",
-       "SELECT",
-       kToRead,
-       kContents,
-       {"uid name | 1 Kim| 2 Lee", kEarlierRow, ""},
-       select},
-      {"JoinSelect",
-       "JoinSelect",
-       "JoinSelect",
-       kToRead,
-       kContents,
-       {"uid name owner body | 2 Lee 2 first", kEarlierRow, ""},
-       join},
-      {"CheckExistTable",
-       "CheckExistTable",
-       "CheckExistTable",
-       kToRead,
-       kContents,
-       {"exists", "missing", "missing"},
-       Checking("contact", false)},
-      {"CheckExistTableOfMissing",
-       "CheckExistTable",
-       "CheckExistTable",
-       kToRead,
-       kContents,
-       {"missing", "exists", "missing"},
-       Checking("extra", true)},
-  };
-}
-
-Operation Update() { return Writes().front(); }
-
-Operation Upsert() { return Writes()[4]; }
-
-Operation Select() { return Queries().front(); }
-
-std::vector<Operation> Operations() {
-  std::vector<Operation> operations = Writes();
-  for (const Operation& query : Queries()) {
-    operations.push_back(query);
-  }
-  return operations;
-}
-
-// The tests.
-
-// What stands in an operation's way goes away after so many busy attempts of a loop; after
-// the last one, the operation has given up.
 class BusyTest : public LibraryTest {
  protected:
+  BusyTest() {
+    file.Run(operations::Schema());
+    m_image = ReadWholeFile(file.Path());
+  }
+
   void TearDown() override {
     EXPECT_TRUE(holder.EndsWell());
     LibraryTest::TearDown();
   }
 
-  // Makes the file as it was.
-  void Restore() const {
-    std::filesystem::remove(file.Path());
-    file.Run(kTables);
+  // Makes a case ready to be run on the file as it was. What a query fills holds something
+  // from before.
+  void Prepare(const Subject& subject) {
+    WriteWholeFile(file.Path(), m_image);
+    call = std::make_unique<Call>(*subject.operation, file, subject.own.texts);
+    call->cursor.SetColumn("old");
+    call->cursor.SetData("old", "row");
+    call->exists = subject.own.answer == "missing";
   }
 
-  // Runs an operation; `letGo` takes away what stands in its way.
-  void Run(const Operation& operation, int busy, const std::function<void()>& letGo) {
+  // Puts a lock in the way of a loop. The file's locks never make an open busy, so that the
+  // file system does.
+  void Obstruct(Loop loop, LockKind kind) {
+    if (loop == Loop::kOpen) {
+      m_opensAreBusy = true;
+    } else if (loop == Loop::kStatement) {
+      holder.Do(kind);
+    } else {  // when the query is prepared and not yet stepped
+      m_atFirstStep = [this, kind] { holder.Do(kind); };
+    }
+  }
+
+  // Runs what is prepared; after so many busy attempts of a loop `letGo` takes away what
+  // stands in its way.
+  void Run(int busy, const std::function<void()>& letGo) {
     ForgetEvents();
     if (sleepsForReal) {
       fake::SleepForReal();
@@ -422,20 +225,20 @@ class BusyTest : public LibraryTest {
     m_blocksBefore = sqlite_spy::MemoryBlocks();
     bool isGone = false;
     journal::Listen([&](Kind kind, const std::string& text) {
-      if (kind == Kind::kSqlite && text == "sqlite3_step()" && atFirstStep) {
-        std::exchange(atFirstStep, nullptr)();
+      if (kind == Kind::kSqlite && text == "sqlite3_step()" && m_atFirstStep) {
+        std::exchange(m_atFirstStep, nullptr)();
       }
       if (IsBetweenAttempts(kind, text)) {
         m_refused.push_back(std::exchange(m_askedLock, SQLITE_LOCK_NONE));
       }
-      if (!isGone && !atFirstStep && static_cast<int>(m_refused.size()) == busy) {
+      if (!isGone && !m_atFirstStep && static_cast<int>(m_refused.size()) == busy) {
         isGone = true;
         letGo();
       }
     });
     Database database;
     const auto start = std::chrono::steady_clock::now();
-    result = operation.run(database, file, answer);
+    result = call->Run(database);
     duration = std::chrono::steady_clock::now() - start;
     journal::Listen(nullptr);
     if (!isGone) {
@@ -443,28 +246,65 @@ class BusyTest : public LibraryTest {
     }
   }
 
-  // That it returned this, and what of its answer and of its effect is there.
-  void ExpectResult(int code, const std::string& itsAnswer, const Strings& contents) {
-    EXPECT_EQ(code, result);
-    EXPECT_EQ(itsAnswer, answer);
-    EXPECT_EQ(contents, file.Rows("SELECT name FROM sqlite_master WHERE type = 'table' "
-                                  "ORDER BY name") +
-                            file.Rows("SELECT * FROM contact ORDER BY uid"));
+  // One loop of a case meets a lock.
+  void Round(const Subject& subject, Loop loop, const Hold& hold) {
+    SCOPED_TRACE("a " + kLockNames[hold.kind] + " lock during " + std::to_string(hold.attempts) +
+                 " attempts");
+    const Operation& operation = *subject.operation;
+    Prepare(subject);
+    const std::string before = call->Answer();
+    Obstruct(loop, hold.kind);
+    Run(hold.attempts, [this] {
+      m_opensAreBusy = false;
+      holder.Do(kRelease);
+    });
+
+    // The last step only ends its loop: what it gets is not looked at.
+    const int attempts = std::min(hold.busy + 1, kAttempts);
+    const bool fails = loop != Loop::kStep && hold.busy == kAttempts;
+    const bool isEmpty = loop == Loop::kStep && attempts == kAttempts;
+    const std::string empty = operation.kind == operations::Kind::kSetsFlag ? "missing" : "";
+    ExpectResult(fails ? SQLITE_BUSY : SQLITE_OK,
+                 fails     ? before
+                 : isEmpty ? empty
+                           : subject.own.answer,
+                 fails ? operations::InitialContents() : subject.own.contents);
+    Strings endLines = SuccessLines(operation);
+    if (fails) {
+      endLines = loop == Loop::kOpen ? OpenFailureLines(operation, SQLITE_BUSY, kLocked)
+                                     : Strings{FailureLine(operation, SQLITE_BUSY, kLocked)};
+    }
+    ExpectAttempts(hold.busy, hold.lock, loop == Loop::kStep ? kParserFile : kFile, endLines);
+    const std::string repeated = loop == Loop::kOpen   ? "sqlite3_open"
+                                 : operation.IsWrite() ? "sqlite3_exec"
+                                                       : "sqlite3_prepare";
+    EXPECT_EQ(loop == Loop::kStep ? 1 : attempts, sqlite_spy::CountCalls(repeated));
+    // The text of each execution that was followed by another.
+    ExpectLeftovers(loop == Loop::kOpen ? hold.busy : 0,
+                    loop == Loop::kStatement && operation.IsWrite() ? attempts - 1 : 0);
   }
 
-  // That it was kept from this lock in every busy attempt, waited after each and logged
-  // each; and at its end, these lines.
+  void ExpectResult(int code, const std::string& answer, const Strings& contents) {
+    EXPECT_EQ(code, result);
+    EXPECT_EQ(answer, call->Answer());
+    EXPECT_EQ(contents, operations::Contents(file));
+  }
+
+  // It was kept from this lock in every busy attempt, waited after each and logged each; and
+  // at its end, these lines.
   void ExpectAttempts(int busy, int lock, const std::string& source, const Strings& endLines) {
     const auto followed = static_cast<std::size_t>(std::min(busy, kAttempts - 1));
     EXPECT_EQ(std::vector<int>(followed, lock), m_refused);
     EXPECT_EQ(Strings(std::min<std::size_t>(followed, kWaits), "usleep 100000"),
               journal::Of({Kind::kSleep}));
-    EXPECT_EQ(Strings{OpeningLine()} + BusyLines(source, busy) + endLines, LinesAboveTraces());
+    const std::string opening = fake::Line(
+        6, kFile, "OpenDB", "DB file: " + std::string(file.Directory()) + " " + file.FileName());
+    EXPECT_EQ(Strings{opening} + BusyLines(source, busy) + endLines, LinesAboveTraces());
   }
 
-  // That it has closed what it has opened, but for so many handles of busy opens, and holds
-  // no memory of SQLite but for theirs and so many error texts.
-  void ExpectLeftovers(std::size_t handles, std::size_t texts) {
+  // It has closed what it has opened, but for so many handles of busy opens, and holds no
+  // memory of SQLite but for theirs and so many error texts.
+  void ExpectLeftovers(int handles, int texts) {
     EXPECT_THAT(sqlite_spy::OpenStatements(), IsEmpty());
     EXPECT_THAT(sqlite_spy::OpenConnections(),
                 AllOf(SizeIs(handles), Each(ResultOf(sqlite3_errcode, SQLITE_BUSY))));
@@ -474,24 +314,16 @@ class BusyTest : public LibraryTest {
     EXPECT_EQ(m_blocksBefore, sqlite_spy::MemoryBlocks());
   }
 
-  int Waits() const { return static_cast<int>(journal::Of({Kind::kSleep}).size()); }
-
   TemporaryDatabase file;
   LockHolder holder{file};  // before this process uses SQLite
-  std::function<void()> atFirstStep;
-  bool opensAreBusy = false;
+  std::unique_ptr<Call> call;
   bool sleepsForReal = false;
 
   // Of the last run.
   int result = SQLITE_OK;
-  std::string answer;
   std::chrono::steady_clock::duration duration{};
 
  private:
-  std::string OpeningLine() const {
-    return Line(6, kFile, "OpenDB", "DB file: " + std::string(file.Directory()) + " app.db");
-  }
-
   static Strings LinesAboveTraces() {
     Strings lines = fake::Lines();
     lines.erase(std::remove_if(lines.begin(), lines.end(),
@@ -511,193 +343,111 @@ class BusyTest : public LibraryTest {
       m_askedLock = event.flags;
     }
     const bool isOpen = event.call == FileCall::kOpen && (event.flags & SQLITE_OPEN_MAIN_DB) != 0;
-    return isOpen && opensAreBusy ? SQLITE_BUSY : SQLITE_OK;
+    return isOpen && m_opensAreBusy ? SQLITE_BUSY : SQLITE_OK;
   }
 
   const ShimVfs m_files{[this](const FileEvent& event) { return AnswerFile(event); }};
+  std::string m_image;
+  bool m_opensAreBusy = false;
+  std::function<void()> m_atFirstStep;
   int m_askedLock = SQLITE_LOCK_NONE;  // the last one
   std::vector<int> m_refused;          // the last one that each busy attempt asked for
   int m_blocksBefore = 0;
 };
 
-Strings SuccessLines(const Operation& operation) {
-  if (operation.IsQuery()) {
-    return {};
+class EveryCaseBusyTest : public BusyTest, public ::testing::WithParamInterface<Subject> {
+ protected:
+  void Rounds(Loop loop, const std::vector<Hold>& holds, const std::string& kind) {
+    for (const Hold& hold : holds) {
+      Round(GetParam(), loop, hold);
+    }
+    points::Add(GetParam().operation->member, kind, static_cast<int>(holds.size()));
   }
-  return {Line(4, kFile, operation.member, operation.word + " SUCCESS[0]")};
-}
+};
 
-Strings FailureLines(const Operation& operation) {
-  return {Line(6, kFile, operation.member, operation.word + " FAILED[5]: " + kLocked)};
-}
-
-Strings OpenFailureLines(const Operation& operation) {
-  Strings lines = {Line(6, kFile, "OpenDB", "DB open failed. Error no(5): " + kLocked)};
-  if (operation.member == "Select") {
-    lines.push_back(Line(4, kFile, "Select", "OpenDB Error: 5"));
-  }
-  return lines;
-}
-
-class EveryOperationBusyTest : public BusyTest, public ::testing::WithParamInterface<Operation> {};
-
-// The file's locks never make an open busy, so the file system does.
-TEST_P(EveryOperationBusyTest, RepeatsTheOpen) {
-  const Operation& operation = GetParam();
+TEST_P(EveryCaseBusyTest, RepeatsTheOpen) {
+  std::vector<Hold> holds;
   for (int busy = 0; busy <= kAttempts; ++busy) {
-    SCOPED_TRACE(std::to_string(busy) + " busy attempts");
-    Restore();
-    opensAreBusy = true;
-    Run(operation, busy, [this] { opensAreBusy = false; });
-    EXPECT_EQ(std::min(busy + 1, kAttempts), sqlite_spy::CountCalls("sqlite3_open"));
-    if (busy < kAttempts) {
-      ExpectResult(SQLITE_OK, operation.answer.of, operation.contents);
-      ExpectAttempts(busy, SQLITE_LOCK_NONE, kFile, SuccessLines(operation));
-    } else {
-      ExpectResult(SQLITE_BUSY, operation.answer.before, kContents);
-      ExpectAttempts(busy, SQLITE_LOCK_NONE, kFile, OpenFailureLines(operation));
-    }
-    ExpectLeftovers(static_cast<std::size_t>(busy), 0);
-    points::Add(operation.member, "busy open");
+    holds.push_back({kExclusive, busy, SQLITE_LOCK_NONE, busy});
   }
+  Rounds(Loop::kOpen, holds, "busy open");
 }
 
-// The execution of a write, the preparation of a query.
-TEST_P(EveryOperationBusyTest, RepeatsTheStatement) {
-  const Operation& operation = GetParam();
-  const std::string call = operation.IsQuery() ? "sqlite3_prepare" : "sqlite3_exec";
-  for (const Hold& hold : HoldsFrom(operation.need)) {
-    SCOPED_TRACE(hold);
-    Restore();
-    holder.Hold(hold.kind);
-    Run(operation, hold.attempts, [this] { holder.Release(); });
-    const int attempts = std::min(hold.busy + 1, kAttempts);
-    EXPECT_EQ(attempts, sqlite_spy::CountCalls(call));
-    if (hold.busy < kAttempts) {
-      ExpectResult(SQLITE_OK, operation.answer.of, operation.contents);
-      ExpectAttempts(hold.busy, hold.lock, kFile, SuccessLines(operation));
-    } else {
-      ExpectResult(SQLITE_BUSY, operation.answer.before, kContents);
-      ExpectAttempts(hold.busy, hold.lock, kFile, FailureLines(operation));
-    }
-    // The text of each attempt that was followed by another.
-    ExpectLeftovers(0, static_cast<std::size_t>(operation.IsQuery() ? 0 : attempts - 1));
-    points::Add(operation.member, "busy statement");
-  }
+TEST_P(EveryCaseBusyTest, RepeatsTheStatement) {
+  Rounds(Loop::kStatement, HoldsFrom(GetParam().Writes()), "busy statement");
 }
 
-std::string NameOf(const ::testing::TestParamInfo<Operation>& test) { return test.param.name; }
+std::string NameOf(const ::testing::TestParamInfo<Subject>& test) { return test.param.own.name; }
 
-INSTANTIATE_TEST_SUITE_P(, EveryOperationBusyTest, ::testing::ValuesIn(Operations()), NameOf);
+INSTANTIATE_TEST_SUITE_P(, EveryCaseBusyTest, ::testing::ValuesIn(Subjects(operations::All())),
+                         NameOf);
 
-// The other process takes its lock when the query is prepared and not yet stepped.
-class EveryQueryBusyTest : public BusyTest, public ::testing::WithParamInterface<Operation> {};
+class EveryQueryBusyTest : public EveryCaseBusyTest {};
 
-TEST_P(EveryQueryBusyTest, RepeatsTheStep) {
-  const Operation& operation = GetParam();
-  for (const Hold& hold : HoldsFrom(operation.need)) {
-    SCOPED_TRACE(hold);
-    Restore();
-    atFirstStep = [&] { holder.Hold(hold.kind); };
-    Run(operation, hold.attempts, [this] { holder.Release(); });
-    // The last attempt only ends the loop: what it gets is not looked at.
-    const bool isAnswered = hold.busy < kAttempts - 1;
-    ExpectResult(SQLITE_OK, isAnswered ? operation.answer.of : operation.answer.ofNothing,
-                 kContents);
-    ExpectAttempts(hold.busy, hold.lock, kParserFile, {});
-    ExpectLeftovers(0, 0);
-    points::Add(operation.member, "busy step");
-  }
-}
+TEST_P(EveryQueryBusyTest, RepeatsTheStep) { Rounds(Loop::kStep, HoldsFrom(false), "busy step"); }
 
-INSTANTIATE_TEST_SUITE_P(, EveryQueryBusyTest, ::testing::ValuesIn(Queries()), NameOf);
+INSTANTIATE_TEST_SUITE_P(, EveryQueryBusyTest, ::testing::ValuesIn(Subjects(operations::Queries())),
+                         NameOf);
 
 // The other process lets go with a commit that makes prepared statements out of date.
-class ChangedSchemaTest : public BusyTest {};
-
-const Strings kChangedContents = {"contact", "late", "note", "1|Kim", "2|Lee"};
+class ChangedSchemaTest : public BusyTest {
+ protected:
+  void RunUntilChanged(const std::string& member, Loop loop, LockKind kind) {
+    Prepare(Plain(member));
+    Obstruct(loop, kind);
+    Run(3, [this] { holder.Do(kChangeSchemaAndRelease); });
+    EXPECT_THAT(operations::Contents(file), ::testing::Contains("late"));
+    file.Run("DROP TABLE late");
+  }
+};
 
 TEST_F(ChangedSchemaTest, AWriteIsPreparedAnewForEachAttempt) {
-  Restore();
-  holder.Hold(kReserved);
-  Run(Upsert(), 3, [this] { holder.ChangeSchemaAndRelease(); });
-  ExpectResult(SQLITE_OK, "", kChangedContents + Strings{"3|Ann"});
-  ExpectAttempts(3, SQLITE_LOCK_RESERVED, kFile, SuccessLines(Upsert()));
+  RunUntilChanged("Upsert", Loop::kStatement, kReserved);
+  const Subject upsert = Plain("Upsert");
+  ExpectResult(SQLITE_OK, "", upsert.own.contents);
+  ExpectAttempts(3, SQLITE_LOCK_RESERVED, kFile, SuccessLines(*upsert.operation));
   ExpectLeftovers(0, 3);
 }
 
 // The text is all that SQLite tells of a statement of the legacy call.
 TEST_F(ChangedSchemaTest, AStepFailsAndTheQueryFindsNothing) {
-  Restore();
-  atFirstStep = [this] { holder.Hold(kExclusive); };
-  Run(Select(), 3, [this] { holder.ChangeSchemaAndRelease(); });
-  ExpectResult(SQLITE_OK, Select().answer.ofNothing, kChangedContents);
-  ExpectAttempts(3, SQLITE_LOCK_SHARED, kParserFile,
-                 {Line(6, kParserFile, "ParseDatabase", "SQLITE STEP ERROR!!! SQL logic error")});
+  RunUntilChanged("Select", Loop::kStep, kExclusive);
+  ExpectResult(SQLITE_OK, "", operations::InitialContents());
+  ExpectAttempts(
+      3, SQLITE_LOCK_SHARED, kParserFile,
+      {fake::Line(6, kParserFile, "ParseDatabase", "SQLITE STEP ERROR!!! SQL logic error")});
   ExpectLeftovers(0, 0);
 }
 
 // The waits take their time here.
 class RealBusyTest : public BusyTest {
  protected:
-  RealBusyTest() { sleepsForReal = true; }
-
-  // The other process lets go by itself, some time after the second busy attempt.
-  void RunAndWait(const Operation& operation) {
-    Run(operation, 2, [this] { holder.ReleaseSoon(); });
-    holder.AwaitRelease();
-    EXPECT_GE(Waits(), 2);
-    ExpectWaited();
+  void RoundWithWaits(const std::string& member, Loop loop, const Hold& hold) {
+    sleepsForReal = true;
+    Round(Plain(member), loop, hold);
+    EXPECT_GE(duration, std::min(hold.busy, kWaits) * std::chrono::milliseconds(100));
   }
-
-  void ExpectWaited() { EXPECT_GE(duration, Waits() * std::chrono::milliseconds(100)); }
 };
 
 TEST_F(RealBusyTest, AnOpenIsWaitedFor) {
-  Restore();
-  opensAreBusy = true;
-  Run(Select(), 3, [this] { opensAreBusy = false; });
-  ExpectWaited();
-  ExpectResult(SQLITE_OK, Select().answer.of, kContents);
-  ExpectAttempts(3, SQLITE_LOCK_NONE, kFile, {});
-  ExpectLeftovers(3, 0);
+  RoundWithWaits("Select", Loop::kOpen, {kExclusive, 3, SQLITE_LOCK_NONE, 3});
 }
 
 TEST_F(RealBusyTest, AnExecutionIsWaitedFor) {
-  Restore();
-  holder.Hold(kReserved);
-  RunAndWait(Update());
-  ExpectResult(SQLITE_OK, "", Update().contents);
-  ExpectAttempts(Waits(), SQLITE_LOCK_RESERVED, kFile, SuccessLines(Update()));
-  ExpectLeftovers(0, static_cast<std::size_t>(Waits()));
+  RoundWithWaits("Update", Loop::kStatement, {kReserved, 3, SQLITE_LOCK_RESERVED, 3});
 }
 
 TEST_F(RealBusyTest, APreparationIsWaitedFor) {
-  Restore();
-  holder.Hold(kExclusive);
-  RunAndWait(Select());
-  ExpectResult(SQLITE_OK, Select().answer.of, kContents);
-  ExpectAttempts(Waits(), SQLITE_LOCK_SHARED, kFile, {});
-  ExpectLeftovers(0, 0);
+  RoundWithWaits("Select", Loop::kStatement, {kExclusive, 3, SQLITE_LOCK_SHARED, 3});
 }
 
 TEST_F(RealBusyTest, AStepIsWaitedFor) {
-  Restore();
-  atFirstStep = [this] { holder.Hold(kExclusive); };
-  RunAndWait(Select());
-  ExpectResult(SQLITE_OK, Select().answer.of, kContents);
-  ExpectAttempts(Waits(), SQLITE_LOCK_SHARED, kParserFile, {});
-  ExpectLeftovers(0, 0);
+  RoundWithWaits("Select", Loop::kStep, {kExclusive, 3, SQLITE_LOCK_SHARED, 3});
 }
 
 TEST_F(RealBusyTest, GivesUpAfterASecondAndAHalf) {
-  Restore();
-  holder.Hold(kShared);
-  Run(Update(), kAttempts, [this] { holder.Release(); });
-  EXPECT_GE(duration, std::chrono::milliseconds(1500));
-  ExpectResult(SQLITE_BUSY, "", kContents);
-  ExpectAttempts(kAttempts, SQLITE_LOCK_EXCLUSIVE, kFile, FailureLines(Update()));
-  ExpectLeftovers(0, kAttempts - 1);
+  RoundWithWaits("Update", Loop::kStatement,
+                 {kShared, kAttempts, SQLITE_LOCK_EXCLUSIVE, kAttempts});
 }
 
 }  // namespace

@@ -1,12 +1,26 @@
 #include "Contract.h"
 
+#include <algorithm>
+#include <new>
 #include <ostream>
-#include <utility>
+#include <regex>
+#include <stdexcept>
 
 #include "Containers.h"
-#include "FakePlatform.h"
+#include "LibraryTest.h"
+#include "OperationLines.h"
 
 namespace contract {
+
+using fake::Line;
+using operations::kFile;
+using operations::Kind;
+using operations::kParserFile;
+using sqlite_spy::Reply;
+using ::testing::AnyOf;
+using ::testing::IsEmpty;
+using ::testing::MatchesRegex;
+using ::testing::SizeIs;
 
 bool operator==(const CursorImage& left, const CursorImage& right) {
   return left.names == right.names && left.cells == right.cells && left.position == right.position;
@@ -34,289 +48,302 @@ CursorImage ImageOf(Cursor& cursor) {
   return image;
 }
 
+Run Record(operations::Call& call, Database& database, const std::function<void()>& begin,
+           const std::function<void()>& end) {
+  Run run;
+  run.cursorBefore = ImageOf(call.cursor);
+  run.existsBefore = call.exists;
+  journal::Clear();
+  sqlite_spy::Reset();
+  fake::ResetPlatform();
+  if (begin) {
+    begin();
+  }
+  try {
+    run.result = call.Run(database);
+  } catch (const std::bad_alloc&) {
+    run.end = End::kBadAlloc;
+  } catch (const std::logic_error&) {
+    run.end = End::kLogicError;
+  }
+  if (end) {
+    end();
+  }
+  run.lines = fake::Lines();
+  run.locks = journal::Of({journal::Kind::kMutex});
+  run.waits = journal::Of({journal::Kind::kSleep}).size();
+  run.replies = sqlite_spy::Replies();
+  run.cursor = ImageOf(call.cursor);
+  run.exists = call.exists;
+  return run;
+}
+
+bool JudgeLocks(const Strings& events, bool threw) {
+  std::string word;  // the first letters of make, lock, unlock and destroy
+  for (const std::string& event : events) {
+    word += event[0];
+  }
+  EXPECT_THAT(word, MatchesRegex(threw ? "(mlud)*(mld)?" : "(mlud)*"));
+  return word.size() % 4 != 0;
+}
+
 namespace {
 
-// The operation threw before it made its next call.
-struct Thrown {};
-// SQLite had no memory for a text.
-struct NullText {};
-// A call was made that is not the one that is due.
-struct Deviation {
-  std::string text;
-};
+constexpr int kAttempts = 17;  // of a call that is busy
+constexpr int kWaits = 15;     // between all of these but the last two
 
-const char* const kDatabase = "Database.cpp";
-const char* const kParser = "DatabasePasrser.cpp";
-constexpr int kAttempts = 17;
-constexpr int kWaits = 15;
-
-std::string Shown(const std::optional<std::string>& text) { return text.value_or("(null)"); }
-
-class Follower {
+class Rules {
  public:
-  Follower(const Operation& operation, const std::vector<sqlite_spy::Reply>& replies, End end,
-           CursorImage cursor, bool exists)
-      : m_operation(operation), m_replies(replies), m_end(end), m_cursor(std::move(cursor)) {
-    m_owed.end = end == End::kBadAlloc ? End::kBadAlloc : End::kReturned;
-    m_owed.exists = exists;
-    m_owed.cursors = {m_cursor};
-  }
+  Rules(const operations::Operation& operation, const Run& run, const Run& all)
+      : m_operation(operation), m_run(run), m_all(all), m_threw(run.end != End::kReturned) {}
 
-  Owed Follow() {
-    try {
-      m_owed.result = Run();
-    } catch (const Thrown&) {
-    } catch (const NullText&) {
-      m_owed.end = End::kLogicError;
-    } catch (const Deviation& deviation) {
-      m_owed.deviation = deviation.text;
-    }
-    if (m_owed.deviation.empty() && m_next != m_replies.size()) {
-      m_owed.deviation = "then " + m_replies[m_next].function + " was called";
-    }
-    if (m_owed.end != End::kBadAlloc) {
-      m_owed.linesForSure = m_owed.lines.size();
-      m_owed.cursors = {m_cursor};
-    }
-    return m_owed;
+  void Judge(const TemporaryDatabase& file) {
+    JudgeOrder();
+    JudgeAttempts();
+    JudgeSteps();
+    JudgeEnd();
+    JudgeLines(file);
+    JudgeLocks(m_run.locks, m_threw);
+    JudgeAnswer();
+    JudgeLeftovers();
   }
 
  private:
-  // The reply to the call that is due.
-  const sqlite_spy::Reply& Next(const std::string& function) {
-    if (m_next == m_replies.size() || m_replies[m_next].function != function) {
-      if (m_end == End::kBadAlloc) {
-        throw Thrown();
+  // Which call follows which: a letter each. What throws may stop anywhere, and cleans up.
+  void JudgeOrder() const {
+    std::string word;
+    for (const Reply& reply : m_run.replies) {
+      word += LetterOf(reply);
+    }
+    const std::string body = m_operation.IsWrite() ? "(w+fx)" : "(p+(e|(se?|rc+)*r?)zx)";
+    const std::string thrown = m_operation.IsWrite() ? "(w*fx)" : "(p*e?(se?|rc*)*zx)";
+    EXPECT_TRUE(std::regex_match(word, std::regex(m_threw ? "o*e?|o+" + thrown : "o+e|o+" + body)))
+        << word;
+    EXPECT_EQ(CountOpened(), std::count(word.begin(), word.end(), 'x')) << word;
+  }
+
+  static char LetterOf(const Reply& reply) {
+    static const std::map<std::string, char> letters = {
+        {"sqlite3_open", 'o'},  {"sqlite3_errmsg", 'e'},  {"sqlite3_exec", 'w'},
+        {"sqlite3_free", 'f'},  {"sqlite3_prepare", 'p'}, {"sqlite3_step", 's'},
+        {"sqlite3_close", 'x'}, {"sqlite3_finalize", 'z'}};
+    const auto letter = letters.find(reply.function);
+    if (letter == letters.end()) {
+      return 'c';  // of a column
+    }
+    return IsRow(reply) ? 'r' : letter->second;
+  }
+
+  static bool IsRepeated(const Reply& reply) {
+    return std::string("owps").find(LetterOf(reply)) != std::string::npos;
+  }
+
+  static bool IsRow(const Reply& reply) {
+    return reply.function == "sqlite3_step" && reply.result == SQLITE_ROW;
+  }
+
+  std::vector<Reply> Of(const std::string& function) const {
+    std::vector<Reply> chosen;
+    std::copy_if(m_run.replies.begin(), m_run.replies.end(), std::back_inserter(chosen),
+                 [&](const Reply& reply) { return reply.function == function; });
+    return chosen;
+  }
+
+  int CountOpened() const {
+    const std::vector<Reply> opens = Of("sqlite3_open");
+    return !opens.empty() && opens.back().result == SQLITE_OK ? 1 : 0;
+  }
+
+  // Opening, execution and preparation are repeated while they are busy, up to the limit.
+  void JudgeAttempts() {
+    for (const char* const function : {"sqlite3_open", "sqlite3_exec", "sqlite3_prepare"}) {
+      const std::vector<Reply> attempts = Of(function);
+      for (std::size_t number = 1; number < attempts.size(); ++number) {
+        EXPECT_EQ(SQLITE_BUSY, attempts[number - 1].result);
       }
-      throw Deviation{function + " was due"};
-    }
-    // What stands before the call has happened.
-    m_owed.linesForSure = m_owed.lines.size();
-    m_owed.cursors = {m_cursor};
-    return m_replies[m_next++];
-  }
-
-  // These calls are made whatever happens, an exception included.
-  void CleanUp(const std::vector<std::string>& functions) {
-    for (const std::string& function : functions) {
-      if (m_next == m_replies.size() || m_replies[m_next].function != function) {
-        throw Deviation{function + " was due to clean up"};
+      if (!attempts.empty() && attempts.back().result == SQLITE_BUSY && !m_threw) {
+        EXPECT_THAT(attempts, SizeIs(kAttempts));
       }
-      ++m_next;
+      EXPECT_LE(attempts.size(), kAttempts);
     }
   }
 
-  void Log(int priority, const char* file, const std::string& function,
-           const std::string& message) {
-    m_owed.lines.push_back(fake::Line(priority, file, function, message));
-  }
-
-  void Trace(const std::string& function, const std::string& file = kDatabase) {
-    m_owed.lines.push_back(fake::Trace(file, function));
-  }
-
-  // Notes a busy result, the `count`-th. Answers whether it was the last but one.
-  bool IsLimit(int count, const char* file) {
-    if (count > kWaits) {
-      Log(6, file, "IsRetryLimit", "RETRY COUNT is reached LIMIT, SQLITE_BUSY");
-      return true;
-    }
-    Log(5, file, "IsRetryLimit", "SQLITE BUSY[" + std::to_string(count) + "]");
-    ++m_owed.waits;
-    return false;
-  }
-
-  // Follows one call that is repeated while it is busy; `look` sees every reply.
-  // Answers the last one.
-  template <typename Look>
-  const sqlite_spy::Reply& Retry(const std::string& function, Look look) {
-    for (int attempt = 1;; ++attempt) {
-      const sqlite_spy::Reply& reply = Next(function);
-      look(reply);
-      if (reply.result != SQLITE_BUSY || attempt == kAttempts) {
-        return reply;
-      }
-      IsLimit(attempt, kDatabase);
-    }
-  }
-
-  int Run() {
-    Trace(m_operation.member);
-    const int opened = Open();
-    if (opened != SQLITE_OK) {
-      if (m_operation.reportsOpenFailure) {
-        Log(4, kDatabase, m_operation.member, "OpenDB Error: " + std::to_string(opened));
-      }
-      return opened;
-    }
-    for (const std::string& getter : m_operation.getters) {
-      Trace(getter, m_operation.requestFile);
-    }
-    const bool writes = !m_operation.success.empty();
-    const char* const first = writes ? "sqlite3_free" : "sqlite3_finalize";
-    int result = 0;
-    try {
-      result = writes ? Write() : Query();
-    } catch (const Deviation&) {
-      throw;
-    } catch (...) {
-      CleanUp({first, "sqlite3_close"});
-      throw;
-    }
-    CleanUp({first, "sqlite3_close"});
-    return result;
-  }
-
-  int Open() {
-    Trace("OpenDB");
-    Log(6, kDatabase, "OpenDB", "DB file: " + m_operation.directory + " " + m_operation.fileName);
-    const int result = Retry("sqlite3_open", [this](const sqlite_spy::Reply& reply) {
-                         m_owed.connectionsLeft += reply.hasHandle ? 1 : 0;
-                       }).result;
-    if (result == SQLITE_OK) {
-      --m_owed.connectionsLeft;  // it is closed
-      return result;
-    }
-    const std::string text = Shown(Next("sqlite3_errmsg").text);
-    Log(6, kDatabase, "OpenDB",
-        "DB open failed. Error no(" + std::to_string(result) + "): " + text);
-    return result;
-  }
-
-  void LogFailure(int result, const std::optional<std::string>& text) {
-    Log(6, kDatabase, m_operation.member,
-        m_operation.failure + "[" + std::to_string(result) + "]: " + Shown(text));
-  }
-
-  int Write() {
-    bool hadText = false;
-    const sqlite_spy::Reply& last =
-        Retry("sqlite3_exec", [this, &hadText](const sqlite_spy::Reply& reply) {
-          m_owed.textsLeft += hadText ? 1 : 0;  // only the last one is freed
-          hadText = reply.text.has_value();
-        });
-    if (last.result != SQLITE_OK) {
-      LogFailure(last.result, last.text);
-    } else {
-      Log(4, kDatabase, m_operation.member, m_operation.success + "[0]");
-    }
-    return last.result;
-  }
-
-  int Query() {
-    const int result = Retry("sqlite3_prepare", [](const sqlite_spy::Reply&) {}).result;
-    if (result != SQLITE_OK) {
-      LogFailure(result, Next("sqlite3_errmsg").text);
-    } else if (m_operation.fillsCursor) {
-      FillCursor();
-    } else {
-      SetFlag();
-    }
-    return result;
-  }
-
-  // The library would step on without end.
-  static std::string NeverMet(int step) {
-    return "a step gave " + std::to_string(step) + ", which a legacy statement does not";
-  }
-
-  void FillCursor() {
-    m_cursor = CursorImage();
-    bool stop = false;
+  // Stepping ends when it is done, or with the step after an error or after the limit.
+  void JudgeSteps() {
+    const std::vector<Reply> steps = Of("sqlite3_step");
     int busy = 0;
-    int columns = 0;
-    for (;;) {
-      const int step = Next("sqlite3_step").result;
-      if (step == SQLITE_DONE || stop) {
-        return;
-      }
-      if (step == SQLITE_BUSY) {
-        stop = IsLimit(++busy, kParser);
-      } else if (step == SQLITE_ROW) {
-        columns = columns == 0 ? DeclareColumns() : columns;
-        for (int column = 0; column < columns; ++column) {
-          AppendCell();
-        }
-      } else if (step == SQLITE_ERROR) {
-        const std::string text = Shown(Next("sqlite3_errmsg").text);
-        Log(6, kParser, "ParseDatabase", "SQLITE STEP ERROR!!! " + text);
-        stop = true;
-      } else {
-        throw Deviation{NeverMet(step)};
-      }
+    std::size_t count = 0;
+    bool stops = false;
+    while (count < steps.size() && !stops && steps[count].result != SQLITE_DONE) {
+      const int result = steps[count++].result;
+      busy += result == SQLITE_BUSY ? 1 : 0;
+      m_rows += result == SQLITE_ROW ? 1 : 0;
+      EXPECT_THAT(result, AnyOf(SQLITE_ROW, SQLITE_BUSY, SQLITE_ERROR)) << "of a legacy statement";
+      stops = result == SQLITE_ERROR || busy == kAttempts - 1;
+    }
+    m_stepsToStop = stops ? count : steps.size();
+    if (!steps.empty() && !m_threw) {
+      EXPECT_EQ(count + 1, steps.size());
     }
   }
 
-  std::string NextName() {
-    const auto name = Next("sqlite3_column_name").text;
-    if (!name) {
-      throw NullText();
+  // What SQLite has no memory for is a null text, which throws where a text is due.
+  void JudgeEnd() const {
+    const auto isNullText = [](const Reply& reply) {
+      return (reply.function == "sqlite3_column_name" || reply.function == "sqlite3_column_text") &&
+             !reply.text;
+    };
+    EXPECT_EQ(std::any_of(m_run.replies.begin(), m_run.replies.end(), isNullText),
+              m_run.end == End::kLogicError);
+    if (m_threw) {
+      return;
     }
-    return *name;
+    const auto decides = [](const Reply& reply) {
+      return reply.function == "sqlite3_open" || reply.function == "sqlite3_exec" ||
+             reply.function == "sqlite3_prepare";
+    };
+    EXPECT_EQ(std::find_if(m_run.replies.rbegin(), m_run.replies.rend(), decides)->result,
+              m_run.result);
   }
 
-  int DeclareColumns() {
-    const int columns = Next("sqlite3_column_count").result;
-    for (int column = 0; column < columns; ++column) {
-      const std::string name = NextName();
-      m_cursor.names.push_back(name);
-      m_owed.cursors.push_back(m_cursor);  // if memory ends right here
-      m_cursor.cells[name];
+  // Every answer has its lines, before the next call. An exception leaves out the last ones.
+  void JudgeLines(const TemporaryDatabase& file) {
+    m_lines = OpeningLines(m_operation, file.Directory(), file.FileName());
+    std::size_t sure = m_lines.size();
+    for (std::size_t number = 0; number < m_run.replies.size(); ++number) {
+      const Reply& reply = m_run.replies[number];
+      sure = std::string("fzx").find(LetterOf(reply)) == std::string::npos ? m_lines.size() : sure;
+      AddLines(reply, number > 0 ? &m_run.replies[number - 1] : nullptr);
     }
-    return columns;
+    if (m_threw) {
+      ASSERT_LE(m_run.lines.size(), m_lines.size());
+      EXPECT_GE(m_run.lines.size(), m_run.replies.empty() ? 0 : sure);
+      m_lines.resize(m_run.lines.size());
+    }
+    EXPECT_EQ(m_lines, m_run.lines);
+    EXPECT_EQ(m_waits, m_run.waits);
   }
 
-  void AppendCell() {
-    const auto name = Next("sqlite3_column_name").text;
-    const int type = Next("sqlite3_column_type").result;
-    std::optional<std::string> text = "";
-    if (type == SQLITE_INTEGER || type == SQLITE_FLOAT || type == SQLITE_TEXT) {
-      text = Next("sqlite3_column_text").text;
-    } else if (type != SQLITE_NULL) {
-      Log(6, kParser, "ParseDatabase", "UNKNOWN TYPE");
+  void AddLines(const Reply& reply, const Reply* before) {
+    const std::string& function = reply.function;
+    if (function == "sqlite3_step" && ++m_steps > m_stepsToStop) {
+      return;  // whatever it gives
     }
-    if (!name || !text) {
-      throw NullText();
+    if (reply.result == SQLITE_BUSY && IsRepeated(reply)) {
+      AddBusyLine(++m_busy[function], function == "sqlite3_step" ? kParserFile : kFile);
     }
-    m_cursor.cells[*name].push_back(*text);
-  }
-
-  void SetFlag() {
-    bool stop = false;
-    bool found = false;
-    int busy = 0;
-    for (;;) {
-      const int step = Next("sqlite3_step").result;
-      if (step == SQLITE_DONE || stop) {
-        m_owed.exists = found;
-        return;
-      }
-      if (step == SQLITE_BUSY) {
-        stop = IsLimit(++busy, kParser);
-      } else if (step == SQLITE_ERROR) {
-        Log(6, kParser, "ParseExistTable", "SQLITE STEP ERROR!!!");
-        stop = true;
-      } else if (step != SQLITE_ROW) {
-        throw Deviation{NeverMet(step)};
-      } else {
-        found = Next("sqlite3_column_int").result > 0 || found;
-      }
+    if (function == "sqlite3_errmsg") {
+      AddFailureLines(*before, reply.text.value_or("(null)"));
+    } else if (function == "sqlite3_open" && reply.result == SQLITE_OK) {
+      Add(GetterLines(m_operation));
+    } else if (function == "sqlite3_exec" && reply.result == SQLITE_OK) {
+      Add(SuccessLines(m_operation));
+    } else if (function == "sqlite3_exec" && IsLast(reply)) {
+      Add({FailureLine(m_operation, reply.result, reply.text.value_or("(null)"))});
+    } else if (function == "sqlite3_step" && reply.result == SQLITE_ERROR &&
+               m_operation.kind == Kind::kSetsFlag) {
+      Add({Line(6, kParserFile, "ParseExistTable", "SQLITE STEP ERROR!!!")});
+    } else if (function == "sqlite3_column_type" && reply.result == SQLITE_BLOB) {
+      Add({Line(6, kParserFile, "ParseDatabase", "UNKNOWN TYPE")});
     }
   }
 
-  const Operation& m_operation;
-  const std::vector<sqlite_spy::Reply>& m_replies;
-  const End m_end;
-  CursorImage m_cursor;
-  std::size_t m_next = 0;
-  Owed m_owed;
+  void AddFailureLines(const Reply& failed, const std::string& text) {
+    if (failed.function == "sqlite3_open") {
+      Add(OpenFailureLines(m_operation, failed.result, text));
+    } else if (failed.function == "sqlite3_prepare") {
+      Add({FailureLine(m_operation, failed.result, text)});
+    } else {
+      Add({Line(6, kParserFile, "ParseDatabase", "SQLITE STEP ERROR!!! " + text)});
+    }
+  }
+
+  bool IsLast(const Reply& reply) const {
+    return reply.result != SQLITE_BUSY || m_busy.at(reply.function) == kAttempts;
+  }
+
+  void AddBusyLine(int count, const std::string& file) {
+    if (count <= kWaits) {
+      ++m_waits;
+      Add({Line(5, file, "IsRetryLimit", "SQLITE BUSY[" + std::to_string(count) + "]")});
+    } else if (count < kAttempts) {
+      Add({Line(6, file, "IsRetryLimit", "RETRY COUNT is reached LIMIT, SQLITE_BUSY")});
+    }
+  }
+
+  void Add(const Strings& lines) { m_lines.insert(m_lines.end(), lines.begin(), lines.end()); }
+
+  // Cursor and flag stay as they were until the first step; then they hold what was stepped
+  // over, of what the file holds.
+  void JudgeAnswer() const {
+    const bool isStepped = !Of("sqlite3_step").empty();
+    if (m_operation.kind == Kind::kFillsCursor && isStepped) {
+      JudgeRows();
+    } else if (!(m_threw && m_run.cursor == CursorImage())) {  // it may be emptied
+      EXPECT_EQ(m_run.cursorBefore, m_run.cursor);
+    }
+    const bool isSet = m_operation.kind == Kind::kSetsFlag && isStepped && !m_threw;
+    EXPECT_EQ(isSet ? m_rows > 0 && m_all.exists : m_run.existsBefore, m_run.exists);
+  }
+
+  void JudgeRows() const {
+    const CursorImage& found = m_run.cursor;
+    EXPECT_EQ(-1, found.position);
+    const Strings names = m_rows > 0 ? m_all.cursor.names : Strings();
+    if (!m_threw) {
+      EXPECT_EQ(names, found.names);
+    }
+    EXPECT_TRUE(IsStartOf(found.names, names)) << found;
+    for (const std::string& name : found.names) {
+      const auto cells = found.cells.find(name);
+      const Strings column = cells == found.cells.end() ? Strings() : cells->second;
+      // A row that was interrupted may be there in part.
+      EXPECT_GE(column.size() + (m_threw ? 1 : 0), m_rows);
+      EXPECT_LE(column.size(), m_rows);
+      EXPECT_TRUE(IsStartOf(column, m_all.cursor.cells.at(name))) << found;
+    }
+    EXPECT_LE(found.cells.size(), found.names.size());
+  }
+
+  static bool IsStartOf(const Strings& start, const Strings& whole) {
+    return start.size() <= whole.size() && std::equal(start.begin(), start.end(), whole.begin());
+  }
+
+  // An open that fails leaves its connection, and a busy execution its text, when another
+  // attempt follows.
+  void JudgeLeftovers() const {
+    const std::vector<Reply> opens = Of("sqlite3_open");
+    const auto handles = std::count_if(opens.begin(), opens.end(), [](const Reply& reply) {
+      return reply.hasHandle && reply.result != SQLITE_OK;
+    });
+    const std::vector<Reply> executions = Of("sqlite3_exec");
+    const auto texts = std::count_if(executions.begin(), executions.end(),
+                                     [](const Reply& reply) { return reply.text.has_value(); }) -
+                       (!executions.empty() && executions.back().text ? 1 : 0);
+    EXPECT_THAT(sqlite_spy::OpenStatements(), IsEmpty());
+    EXPECT_THAT(sqlite_spy::OpenConnections(), SizeIs(handles));
+    EXPECT_THAT(sqlite_spy::HeldErrorTexts(), SizeIs(texts));
+  }
+
+  const operations::Operation& m_operation;
+  const Run& m_run;
+  const Run& m_all;
+  const bool m_threw;
+  std::size_t m_rows = 0;         // that were stepped over
+  std::size_t m_stepsToStop = 0;  // the error's, or the one that reached the limit
+  std::size_t m_steps = 0;
+  std::map<std::string, int> m_busy;
+  Strings m_lines;
+  std::size_t m_waits = 0;
 };
 
 }  // namespace
 
-Owed WorkOut(const Operation& operation, const std::vector<sqlite_spy::Reply>& replies, End end,
-             const CursorImage& cursor, bool exists) {
-  return Follower(operation, replies, end, cursor, exists).Follow();
+void Judge(const operations::Operation& operation, const TemporaryDatabase& file, const Run& run,
+           const Run& all) {
+  Rules(operation, run, all).Judge(file);
+  sqlite_spy::CloseConnections();
+  sqlite_spy::FreeErrorTexts();
 }
 
 }  // namespace contract

@@ -7,7 +7,6 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "Containers.h"
@@ -15,17 +14,11 @@
 #include "CreateRequest.h"
 #include "Cursor.h"
 #include "Database.h"
-#include "DeleteRequest.h"
-#include "DropRequest.h"
 #include "FakePlatform.h"
 #include "HeapSpy.h"
-#include "JoinRequest.h"
 #include "LibraryTest.h"
-#include "Locks.h"
+#include "Operations.h"
 #include "Points.h"
-#include "SelectRequest.h"
-#include "UpdateRequest.h"
-#include "UpsertRequest.h"
 
 namespace {
 
@@ -35,9 +28,12 @@ using Kind = FaultPoint::Kind;
 const char* const kOld = "a text that was there before, longer than a short string";
 const char* const kNew = "another text that is new, also longer than a short string";
 
+using Request = std::unique_ptr<BasePath>;
+
 // A call that takes memory, on an object of its own.
 template <typename Object>
 struct Filling {
+  std::function<std::unique_ptr<Object>()> make = [] { return std::make_unique<Object>(); };
   std::function<void(Object&)> prepare;
   std::function<void(Object&)> call;
   std::function<std::string(Object&)> show;
@@ -92,13 +88,13 @@ class FillSweepTest : public LibraryTest {
     const bool failed = heap_spy::FailNever() > 0;
     heap_spy::Stop();
     EXPECT_EQ(failed, threw);
-    const bool takesLock = !journal::Of({journal::Kind::kMutex}).empty();
-    const bool hasMetLock = JudgeLocks(threw);
+    const std::vector<std::string> locks = journal::Of({journal::Kind::kMutex});
+    const bool hasMetLock = contract::JudgeLocks(locks, threw);
     if (failed) {
       // Unless lines take memory, all of it is taken under the lock, if there is one.
-      EXPECT_TRUE(protectsLog || hasMetLock == takesLock);
+      EXPECT_TRUE(protectsLog || hasMetLock == !locks.empty());
       JudgeLines(filling, protectsLog);
-      JudgeNextCall(filling, std::move(object));
+      JudgeNextCall(filling, object);
     }
     return failed && !HasFailure();
   }
@@ -124,7 +120,7 @@ class FillSweepTest : public LibraryTest {
 
   template <typename Object>
   static std::unique_ptr<Object> Prepared(const Filling<Object>& filling) {
-    auto object = std::make_unique<Object>();
+    auto object = filling.make();
     if (filling.prepare) {
       filling.prepare(*object);
     }
@@ -144,7 +140,7 @@ class FillSweepTest : public LibraryTest {
 
   // Nothing is done, or the part; the call can be made again.
   template <typename Object>
-  static void JudgeNextCall(const Filling<Object>& filling, std::unique_ptr<Object> object) {
+  static void JudgeNextCall(const Filling<Object>& filling, std::unique_ptr<Object>& object) {
     const bool isUnchanged = filling.show(*object) == Shown<Object>(filling, nullptr);
     if (!isUnchanged) {
       ASSERT_TRUE(filling.partly) << "the object has changed: " << filling.show(*object);
@@ -166,59 +162,60 @@ class FillSweepTest : public LibraryTest {
   }
 };
 
-// A call that sets two texts: the first may be set, and not the second.
-template <typename Object>
-Filling<Object> TwoTexts(void (Object::*set)(const char*, const char*),
-                         void (Object::*get)(std::string&, std::string&)) {
-  Filling<Object> filling;
-  filling.prepare = [set](Object& object) { (object.*set)(kOld, kOld); };
-  filling.call = [set](Object& object) { (object.*set)(kNew, kNew); };
-  filling.partly = [set](Object& object) { (object.*set)(kNew, nullptr); };
-  filling.show = [get](Object& object) {
-    std::string first;
-    std::string second;
-    (object.*get)(first, second);
-    return first + "|" + second;
+// Every setter of texts: of two, the first may be set and not the second.
+class TextFillSweepTest : public FillSweepTest,
+                          public ::testing::WithParamInterface<operations::RequestClass> {};
+
+TEST_P(TextFillSweepTest, SetsAllTextsOrThose) {
+  for (const operations::TextField& field : GetParam().fields) {
+    SCOPED_TRACE(field.name);
+    const auto set = [&field](Request& request, const char* first, const char* second) {
+      field.set(*request, first, second);
+    };
+    Filling<Request> filling;
+    filling.make = [] { return std::make_unique<Request>(GetParam().make()); };
+    filling.prepare = [set](Request& request) { set(request, kOld, kOld); };
+    filling.call = [set](Request& request) { set(request, kNew, kNew); };
+    filling.show = [&field](Request& request) {
+      std::string first;
+      std::string second;
+      field.get(*request, first, second);
+      return first + "|" + second;
+    };
+    if (field.isPair) {
+      filling.partly = [set](Request& request) { set(request, kNew, nullptr); };
+      filling.abandons = true;
+    }
+    SweepOver(filling);
+  }
+}
+
+// An object whose constructor runs out of memory does not come into being.
+template <typename Object, typename Make>
+Filling<std::unique_ptr<Object>> Construction(Make make) {
+  Filling<std::unique_ptr<Object>> filling;
+  filling.call = [make](std::unique_ptr<Object>& object) { object = make(); };
+  filling.show = [](std::unique_ptr<Object>& object) {
+    return std::string(object ? "made" : "not made");
   };
-  filling.abandons = true;
+  filling.takesMemoryFirst = true;
   return filling;
 }
 
-TEST_F(FillSweepTest, SetPath) { SweepOver(TwoTexts(&BasePath::SetPath, &BasePath::GetPath)); }
-
-TEST_F(FillSweepTest, SetPrimaryKey) {
-  SweepOver(TwoTexts(&CreateRequest::SetPrimaryKey, &CreateRequest::GetPrimaryKey));
+TEST_P(TextFillSweepTest, ARequestIsMadeOrLeavesNothing) {
+  SweepOver(Construction<BasePath>(GetParam().make));
 }
 
-TEST_F(FillSweepTest, SetCompositeKey) {
-  SweepOver(TwoTexts(&CreateRequest::SetCompositeKey, &CreateRequest::GetCompositeKey));
+TEST_F(FillSweepTest, ACursorIsMadeOrLeavesNothing) {
+  SweepOver(Construction<Cursor>([] { return std::make_unique<Cursor>(); }));
 }
 
-TEST_F(FillSweepTest, SetLeftJoin) {
-  SweepOver(TwoTexts(&JoinRequest::SetLeftJoin, &JoinRequest::GetLeftJoin));
+TEST_F(FillSweepTest, ADatabaseIsMadeOrLeavesNothing) {
+  SweepOver(Construction<Database>([] { return std::make_unique<Database>(); }));
 }
 
-TEST_F(FillSweepTest, SetRightJoin) {
-  SweepOver(TwoTexts(&JoinRequest::SetRightJoin, &JoinRequest::GetRightJoin));
-}
-
-template <typename Request>
-class TableFillSweepTest : public FillSweepTest {};
-using TableRequests = ::testing::Types<SelectRequest, UpdateRequest, UpsertRequest, DeleteRequest,
-                                       DropRequest, CreateRequest>;
-TYPED_TEST_SUITE(TableFillSweepTest, TableRequests);
-
-TYPED_TEST(TableFillSweepTest, SetTable) {
-  Filling<TypeParam> filling;
-  filling.prepare = [](TypeParam& request) { request.SetTable(kOld); };
-  filling.call = [](TypeParam& request) { request.SetTable(kNew); };
-  filling.show = [](TypeParam& request) {
-    std::string table = "unset";
-    request.GetTable(table);
-    return table;
-  };
-  FillSweepTest::SweepOver(filling);
-}
+INSTANTIATE_TEST_SUITE_P(, TextFillSweepTest, ::testing::ValuesIn(operations::RequestClasses()),
+                         [](const auto& test) { return test.param.name; });
 
 template <typename Value>
 Filling<BaseSet> EntryOf(Value value) {
@@ -285,23 +282,6 @@ TEST_F(FillSweepTest, SetDataOfAnAbsentColumn) {
   filling.call = [](Cursor& cursor) { cursor.SetData(kNew, kNew); };
   filling.show = ShowCursor;
   SweepOver(filling);
-}
-
-// An object whose constructor runs out of memory does not come into being.
-template <typename Object>
-class ConstructorSweepTest : public FillSweepTest {};
-using Objects = ::testing::Types<SelectRequest, UpdateRequest, UpsertRequest, DeleteRequest,
-                                 DropRequest, CreateRequest, JoinRequest, Cursor, Database>;
-TYPED_TEST_SUITE(ConstructorSweepTest, Objects);
-
-TYPED_TEST(ConstructorSweepTest, LeavesNothing) {
-  Filling<std::unique_ptr<TypeParam>> filling;
-  filling.call = [](std::unique_ptr<TypeParam>& object) { object.reset(new TypeParam()); };
-  filling.show = [](std::unique_ptr<TypeParam>& object) {
-    return std::string(object ? "made" : "not made");
-  };
-  filling.takesMemoryFirst = true;
-  FillSweepTest::SweepOver(filling);
 }
 
 // A number is read through a stream, which takes an end of memory for a cell that

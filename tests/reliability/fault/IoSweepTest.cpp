@@ -63,7 +63,8 @@ bool MayComeAfterEffect(const Failing& failing, Found found) {
           (failing.call == FileCall::kTruncate || failing.call == FileCall::kFileSize));
 }
 
-class IoSweepTest : public LibraryTest, public ::testing::WithParamInterface<SubjectMaker> {
+class IoSweepTest : public LibraryTest,
+                    public ::testing::WithParamInterface<operations::Operation> {
  protected:
   // Answers how many points there were.
   static int Sweep(const Failing& failing, Found found) {
@@ -103,8 +104,8 @@ TEST_P(IoSweepTest, EveryCallWithAutoVacuum) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(, IoSweepTest, ::testing::ValuesIn(AllSubjects()),
-                         [](const auto& test) { return test.param.name; });
+INSTANTIATE_TEST_SUITE_P(, IoSweepTest, ::testing::ValuesIn(operations::All()),
+                         [](const auto& test) { return test.param.member; });
 
 // The operations that succeed without a table make their file.
 class NewFileSweepTest : public IoSweepTest {};
@@ -116,7 +117,8 @@ TEST_P(NewFileSweepTest, EveryCall) {
 }
 
 INSTANTIATE_TEST_SUITE_P(, NewFileSweepTest,
-                         ::testing::Values(SubjectOf("CreateTable"), SubjectOf("CheckExistTable")),
-                         [](const auto& test) { return test.param.name; });
+                         ::testing::Values(operations::Get("CreateTable"),
+                                           operations::Get("CheckExistTable")),
+                         [](const auto& test) { return test.param.member; });
 
 }  // namespace

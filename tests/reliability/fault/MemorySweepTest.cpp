@@ -29,7 +29,8 @@ Fault SqliteMemory() {
   return {"SQLite's memory", "an allocation", sqlite_heap::FailAfter, sqlite_heap::FailNever};
 }
 
-class MemorySweepTest : public LibraryTest, public ::testing::WithParamInterface<SubjectMaker> {};
+class MemorySweepTest : public LibraryTest,
+                        public ::testing::WithParamInterface<operations::Operation> {};
 
 TEST_P(MemorySweepTest, TheLibrarysOwn) { EXPECT_GT(SweepOver(GetParam(), OwnMemory()), 0); }
 
@@ -39,7 +40,7 @@ TEST_P(MemorySweepTest, TheLibrarysOwnWithProtectedLines) {
 
 TEST_P(MemorySweepTest, SqliteS) { EXPECT_GT(SweepOver(GetParam(), SqliteMemory()), 0); }
 
-INSTANTIATE_TEST_SUITE_P(, MemorySweepTest, ::testing::ValuesIn(AllSubjects()),
-                         [](const auto& test) { return test.param.name; });
+INSTANTIATE_TEST_SUITE_P(, MemorySweepTest, ::testing::ValuesIn(operations::All()),
+                         [](const auto& test) { return test.param.member; });
 
 }  // namespace

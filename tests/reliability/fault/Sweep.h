@@ -7,7 +7,7 @@
 #include <string>
 
 #include "FaultPoint.h"
-#include "Subjects.h"
+#include "Operations.h"
 
 // Something that can be made to fail at a point of a run.
 struct Fault {
@@ -28,6 +28,7 @@ enum class Found { kFile, kHotJournal, kAutoVacuum, kNoFile };
 
 // Fails the operation's first such call, its second, and so on until it makes no
 // more; each alone, and each with all that follow. Answers how many points it met.
-int SweepOver(const SubjectMaker& maker, const Fault& fault, Found found = Found::kFile);
+int SweepOver(const operations::Operation& operation, const Fault& fault,
+              Found found = Found::kFile);
 
 #endif  // VORN_TESTS_FAULT_SWEEP_H
