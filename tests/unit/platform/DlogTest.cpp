@@ -5,14 +5,15 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
+
+#include "RunOnThreads.h"
 
 namespace {
 
@@ -27,32 +28,26 @@ using ::testing::StartsWith;
 // What code writes to standard error in a process of its own, whose environment
 // holds `priority` as the lowest one to be written (null: unset).
 std::string ErrorsOf(const char* priority, const std::function<void()>& code) {
-  std::array<int, 2> ends{};
-  EXPECT_EQ(0, pipe(ends.data()));
+  std::FILE* const errors = std::tmpfile();
   const pid_t child = fork();
   if (child == 0) {
-    dup2(ends[1], STDERR_FILENO);
-    close(ends[0]);
-    close(ends[1]);
-    if (priority == nullptr) {
-      unsetenv("VORN_DLOG_PRIORITY");
-    } else {
+    dup2(fileno(errors), STDERR_FILENO);
+    unsetenv("VORN_DLOG_PRIORITY");
+    if (priority != nullptr) {
       setenv("VORN_DLOG_PRIORITY", priority, 1);
     }
     code();
     _exit(0);
   }
-  close(ends[1]);
-  std::string text;
-  std::array<char, 4096> part{};
-  ssize_t size = 0;
-  while ((size = read(ends[0], part.data(), part.size())) > 0) {
-    text.append(part.data(), static_cast<std::size_t>(size));
-  }
-  close(ends[0]);
-  int status = 0;
+  int status = -1;
   EXPECT_EQ(child, waitpid(child, &status, 0));
   EXPECT_EQ(0, status);
+  std::rewind(errors);
+  std::string text;
+  for (int byte = std::fgetc(errors); byte != EOF; byte = std::fgetc(errors)) {
+    text += static_cast<char>(byte);
+  }
+  std::fclose(errors);
   return text;
 }
 
@@ -124,20 +119,10 @@ TEST(DlogTest, ReturnsZeroForALineThatIsNotWritten) {
 }
 
 TEST(DlogTest, ReportsThatStandardErrorIsClosed) {
-  std::array<int, 2> ends{};
-  ASSERT_EQ(0, pipe(ends.data()));
-  ErrorsOf(nullptr, [&ends] {
+  ErrorsOf(nullptr, [] {
     close(STDERR_FILENO);
-    const int result = __dlog_print(0, 6, "TAG", "message");
-    if (write(ends[1], &result, sizeof result) < 0) {
-      _exit(1);
-    }
+    _exit(__dlog_print(0, 6, "TAG", "message") < 0 ? 0 : 1);
   });
-  int result = 0;
-  EXPECT_EQ(static_cast<ssize_t>(sizeof result), read(ends[0], &result, sizeof result));
-  EXPECT_LT(result, 0);
-  close(ends[0]);
-  close(ends[1]);
 }
 
 TEST(DlogTest, LeavesErrno) {
@@ -166,18 +151,12 @@ TEST(DlogTest, LinesOfSeveralThreadsDoNotMix) {
   constexpr int kThreads = 8;
   constexpr int kLines = 200;
   const std::string text = ErrorsOf(nullptr, [] {
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < kThreads; ++thread) {
-      threads.emplace_back([thread] {
-        const std::string message(100, static_cast<char>('a' + thread));
-        for (int line = 0; line < kLines; ++line) {
-          __dlog_print(0, 6, "TAG", "%s", message.c_str());
-        }
-      });
-    }
-    for (std::thread& thread : threads) {
-      thread.join();
-    }
+    RunOnThreads(kThreads, [](int thread) {
+      const std::string message(100, static_cast<char>('a' + thread));
+      for (int line = 0; line < kLines; ++line) {
+        __dlog_print(0, 6, "TAG", "%s", message.c_str());
+      }
+    });
   });
   const auto lines = LinesOf(text);
   EXPECT_THAT(lines, SizeIs(kThreads * kLines));

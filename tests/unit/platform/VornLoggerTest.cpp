@@ -3,18 +3,21 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstring>
-#include <future>
 #include <set>
 #include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "RunOnThreads.h"
+
 namespace {
 
 using ::testing::HasSubstr;
 using ::testing::Not;
+using ::testing::SizeIs;
 
 TEST(VornLoggerTest, IsOnePerProcess) {
   EXPECT_NE(nullptr, VornLogger::GetInstance());
@@ -55,28 +58,18 @@ TEST(VornLoggerTest, AThreadKeepsItsBuffer) {
 
 TEST(VornLoggerTest, LivingThreadsHaveBuffersOfTheirOwn) {
   constexpr int kThreads = 20;
-  std::promise<void> everybodyHasOne;
-  std::shared_future<void> goOn(everybodyHasOne.get_future());
-  std::vector<std::promise<char*>> buffers(kThreads);
-  std::vector<std::thread> threads;
-  for (std::promise<char*>& buffer : buffers) {
-    threads.emplace_back([&buffer, goOn] {
-      VornLogger* const logger = VornLogger::GetInstance();
-      char* const mine = VornLogger::GetBuffer(logger->GetBufferIndex());
-      std::memset(mine, 'x', 599);
-      buffer.set_value(mine);
-      goOn.wait();
-    });
-  }
-  std::set<char*> distinct;
-  for (std::promise<char*>& buffer : buffers) {
-    distinct.insert(buffer.get_future().get());
-  }
-  everybodyHasOne.set_value();
-  for (std::thread& thread : threads) {
-    thread.join();
-  }
-  EXPECT_EQ(static_cast<std::size_t>(kThreads), distinct.size());
+  std::atomic<int> missing{kThreads};
+  std::vector<char*> buffers(kThreads);
+  RunOnThreads(kThreads, [&](int thread) {
+    char* const mine = VornLogger::GetBuffer(VornLogger::GetInstance()->GetBufferIndex());
+    std::memset(mine, 'x', 599);
+    buffers[static_cast<std::size_t>(thread)] = mine;
+    // None ends before all have theirs.
+    for (--missing; missing > 0;) {
+      std::this_thread::yield();
+    }
+  });
+  EXPECT_THAT(std::set<char*>(buffers.begin(), buffers.end()), SizeIs(kThreads));
 }
 
 TEST(VornLoggerTest, AThreadThatEndsPassesItsBufferOn) {
