@@ -155,7 +155,7 @@ TEST_F(VornMutexTest, ThreadsExcludeEachOtherNameByName) {
       for (std::size_t name = 0; name < kNames; ++name) {
         guards.emplace_back(std::to_string(name).c_str());
         guards.back().Lock();
-        if (guards.size() > 2) {
+        if (guards.size() > 1) {
           guards.pop_front();
         }
         const int seen = counters[name];
