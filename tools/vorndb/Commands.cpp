@@ -1,12 +1,19 @@
 #include "Commands.h"
 
+#include <unistd.h>
+
 #include <fstream>
 #include <iostream>
 
 #include "CreateRequest.h"
+#include "Cursor.h"
 #include "DeleteRequest.h"
 #include "DropRequest.h"
 #include "Errors.h"
+#include "Format.h"
+#include "JoinRequest.h"
+#include "Result.h"
+#include "SelectRequest.h"
 #include "Statement.h"
 #include "Terminal.h"
 #include "UpdateRequest.h"
@@ -17,24 +24,13 @@ namespace vorndb {
 
 namespace {
 
-template <typename Request>
-void RunOrPrint(const Arguments& arguments, Request& request, Generate<Request> generate,
-                int (Database::*run)(Request&)) {
-  request.SetTable(arguments.table.c_str());
-  if (arguments.sql) {
-    PrintSql(request, generate);
-    return;
-  }
-  const DatabaseFile file(arguments.file);
-  file.RequireExisting();
-  Execute(file, request, {arguments.table}, run);
-}
-
+// Upsert, update and delete.
 template <typename Request>
 void WriteRows(const Arguments& arguments, Generate<Request> generate,
                int (Database::*run)(Request&)) {
   Statement<Request> statement(arguments);
-  RunOrPrint(arguments, statement.Filled(), generate, run);
+  statement.Filled().SetTable(arguments.table.c_str());
+  RunOrPrint(arguments, statement.Filled(), {arguments.table}, generate, run);
 }
 
 std::vector<std::string> AllColumns(const Arguments& arguments) {
@@ -61,6 +57,17 @@ void Fill(CreateRequest& request, const Arguments& arguments) {
   }
 }
 
+void Show(const Arguments& arguments, const CallResult& call, Cursor& cursor) {
+  Result result(cursor, call.log);
+  Write(result, arguments.format, arguments.wide ? std::nullopt : TerminalWidth(STDOUT_FILENO),
+        std::cout);
+  std::cout.flush();
+  for (const std::string& doubt : result.Doubts()) {
+    Tell("warning: " + doubt);
+  }
+  DatabaseFile(arguments.file).ExpectComplete(call);
+}
+
 void ExplainFrom(std::istream& log, const std::string& name) {
   const bool found = ExplainLog(log, std::cout);
   if (log.bad()) {
@@ -81,22 +88,22 @@ void Create(const Arguments& arguments) {
   }
   const std::vector<std::string> columns = AllColumns(arguments);
   RequireDistinct(columns);
+  const std::string& table = arguments.table;
+  if (!arguments.sql) {
+    const DatabaseFile file(arguments.file);
+    if (file.IsThere() && file.HasTable(table)) {
+      Tell("the table " + table + " exists in " + arguments.file + " already and is left as it is");
+    }
+    if (columns.size() == 1) {
+      Tell("warning: the table " + table +
+           " has a single column; a select of it reads one row only");
+    }
+  }
   CreateRequest request;
   Fill(request, arguments);
-  if (arguments.sql) {
-    PrintSql(request, &SqlGenerator::GetCreateTableSql);
-    return;
-  }
-  const DatabaseFile file(arguments.file);
-  const std::string& table = arguments.table;
-  if (file.IsThere() && file.HasTable(table)) {
-    Tell("the table " + table + " exists in " + arguments.file + " already and is left as it is");
-  }
-  if (columns.size() == 1) {
-    Tell("warning: the table " + table + " has a single column; a select of it reads one row only");
-  }
-  Execute(file, request, {table}, &Database::CreateTable);
-  if (file.IsMissing(table)) {
+  const auto call = RunOrPrint(arguments, request, {table}, &SqlGenerator::GetCreateTableSql,
+                               &Database::CreateTable);
+  if (call && DatabaseFile(arguments.file).IsMissing(table)) {
     Tell("nothing is created: in " + arguments.file + " there is a view " + table +
          ", or a table that differs in capital letters");
   }
@@ -129,9 +136,48 @@ void Delete(const Arguments& arguments) {
   WriteRows(arguments, &SqlGenerator::GetDeleteSql, &Database::Delete);
 }
 
+void Select(const Arguments& arguments) {
+  Statement<SelectRequest> statement(arguments);
+  SelectRequest& request = statement.Filled();
+  request.SetTable(arguments.table.c_str());
+  Cursor cursor;
+  if (const auto call = RunOrPrint(arguments, request, {arguments.table},
+                                   &SqlGenerator::GetSelectSql, &Database::Select, cursor)) {
+    Show(arguments, *call, cursor);
+  }
+}
+
+void Join(const Arguments& arguments) {
+  const TableColumn& left = arguments.left;
+  const TableColumn& right = arguments.right;
+  Statement<JoinRequest> statement(arguments);
+  JoinRequest& request = statement.Filled();
+  request.SetLeftJoin(left.table.c_str(), left.column.c_str());
+  request.SetRightJoin(right.table.c_str(), right.column.c_str());
+  Cursor cursor;
+  if (const auto call = RunOrPrint(arguments, request, {left.table, right.table},
+                                   &SqlGenerator::GetJoinSql, &Database::JoinSelect, cursor)) {
+    Show(arguments, *call, cursor);
+  }
+}
+
+void Exists(const Arguments& arguments) {
+  if (arguments.sql) {
+    std::string sql;
+    SqlGenerator().GetCheckTableSql(arguments.table, sql);
+    std::cout << sql << '\n';
+    return;
+  }
+  const DatabaseFile file(arguments.file);
+  file.RequireExisting();
+  std::cout << (file.HasTable(arguments.table) ? "yes\n" : "no\n");
+}
+
 void Drop(const Arguments& arguments) {
   DropRequest request;
-  RunOrPrint(arguments, request, &SqlGenerator::GetDropTableSql, &Database::DropTable);
+  request.SetTable(arguments.table.c_str());
+  RunOrPrint(arguments, request, {arguments.table}, &SqlGenerator::GetDropTableSql,
+             &Database::DropTable);
 }
 
 void Explain(const Arguments& arguments) {

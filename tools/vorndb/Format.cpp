@@ -21,7 +21,7 @@ using Row = std::vector<std::string>;
 constexpr std::size_t kGap = 2;
 constexpr std::size_t kNarrowest = 4;
 
-Row CellsOf(Result& result, int row, const char* unknown) {
+Row CellsOf(Result& result, std::size_t row, const char* unknown) {
   Row cells;
   for (std::size_t column = 0; column < result.Columns().size(); ++column) {
     cells.push_back(result.Cell(row, column).value_or(unknown));
@@ -74,11 +74,11 @@ void WriteTable(Result& result, std::optional<std::size_t> width, std::ostream& 
     output << "(no rows)\n";
     return;
   }
-  const auto cells = [&](int row) { return PrintableCells(CellsOf(result, row, "?")); };
+  const auto cells = [&](std::size_t row) { return PrintableCells(CellsOf(result, row, "?")); };
   const Row header = PrintableCells(result.Columns());
   std::vector<std::size_t> widths(header.size(), 0);
   Widen(widths, header);
-  for (int row = 0; row < result.RowCount(); ++row) {
+  for (std::size_t row = 0; row < result.RowCount(); ++row) {
     Widen(widths, cells(row));
   }
   if (width) {
@@ -90,7 +90,7 @@ void WriteTable(Result& result, std::optional<std::size_t> width, std::ostream& 
   }
   WriteTableRow(header, widths, output);
   WriteTableRow(rules, widths, output);
-  for (int row = 0; row < result.RowCount(); ++row) {
+  for (std::size_t row = 0; row < result.RowCount(); ++row) {
     WriteTableRow(cells(row), widths, output);
   }
 }
@@ -120,7 +120,7 @@ void WriteCsv(Result& result, std::optional<std::size_t> /*width*/, std::ostream
   if (!result.Columns().empty()) {
     WriteCsvRow(result.Columns(), output);
   }
-  for (int row = 0; row < result.RowCount(); ++row) {
+  for (std::size_t row = 0; row < result.RowCount(); ++row) {
     WriteCsvRow(CellsOf(result, row, ""), output);
   }
 }
@@ -139,7 +139,7 @@ std::string Dump(const nlohmann::ordered_json& object, bool& rewritten) {
 void WriteJson(Result& result, std::optional<std::size_t> /*width*/, std::ostream& output) {
   bool rewritten = false;
   output << '[';
-  for (int row = 0; row < result.RowCount(); ++row) {
+  for (std::size_t row = 0; row < result.RowCount(); ++row) {
     auto object = nlohmann::ordered_json::object();
     for (std::size_t column = 0; column < result.Columns().size(); ++column) {
       auto& value = object[result.Columns()[column]];
@@ -170,7 +170,7 @@ std::string OneLine(const std::string& text) {
 }
 
 void WriteLines(Result& result, std::optional<std::size_t> /*width*/, std::ostream& output) {
-  for (int row = 0; row < result.RowCount(); ++row) {
+  for (std::size_t row = 0; row < result.RowCount(); ++row) {
     output << (row == 0 ? "" : "\n");
     for (std::size_t column = 0; column < result.Columns().size(); ++column) {
       if (const auto cell = result.Cell(row, column)) {

@@ -1,19 +1,128 @@
+#include <csv.h>
+
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <new>
 #include <optional>
 #include <system_error>
+#include <utility>
 
 #include "Commands.h"
-#include "CsvReader.h"
 #include "DatabaseFile.h"
 #include "Errors.h"
-#include "Progress.h"
+#include "Terminal.h"
 #include "Text.h"
 
 namespace vorndb {
 
 namespace {
+
+struct CsvRow {
+  std::size_t line;  // where it begins, from 1
+  std::vector<std::string> fields;
+};
+
+// Rows of a CSV file: fields separated by commas, in double quotes where needed.
+class CsvReader {
+ public:
+  // Reads from the stream, which has to live as long. `name` is for messages.
+  CsvReader(std::istream& input, std::string name) : m_input(input), m_name(std::move(name)) {
+    if (csv_init(&m_parser, CSV_STRICT | CSV_STRICT_FINI) != 0) {
+      throw std::bad_alloc();
+    }
+  }
+
+  ~CsvReader() { csv_free(&m_parser); }
+
+  CsvReader(const CsvReader&) = delete;
+  CsvReader& operator=(const CsvReader&) = delete;
+
+  // The next row, or nothing at the end; empty lines are skipped. Throws Failure for what
+  // is not CSV, and when the stream fails. The parser gets a line at a time, so that it is
+  // known where a row begins; a line ends at most one row.
+  std::optional<CsvRow> Next() {
+    m_row.reset();
+    while (!m_row) {
+      const std::string line = TakeLine();
+      if (line.empty()) {
+        Finish();
+        break;
+      }
+      Parse(line);
+    }
+    return m_row;
+  }
+
+  std::uintmax_t BytesRead() const { return m_bytesRead; }
+
+  // Throws Failure: "FILE, line 7: …".
+  [[noreturn]] void Fail(std::size_t line, const std::string& problem) const {
+    throw Failure(m_name + ", line " + std::to_string(line) + ": " + problem);
+  }
+
+ private:
+  static void TakeField(void* text, std::size_t length, void* reader) {
+    auto& self = *static_cast<CsvReader*>(reader);
+    self.m_fields.emplace_back(static_cast<const char*>(text), length);
+  }
+
+  static void TakeRow(int /*end*/, void* reader) {
+    auto& self = *static_cast<CsvReader*>(reader);
+    self.m_row = {self.m_rowStart, std::exchange(self.m_fields, {})};
+    self.m_rowStart = 0;
+  }
+
+  // A line with its end, which is any that the parser knows; nothing at the end of the file.
+  std::string TakeLine() {
+    constexpr int kEnd = std::char_traits<char>::eof();
+    std::string line;
+    for (int next = m_input.get(); next != kEnd; next = m_input.get()) {
+      line += std::char_traits<char>::to_char_type(next);
+      if (next == '\n' || (next == '\r' && m_input.peek() != '\n')) {
+        break;
+      }
+    }
+    return line;
+  }
+
+  void Parse(std::string line) {
+    static const std::string byteOrderMark = "\xEF\xBB\xBF";
+    ++m_line;
+    m_bytesRead += line.size();
+    if (m_line == 1 && line.compare(0, byteOrderMark.size(), byteOrderMark) == 0) {
+      line.erase(0, byteOrderMark.size());
+    }
+    if (m_rowStart == 0 && line.find_first_not_of(" \t\r\n") != std::string::npos) {
+      m_rowStart = m_line;
+    }
+    if (csv_parse(&m_parser, line.data(), line.size(), TakeField, TakeRow, this) != line.size()) {
+      if (csv_error(&m_parser) == CSV_ENOMEM) {
+        throw std::bad_alloc();
+      }
+      Fail(m_line, "a quote stands where none may be; quoted fields are \"…\", with \"\" inside");
+    }
+  }
+
+  void Finish() {
+    if (m_input.bad()) {
+      throw Failure("cannot read " + m_name);
+    }
+    if (csv_fini(&m_parser, TakeField, TakeRow, this) != 0) {
+      Fail(m_rowStart, "a quoted field that begins in this row does not end");
+    }
+  }
+
+  std::istream& m_input;
+  std::string m_name;
+  csv_parser m_parser{};
+  std::uintmax_t m_bytesRead = 0;
+  std::size_t m_line = 0;
+  std::size_t m_rowStart = 0;  // 0 between two rows
+  std::vector<std::string> m_fields;
+  std::optional<CsvRow> m_row;
+};
 
 // Writes row after row and stops at the first that fails.
 class Importer {

@@ -27,12 +27,13 @@ Result::Result(Cursor& cursor, const std::vector<LoggedLine>& log) : m_cursor(cu
 // A cursor counts the cells of the column that is second by name. Equal names share a list,
 // which then has as many cells for every row.
 void Result::CountRows() {
+  const auto cells = static_cast<std::size_t>(m_cursor.GetCount());
   if (m_counts.size() > 1) {
-    m_rowCount = m_cursor.GetCount() / std::next(m_counts.begin())->second;
+    m_rowCount = cells / std::next(m_counts.begin())->second;
   } else if (m_columns.size() > 1) {
     AddDoubt("With no other column, how many rows there are cannot be told either.");
   } else {
-    m_rowCount = m_cursor.GetCount();
+    m_rowCount = cells;
     AddDoubt(
         "The result has a single column. A cursor then counts one row, whatever there is; rows "
         "after the first cannot be reached. Give the table a second column.");
@@ -51,13 +52,14 @@ void Result::AddDoubtsOfLog(const std::vector<LoggedLine>& log) {
   }
 }
 
-std::optional<std::string> Result::Cell(int row, std::size_t column) {
+std::optional<std::string> Result::Cell(std::size_t row, std::size_t column) {
   const std::string& name = m_columns[column];
   if (m_counts[name] > 1) {
     return std::nullopt;
   }
   std::string text;
-  if (m_cursor.MoveToPosition(row) != 0 || m_cursor.GetString(name.c_str(), text) != 0) {
+  if (m_cursor.MoveToPosition(static_cast<int>(row)) != 0 ||
+      m_cursor.GetString(name.c_str(), text) != 0) {
     throw Failure("row " + std::to_string(row + 1) + " of the result lacks the column " + name);
   }
   return text;

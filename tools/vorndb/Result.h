@@ -20,10 +20,10 @@ class Result {
   Result(Cursor& cursor, const std::vector<LoggedLine>& log);
 
   const std::vector<std::string>& Columns() const { return m_columns; }
-  int RowCount() const { return m_rowCount; }
+  std::size_t RowCount() const { return m_rowCount; }
 
   // The cell, or nothing in a column whose cells are unknown.
-  std::optional<std::string> Cell(int row, std::size_t column);
+  std::optional<std::string> Cell(std::size_t row, std::size_t column);
 
   // Why the result does not show everything as it is in the database; a sentence each.
   const std::vector<std::string>& Doubts() const { return m_doubts; }
@@ -35,9 +35,9 @@ class Result {
 
   Cursor& m_cursor;
   std::vector<std::string> m_columns;
-  std::map<std::string, int> m_counts;  // how often there is a column of each name
+  std::map<std::string, std::size_t> m_counts;  // how often there is a column of each name
   std::vector<std::string> m_doubts;
-  int m_rowCount = 0;
+  std::size_t m_rowCount = 0;
 };
 
 }  // namespace vorndb

@@ -4,7 +4,9 @@
 #define VORNDB_STATEMENT_H
 
 #include <iostream>
+#include <optional>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "Commands.h"
@@ -39,18 +41,24 @@ class Statement {
 template <typename Request>
 using Generate = void (SqlGenerator::*)(Request&, std::string&);
 
-template <typename Request>
-void PrintSql(Request& request, Generate<Request> generate) {
-  std::string sql;
-  (SqlGenerator().*generate)(request, sql);
-  std::cout << sql << '\n';
-}
-
-// Runs a request on these tables, a query with its cursor. Throws Failure.
+// Runs a request on these tables, a query with its cursor; or, with --sql, prints its
+// statement and returns nothing. Throws Failure.
 template <typename Request, typename... Output>
-CallResult Execute(const DatabaseFile& file, Request& request,
-                   const std::vector<std::string>& tables,
-                   int (Database::*run)(Request&, Output&...), Output&... output) {
+std::optional<CallResult> RunOrPrint(const Arguments& arguments, Request& request,
+                                     const std::vector<std::string>& tables,
+                                     Generate<Request> generate,
+                                     int (Database::*run)(Request&, Output&...),
+                                     Output&... output) {
+  if (arguments.sql) {
+    std::string sql;
+    (SqlGenerator().*generate)(request, sql);
+    std::cout << sql << '\n';
+    return std::nullopt;
+  }
+  const DatabaseFile file(arguments.file);
+  if constexpr (!std::is_same_v<Request, CreateRequest>) {
+    file.RequireExisting();
+  }
   file.Locate(request);
   const CallResult call = Observe([&] { return (Database().*run)(request, output...); });
   file.ExpectSuccess(call, tables);

@@ -4,6 +4,7 @@
 #define VORNDB_TERMINAL_H
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -20,6 +21,26 @@ bool CanAsk();
 
 // Asks on standard error; true for an answer that begins with a "y".
 bool Ask(const std::string& question);
+
+// A bar for what takes long.
+class Progress {
+ public:
+  // Shows nothing for a total of 0, nor unless standard error is a terminal. A signal that
+  // ends the process wipes the bar away first. There may be one at a time.
+  explicit Progress(std::uintmax_t total);
+  // Wipes the bar away.
+  ~Progress();
+
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+
+  void Show(std::uintmax_t done, std::size_t rows);
+
+ private:
+  std::uintmax_t m_total;
+  std::optional<std::size_t> m_width;
+  std::optional<std::size_t> m_shown;  // percent
+};
 
 }  // namespace vorndb
 

@@ -1,0 +1,156 @@
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <system_error>
+
+#include "Commands.h"
+#include "Cursor.h"
+#include "Errors.h"
+#include "Format.h"
+#include "Result.h"
+#include "SelectRequest.h"
+#include "Statement.h"
+#include "Text.h"
+
+namespace vorndb {
+
+namespace {
+
+// Where a link leads in the end, whether there is a file or not, so that the link stays.
+std::string Followed(const std::string& path) {
+  constexpr int kMostLinks = 40;
+  std::filesystem::path followed = path;
+  std::error_code ignored;
+  for (int links = 0; std::filesystem::is_symlink(followed, ignored); ++links) {
+    if (links == kMostLinks) {
+      throw Failure("cannot write " + path);
+    }
+    followed = followed.parent_path() / std::filesystem::read_symlink(followed, ignored);
+  }
+  return followed.string();
+}
+
+// Who may read a file is not changed by writing over it, as far as the file system and the
+// user's rights allow: only root can make a file another's.
+void TakeOwnerAndMode(const std::string& old, const std::string& part) {
+  constexpr mode_t kPermissions = 0777;
+  struct stat status {};
+  if (stat(old.c_str(), &status) == 0) {
+    static_cast<void>(chown(part.c_str(), status.st_uid, status.st_gid) == 0);
+    static_cast<void>(chmod(part.c_str(), status.st_mode & kPermissions) == 0);
+  }
+}
+
+// A new file, which nobody has put there or linked to something else before.
+bool MakeAnew(const std::string& path) {
+  std::FILE* const file = std::fopen(path.c_str(), "wx");
+  return file != nullptr && std::fclose(file) == 0;
+}
+
+// A file that is there when it is whole, and not before. It is written beside the path, or
+// beside the file that a link leads to.
+class OutputFile {
+ public:
+  // Throws Failure when it cannot be written, and, unless it may be written over, when
+  // there is a file already.
+  OutputFile(const std::string& path, bool overwrite) : m_path(path) {
+    std::error_code ignored;
+    const std::filesystem::file_status status = std::filesystem::status(path, ignored);
+    if (!overwrite && std::filesystem::exists(status)) {
+      throw Failure(path + " exists; to write over it, give --force");
+    }
+    if (std::filesystem::is_directory(status)) {
+      throw Failure(path + " is a folder");
+    }
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+      throw Failure(path + " is not a plain file");
+    }
+    m_target = Followed(path);
+    const std::string part = m_target + "." + std::to_string(getpid()) + ".part";
+    if (!MakeAnew(part)) {
+      throw Failure("cannot write " + path);
+    }
+    m_part = part;
+    m_stream.open(part, std::ios::binary);
+    TakeOwnerAndMode(m_target, m_part);
+  }
+
+  // Removes what was not kept.
+  ~OutputFile() {
+    if (!m_part.empty()) {
+      static_cast<void>(std::remove(m_part.c_str()));
+    }
+  }
+
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+
+  std::ostream& Stream() { return m_stream; }
+
+  // Puts the file in its place. Throws Failure when it could not be written whole.
+  void Keep() {
+    m_stream.close();
+    std::error_code problem;
+    if (m_stream) {
+      std::filesystem::rename(m_part, m_target, problem);
+    }
+    if (!m_stream || problem) {
+      throw Failure("cannot write " + m_path);
+    }
+    m_part.clear();
+  }
+
+ private:
+  std::string m_path;    // as it was given
+  std::string m_target;  // the file itself, if that is a link
+  std::string m_part;    // to be removed, or empty
+  std::ofstream m_stream;
+};
+
+void RefuseDatabase(const Arguments& arguments) {
+  std::error_code ignored;
+  if (std::filesystem::equivalent(arguments.path, arguments.file, ignored)) {
+    throw Failure(arguments.path + " is the database itself");
+  }
+}
+
+// A file cannot warn of its gaps, so a doubtful result is not exported.
+void WriteFaithfully(Result& result, const std::string& format, std::ostream& output) {
+  Write(result, format, std::nullopt, output);
+  if (!result.Doubts().empty()) {
+    throw Failure("nothing is exported: " + result.Doubts().front());
+  }
+}
+
+}  // namespace
+
+void Export(const Arguments& arguments) {
+  if (arguments.path == "-") {
+    throw UsageError("export writes a file; for standard output there is select --format");
+  }
+  const std::string format =
+      arguments.format.empty() ? FormatOfFile(arguments.path) : arguments.format;
+  Statement<SelectRequest> statement(arguments);
+  SelectRequest& request = statement.Filled();
+  request.SetTable(arguments.table.c_str());
+  std::optional<OutputFile> output;
+  if (!arguments.sql) {
+    RefuseDatabase(arguments);
+    output.emplace(arguments.path, arguments.force);
+  }
+  Cursor cursor;
+  if (const auto call = RunOrPrint(arguments, request, {arguments.table},
+                                   &SqlGenerator::GetSelectSql, &Database::Select, cursor)) {
+    DatabaseFile(arguments.file).ExpectComplete(*call);
+    Result result(cursor, call->log);
+    WriteFaithfully(result, format, output->Stream());
+    output->Keep();
+    std::cout << CountedRows(result.RowCount()) << " written to " << arguments.path << '\n';
+  }
+}
+
+}  // namespace vorndb
