@@ -14,12 +14,13 @@
 #include "CreateRequest.h"
 #include "Cursor.h"
 #include "DatabaseParser.h"
+#include "FaultPoint.h"
 #include "JoinRequest.h"
 #include "LibraryTest.h"
 #include "OperationLines.h"
 #include "Operations.h"
-#include "ReadFault.h"
 #include "SelectRequest.h"
+#include "ShimVfs.h"
 #include "TemporaryDatabase.h"
 #include "UpsertRequest.h"
 
@@ -177,7 +178,11 @@ TEST_F(OpenDBTest, ARepeatedAttemptOverwritesTheHandle) {
 
 class OperationTest : public DatabaseTest, public ::testing::WithParamInterface<Operation> {
  protected:
-  OperationTest() { Prepare(call); }
+  OperationTest() {
+    Prepare(call);
+    answerBefore = call.Answer();
+    ForgetEvents();
+  }
 
   // Gives the caller's objects something to be kept.
   static void Prepare(operations::Call& own) {
@@ -185,10 +190,6 @@ class OperationTest : public DatabaseTest, public ::testing::WithParamInterface<
     own.cursor.SetColumn("columns");
     own.exists = true;
     ForgetEvents();
-  }
-  void ExpectKept(operations::Call& own) const {
-    EXPECT_EQ(operation.kind == operations::Kind::kSetsFlag ? "exists" : "kept columns",
-              own.Answer());
   }
   std::string StatementFunction() const {
     return operation.IsWrite() ? "sqlite3_exec" : "sqlite3_prepare";
@@ -218,6 +219,7 @@ class OperationTest : public DatabaseTest, public ::testing::WithParamInterface<
 
   const Operation& operation = GetParam();
   operations::Call call{operation, file, operation.PlainTexts()};
+  std::string answerBefore;
 };
 
 TEST_P(OperationTest, SuccessLogsOpeningGettersAndResult) {
@@ -248,7 +250,7 @@ TEST_P(OperationTest, AFailedStatementIsReportedWithSqlitesTextAndLeavesTheResul
   const Strings releases = CallsToRelease(operation.IsWrite() ? "" : "null");
   EXPECT_EQ(Joined({CallsToStatement(), errmsg, releases}), sqlite_spy::Calls());
   ExpectLastEvents(Joined({{line}, releases}));
-  ExpectKept(call);
+  EXPECT_EQ(answerBefore, call.Answer());
 }
 
 TEST_P(OperationTest, HandsItsFormatsToTheSystemLogAsTheyStand) {
@@ -290,7 +292,7 @@ TEST_P(OperationTest, AFailedOpenReadsAndRunsNothingAndLeavesTheHandle) {
   EXPECT_THAT(sqlite_spy::Calls(),
               ElementsAre("sqlite3_open(" + std::string(kMissingDirectory) + "/app.db)",
                           "sqlite3_errmsg()"));
-  ExpectKept(unopened);
+  EXPECT_EQ(answerBefore, unopened.Answer());
   EXPECT_THAT(sqlite_spy::OpenConnections(), SizeIs(1));
   sqlite_spy::CloseConnections();
 }
@@ -307,7 +309,7 @@ TEST_P(OperationTest, StaysBusyFor17AttemptsAnd15Waits) {
                     {operations::FailureLine(operation, SQLITE_BUSY, "database is locked")}}),
             fake::Lines());
   EXPECT_THAT(sqlite_spy::HeldErrorTexts(), SizeIs(operation.IsWrite() ? 16 : 0));
-  ExpectKept(call);
+  EXPECT_EQ(answerBefore, call.Answer());
   sqlite_spy::FreeErrorTexts();
 }
 
@@ -326,9 +328,7 @@ TEST_P(OperationTest, CanBeRunAgain) {
   file.Run(operations::Schema());
   EXPECT_EQ(0, call.Run(database));
   EXPECT_EQ(operation.Plain().contents, operations::Contents(file));
-  if (!operation.IsWrite()) {
-    EXPECT_EQ(operation.Plain().answer, call.Answer());
-  }
+  EXPECT_EQ(operation.Plain().answer, call.Answer());
 }
 
 TEST_P(OperationTest, AnUnsetLocationThrowsAfterTheTraceBeforeTheFileIsOpened) {
@@ -570,6 +570,8 @@ class StepFaultTest : public SelectTest {
         "INSERT INTO big SELECT i, printf('%0500d', i) FROM n");
     ForgetEvents();
   }
+  // From that read on; the schema takes the first ones.
+  void FailReads(int readsBefore, FaultPoint::Kind kind) { point.Set(readsBefore, kind); }
   void ExpectOneStepErrorAndRowsUpToIt() {
     EXPECT_THAT(fake::Lines(), Contains(fake::Line(6, "DatabasePasrser.cpp", "ParseDatabase",
                                                    "SQLITE STEP ERROR!!! SQL logic error"))
@@ -577,26 +579,23 @@ class StepFaultTest : public SelectTest {
     EXPECT_GT(cursor.GetCount(), 0);
     EXPECT_LT(cursor.GetCount(), 200);
   }
-  // The open reads the file's header, the preparation the schema.
-  static constexpr int kReadsBeforePreparing = 1;
-  static constexpr int kReadsBeforeStepping = 3;
+  FaultPoint point;
+  const ShimVfs vfs{[this](const FileEvent& event) {
+    return event.call == FileCall::kRead && point.Fails() ? SQLITE_IOERR_READ : SQLITE_OK;
+  }};
 };
 
 TEST_F(StepFaultTest, AOneShotFaultAfterSomeRowsEndsTheResultEarlyAndReturnsZero) {
-  {
-    const ReadFault fault(kReadsBeforeStepping + 6, ReadFault::Kind::kOnce);
-    EXPECT_EQ(0, Select("big"));
-    EXPECT_EQ(1, ReadFault::Failures());
-  }
+  FailReads(9, FaultPoint::Kind::kOnce);
+  EXPECT_EQ(0, Select("big"));
+  EXPECT_EQ(1, point.Failures());
   ExpectOneStepErrorAndRowsUpToIt();
 }
 
 TEST_F(StepFaultTest, APersistentFaultGivesTwoFailedStepsAndReturnsZero) {
-  {
-    const ReadFault fault(kReadsBeforeStepping + 6, ReadFault::Kind::kAlways);
-    EXPECT_EQ(0, Select("big"));
-    EXPECT_GE(ReadFault::Failures(), 2);
-  }
+  FailReads(9, FaultPoint::Kind::kAlways);
+  EXPECT_EQ(0, Select("big"));
+  EXPECT_GE(point.Failures(), 2);
   ExpectOneStepErrorAndRowsUpToIt();
 }
 
@@ -605,11 +604,9 @@ TEST_F(StepFaultTest, TheStepAfterAOneShotFaultRestartsTheStatementAndGivesARow)
   sqlite3_stmt* stmt = nullptr;
   ASSERT_EQ(SQLITE_OK, sqlite3_open(file.Path().c_str(), &db));
   ASSERT_EQ(SQLITE_OK, sqlite3_prepare(db, "SELECT * FROM big", -1, &stmt, nullptr));
-  {
-    const ReadFault fault(4, ReadFault::Kind::kOnce);
-    EXPECT_EQ(SQLITE_ROW, DatabaseParser().ParseDatabase(db, stmt, cursor));
-    EXPECT_EQ(1, ReadFault::Failures());
-  }
+  FailReads(4, FaultPoint::Kind::kOnce);
+  EXPECT_EQ(SQLITE_ROW, DatabaseParser().ParseDatabase(db, stmt, cursor));
+  EXPECT_EQ(1, point.Failures());
   ExpectOneStepErrorAndRowsUpToIt();
   // It was the first row again that the last step gave.
   EXPECT_EQ(1, sqlite3_column_int(stmt, 0));
@@ -618,7 +615,7 @@ TEST_F(StepFaultTest, TheStepAfterAOneShotFaultRestartsTheStatementAndGivesARow)
 }
 
 TEST_F(StepFaultTest, AFaultInThePreparationIsReturned) {
-  const ReadFault fault(kReadsBeforePreparing, ReadFault::Kind::kAlways);
+  FailReads(1, FaultPoint::Kind::kAlways);
   EXPECT_EQ(SQLITE_IOERR, Select("big"));
   EXPECT_EQ(-1, cursor.GetCount());
   EXPECT_THAT(fake::Lines(), Contains(Line(6, "Select", "SELECT FAILED[10]: disk I/O error")));
