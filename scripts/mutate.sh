@@ -1,22 +1,32 @@
 #!/usr/bin/env bash
-# Changes src/ in small ways and tells whether the tests notice; fails when fewer
-# changes are noticed than must be, or when one is not, and tests/mutation/equivalent.txt
-# does not tell why:
+# Mutation testing: makes small changes to the sources and fails if the tests do not notice
+# one that tests/mutation/equivalent.txt does not list:
 #
-#   scripts/mutate.sh                       all changes, for a quarter of an hour
-#   scripts/mutate.sh --sample 40           some, the same ones every time
-#   scripts/mutate.sh --sample 40 --seed 7  others
-#   scripts/mutate.sh --only src/Cursor.cpp
-#   scripts/mutate.sh --label fault         with other tests than the quick ones
-#   scripts/mutate.sh --list                prints them
-#
-# --help tells the other options.
+#   scripts/mutate.sh [--sample 30 [--seed 7]]   all mutants of src/, or some of them
+#   scripts/mutate.sh --only src/Cursor.cpp      those of the files that begin so
+#   scripts/mutate.sh --label '^fault$'          with other tests, by ctest's labels
 
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 # shellcheck source=scripts/lib/packages.sh
 source scripts/lib/packages.sh
-
-export LC_ALL=C.UTF-8 PYTHONDONTWRITEBYTECODE=1
+require_arguments '(--.*)?' "$@"
 require_packages "${test_packages[@]}" "${mutation_packages[@]}"
-exec python3 scripts/lib/mutate.py "$@"
+
+run_quietly '== release: configure' cmake --preset release
+run_quietly '== release: build' cmake --build --preset release
+# Assertions stop what steps out of a container, as the sanitizers do.
+for worker in build/mutation/{1,2}; do
+  git -c safe.directory="$PWD" ls-files --cached --others --exclude-standard |
+    while IFS= read -r file; do
+      cmp -s "$file" "$worker/tree/$file" || install -D "$file" "$worker/tree/$file"
+    done
+  run_quietly "== ${worker#build/}: configure" cmake -G Ninja -S "$worker/tree" \
+    -B "$worker/build" -DCMAKE_EXPORT_COMPILE_COMMANDS=ON -DVORN_INSTALL=OFF \
+    -DCMAKE_CXX_FLAGS='-O1 -w -D_GLIBCXX_ASSERTIONS' \
+    -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_EXAMPLES=OFF -DVORN_BUILD_TOOLS=OFF
+  run_quietly "== ${worker#build/}: build" cmake --build "$worker/build"
+done
+exec env GTEST_FAIL_FAST=1 /usr/bin/python3 -B scripts/lib/mutate.py --only src/ \
+  --label '^(unit|heap|leaks|threads)$' "$@" tests/mutation/equivalent.txt \
+  build/release build/mutation/{1,2}
