@@ -29,8 +29,8 @@ template <typename Request>
 void WriteRows(const Arguments& arguments, Generate<Request> generate,
                int (Database::*run)(Request&)) {
   Statement<Request> statement(arguments);
-  statement.Filled().SetTable(arguments.table.c_str());
-  RunOrPrint(arguments, statement.Filled(), {arguments.table}, generate, run);
+  statement.request.SetTable(arguments.table.c_str());
+  RunOrPrint(arguments, statement.request, {arguments.table}, generate, run);
 }
 
 std::vector<std::string> AllColumns(const Arguments& arguments) {
@@ -103,7 +103,7 @@ void Create(const Arguments& arguments) {
   Fill(request, arguments);
   const auto call = RunOrPrint(arguments, request, {table}, &SqlGenerator::GetCreateTableSql,
                                &Database::CreateTable);
-  if (call && DatabaseFile(arguments.file).IsMissing(table)) {
+  if (call && DatabaseFile(arguments.file).LacksTable(table)) {
     Tell("nothing is created: in " + arguments.file + " there is a view " + table +
          ", or a table that differs in capital letters");
   }
@@ -126,10 +126,12 @@ void Delete(const Arguments& arguments) {
     throw UsageError("--all and --where contradict each other");
   }
   if (!arguments.sql && !arguments.all && arguments.where.empty()) {
-    if (!CanAsk()) {
+    const auto meant =
+        Ask("Delete every row of " + arguments.table + " in " + arguments.file + "?");
+    if (!meant) {
       throw UsageError("delete without --where takes every row; if that is meant, give --all");
     }
-    if (!Ask("Delete every row of " + arguments.table + " in " + arguments.file + "?")) {
+    if (!*meant) {
       throw Failure("nothing is deleted");
     }
   }
@@ -138,7 +140,7 @@ void Delete(const Arguments& arguments) {
 
 void Select(const Arguments& arguments) {
   Statement<SelectRequest> statement(arguments);
-  SelectRequest& request = statement.Filled();
+  SelectRequest& request = statement.request;
   request.SetTable(arguments.table.c_str());
   Cursor cursor;
   if (const auto call = RunOrPrint(arguments, request, {arguments.table},
@@ -151,7 +153,7 @@ void Join(const Arguments& arguments) {
   const TableColumn& left = arguments.left;
   const TableColumn& right = arguments.right;
   Statement<JoinRequest> statement(arguments);
-  JoinRequest& request = statement.Filled();
+  JoinRequest& request = statement.request;
   request.SetLeftJoin(left.table.c_str(), left.column.c_str());
   request.SetRightJoin(right.table.c_str(), right.column.c_str());
   Cursor cursor;

@@ -67,24 +67,24 @@ void DatabaseFile::RequireExisting() const {
   }
 }
 
-CallResult DatabaseFile::LookFor(const std::string& table, bool& exists) const {
+bool DatabaseFile::HasTable(const std::string& table) const {
   BasePath location;
   Locate(location);
   const std::string name = Quoted(table);
-  return Observe([&] { return Database().CheckExistTable(location, name.c_str(), exists); });
-}
-
-bool DatabaseFile::IsMissing(const std::string& table) const {
   bool exists = false;
-  return LookFor(table, exists).result == 0 && !exists;
-}
-
-bool DatabaseFile::HasTable(const std::string& table) const {
-  bool exists = false;
-  const CallResult call = LookFor(table, exists);
+  const CallResult call =
+      Observe([&] { return Database().CheckExistTable(location, name.c_str(), exists); });
   ExpectSuccess(call, {});
   ExpectComplete(call);
   return exists;
+}
+
+bool DatabaseFile::LacksTable(const std::string& table) const {
+  try {
+    return !HasTable(table);
+  } catch (const Failure&) {
+    return false;
+  }
 }
 
 void DatabaseFile::ExpectSuccess(const CallResult& call,
@@ -110,7 +110,7 @@ std::string DatabaseFile::Explain(int result, const std::vector<std::string>& ta
     case SQLITE_ERROR:
       // The platform may have made SQLite's message unreadable; then the table is looked for.
       for (const std::string& table : tables) {
-        if (message == "no such table: " + table || (message.empty() && IsMissing(table))) {
+        if (message == "no such table: " + table || (message.empty() && LacksTable(table))) {
           return "the table " + table + " does not exist in " + m_path;
         }
       }

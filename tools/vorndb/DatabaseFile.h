@@ -42,7 +42,7 @@ class DatabaseFile {
   bool HasTable(const std::string& table) const;
 
   // Whether there is no such table; false when that is unknown.
-  bool IsMissing(const std::string& table) const;
+  bool LacksTable(const std::string& table) const;
 
   // Throws Failure, in plain words, unless the result of a call on these tables is 0.
   void ExpectSuccess(const CallResult& call, const std::vector<std::string>& tables) const;
@@ -51,7 +51,6 @@ class DatabaseFile {
   void ExpectComplete(const CallResult& call) const;
 
  private:
-  CallResult LookFor(const std::string& table, bool& exists) const;
   std::string Explain(int result, const std::vector<std::string>& tables,
                       const std::string& message) const;
 

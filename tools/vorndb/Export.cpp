@@ -20,18 +20,14 @@ namespace vorndb {
 
 namespace {
 
-// Where a link leads in the end, whether there is a file or not, so that the link stays.
-std::string Followed(const std::string& path) {
+// The end of a chain of links, whether there is a file or not, so that the links stay.
+std::string Followed(std::filesystem::path path) {
   constexpr int kMostLinks = 40;
-  std::filesystem::path followed = path;
   std::error_code ignored;
-  for (int links = 0; std::filesystem::is_symlink(followed, ignored); ++links) {
-    if (links == kMostLinks) {
-      throw Failure("cannot write " + path);
-    }
-    followed = followed.parent_path() / std::filesystem::read_symlink(followed, ignored);
+  for (int links = 0; links < kMostLinks && std::filesystem::is_symlink(path, ignored); ++links) {
+    path = path.parent_path() / std::filesystem::read_symlink(path, ignored);
   }
-  return followed.string();
+  return path.string();
 }
 
 // Who may read a file is not changed by writing over it, as far as the file system and the
@@ -71,7 +67,8 @@ class OutputFile {
     }
     m_target = Followed(path);
     const std::string part = m_target + "." + std::to_string(getpid()) + ".part";
-    if (!MakeAnew(part)) {
+    // A loop of links, among others, has no status.
+    if (status.type() == std::filesystem::file_type::none || !MakeAnew(part)) {
       throw Failure("cannot write " + path);
     }
     m_part = part;
@@ -135,7 +132,7 @@ void Export(const Arguments& arguments) {
   const std::string format =
       arguments.format.empty() ? FormatOfFile(arguments.path) : arguments.format;
   Statement<SelectRequest> statement(arguments);
-  SelectRequest& request = statement.Filled();
+  SelectRequest& request = statement.request;
   request.SetTable(arguments.table.c_str());
   std::optional<OutputFile> output;
   if (!arguments.sql) {

@@ -124,95 +124,72 @@ class CsvReader {
   std::optional<CsvRow> m_row;
 };
 
-// Writes row after row and stops at the first that fails.
-class Importer {
- public:
-  Importer(const Arguments& arguments, std::istream& input, const std::string& name)
-      : m_upsert(arguments), m_reader(input, name) {}
-
-  std::size_t Run(Progress& progress) {
-    if (!m_upsert.sql) {
-      DatabaseFile(m_upsert.file).RequireExisting();
-    }
-    ReadHeader();
-    while (const auto row = NextRow()) {
-      Write(*row);
-      ++m_count;
-      progress.Show(m_reader.BytesRead(), m_count);
-    }
-    return m_count;
+// The first row names the columns.
+std::vector<Assignment> ReadHeader(CsvReader& reader) {
+  const auto header = reader.Next();
+  if (!header) {
+    reader.Fail(1, "there is no line that names the columns");
   }
-
- private:
-  // The first row names the columns.
-  void ReadHeader() {
-    const auto header = m_reader.Next();
-    if (!header) {
-      m_reader.Fail(1, "there is no line that names the columns");
-    }
-    try {
-      for (const std::string& name : header->fields) {
-        if (name.find('\0') != std::string::npos) {
-          throw UsageError(
-              "the name of a column holds a NUL; is the file UTF-16? It has to be UTF-8");
-        }
-        RequirePlainName("column", name);
-        m_upsert.values.push_back({name, ""});
+  std::vector<Assignment> columns;
+  try {
+    for (const std::string& name : header->fields) {
+      if (name.find('\0') != std::string::npos) {
+        throw UsageError(
+            "the name of a column holds a NUL; is the file UTF-16? It has to be UTF-8");
       }
-      RequireDistinct(header->fields);
-    } catch (const UsageError& error) {
-      m_reader.Fail(header->line, error.what());
+      RequirePlainName("column", name);
+      columns.push_back({name, ""});
     }
+    RequireDistinct(header->fields);
+  } catch (const UsageError& error) {
+    reader.Fail(header->line, error.what());
   }
+  return columns;
+}
 
-  std::optional<CsvRow> NextRow() {
-    try {
-      return m_reader.Next();
-    } catch (const Failure& failure) {
-      throw Failure(failure.what() + CountBefore());
-    }
+// Throws Failure for fields that are no values of the columns.
+void SetFields(std::vector<Assignment>& columns, const std::vector<std::string>& fields) {
+  if (fields.size() != columns.size()) {
+    throw Failure("it has " + std::to_string(fields.size()) + " fields, and the header has " +
+                  std::to_string(columns.size()));
   }
-
-  void Write(const CsvRow& row) {
-    std::vector<Assignment>& values = m_upsert.values;
-    if (row.fields.size() != values.size()) {
-      Fail(row, "it has " + std::to_string(row.fields.size()) + " fields, and the header has " +
-                    std::to_string(values.size()));
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    if (fields[i].find('\0') != std::string::npos) {
+      throw Failure("the value of " + columns[i].column + " holds a NUL, where a text ends");
     }
-    for (std::size_t i = 0; i < values.size(); ++i) {
-      if (row.fields[i].find('\0') != std::string::npos) {
-        Fail(row, "the value of " + values[i].column + " holds a NUL, where a text ends");
+    columns[i].value = fields[i];
+  }
+}
+
+// Writes row after row and stops at the first that fails. A total of 0 bytes is unknown.
+std::size_t ImportRows(Arguments upsert, CsvReader& reader, std::uintmax_t total) {
+  if (!upsert.sql) {
+    DatabaseFile(upsert.file).RequireExisting();
+  }
+  Progress progress(upsert.sql || upsert.verbose ? 0 : total);
+  upsert.values = ReadHeader(reader);
+  std::size_t count = 0;
+  try {
+    while (const auto row = reader.Next()) {
+      try {
+        SetFields(upsert.values, row->fields);
+        Upsert(upsert);
+      } catch (const Failure& failure) {
+        reader.Fail(row->line, failure.what());
       }
-      values[i].value = row.fields[i];
+      progress.Show(reader.BytesRead(), ++count);
     }
-    try {
-      Upsert(m_upsert);
-    } catch (const Failure& failure) {
-      Fail(row, failure.what());
-    }
+  } catch (const Failure& failure) {
+    const std::string before = "; rows before it that are written: " + std::to_string(count);
+    throw Failure(failure.what() + (upsert.sql ? "" : before));
   }
+  return count;
+}
 
-  [[noreturn]] void Fail(const CsvRow& row, const std::string& problem) const {
-    m_reader.Fail(row.line, problem + CountBefore());
-  }
-
-  std::string CountBefore() const {
-    return m_upsert.sql ? "" : "; rows before it that are written: " + std::to_string(m_count);
-  }
-
-  Arguments m_upsert;
-  CsvReader m_reader;
-  std::size_t m_count = 0;
-};
-
-// A total of 0 bytes is unknown.
 void ImportFrom(std::istream& input, const std::string& name, std::uintmax_t total,
                 const Arguments& arguments) {
-  std::size_t count = 0;
-  {
-    Progress progress(arguments.sql || arguments.verbose ? 0 : total);
-    count = Importer(arguments, input, name).Run(progress);
-  }
+  CsvReader reader(input, name);
+  const std::size_t count = ImportRows(arguments, reader, total);
   if (!arguments.sql) {
     std::cout << CountedRows(count) << " written to " << arguments.table << '\n';
   }

@@ -110,14 +110,15 @@ std::string Quoted(const std::string& value) {
   return text.substr(1, text.size() - 2);
 }
 
-NameBlock::NameBlock(const std::vector<Assignment>& assignments) {
+std::string NamesOf(const std::vector<Assignment>& assignments) {
+  std::string names;
   std::vector<std::string> columns;
   for (const Assignment& assignment : assignments) {
-    m_starts.push_back(m_block.size());
-    m_block += assignment.column + '\0';
+    names += assignment.column + '\0';
     columns.push_back(assignment.column);
   }
   RequireDistinct(columns);
+  return names;
 }
 
 }  // namespace vorndb

@@ -4,7 +4,6 @@
 #ifndef VORNDB_NAMES_H
 #define VORNDB_NAMES_H
 
-#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -44,18 +43,9 @@ void RequireDistinct(const std::vector<std::string>& columns);
 // The text with each single quote doubled, as the library needs values.
 std::string Quoted(const std::string& value);
 
-// Distinct column names. The library keeps the pointers to them and lists columns in the
-// order of their addresses: in a single block that is the order of the command line.
-class NameBlock {
- public:
-  explicit NameBlock(const std::vector<Assignment>& assignments);
-
-  const char* operator[](std::size_t index) const { return m_block.c_str() + m_starts[index]; }
-
- private:
-  std::string m_block;
-  std::vector<std::size_t> m_starts;
-};
+// The names of distinct columns, each with a NUL. The library keeps pointers to names and
+// lists columns in the order of addresses: in one text that is the command line's order.
+std::string NamesOf(const std::vector<Assignment>& assignments);
 
 }  // namespace vorndb
 

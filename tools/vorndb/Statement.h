@@ -18,24 +18,24 @@ namespace vorndb {
 
 // A request with the values and conditions of the command line. It refers to their names.
 template <typename Request>
-class Statement {
- public:
+struct Statement {
   explicit Statement(const Arguments& arguments)
-      : m_values(arguments.values), m_conditions(arguments.where) {
-    for (std::size_t i = 0; i < arguments.values.size(); ++i) {
-      m_request.SetData(m_values[i], Quoted(arguments.values[i].value).c_str());
+      : values(NamesOf(arguments.values)), conditions(NamesOf(arguments.where)) {
+    const char* name = values.c_str();
+    for (const auto& [column, value] : arguments.values) {
+      request.SetData(name, Quoted(value).c_str());
+      name += column.size() + 1;
     }
-    for (std::size_t i = 0; i < arguments.where.size(); ++i) {
-      m_request.SetWhere(m_conditions[i], Quoted(arguments.where[i].value).c_str());
+    name = conditions.c_str();
+    for (const auto& [column, value] : arguments.where) {
+      request.SetWhere(name, Quoted(value).c_str());
+      name += column.size() + 1;
     }
   }
 
-  Request& Filled() { return m_request; }
-
- private:
-  NameBlock m_values;
-  NameBlock m_conditions;
-  Request m_request;
+  std::string values;
+  std::string conditions;
+  Request request;
 };
 
 template <typename Request>

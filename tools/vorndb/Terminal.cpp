@@ -54,9 +54,10 @@ std::optional<std::size_t> TerminalWidth(int descriptor) {
 
 void Tell(const std::string& message) { std::cerr << "vorndb: " + Printable(message) + '\n'; }
 
-bool CanAsk() { return isatty(STDIN_FILENO) != 0 && isatty(STDERR_FILENO) != 0; }
-
-bool Ask(const std::string& question) {
+std::optional<bool> Ask(const std::string& question) {
+  if (isatty(STDIN_FILENO) == 0 || isatty(STDERR_FILENO) == 0) {
+    return std::nullopt;
+  }
   std::cerr << Printable(question) + " [y/N] ";
   std::string answer;
   if (!std::getline(std::cin, answer)) {

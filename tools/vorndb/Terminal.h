@@ -16,11 +16,9 @@ std::optional<std::size_t> TerminalWidth(int descriptor);
 // Writes a message of the tool to standard error, on a line of its own.
 void Tell(const std::string& message);
 
-// Whether somebody can be asked.
-bool CanAsk();
-
-// Asks on standard error; true for an answer that begins with a "y".
-bool Ask(const std::string& question);
+// Asks on standard error; true for an answer that begins with a "y". Nothing if there is
+// nobody to ask.
+std::optional<bool> Ask(const std::string& question);
 
 // A bar for what takes long.
 class Progress {

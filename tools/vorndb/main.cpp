@@ -40,44 +40,41 @@ class Command {
     });
   }
 
-  // An option, or a positional argument, which has no form, parsed into a member.
+  // An option, or a required positional argument, which has no form, parsed into a member.
   template <typename Member, typename Parsed>
   Command& One(const std::string& name, Member& member, Parse<Parsed> parse,
                const std::string& form, const std::string& description) {
     const auto keep = [&member, parse](const std::string& text) { member = parse(text); };
-    m_last = m_command->add_option_function<std::string>(name, keep, description)->type_name(form);
+    m_command->add_option_function<std::string>(name, keep, description)
+        ->type_name(form)
+        ->required(form.empty());
     return *this;
   }
 
-  // The same for several texts.
+  // The same for any number of texts.
   template <typename Parsed>
   Command& List(const std::string& name, std::vector<Parsed>& members, Parse<Parsed> parse,
-                const std::string& form, const std::string& description) {
+                const std::string& form, const std::string& description, bool required = false) {
     using Texts = std::vector<std::string>;
     const auto keep = [&members, parse](const Texts& texts) {
       std::transform(texts.begin(), texts.end(), std::back_inserter(members), parse);
     };
-    m_last = m_command->add_option_function<Texts>(name, keep, description)->type_name(form);
+    m_command->add_option_function<Texts>(name, keep, description)
+        ->type_name(form)
+        ->required(required);
     return *this;
   }
 
   Command& Flag(const std::string& name, bool& member, const std::string& description) {
-    m_last = m_command->add_flag(name, member, description);
+    m_command->add_flag(name, member, description);
     return *this;
   }
 
-  Command& Required() {
-    m_last->required();
-    return *this;
-  }
-
-  Command& Table() {
-    return One("TABLE", m_arguments.table, ParseTable, "", "The table").Required();
-  }
+  Command& Table() { return One("TABLE", m_arguments.table, ParseTable, "", "The table"); }
 
   Command& Values() {
-    return List("VALUES", m_arguments.values, ParseAssignment, "", "What to write: COLUMN=VALUE…")
-        .Required();
+    return List("VALUES", m_arguments.values, ParseAssignment, "", "What to write: COLUMN=VALUE…",
+                true);
   }
 
   Command& Where(Parse<Assignment> parse, const std::string& more = "") {
@@ -95,14 +92,13 @@ class Command {
   }
 
   Command& Path(const std::string& name, const std::string& description) {
-    m_last = m_command->add_option(name, m_arguments.path, description)->type_name("");
-    return Required();
+    m_command->add_option(name, m_arguments.path, description)->type_name("")->required();
+    return *this;
   }
 
  private:
   Arguments& m_arguments;
   CLI::App* m_command;
-  CLI::Option* m_last = nullptr;
 };
 
 void DeclareWrites(CLI::App& app, Arguments& arguments) {
@@ -140,9 +136,7 @@ void DeclareReads(CLI::App& app, Arguments& arguments) {
   Command(app, arguments, "join", Join, "Read the rows of two tables that have a value in common",
           "vorndb -f app.db join contact.uid note.owner --where note.kind=2")
       .One("LEFT", arguments.left, ParseTableColumn, "", "TABLE.COLUMN")
-      .Required()
       .One("RIGHT", arguments.right, ParseTableColumn, "", "TABLE.COLUMN")
-      .Required()
       .Where(ParseJoinCondition, "; a column may be TABLE.COLUMN")
       .Format()
       .Wide();
