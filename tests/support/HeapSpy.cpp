@@ -31,6 +31,12 @@ thread_local int blocksHeld = 0;
 
 bool IsWatching() { return watching && !HeapPause::IsOn(); }
 
+void NoteBlock(const char* word) {
+  if (IsWatching()) {
+    Note(word);
+  }
+}
+
 // Precedes every block.
 struct alignas(std::max_align_t) Tag {
   unsigned watch;  // in which the block was taken; 0: in none
@@ -53,7 +59,7 @@ void Release(void* block) {
   if (block == nullptr) {
     return;
   }
-  Note("release");
+  NoteBlock("release");
   Tag* const tag = static_cast<Tag*>(block) - 1;
   if (tag->watch != 0 && tag->watch == watch) {
     --blocksHeld;
@@ -130,7 +136,7 @@ std::vector<std::string> Events() {
 }
 
 void Note(const char* word) {
-  if (IsWatching() && eventCount < events.size()) {
+  if (watching && eventCount < events.size()) {
     events[eventCount++] = word;
   }
 }
@@ -138,12 +144,12 @@ void Note(const char* word) {
 }  // namespace heap_spy
 
 void* operator new(std::size_t size) {
-  heap_spy::Note("allocate");
+  heap_spy::NoteBlock("allocate");
   return heap_spy::Allocate(size);
 }
 
 void* operator new[](std::size_t size) {
-  heap_spy::Note("allocate");
+  heap_spy::NoteBlock("allocate");
   void* const block = heap_spy::Allocate(size);
   heap_spy::AddArray(block, size);
   return block;

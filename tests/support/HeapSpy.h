@@ -26,7 +26,7 @@ std::vector<std::size_t> ArraysHeld();
 std::vector<std::size_t> ArraysReleased();
 
 // What happened since Start, in order: "allocate", "release", and the words of
-// Note, which must be literals.
+// Note, which must be literals and may come from the fakes.
 std::vector<std::string> Events();
 void Note(const char* word);
 

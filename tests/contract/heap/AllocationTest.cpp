@@ -1,9 +1,6 @@
-// What the library takes from the heap, and when.
+// Allocations of the library, and their order.
 
-#include <VornLogger.h>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,21 +9,31 @@
 #include "CreateRequest.h"
 #include "Cursor.h"
 #include "Database.h"
-#include "DeleteRequest.h"
-#include "DropRequest.h"
+#include "FieldCases.h"
 #include "HeapSpy.h"
 #include "JoinRequest.h"
+#include "LibraryTest.h"
 #include "SelectRequest.h"
-#include "SqlGenerator.h"
-#include "UpdateRequest.h"
-#include "UpsertRequest.h"
 
 namespace {
 
 using ::testing::ElementsAre;
 
-class AllocationTest : public ::testing::Test {
+class AllocationTest : public LibraryTest {
  protected:
+  AllocationTest() {
+    journal::Listen([](journal::Kind kind, const std::string& event) {
+      for (const char* word : {"make", "lock", "unlock", "destroy", "ConvertToSecureLog"}) {
+        if (kind != journal::Kind::kLog && event.find(word) == 0) {
+          heap_spy::Note(word);
+        }
+      }
+      if (kind == journal::Kind::kLog) {
+        heap_spy::Note("log");
+      }
+    });
+  }
+
   // The events of an action.
   template <typename Action>
   static std::vector<std::string> EventsOf(Action action) {
@@ -54,19 +61,16 @@ TEST_F(AllocationTest, TheDirectLogPathTakesNothing) {
   Database database;
   int count = 15;
   EXPECT_THAT(EventsOf([&] { database.IsRetryLimit(count); }), ElementsAre("log"));
-  std::string value;
   EXPECT_THAT(EventsOf([&] { cursor.MoveToNext(); }), ElementsAre("log"));
   EXPECT_THAT(EventsOf([&] { Database(); }), ElementsAre("log", "log"));
 }
 
-// One text for the conversion, one from it: both released after the line.
-TEST_F(AllocationTest, TheProtectedLogPathReleasesItsTextsAfterTheLine) {
+// The text for the conversion is released before the record, the converted one after it.
+TEST_F(AllocationTest, TheProtectedLogPathBuildsOneTextAndReleasesTheConvertedOneAfterTheRecord) {
   SelectRequest request;
-  VornLogger::GetInstance()->SetEncryptionFlag(true);
-  const auto events = EventsOf([&] { request.SetTable(nullptr); });
-  VornLogger::GetInstance()->SetEncryptionFlag(false);
-  // The text is moved through the conversion, so it is one block all the way.
-  EXPECT_THAT(events, ElementsAre("allocate", "convert", "log", "release"));
+  fake::SetEncryption(true);
+  EXPECT_THAT(EventsOf([&] { request.SetTable(nullptr); }),
+              ElementsAre("allocate", "ConvertToSecureLog", "release", "log", "release"));
 }
 
 TEST_F(AllocationTest, SetDataBuildsBothTextsUnderTheLockAndReleasesAfterIt) {
@@ -94,27 +98,13 @@ TEST_F(AllocationTest, AColumnGrowsUnderTheLock) {
               ElementsAre("make", "lock", "allocate", "release", "unlock", "destroy"));
 }
 
-TEST_F(AllocationTest, ANewColumnEntryIsTakenUnderTheLock) {
-  BaseSet set;
-  EXPECT_THAT(EventsOf([&] { set.SetData("age", "1"); }),
-              ElementsAre("make", "lock", "allocate", "unlock", "destroy"));
-}
-
-TEST_F(AllocationTest, AValueThatIsIgnoredTakesNoEntry) {
+TEST_F(AllocationTest, AnEntryIsTakenUnderTheLockUnlessTheValueIsIgnored) {
   BaseSet set;
   const char* const column = "age";
-  set.SetData(column, "1");
+  EXPECT_THAT(EventsOf([&] { set.SetData(column, "1"); }),
+              ElementsAre("make", "lock", "allocate", "unlock", "destroy"));
   EXPECT_THAT(EventsOf([&] { set.SetData(column, "2"); }),
               ElementsAre("make", "lock", "unlock", "destroy"));
-}
-
-TEST_F(AllocationTest, AFailedConversionReleasesWithoutUnlock) {
-  EXPECT_THAT(EventsOf([&] {
-                EXPECT_ANY_THROW(cursor.SetData(longColumn, nullptr));
-                heap_spy::Stop();
-              }),
-              ::testing::IsSupersetOf({"make", "lock", "allocate", "release", "destroy"}));
-  EXPECT_THAT(heap_spy::Events(), ::testing::Not(::testing::Contains("unlock")));
 }
 
 // The name joins the list first, then the map; both under the lock.
@@ -127,14 +117,14 @@ TEST_F(AllocationTest, SetColumnChangesTheListAndThenTheMapUnderTheLock) {
               ElementsAre("make", "lock", "unlock", "destroy"));
 }
 
+// The cells of the column, its name and its entry, and its name in the list, which
+// keeps its room.
 TEST_F(AllocationTest, InitializeReleasesTheContentUnderTheLock) {
   cursor.SetColumn(longColumn);
   cursor.SetData(longColumn, "1");
-  const auto events = EventsOf([&] { cursor.Initialize(); });
-  // The cells of the column, its name and its entry, and its name in the list, which
-  // keeps its room.
-  EXPECT_THAT(events, ElementsAre("make", "lock", "release", "release", "release", "release",
-                                  "unlock", "destroy"));
+  EXPECT_THAT(
+      EventsOf([&] { cursor.Initialize(); }),
+      ElementsAre("make", "lock", "release", "release", "release", "release", "unlock", "destroy"));
 }
 
 TEST_F(AllocationTest, SetColumnKeyAppendsUnderTheLock) {
@@ -149,51 +139,6 @@ TEST_F(AllocationTest, ACursorTracesBeforeItReleases) {
   EXPECT_THAT(EventsOf([&] { other.reset(); }), ElementsAre("log", "release", "release"));
 }
 
-template <typename Request>
-class TableAllocationTest : public AllocationTest {};
-using TableRequests = ::testing::Types<SelectRequest, UpdateRequest, UpsertRequest, DeleteRequest,
-                                       DropRequest, CreateRequest>;
-TYPED_TEST_SUITE(TableAllocationTest, TableRequests);
-
-TYPED_TEST(TableAllocationTest, TracesBeforeItStoresReadsAndReleases) {
-  std::optional<TypeParam> request(std::in_place);
-  EXPECT_THAT(this->EventsOf([&] { request->SetTable(this->longValue); }),
-              ElementsAre("log", "allocate"));
-  std::string table;
-  EXPECT_THAT(this->EventsOf([&] { request->GetTable(table); }), ElementsAre("log", "allocate"));
-  EXPECT_THAT(this->EventsOf([&] { request.reset(); }), ElementsAre("log", "release"));
-}
-
-// A pair of texts of a request, such as a key.
-template <typename Request, void (Request::*set)(const char*, const char*),
-          void (Request::*get)(std::string&, std::string&)>
-struct TextPair {
-  using Owner = Request;
-  static void Set(Request& request, const char* text) { (request.*set)(text, text); }
-  static void Get(Request& request, std::string& first, std::string& second) {
-    (request.*get)(first, second);
-  }
-};
-template <typename Pair>
-class TextPairAllocationTest : public AllocationTest {};
-using TextPairs = ::testing::Types<
-    TextPair<CreateRequest, &CreateRequest::SetPrimaryKey, &CreateRequest::GetPrimaryKey>,
-    TextPair<CreateRequest, &CreateRequest::SetCompositeKey, &CreateRequest::GetCompositeKey>,
-    TextPair<JoinRequest, &JoinRequest::SetLeftJoin, &JoinRequest::GetLeftJoin>,
-    TextPair<JoinRequest, &JoinRequest::SetRightJoin, &JoinRequest::GetRightJoin>>;
-TYPED_TEST_SUITE(TextPairAllocationTest, TextPairs);
-
-TYPED_TEST(TextPairAllocationTest, TracesBeforeItStoresReadsAndReleases) {
-  std::optional<typename TypeParam::Owner> request(std::in_place);
-  EXPECT_THAT(this->EventsOf([&] { TypeParam::Set(*request, this->longValue); }),
-              ElementsAre("log", "allocate", "allocate"));
-  std::string first;
-  std::string second;
-  EXPECT_THAT(this->EventsOf([&] { TypeParam::Get(*request, first, second); }),
-              ElementsAre("log", "allocate", "allocate"));
-  EXPECT_THAT(this->EventsOf([&] { request.reset(); }), ElementsAre("log", "release", "release"));
-}
-
 TEST_F(AllocationTest, AColumnListIsCopiedAfterTheTrace) {
   CreateRequest request;
   request.SetColumnKey("age", "TEXT");
@@ -204,48 +149,60 @@ TEST_F(AllocationTest, AColumnListIsCopiedAfterTheTrace) {
   EXPECT_THAT(EventsOf([&] { cursor.GetColumn(columns); }), ElementsAre("log", "allocate"));
 }
 
-// Each operation of a request traces itself, so the first event is the reading of the
-// table, or of the left side.
-template <typename Request>
-void ExpectTheStatementReadsTheTableFirst(void (SqlGenerator::*generate)(Request&, std::string&)) {
-  Request request;
-  request.SetData("age", 1);
-  request.SetWhere("uid", 1);
-  SqlGenerator generator;
-  std::string sql;
-  heap_spy::Start();
-  (generator.*generate)(request, sql);
-  heap_spy::Stop();
-  EXPECT_EQ("log", heap_spy::Events().front()) << sql;
-}
-
+// Each getter of a request traces itself, so that of the table, or of the left side, comes
+// before the maps are copied.
 TEST_F(AllocationTest, AStatementReadsTheTableFirst) {
-  ExpectTheStatementReadsTheTableFirst(&SqlGenerator::GetSelectSql);
-  ExpectTheStatementReadsTheTableFirst(&SqlGenerator::GetJoinSql);
-  ExpectTheStatementReadsTheTableFirst(&SqlGenerator::GetUpsertSql);
-  ExpectTheStatementReadsTheTableFirst(&SqlGenerator::GetUpdateSql);
-  ExpectTheStatementReadsTheTableFirst(&SqlGenerator::GetDeleteSql);
+  for (const operations::RequestClass& each : operations::RequestClasses()) {
+    const auto request = each.make();
+    if (each.isSet) {
+      dynamic_cast<BaseSet&>(*request).SetData("age", 1);
+      dynamic_cast<BaseSet&>(*request).SetWhere("uid", 1);
+    }
+    std::string sql;
+    if (each.isTraced) {
+      EXPECT_EQ("log", EventsOf([&] { each.generate(*request, sql); }).front()) << each.name;
+    }
+  }
 }
 
 TEST_F(AllocationTest, TextsAreReleasedInTheOrderOfTheMembers) {
-  heap_spy::Start();
-  {
+  EventsOf([] {
     CreateRequest request;
     request.SetCompositeKey("1234", "12345");
     request.SetPrimaryKey("12", "123");
     request.SetTable("1");
     request.SetPath("123456", "1234567");
-  }
-  heap_spy::Stop();
+  });
   EXPECT_THAT(heap_spy::ArraysReleased(), ElementsAre(2, 3, 4, 5, 6, 7, 8));
-  heap_spy::Start();
-  {
+  EventsOf([] {
     JoinRequest request;
     request.SetRightJoin("123", "1234");
     request.SetLeftJoin("1", "12");
-  }
-  heap_spy::Stop();
+  });
   EXPECT_THAT(heap_spy::ArraysReleased(), ElementsAre(2, 3, 4, 5));
 }
+
+class FieldAllocationTest : public AllocationTest,
+                            public ::testing::WithParamInterface<FieldCase> {};
+
+TEST_P(FieldAllocationTest, TracesBeforeItStoresReadsAndReleases) {
+  const operations::TextField& field = GetParam().field;
+  auto request = GetParam().request.make();
+  std::string first;
+  std::string second;
+  std::vector<std::string> expected = {"log"};
+  expected.resize(1 + GetParam().Texts(), "allocate");
+  EXPECT_EQ(expected, EventsOf([&] { field.set(*request, longValue, longValue); }));
+  EXPECT_EQ(expected, EventsOf([&] { field.get(*request, first, second); }));
+  expected.assign(1 + GetParam().Texts() + 1, "release");  // the last one is the request
+  expected.front() = "log";
+  EXPECT_EQ(expected, EventsOf([&] { request.reset(); }));
+}
+
+INSTANTIATE_TEST_SUITE_P(, FieldAllocationTest,
+                         ::testing::ValuesIn(FieldCases([](const auto& each) {
+                           return each.request.isTraced;
+                         })),
+                         NameOf);
 
 }  // namespace

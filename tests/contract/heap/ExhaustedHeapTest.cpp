@@ -1,124 +1,85 @@
-// What is left of texts and statements when memory runs out.
-
-#include <gtest/gtest.h>
+// The state of texts and statements when memory runs out.
 
 #include <new>
 #include <string>
 
-#include "BasePath.h"
-#include "CreateRequest.h"
-#include "DeleteRequest.h"
-#include "DropRequest.h"
+#include "FieldCases.h"
 #include "HeapSpy.h"
-#include "JoinRequest.h"
-#include "SelectRequest.h"
-#include "SqlGenerator.h"
-#include "UpdateRequest.h"
-#include "UpsertRequest.h"
+#include "LibraryTest.h"
 
 namespace {
 
-// A setter of two texts has stored the first when there is no memory for the second.
-template <typename Owner>
-void ExpectTheFirstTextIsStored(void (Owner::*set)(const char*, const char*),
-                                void (Owner::*get)(std::string&, std::string&)) {
-  Owner owner;
+const std::string kLongText(100, 't');
+
+class ExhaustedPairTest : public LibraryTest, public ::testing::WithParamInterface<FieldCase> {
+ protected:
+  const operations::TextField& field = GetParam().field;
+  const std::unique_ptr<BasePath> request = GetParam().request.make();
+  std::string first = "old";
+  std::string second = "old";
+};
+
+TEST_P(ExhaustedPairTest, SetterLeavesTheFirstOfTwoTextsStored) {
   heap_spy::FailAfter(1);
-  EXPECT_THROW((owner.*set)("first", "second"), std::bad_alloc);
-  (owner.*set)(nullptr, "later");
-  std::string first;
-  std::string second;
-  ASSERT_NO_THROW((owner.*get)(first, second));
+  EXPECT_THROW(field.set(*request, "first", "second"), std::bad_alloc);
+  field.set(*request, nullptr, "later");
+  field.get(*request, first, second);
   EXPECT_EQ("first", first);
   EXPECT_EQ("later", second);
 }
 
-TEST(ExhaustedHeapTest, LeavesTheFirstOfTwoTextsStored) {
-  ExpectTheFirstTextIsStored(&BasePath::SetPath, &BasePath::GetPath);
-  ExpectTheFirstTextIsStored(&CreateRequest::SetPrimaryKey, &CreateRequest::GetPrimaryKey);
-  ExpectTheFirstTextIsStored(&CreateRequest::SetCompositeKey, &CreateRequest::GetCompositeKey);
-  ExpectTheFirstTextIsStored(&JoinRequest::SetLeftJoin, &JoinRequest::GetLeftJoin);
-  ExpectTheFirstTextIsStored(&JoinRequest::SetRightJoin, &JoinRequest::GetRightJoin);
-}
-
-// A getter of two texts has assigned the first when there is no memory for the second.
-template <typename Owner>
-void ExpectTheFirstTextIsRead(void (Owner::*set)(const char*, const char*),
-                              void (Owner::*get)(std::string&, std::string&)) {
-  const std::string longText(100, 't');
-  Owner owner;
-  (owner.*set)(longText.c_str(), longText.c_str());
-  std::string first = "old";
-  std::string second = "old";
+TEST_P(ExhaustedPairTest, GetterLeavesTheFirstOfTwoTextsRead) {
+  field.set(*request, kLongText.c_str(), kLongText.c_str());
   heap_spy::FailAfter(1);
-  EXPECT_THROW((owner.*get)(first, second), std::bad_alloc);
-  EXPECT_EQ(longText, first);
+  EXPECT_THROW(field.get(*request, first, second), std::bad_alloc);
+  EXPECT_EQ(kLongText, first);
   EXPECT_EQ("old", second);
 }
 
-TEST(ExhaustedHeapTest, LeavesTheFirstOfTwoTextsRead) {
-  ExpectTheFirstTextIsRead(&BasePath::SetPath, &BasePath::GetPath);
-  ExpectTheFirstTextIsRead(&CreateRequest::SetPrimaryKey, &CreateRequest::GetPrimaryKey);
-  ExpectTheFirstTextIsRead(&CreateRequest::SetCompositeKey, &CreateRequest::GetCompositeKey);
-  ExpectTheFirstTextIsRead(&JoinRequest::SetLeftJoin, &JoinRequest::GetLeftJoin);
-  ExpectTheFirstTextIsRead(&JoinRequest::SetRightJoin, &JoinRequest::GetRightJoin);
-}
+INSTANTIATE_TEST_SUITE_P(, ExhaustedPairTest, ::testing::ValuesIn(FieldCases([](const auto& each) {
+                           return each.field.isPair;
+                         })),
+                         NameOf);
 
-// Runs an action again and again, failing its first allocation, its second, and
-// so on, until it has no more to fail; looks at the state after every failure.
-template <typename Action, typename Look>
-void FailEachAllocation(Action action, Look look) {
-  for (int successes = 0;; ++successes) {
-    bool hasFailed = false;
+class ExhaustedStatementTest : public LibraryTest,
+                               public ::testing::WithParamInterface<operations::Operation> {};
+
+// Every allocation fails in turn.
+TEST_P(ExhaustedStatementTest, LeavesTheOutput) {
+  operations::Texts texts = GetParam().PlainTexts();
+  for (const auto& slot : GetParam().PlainTexts().Slots()) {
+    texts = texts.With(slot.first, kLongText);
+  }
+  const auto request = GetParam().request.make();
+  GetParam().fill(*request, texts);
+  std::string sql = "old text";
+  int successes = 0;
+  for (bool hasFailed = true; hasFailed; ++successes) {
+    hasFailed = false;
     heap_spy::FailAfter(successes);
     try {
-      action();
+      GetParam().request.generate(*request, sql);
     } catch (const std::bad_alloc&) {
       hasFailed = true;
     }
     heap_spy::FailNever();
-    if (!hasFailed) {
-      ASSERT_GT(successes, 0);
-      return;
+    if (hasFailed) {
+      EXPECT_EQ("old text", sql);
+      std::string("old text").swap(sql);  // without room to grow into
     }
-    look();
   }
+  EXPECT_GT(successes, 1);
 }
 
-TEST(ExhaustedHeapTest, LeavesTheStatement) {
-  const std::string longName(100, 'n');
-  SqlGenerator generator;
-  const auto expectUnchanged = [&](auto& request, auto generate) {
-    std::string sql = "old text";
-    FailEachAllocation([&] { (generator.*generate)(request, sql); },
-                       [&] {
-                         EXPECT_EQ("old text", sql);
-                         std::string("old text").swap(sql);  // without room to grow into
-                       });
-  };
-  SelectRequest select;
-  UpdateRequest update;
-  UpsertRequest upsert;
-  DeleteRequest remove;
-  JoinRequest join;
-  CreateRequest create;
-  DropRequest drop;
-  for (BaseSet* set : {static_cast<BaseSet*>(&select), static_cast<BaseSet*>(&update),
-                       static_cast<BaseSet*>(&upsert), static_cast<BaseSet*>(&remove),
-                       static_cast<BaseSet*>(&join)}) {
-    set->SetData(longName.c_str(), 1);
-    set->SetWhere(longName.c_str(), 1);
-  }
-  create.SetTable(longName.c_str());
-  create.SetColumnKey(longName.c_str(), "TEXT");
-  drop.SetTable(longName.c_str());
-  expectUnchanged(select, &SqlGenerator::GetSelectSql);
-  expectUnchanged(update, &SqlGenerator::GetUpdateSql);
-  expectUnchanged(upsert, &SqlGenerator::GetUpsertSql);
-  expectUnchanged(remove, &SqlGenerator::GetDeleteSql);
-  expectUnchanged(join, &SqlGenerator::GetJoinSql);
-  expectUnchanged(create, &SqlGenerator::GetCreateTableSql);
-  expectUnchanged(drop, &SqlGenerator::GetDropTableSql);
+std::vector<operations::Operation> OperationsWithRequest() {
+  std::vector<operations::Operation> all = operations::All();
+  all.erase(std::remove_if(all.begin(), all.end(),
+                           [](const auto& each) { return !each.request.generate; }),
+            all.end());
+  return all;
 }
+
+INSTANTIATE_TEST_SUITE_P(, ExhaustedStatementTest, ::testing::ValuesIn(OperationsWithRequest()),
+                         [](const auto& test) { return test.param.member; });
 
 }  // namespace

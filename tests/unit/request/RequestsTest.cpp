@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "FieldCases.h"
 #include "LibraryTest.h"
 #include "Operations.h"
 
@@ -59,26 +60,6 @@ TEST_P(RequestTest, EveryFieldHasTextsOfItsOwn) {
 INSTANTIATE_TEST_SUITE_P(, RequestTest, ::testing::ValuesIn(TracedRequests()),
                          [](const auto& test) { return test.param.name; });
 
-// One field of one class.
-struct FieldCase {
-  RequestClass request;
-  TextField field;
-};
-
-void PrintTo(const FieldCase& own, std::ostream* stream) {
-  *stream << own.request.name << own.field.name;
-}
-
-std::vector<FieldCase> FieldCases() {
-  std::vector<FieldCase> cases;
-  for (const RequestClass& request : TracedRequests()) {
-    for (const TextField& field : request.fields) {
-      cases.push_back({request, field});
-    }
-  }
-  return cases;
-}
-
 class TextFieldTest : public LibraryTest, public ::testing::WithParamInterface<FieldCase> {
  protected:
   void Set(const char* first, const char* second) { GetParam().field.set(*request, first, second); }
@@ -115,21 +96,6 @@ TEST_P(TextFieldTest, EmptyTextsReplaceTheOutputs) {
   ExpectTexts("", "");
 }
 
-TEST_P(TextFieldTest, APairIsReturnedOnlyWithBothTexts) {
-  if (GetParam().field.isPair) {
-    Set("uid", nullptr);
-    ExpectTexts("old first", "old second");
-    Set(nullptr, "TEXT");
-    ExpectTexts("uid", "TEXT");
-    const auto other = GetParam().request.make();
-    GetParam().field.set(*other, nullptr, "TEXT");
-    std::string first = "old first";
-    std::string second = "old second";
-    GetParam().field.get(*other, first, second);
-    EXPECT_EQ("old first old second", first + " " + second);
-  }
-}
-
 TEST_P(TextFieldTest, SetterAndGetterTraceAndTakeNoLock) {
   ForgetEvents();
   Set("uid", "TEXT");
@@ -142,7 +108,28 @@ TEST_P(TextFieldTest, SetterAndGetterTraceAndTakeNoLock) {
               ElementsAre(setter, setter, getter));
 }
 
-INSTANTIATE_TEST_SUITE_P(, TextFieldTest, ::testing::ValuesIn(FieldCases()),
-                         [](const auto& test) { return ::testing::PrintToString(test.param); });
+INSTANTIATE_TEST_SUITE_P(, TextFieldTest, ::testing::ValuesIn(FieldCases([](const auto& each) {
+                           return each.request.isTraced;
+                         })),
+                         NameOf);
+
+class TextPairTest : public TextFieldTest {};
+
+TEST_P(TextPairTest, IsReturnedOnlyWithBothTexts) {
+  Set("uid", nullptr);
+  ExpectTexts("old first", "old second");
+  Set(nullptr, "TEXT");
+  ExpectTexts("uid", "TEXT");
+}
+
+TEST_P(TextPairTest, IsNotReturnedWithItsSecondTextAlone) {
+  Set(nullptr, "TEXT");
+  ExpectTexts("old first", "old second");
+}
+
+INSTANTIATE_TEST_SUITE_P(, TextPairTest, ::testing::ValuesIn(FieldCases([](const auto& each) {
+                           return each.request.isTraced && each.field.isPair;
+                         })),
+                         NameOf);
 
 }  // namespace
