@@ -327,6 +327,25 @@ const std::vector<RequestClass>& RequestClasses() {
   return classes;
 }
 
+std::vector<Subject> AllCases() {
+  std::vector<Subject> all;
+  for (const Operation& operation : All()) {
+    for (const Case& own : operation.cases) {
+      all.push_back({&operation, &own});
+    }
+  }
+  return all;
+}
+
+Subject GetCase(const std::string& name) {
+  const std::vector<Subject> all = AllCases();
+  const auto found = std::find_if(all.begin(), all.end(),
+                                  [&](const Subject& each) { return each.own->name == name; });
+  return found != all.end() ? *found : throw std::out_of_range("no case " + name);
+}
+
+void PrintTo(const Subject& subject, std::ostream* stream) { *stream << subject.own->name; }
+
 void PrintTo(const RequestClass& request, std::ostream* stream) { *stream << request.name; }
 
 void PrintTo(const Operation& operation, std::ostream* stream) { *stream << operation.member; }
@@ -395,29 +414,29 @@ Strings Contents(const TemporaryDatabase& file) {
 
 Strings InitialContents() { return kInitial; }
 
+const Operation::Statement& Operation::StatementOf(const Texts& texts) const {
+  const auto fits = [&texts](const Statement& statement) {
+    const auto isNone = [&](const std::string& slot) {
+      const char* const text = texts[slot];
+      return text == nullptr || (statement.isEmptyNone && *text == '\0');
+    };
+    const Strings& without = statement.without;
+    return without.empty() || std::any_of(without.begin(), without.end(), isNone);
+  };
+  return *std::find_if(statements.begin(), statements.end(), fits);
+}
+
 std::string Operation::Sql(const Texts& texts) const {
-  const auto isNone = [&](const Statement& statement, const std::string& slot) {
-    const char* const text = texts[slot];
-    return text == nullptr || (statement.isEmptyNone && *text == '\0');
-  };
-  const auto fits = [&](const Statement& statement) {
-    return statement.without.empty() ||
-           std::any_of(statement.without.begin(), statement.without.end(),
-                       [&](const std::string& slot) { return isNone(statement, slot); });
-  };
-  const std::string& statement = std::find_if(statements.begin(), statements.end(), fits)->text;
+  const std::string& statement = StatementOf(texts).text;
   std::string sql;
-  for (std::size_t at = 0; at < statement.size();) {
-    const std::size_t open = std::min(statement.find('{', at), statement.size());
+  std::size_t at = 0;
+  for (std::size_t open = 0; (open = statement.find('{', at)) != std::string::npos;) {
     const std::size_t close = statement.find('}', open);
     sql += statement.substr(at, open - at);
-    if (open == statement.size()) {
-      break;
-    }
     sql += texts[statement.substr(open + 1, close - open - 1)];
     at = close + 1;
   }
-  return sql;
+  return sql + statement.substr(at);
 }
 
 std::string Operation::Success() const { return Formatted(success, 0); }

@@ -108,6 +108,7 @@ struct Operation {
   bool IsWrite() const { return kind == Kind::kWrite; }
   const Case& Plain() const { return cases.front(); }
   const Texts& PlainTexts() const { return Plain().texts; }
+  const Statement& StatementOf(const Texts& texts) const;
   std::string Sql(const Texts& texts) const;
   // Messages of its records.
   std::string Success() const;
@@ -123,6 +124,15 @@ std::vector<Operation> Queries();
 // By the member's name; throws where there is none.
 const Operation& Get(const std::string& member);
 
+// A case with its operation.
+struct Subject {
+  const Operation* operation;
+  const Case* own;
+};
+void PrintTo(const Subject& subject, std::ostream* stream);
+std::vector<Subject> AllCases();
+Subject GetCase(const std::string& name);
+
 // A filled request, with its caller's cursor and flag.
 class Call {
  public:
@@ -130,6 +140,8 @@ class Call {
        const Texts& texts);
   Call(const Operation& operation, const TemporaryDatabase& file, const Texts& texts)
       : Call(operation, file.Directory(), file.FileName(), texts) {}
+  Call(const Subject& subject, const TemporaryDatabase& file)
+      : Call(*subject.operation, file, subject.own->texts) {}
 
   int Run(Database& database) {
     return m_operation.run(database, *m_request, m_texts, cursor, exists);

@@ -23,11 +23,11 @@ namespace {
 using fake::BusyLines;
 using journal::Kind;
 using operations::Call;
-using operations::Case;
 using operations::kFile;
 using operations::kParserFile;
 using operations::Operation;
 using operations::Strings;
+using operations::Subject;
 using ::testing::AllOf;
 using ::testing::Each;
 using ::testing::IsEmpty;
@@ -151,28 +151,16 @@ std::vector<Hold> HoldsFrom(bool writes) {
   return holds;
 }
 
-struct Subject {
-  const Operation* operation;
-  Case own;
-
-  bool Writes() const { return operation->IsWrite() && !own.changesNothing; }
-};
-
-void PrintTo(const Subject& subject, std::ostream* stream) { *stream << subject.own.name; }
-
-std::vector<Subject> Subjects(const std::vector<Operation>& operations) {
-  std::vector<Subject> subjects;
-  for (const Operation& each : operations) {
-    for (const Case& own : each.cases) {
-      subjects.push_back({&operations::Get(each.member), own});
-    }
-  }
-  return subjects;
+bool Writes(const Subject& subject) {
+  return subject.operation->IsWrite() && !subject.own->changesNothing;
 }
 
-Subject Plain(const std::string& member) {
-  const Operation& operation = operations::Get(member);
-  return {&operation, operation.Plain()};
+std::vector<Subject> QueryCases() {
+  std::vector<Subject> queries = operations::AllCases();
+  queries.erase(std::remove_if(queries.begin(), queries.end(),
+                               [](const Subject& subject) { return subject.operation->IsWrite(); }),
+                queries.end());
+  return queries;
 }
 
 // A loop of an operation: the opening, the execution of a write or the preparation of a
@@ -195,10 +183,10 @@ class BusyTest : public LibraryTest {
   // from before.
   void Prepare(const Subject& subject) {
     WriteWholeFile(file.Path(), m_image);
-    call = std::make_unique<Call>(*subject.operation, file, subject.own.texts);
+    call = std::make_unique<Call>(subject, file);
     call->cursor.SetColumn("old");
     call->cursor.SetData("old", "row");
-    call->exists = subject.own.answer == "missing";
+    call->exists = subject.own->answer == "missing";
   }
 
   // Puts a lock in the way of a loop. The file's locks never make an open busy, so that the
@@ -267,8 +255,8 @@ class BusyTest : public LibraryTest {
     ExpectResult(fails ? SQLITE_BUSY : SQLITE_OK,
                  fails     ? before
                  : isEmpty ? empty
-                           : subject.own.answer,
-                 fails ? operations::InitialContents() : subject.own.contents);
+                           : subject.own->answer,
+                 fails ? operations::InitialContents() : subject.own->contents);
     Strings endLines = SuccessLines(operation);
     if (fails) {
       endLines = loop == Loop::kOpen ? OpenFailureLines(operation, SQLITE_BUSY, kLocked)
@@ -374,26 +362,24 @@ TEST_P(EveryCaseBusyTest, RepeatsTheOpen) {
 }
 
 TEST_P(EveryCaseBusyTest, RepeatsTheStatement) {
-  Rounds(Loop::kStatement, HoldsFrom(GetParam().Writes()), "busy statement");
+  Rounds(Loop::kStatement, HoldsFrom(Writes(GetParam())), "busy statement");
 }
 
-std::string NameOf(const ::testing::TestParamInfo<Subject>& test) { return test.param.own.name; }
+std::string NameOf(const ::testing::TestParamInfo<Subject>& test) { return test.param.own->name; }
 
-INSTANTIATE_TEST_SUITE_P(, EveryCaseBusyTest, ::testing::ValuesIn(Subjects(operations::All())),
-                         NameOf);
+INSTANTIATE_TEST_SUITE_P(, EveryCaseBusyTest, ::testing::ValuesIn(operations::AllCases()), NameOf);
 
 class EveryQueryBusyTest : public EveryCaseBusyTest {};
 
 TEST_P(EveryQueryBusyTest, RepeatsTheStep) { Rounds(Loop::kStep, HoldsFrom(false), "busy step"); }
 
-INSTANTIATE_TEST_SUITE_P(, EveryQueryBusyTest, ::testing::ValuesIn(Subjects(operations::Queries())),
-                         NameOf);
+INSTANTIATE_TEST_SUITE_P(, EveryQueryBusyTest, ::testing::ValuesIn(QueryCases()), NameOf);
 
 // The other process lets go with a commit that makes prepared statements out of date.
 class ChangedSchemaTest : public BusyTest {
  protected:
   void RunUntilChanged(const std::string& member, Loop loop, LockKind kind) {
-    Prepare(Plain(member));
+    Prepare(operations::GetCase(member));
     Obstruct(loop, kind);
     Run(3, [this] { holder.Do(kChangeSchemaAndRelease); });
     EXPECT_THAT(operations::Contents(file), ::testing::Contains("late"));
@@ -403,8 +389,8 @@ class ChangedSchemaTest : public BusyTest {
 
 TEST_F(ChangedSchemaTest, AWriteIsPreparedAnewForEachAttempt) {
   RunUntilChanged("Upsert", Loop::kStatement, kReserved);
-  const Subject upsert = Plain("Upsert");
-  ExpectResult(SQLITE_OK, "", upsert.own.contents);
+  const Subject upsert = operations::GetCase("Upsert");
+  ExpectResult(SQLITE_OK, "", upsert.own->contents);
   ExpectAttempts(3, SQLITE_LOCK_RESERVED, kFile, SuccessLines(*upsert.operation));
   ExpectLeftovers(0, 3);
 }
@@ -424,7 +410,7 @@ class RealBusyTest : public BusyTest {
  protected:
   void RoundWithWaits(const std::string& member, Loop loop, const Hold& hold) {
     sleepsForReal = true;
-    Round(Plain(member), loop, hold);
+    Round(operations::GetCase(member), loop, hold);
     EXPECT_GE(duration, std::min(hold.busy, kWaits) * std::chrono::milliseconds(100));
   }
 };

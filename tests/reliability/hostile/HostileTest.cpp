@@ -3,19 +3,15 @@
 #include <sqlite3.h>
 
 #include <algorithm>
-#include <filesystem>
 
-#include "SelectRequest.h"
+#include "OperationLines.h"
 #include "WholeFile.h"
 
 namespace {
 
-using fake::Line;
-using fake::Trace;
+using operations::Kind;
+using operations::Operation;
 using ::testing::ElementsAre;
-using ::testing::ElementsAreArray;
-
-const std::string kFile = "Database.cpp";
 
 Verdict Execute(sqlite3* db, const std::string& sql) {
   Verdict verdict;
@@ -55,6 +51,15 @@ Verdict Query(sqlite3* db, const std::string& sql) {
   return verdict;
 }
 
+// The verdict of a connection of the test's own.
+Verdict Ask(const std::string& path, const std::string& sql, bool isWrite) {
+  sqlite3* db = nullptr;
+  EXPECT_EQ(SQLITE_OK, sqlite3_open(path.c_str(), &db));
+  Verdict verdict = isWrite ? Execute(db, sql) : Query(db, sql);
+  EXPECT_EQ(SQLITE_OK, sqlite3_close(db));
+  return verdict;
+}
+
 // All cells by the names of their columns.
 std::vector<Strings> RowsOf(Cursor& cursor, const Strings& columns) {
   std::vector<Strings> rows;
@@ -71,14 +76,6 @@ std::vector<Strings> RowsOf(Cursor& cursor, const Strings& columns) {
 
 }  // namespace
 
-Verdict Ask(const std::string& path, const std::string& sql, Operation::Kind kind) {
-  sqlite3* db = nullptr;
-  EXPECT_EQ(SQLITE_OK, sqlite3_open(path.c_str(), &db));
-  Verdict verdict = kind == Operation::kWrite ? Execute(db, sql) : Query(db, sql);
-  EXPECT_EQ(SQLITE_OK, sqlite3_close(db));
-  return verdict;
-}
-
 Strings OperationLines() {
   Strings lines = fake::Lines();
   const auto isOthers = [](const std::string& line) {
@@ -89,11 +86,7 @@ Strings OperationLines() {
 }
 
 HostileTest::HostileTest() {
-  file.Run(
-      "CREATE TABLE contact (uid TEXT NOT NULL PRIMARY KEY, name TEXT);"
-      "INSERT INTO contact VALUES ('1', 'Kim'), ('2', 'Lee');"
-      "CREATE TABLE note (id INTEGER PRIMARY KEY, owner TEXT, body TEXT);"
-      "INSERT INTO note VALUES (10, '1', 'first'), (11, '1', 'second'), (12, '2', 'third')");
+  file.Run(operations::Schema());
   m_pristine = ReadWholeFile(file.Path());
   StartAfresh();
 }
@@ -110,11 +103,28 @@ Strings HostileTest::Tables() const {
   return file.Rows("SELECT name FROM sqlite_master WHERE type = 'table' ORDER BY name");
 }
 
-Verdict HostileTest::ExpectVerdict(const Operation& operation, const std::string& sql,
-                                   const std::function<int()>& run) {
+int HostileTest::Run(const std::string& member, const Texts& texts) {
+  const Operation& operation = operations::Get(member);
+  const auto request = operation.request.make();
+  file.Locate(*request);
+  operation.fill(*request, texts);
   ForgetEvents();
-  const int code = run();
-  const Verdict verdict = Ask(m_copy.Path(), sql, operation.kind);
+  return operation.run(database, *request, texts, cursor, exists);
+}
+
+Verdict HostileTest::Expect(const Operation& operation, const Texts& texts) {
+  return ExpectVerdict(operation.member, operation.Sql(texts), Run(operation.member, texts));
+}
+
+Verdict HostileTest::Expect(const std::string& name, const std::string& slot,
+                            const std::string& text) {
+  const operations::Subject subject = operations::GetCase(name);
+  return Expect(*subject.operation, subject.own->texts.With(slot, text));
+}
+
+Verdict HostileTest::ExpectVerdict(const std::string& member, const std::string& sql, int code) {
+  const Operation& operation = operations::Get(member);
+  const Verdict verdict = Ask(m_copy.Path(), sql, operation.IsWrite());
   EXPECT_EQ(verdict.code, code);
   ExpectCalls(operation, sql);
   ExpectLog(operation, verdict);
@@ -133,7 +143,7 @@ void HostileTest::ExpectCalls(const Operation& operation, const std::string& sql
   const Strings calls = sqlite_spy::Calls();
   ASSERT_GE(calls.size(), 4U);
   EXPECT_EQ("sqlite3_open(" + file.Path() + ")", calls[0]);
-  const bool isWrite = operation.kind == Operation::kWrite;
+  const bool isWrite = operation.IsWrite();
   // Not compared by a matcher: these may be long, and it would copy them.
   EXPECT_TRUE(calls[1] ==
               (isWrite ? "sqlite3_exec(" + sql + ")" : "sqlite3_prepare(" + sql + ", -1, no tail)"))
@@ -146,16 +156,11 @@ void HostileTest::ExpectCalls(const Operation& operation, const std::string& sql
 }
 
 void HostileTest::ExpectLog(const Operation& operation, const Verdict& verdict) const {
-  Strings expected = {Trace(kFile, operation.member), Trace(kFile, "OpenDB"),
-                      Line(6, kFile, "OpenDB",
-                           std::string("DB file: ") + file.Directory() + " " + file.FileName())};
-  if (verdict.code != SQLITE_OK) {
-    expected.push_back(Line(6, kFile, operation.member,
-                            std::string(operation.word) + " FAILED[" +
-                                std::to_string(verdict.code) + "]: " + verdict.message));
-  } else if (operation.kind == Operation::kWrite) {
-    expected.push_back(
-        Line(4, kFile, operation.member, std::string(operation.word) + " SUCCESS[0]"));
+  Strings expected = OpeningLines(operation, file.Directory(), file.FileName());
+  for (const std::string& line :
+       verdict.code == SQLITE_OK ? SuccessLines(operation)
+                                 : Strings{FailureLine(operation, verdict.code, verdict.message)}) {
+    expected.push_back(line);
   }
   EXPECT_TRUE(expected == OperationLines())
       << ::testing::PrintToString(OperationLines()).substr(0, 4000);
@@ -165,19 +170,16 @@ void HostileTest::ExpectResult(const Operation& operation, const Verdict& verdic
   if (verdict.code != SQLITE_OK) {
     return;
   }
-  if (operation.kind == Operation::kExistence) {
+  if (operation.kind == Kind::kSetsFlag) {
     EXPECT_EQ(verdict.rows.at(0).at(0) != "0", exists);
-  } else if (operation.kind == Operation::kQuery) {
+  } else if (operation.kind == Kind::kFillsCursor) {
     EXPECT_TRUE(verdict.rows == RowsOf(cursor, verdict.columns));
   }
 }
 
 // The schema can be read whatever has become of the tables.
 void HostileTest::ExpectUsable() {
-  SelectRequest schema;
-  Address(schema, "sqlite_master");
-  EXPECT_EQ(SQLITE_OK, database.Select(schema, cursor));
-  const Strings columns = {"type", "name", "tbl_name", "rootpage", "sql"};
-  const Verdict verdict = Ask(m_copy.Path(), "SELECT * FROM sqlite_master", Operation::kQuery);
-  EXPECT_TRUE(verdict.rows == RowsOf(cursor, columns));
+  EXPECT_EQ(SQLITE_OK, Run("Select", {{"table", "sqlite_master"}}));
+  const Verdict verdict = Ask(m_copy.Path(), "SELECT * FROM sqlite_master", false);
+  EXPECT_TRUE(verdict.rows == RowsOf(cursor, {"type", "name", "tbl_name", "rootpage", "sql"}));
 }

@@ -5,16 +5,16 @@
 #ifndef VORN_TESTS_HOSTILE_HOSTILETEST_H
 #define VORN_TESTS_HOSTILE_HOSTILETEST_H
 
-#include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
-#include "Cursor.h"
-#include "Database.h"
 #include "LibraryTest.h"
+#include "Operations.h"
 #include "TemporaryDatabase.h"
 
-using Strings = std::vector<std::string>;
+using operations::Strings;
+using operations::Texts;
 
 // What SQLite, asked directly, says to a statement.
 struct Verdict {
@@ -24,25 +24,7 @@ struct Verdict {
   std::vector<Strings> rows;  // NULL as an empty text
 };
 
-// What is to be logged about an operation.
-struct Operation {
-  const char* member;
-  const char* word;  // the first of its message
-  enum Kind { kWrite, kQuery, kExistence } kind;
-};
-
-constexpr Operation kUpdate = {"Update", "update", Operation::kWrite};
-constexpr Operation kDelete = {"Delete", "delete", Operation::kWrite};
-constexpr Operation kUpsert = {"Upsert", "Upsert", Operation::kWrite};
-constexpr Operation kCreateTable = {"CreateTable", "createTable", Operation::kWrite};
-constexpr Operation kDropTable = {"DropTable", "DropTable", Operation::kWrite};
-constexpr Operation kSelect = {"Select", "SELECT", Operation::kQuery};
-constexpr Operation kJoinSelect = {"JoinSelect", "JoinSelect", Operation::kQuery};
-constexpr Operation kCheckExistTable = {"CheckExistTable", "CheckExistTable",
-                                        Operation::kExistence};
-
-// Two tables, `contact` with the columns uid and name and `note` with id, owner and
-// body; and the objects of a caller.
+// The tables of operations::Schema(), and the objects of a caller.
 class HostileTest : public LibraryTest {
  protected:
   HostileTest();
@@ -50,20 +32,20 @@ class HostileTest : public LibraryTest {
   // Both files as they were made.
   void StartAfresh();
 
-  // Runs `run` and expects exactly what SQLite makes of `sql`. The caller's objects
-  // must be usable afterwards. Returns SQLite's verdict.
-  Verdict ExpectVerdict(const Operation& operation, const std::string& sql,
-                        const std::function<int()>& run);
+  // Runs an operation.
+  int Run(const std::string& member, const Texts& texts);
 
-  // Gives a request the location, and its table.
-  template <typename Request>
-  void Address(Request& request, const char* table) {
-    file.Locate(request);
-    request.SetTable(table);
-  }
+  // Runs an operation and expects exactly what SQLite makes of its statement. The caller's
+  // objects must be usable afterwards. Returns SQLite's verdict.
+  Verdict Expect(const operations::Operation& operation, const Texts& texts);
+  // A case of the catalogue with another text.
+  Verdict Expect(const std::string& name, const std::string& slot, const std::string& text);
+  // The same of an operation that has run.
+  Verdict ExpectVerdict(const std::string& member, const std::string& sql, int code);
 
   bool IsUntouched() const;
   Strings Tables() const;
+  Strings Contacts() const { return file.Rows("SELECT uid FROM contact ORDER BY uid"); }
 
   TemporaryDatabase file;
   Database database;
@@ -71,17 +53,14 @@ class HostileTest : public LibraryTest {
   bool exists = false;
 
  private:
-  void ExpectCalls(const Operation& operation, const std::string& sql) const;
-  void ExpectLog(const Operation& operation, const Verdict& verdict) const;
-  void ExpectResult(const Operation& operation, const Verdict& verdict);
+  void ExpectCalls(const operations::Operation& operation, const std::string& sql) const;
+  void ExpectLog(const operations::Operation& operation, const Verdict& verdict) const;
+  void ExpectResult(const operations::Operation& operation, const Verdict& verdict);
   void ExpectUsable();
 
   TemporaryDatabase m_copy;
   std::string m_pristine;
 };
-
-// The verdict of a connection of the test's own.
-Verdict Ask(const std::string& path, const std::string& sql, Operation::Kind kind);
 
 // All lines but the traces of requests and cursor.
 Strings OperationLines();

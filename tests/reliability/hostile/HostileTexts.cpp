@@ -11,7 +11,7 @@ using namespace std::string_literals;
 const std::vector<std::string>& HostileTexts() {
   static const std::vector<std::string> texts = {
       // Nothing hostile: the cases below are not refused for another reason.
-      "uid", "contact", "7", "TEXT",
+      "uid", "contact", "note", "7", "TEXT",
       // Hardly a text.
       "", " ", "\t", "\r\n", "\x01", "\x7f",
       // Quotes and brackets.

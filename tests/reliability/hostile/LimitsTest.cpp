@@ -4,13 +4,12 @@
 
 #include <sqlite3.h>
 
-#include <memory>
 #include <string>
 #include <vector>
 
-#include "ContactTest.h"
 #include "CreateRequest.h"
-#include "JoinRequest.h"
+#include "HostileTest.h"
+#include "OperationLines.h"
 #include "SelectRequest.h"
 #include "UpdateRequest.h"
 #include "UpsertRequest.h"
@@ -18,7 +17,6 @@
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 
 int Limit(int category) {
   sqlite3* db = nullptr;
@@ -80,18 +78,23 @@ std::string Joined(const Names& names, const std::string& before, const std::str
   return joined;
 }
 
-class LimitsTest : public ContactTest {
+class LimitsTest : public HostileTest {
  protected:
+  template <typename Request>
+  void Address(Request& request, const char* table) const {
+    file.Locate(request);
+    request.SetTable(table);
+  }
   Verdict CreateWide(const Names& names) {
     CreateRequest request;
     Address(request, "wide");
     for (int index = 0; index < names.Count(); ++index) {
       request.SetColumnKey(names[index], "TEXT");
     }
-    return ExpectVerdict(kCreateTable,
+    return ExpectVerdict("CreateTable",
                          "CREATE TABLE IF NOT EXISTS wide (_ID INTEGER PRIMARY KEY, " +
                              Joined(names, "", " TEXT", ", ") + ")",
-                         [&] { return database.CreateTable(request); });
+                         database.CreateTable(request));
   }
   Verdict UpsertWide(const Names& names) {
     UpsertRequest request;
@@ -100,10 +103,10 @@ class LimitsTest : public ContactTest {
       request.SetData(names[index], "7");
     }
     Names sevens = Names::Same("7", names.Count());
-    return ExpectVerdict(kUpsert,
+    return ExpectVerdict("Upsert",
                          "INSERT OR REPLACE INTO wide (" + Joined(names, "", "", ", ") +
                              ") VALUES (" + Joined(sevens, "'", "'", ", ") + ")",
-                         [&] { return database.Upsert(request); });
+                         database.Upsert(request));
   }
   Verdict UpdateWide(const Names& names) {
     UpdateRequest request;
@@ -112,27 +115,21 @@ class LimitsTest : public ContactTest {
       request.SetData(names[index], "8");
     }
     request.SetWhere("_ID", 1);
-    return ExpectVerdict(kUpdate,
+    return ExpectVerdict("Update",
                          "UPDATE wide SET " + Joined(names, "", " = '8'", ", ") + " WHERE _ID='1'",
-                         [&] { return database.Update(request); });
-  }
-  Verdict SelectWide() {
-    SelectRequest request;
-    Address(request, "wide");
-    return ExpectVerdict(kSelect, "SELECT * FROM wide",
-                         [&] { return database.Select(request, cursor); });
+                         database.Update(request));
   }
   // With that many conditions, all the same.
   Verdict SelectWhere(int conditions) {
-    const Names names = Names::Same(kUid, conditions);
+    const Names names = Names::Same("uid", conditions);
     SelectRequest request;
     Address(request, "contact");
     for (int index = 0; index < conditions; ++index) {
       request.SetWhere(names[index], "1");
     }
-    return ExpectVerdict(kSelect,
+    return ExpectVerdict("Select",
                          "SELECT * FROM contact WHERE " + Joined(names, "", "='1'", " AND "),
-                         [&] { return database.Select(request, cursor); });
+                         database.Select(request, cursor));
   }
 };
 
@@ -143,7 +140,7 @@ TEST_F(LimitsTest, ATableMayHaveAllColumns) {
   ASSERT_EQ(0, CreateWide(names).code);
   ASSERT_EQ(0, UpsertWide(names).code);
   ASSERT_EQ(0, UpdateWide(names).code);
-  const Verdict verdict = SelectWide();
+  const Verdict verdict = Expect("Select", "table", "wide");
   ASSERT_EQ(0, verdict.code);
   EXPECT_EQ(static_cast<std::size_t>(names.Count() + 1), verdict.columns.size());
   EXPECT_EQ("8", verdict.rows.at(0).back());
@@ -169,13 +166,9 @@ TEST_F(LimitsTest, AJoinMayNotHaveMoreColumnsThanATable) {
   const int limit = Limit(SQLITE_LIMIT_COLUMN);
   ASSERT_EQ(0, CreateWide(Names::Numbered(limit - 1)).code);
   ASSERT_EQ(0, UpsertWide(Names::Numbered(1)).code);
-  JoinRequest request;
-  file.Locate(request);
-  request.SetLeftJoin("wide", "_ID");
-  request.SetRightJoin("contact", kUid);
   const Verdict verdict =
-      ExpectVerdict(kJoinSelect, "SELECT  * FROM wide INNER JOIN contact ON wide._ID = contact.uid",
-                    [&] { return database.JoinSelect(request, cursor); });
+      Expect(operations::Get("JoinSelect"),
+             {{"table", "wide"}, {"column", "_ID"}, {"table2", "contact"}, {"column2", "uid"}});
   EXPECT_EQ(SQLITE_ERROR, verdict.code);
   EXPECT_EQ("too many columns in result set", verdict.message);
 }
@@ -205,15 +198,15 @@ TEST_F(LimitsTest, AStatementMayBeAsLongAsSqliteAllows) {
   const LowLimit low(SQLITE_LIMIT_SQL_LENGTH, kLimit);
   const std::string frame = "SELECT * FROM contact WHERE uid=''";
   const std::string value(kLimit - frame.size(), 'a');
-  EXPECT_EQ(0, Select(value).code);
-  const Verdict verdict = Select(value + "a");
+  EXPECT_EQ(0, Expect("SelectWhere", "whereValue", value).code);
+  const Verdict verdict = Expect("SelectWhere", "whereValue", value + "a");
   EXPECT_EQ(SQLITE_TOOBIG, verdict.code);
   EXPECT_EQ("string or blob too big", verdict.message);
 }
 
 TEST_F(LimitsTest, ALongerStatementIsRefusedInAWriteAsWell) {
   const LowLimit low(SQLITE_LIMIT_SQL_LENGTH, 10000);
-  const Verdict verdict = Upsert(std::string(10000, 'a'));
+  const Verdict verdict = Expect("Upsert", "value", std::string(10000, 'a'));
   EXPECT_EQ(SQLITE_TOOBIG, verdict.code);
   EXPECT_EQ("string or blob too big", verdict.message);
   EXPECT_TRUE(IsUntouched());
@@ -221,7 +214,7 @@ TEST_F(LimitsTest, ALongerStatementIsRefusedInAWriteAsWell) {
 
 TEST_F(LimitsTest, AValueBeyondTheLengthOfTextsIsRefused) {
   const LowLimit low(SQLITE_LIMIT_LENGTH, 10000);
-  const Verdict verdict = Upsert(std::string(20000, 'a'));
+  const Verdict verdict = Expect("Upsert", "value", std::string(20000, 'a'));
   EXPECT_EQ(SQLITE_TOOBIG, verdict.code);
   EXPECT_EQ("string or blob too big", verdict.message);
   EXPECT_TRUE(IsUntouched());
@@ -236,10 +229,7 @@ class LargeTextTest : public LimitsTest {
 };
 
 TEST_F(LargeTextTest, AValueIsWritten) {
-  UpsertRequest request;
-  Address(request, "contact");
-  request.SetData(kUid, text.c_str());
-  ASSERT_EQ(0, database.Upsert(request));
+  ASSERT_EQ(0, Run("Upsert", operations::Get("Upsert").PlainTexts().With("value", text)));
   ForgetEvents();
   EXPECT_THAT(file.Rows("SELECT length(uid), trim(uid, 'a') FROM contact WHERE uid > '9'"),
               ElementsAre(std::to_string(kSize) + "|"));
@@ -247,26 +237,19 @@ TEST_F(LargeTextTest, AValueIsWritten) {
 
 TEST_F(LargeTextTest, AValueIsFoundAndRead) {
   file.Run("INSERT INTO contact VALUES ('" + text + "', 'Ann')");
-  SelectRequest request;
-  Address(request, "contact");
-  request.SetWhere(kUid, text.c_str());
-  ASSERT_EQ(0, database.Select(request, cursor));
+  ASSERT_EQ(0, Run("Select", {{"table", "contact"}, {"whereColumn", "uid"}, {"whereValue", text}}));
   ForgetEvents();
   std::string value;
   ASSERT_EQ(0, cursor.MoveToNext());
-  ASSERT_EQ(0, cursor.GetString(kUid, value));
+  ASSERT_EQ(0, cursor.GetString("uid", value));
   EXPECT_TRUE(value == text);
 }
 
 // SQLite's message repeats the name, and the log has the whole message.
 TEST_F(LargeTextTest, ANameIsRefusedAndLoggedWhole) {
-  SelectRequest request;
-  Address(request, text.c_str());
-  EXPECT_EQ(SQLITE_ERROR, database.Select(request, cursor));
-  const std::string line = fake::LogLines().back().text;
-  const std::string message = "SELECT FAILED[1]: no such table: ";
-  ASSERT_NE(std::string::npos, line.find(message));
-  EXPECT_EQ(0, line.compare(line.find(message) + message.size(), std::string::npos, text));
+  EXPECT_EQ(SQLITE_ERROR, Run("Select", {{"table", text}}));
+  EXPECT_TRUE(OperationLines().back() ==
+              FailureLine(operations::Get("Select"), SQLITE_ERROR, "no such table: " + text));
 }
 
 }  // namespace

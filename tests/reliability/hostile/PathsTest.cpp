@@ -7,9 +7,9 @@
 #include <filesystem>
 #include <string>
 
-#include "CreateRequest.h"
 #include "HostileTest.h"
 #include "HostileTexts.h"
+#include "OperationLines.h"
 #include "SqlGenerator.h"
 
 namespace {
@@ -18,11 +18,9 @@ namespace filesystem = std::filesystem;
 
 using fake::Line;
 using fake::Trace;
+using operations::kFile;
 using ::testing::ElementsAre;
-using ::testing::ElementsAreArray;
 using namespace std::string_literals;
-
-const std::string kFile = "Database.cpp";
 
 class PathsTest : public LibraryTest {
  protected:
@@ -36,10 +34,9 @@ class PathsTest : public LibraryTest {
 
   int Create(const std::string& directoryName, const std::string& fileName) {
     ForgetEvents();
-    CreateRequest request;
-    request.SetPath(directoryName.c_str(), fileName.c_str());
-    request.SetTable("t");
-    return database.CreateTable(request);
+    return operations::Call(create, directoryName, fileName,
+                            {{"table", "t"}, {"column", "a"}, {"type", "TEXT"}})
+        .Run(database);
   }
 
   // The file is opened, or not, as SQLite opens the path itself.
@@ -49,15 +46,12 @@ class PathsTest : public LibraryTest {
     EXPECT_TRUE(sqlite_spy::Calls().at(0) == "sqlite3_open(" + path + ")");
     sqlite3* db = nullptr;
     EXPECT_EQ(sqlite3_open(path.c_str(), &db), code);
-    Strings expected = {Trace(kFile, "CreateTable"), Trace(kFile, "OpenDB"),
-                        Line(6, kFile, "OpenDB", "DB file: " + directoryName + " " + fileName)};
-    if (code == 0) {
-      expected.push_back(Line(4, kFile, "CreateTable", "createTable SUCCESS[0]"));
+    Strings expected = OpeningLines(create, directoryName, fileName);
+    const Strings ending = code == SQLITE_OK ? SuccessLines(create)
+                                             : OpenFailureLines(create, code, sqlite3_errmsg(db));
+    expected.insert(expected.end(), ending.begin(), ending.end());
+    if (code == SQLITE_OK) {
       EXPECT_EQ(SQLITE_OK, sqlite3_exec(db, "SELECT * FROM t", nullptr, nullptr, nullptr));
-    } else {
-      expected.push_back(
-          Line(6, kFile, "OpenDB",
-               "DB open failed. Error no(" + std::to_string(code) + "): " + sqlite3_errmsg(db)));
     }
     EXPECT_TRUE(expected == OperationLines());
     sqlite3_close(db);
@@ -69,6 +63,7 @@ class PathsTest : public LibraryTest {
                                                   filesystem::directory_iterator()));
   }
 
+  const operations::Operation& create = operations::Get("CreateTable");
   TemporaryDirectory directory;
   Database database;
   std::error_code error;  // of questions about names that are too long

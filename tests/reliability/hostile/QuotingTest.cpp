@@ -6,32 +6,20 @@
 #include <filesystem>
 #include <string>
 
-#include "CreateRequest.h"
-#include "DeleteRequest.h"
-#include "DropRequest.h"
 #include "HostileTest.h"
 #include "HostileTexts.h"
-#include "JoinRequest.h"
-#include "SelectRequest.h"
-#include "UpdateRequest.h"
-#include "UpsertRequest.h"
 
 namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr char kUid[] = "uid";
-constexpr char kName[] = "name";
-
 class QuotingTest : public HostileTest {
  protected:
   // The rows of contact with that name.
   int SelectByName(const std::string& name) {
-    SelectRequest request;
-    Address(request, "contact");
-    request.SetWhere(kName, Quoted(name).c_str());
-    return database.Select(request, cursor);
+    return Run("Select",
+               {{"table", "contact"}, {"whereColumn", "name"}, {"whereValue", Quoted(name)}});
   }
 
   std::string Cell(const std::string& column) {
@@ -42,15 +30,9 @@ class QuotingTest : public HostileTest {
     return value;
   }
 
-  // Column names are kept by pointer: the argument outlives the request.
-  int Delete(const std::string& column, const char* value) {
-    DeleteRequest request;
-    Address(request, "contact");
-    request.SetWhere(column.c_str(), value);
-    return database.Delete(request);
+  int Delete(const std::string& column, const std::string& value) {
+    return Run("Delete", {{"table", "contact"}, {"whereColumn", column}, {"whereValue", value}});
   }
-
-  Strings Contacts() { return file.Rows("SELECT uid FROM contact ORDER BY uid"); }
 };
 
 // Values.
@@ -60,14 +42,14 @@ TEST_F(QuotingTest, AQuotedValueArrivesAsItWas) {
     SCOPED_TRACE(Excerpt(text));
     StartAfresh();
     const std::string value = UpToNul(text);
-    UpsertRequest upsert;
-    Address(upsert, "contact");
-    upsert.SetData(kUid, "1");
-    upsert.SetData(kName, Quoted(value).c_str());
-    ASSERT_EQ(0, database.Upsert(upsert));
+    ASSERT_EQ(0, Run("Upsert", {{"table", "contact"},
+                                {"column", "uid"},
+                                {"value", "1"},
+                                {"column2", "name"},
+                                {"value2", Quoted(value)}}));
     ASSERT_EQ(0, SelectByName(value));
-    EXPECT_TRUE(value == Cell(kName));
-    EXPECT_EQ("1", Cell(kUid));
+    EXPECT_TRUE(value == Cell("name"));
+    EXPECT_EQ("1", Cell("uid"));
   }
 }
 
@@ -75,12 +57,9 @@ TEST_F(QuotingTest, AQuotedValueArrivesAsItWas) {
 TEST_F(QuotingTest, InvalidUtf8IsReplacedInAFileOfUtf16) {
   std::filesystem::remove(file.Path());
   file.Run("PRAGMA encoding = 'UTF-16'; CREATE TABLE contact (uid TEXT, name TEXT)");
-  UpsertRequest upsert;
-  Address(upsert, "contact");
-  upsert.SetData(kName, "a\xff");
-  ASSERT_EQ(0, database.Upsert(upsert));
+  ASSERT_EQ(0, Run("Upsert", {{"table", "contact"}, {"column", "name"}, {"value", "a\xff"}}));
   ASSERT_EQ(0, SelectByName("a\xff"));
-  EXPECT_EQ("a\xef\xbf\xbd", Cell(kName));
+  EXPECT_EQ("a\xef\xbf\xbd", Cell("name"));
 }
 
 TEST_F(QuotingTest, AQuotedValueIsUpdatedAndDeletedAndNothingElseIs) {
@@ -88,13 +67,9 @@ TEST_F(QuotingTest, AQuotedValueIsUpdatedAndDeletedAndNothingElseIs) {
     SCOPED_TRACE(Excerpt(text));
     StartAfresh();
     const std::string quoted = Quoted(UpToNul(text));
-    UpdateRequest update;
-    Address(update, "contact");
-    update.SetData(kName, quoted.c_str());
-    update.SetWhere(kUid, "1");
-    ASSERT_EQ(0, database.Update(update));
+    ASSERT_EQ(0, Run("Update", operations::Get("Update").PlainTexts().With("value", quoted)));
     EXPECT_THAT(file.Rows("SELECT name FROM contact WHERE uid = '2'"), ElementsAre("Lee"));
-    ASSERT_EQ(0, Delete(kName, quoted.c_str()));
+    ASSERT_EQ(0, Delete("name", quoted));
     EXPECT_THAT(Contacts(), ElementsAre("2"));
     EXPECT_THAT(file.Rows("SELECT count(*) FROM note"), ElementsAre("3"));
   }
@@ -107,78 +82,46 @@ TEST_F(QuotingTest, QuotedNamesWorkInEveryOperation) {
     SCOPED_TRACE(Excerpt(text));
     StartAfresh();
     const std::string bare = UpToNul(text);
-    if (bare == "contact" || bare == kUid) {
+    if (bare == "contact" || bare == "note" || bare == "uid") {
       continue;  // taken
     }
     const std::string name = QuotedName(bare);
+    const Texts table = {{"table", name}};
+    const Texts row = table.With("column", name);
+    const Texts found = table.With("whereColumn", name).With("whereValue", "2");
 
-    CreateRequest create;
-    Address(create, name.c_str());
-    create.SetPrimaryKey(name.c_str(), "TEXT");
-    create.SetColumnKey("more", "TEXT");
+    const int created = Run(
+        "CreateTable",
+        row.With("key", name).With("keyType", "TEXT").With("column", "more").With("type", "TEXT"));
     if (bare.compare(0, 7, "sqlite_") == 0) {
-      EXPECT_NE(0, database.CreateTable(create)) << "reserved for SQLite";
+      EXPECT_NE(0, created) << "reserved for SQLite";
       continue;
     }
-    ASSERT_EQ(0, database.CreateTable(create));
-
-    BasePath path;
-    file.Locate(path);
-    ASSERT_EQ(0, database.CheckExistTable(path, Quoted(bare).c_str(), exists));
+    ASSERT_EQ(0, created);
+    ASSERT_EQ(0, Run("CheckExistTable", {{"table", Quoted(bare)}}));
     EXPECT_TRUE(exists);
-
-    UpsertRequest upsert;
-    Address(upsert, name.c_str());
-    upsert.SetData(name.c_str(), 1);
-    ASSERT_EQ(0, database.Upsert(upsert));
-
-    UpdateRequest update;
-    Address(update, name.c_str());
-    update.SetData(name.c_str(), 2);
-    update.SetWhere(name.c_str(), 1);
-    ASSERT_EQ(0, database.Update(update));
-
-    SelectRequest select;
-    Address(select, name.c_str());
-    select.SetWhere(name.c_str(), 2);
-    ASSERT_EQ(0, database.Select(select, cursor));
+    ASSERT_EQ(0, Run("Upsert", row.With("value", "1")));
+    ASSERT_EQ(
+        0, Run("Update", row.With("value", "2").With("whereColumn", name).With("whereValue", "1")));
+    ASSERT_EQ(0, Run("Select", found));
     EXPECT_EQ("2", Cell(bare));  // results know the bare name
-
-    JoinRequest join;
-    file.Locate(join);
-    join.SetLeftJoin(name.c_str(), name.c_str());
-    join.SetRightJoin("contact", kUid);
-    join.SetWhere(name.c_str(), 2);
-    ASSERT_EQ(0, database.JoinSelect(join, cursor));
-    EXPECT_EQ("Lee", Cell(kName));
-
-    DeleteRequest remove;
-    Address(remove, name.c_str());
-    remove.SetWhere(name.c_str(), 2);
-    ASSERT_EQ(0, database.Delete(remove));
-    ASSERT_EQ(0, database.Select(select, cursor));
+    ASSERT_EQ(0, Run("JoinSelect",
+                     found.With("column", name).With("table2", "contact").With("column2", "uid")));
+    EXPECT_EQ("Lee", Cell("name"));
+    ASSERT_EQ(0, Run("Delete", found));
+    ASSERT_EQ(0, Run("Select", found));
     EXPECT_EQ(-1, cursor.GetCount());
-
-    DropRequest drop;
-    Address(drop, name.c_str());
-    ASSERT_EQ(0, database.DropTable(drop));
+    ASSERT_EQ(0, Run("DropTable", table));
     EXPECT_THAT(Tables(), ElementsAre("contact", "note"));
   }
 }
 
 TEST_F(QuotingTest, BothKeysOfACompositeKeyMayBeQuoted) {
-  CreateRequest create;
-  Address(create, "pair");
-  create.SetPrimaryKey("\"order\"", "TEXT");
-  create.SetCompositeKey("\"say \"\"hi\"\"\"", "TEXT");
-  EXPECT_EQ(0, ExpectVerdict(kCreateTable,
-                             "CREATE TABLE IF NOT EXISTS pair (\"order\" TEXT, "
-                             "\"say \"\"hi\"\"\" TEXT, PRIMARY KEY(\"order\", "
-                             "\"say \"\"hi\"\"\"))",
-                             [&] { return database.CreateTable(create); })
-                   .code);
-  EXPECT_THAT(file.Rows("SELECT name FROM pragma_table_info('pair')"),
-              ElementsAre("order", "say \"hi\""));
+  const operations::Operation& create = operations::Get("CreateTable");
+  const Texts texts = create.PlainTexts().With("key", "\"order\"");
+  EXPECT_EQ(0, Expect(create, texts.With("key2", "\"say \"\"hi\"\"\"")).code);
+  EXPECT_THAT(file.Rows("SELECT name FROM pragma_table_info('device')"),
+              ElementsAre("order", "say \"hi\"", "label"));
 }
 
 // In a condition SQLite takes a quoted name that is no column's for a text.
@@ -213,24 +156,17 @@ TEST_F(QuotingTest, QuotesDoNotMakeANameSensitiveToCase) {
 class AffinityTest : public HostileTest {
  protected:
   // What the column stores, and its type.
-  std::string Stored(const std::string& type, const char* value) {
+  std::string Stored(const std::string& type, const std::string& value) {
     StartAfresh();
     file.Run("CREATE TABLE t (a " + type + ")");
-    UpsertRequest request;
-    Address(request, "t");
-    request.SetData(kA, value);
-    EXPECT_EQ(0, database.Upsert(request));
+    EXPECT_EQ(0, Run("Upsert", {{"table", "t"}, {"column", "a"}, {"value", value}}));
     return file.Rows("SELECT a, typeof(a) FROM t").at(0);
   }
   // How many rows are found again by the same text.
-  int Found(const char* value) {
-    SelectRequest request;
-    Address(request, "t");
-    request.SetWhere(kA, value);
-    EXPECT_EQ(0, database.Select(request, cursor));
+  int Found(const std::string& value) {
+    EXPECT_EQ(0, Run("Select", {{"table", "t"}, {"whereColumn", "a"}, {"whereValue", value}}));
     return cursor.GetCount();
   }
-  static constexpr const char* kA = "a";
 };
 
 TEST_F(AffinityTest, AnIntegerColumnStoresWhatReadsAsANumber) {

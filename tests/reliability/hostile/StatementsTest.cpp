@@ -3,12 +3,7 @@
 
 #include <string>
 
-#include "ContactTest.h"
-#include "CreateRequest.h"
-#include "DeleteRequest.h"
-#include "DropRequest.h"
-#include "SelectRequest.h"
-#include "UpdateRequest.h"
+#include "HostileTest.h"
 #include "UpsertRequest.h"
 
 namespace {
@@ -16,19 +11,11 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr char kName[] = "name";
-
-class StatementsTest : public ContactTest {
+class StatementsTest : public HostileTest {
  protected:
-  // Of a value for contact.uid.
-  Verdict Delete(const std::string& value) {
-    DeleteRequest request;
-    Address(request, "contact");
-    request.SetWhere(kUid, value.c_str());
-    return ExpectVerdict(kDelete, "DELETE  FROM contact WHERE uid='" + value + "'",
-                         [&] { return database.Delete(request); });
-  }
-  Strings Contacts() { return file.Rows("SELECT uid FROM contact ORDER BY uid"); }
+  // With this as value of contact.uid.
+  Verdict Upsert(const std::string& value) { return Expect("Upsert", "value", value); }
+  Verdict Select(const std::string& value) { return Expect("SelectWhere", "whereValue", value); }
 };
 
 TEST_F(StatementsTest, AnUpsertRunsWhatItsValueAdds) {
@@ -38,47 +25,28 @@ TEST_F(StatementsTest, AnUpsertRunsWhatItsValueAdds) {
 }
 
 TEST_F(StatementsTest, AnUpdateRunsWhatItsValueAdds) {
-  UpdateRequest request;
-  Address(request, "contact");
-  request.SetData(kName, "Ann");
-  request.SetWhere(kUid, "1'; DROP TABLE note; --");
-  EXPECT_EQ(0, ExpectVerdict(kUpdate,
-                             "UPDATE contact SET name = 'Ann' WHERE uid='1'; DROP TABLE note; --'",
-                             [&] { return database.Update(request); })
-                   .code);
+  EXPECT_EQ(0, Expect("Update", "whereValue", "1'; DROP TABLE note; --").code);
   EXPECT_THAT(Tables(), ElementsAre("contact"));
 }
 
 TEST_F(StatementsTest, ADeleteRunsWhatItsValueAdds) {
-  EXPECT_EQ(0, Delete("1'; DROP TABLE note; --").code);
+  EXPECT_EQ(0, Expect("Delete", "whereValue", "1'; DROP TABLE note; --").code);
   EXPECT_THAT(Tables(), ElementsAre("contact"));
   EXPECT_THAT(Contacts(), ElementsAre("2"));
 }
 
 TEST_F(StatementsTest, ADeleteTakesEveryRowWhenItsValueSaysSo) {
-  EXPECT_EQ(0, Delete("' OR '1'='1").code);
+  EXPECT_EQ(0, Expect("Delete", "whereValue", "' OR '1'='1").code);
   EXPECT_THAT(Contacts(), IsEmpty());
 }
 
 TEST_F(StatementsTest, ACreationRunsWhatItsTypeAdds) {
-  CreateRequest request;
-  Address(request, "more");
-  request.SetColumnKey(kName, "TEXT); DROP TABLE note; --");
-  EXPECT_EQ(0,
-            ExpectVerdict(kCreateTable,
-                          "CREATE TABLE IF NOT EXISTS more (_ID INTEGER PRIMARY KEY, name TEXT); "
-                          "DROP TABLE note; --)",
-                          [&] { return database.CreateTable(request); })
-                .code);
-  EXPECT_THAT(Tables(), ElementsAre("contact", "more"));
+  EXPECT_EQ(0, Expect("CreateTableWithoutKey", "type", "TEXT); DROP TABLE note; --").code);
+  EXPECT_THAT(Tables(), ElementsAre("contact", "device"));
 }
 
 TEST_F(StatementsTest, ADropRunsWhatItsTableAdds) {
-  DropRequest request;
-  Address(request, "contact; DROP TABLE note");
-  EXPECT_EQ(0, ExpectVerdict(kDropTable, "DROP TABLE contact; DROP TABLE note", [&] {
-                 return database.DropTable(request);
-               }).code);
+  EXPECT_EQ(0, Expect("DropTable", "table", "contact; DROP TABLE note").code);
   EXPECT_THAT(Tables(), IsEmpty());
 }
 
@@ -98,13 +66,7 @@ TEST_F(StatementsTest, AQueryShowsOtherTablesWhenItsValueSaysSo) {
 }
 
 TEST_F(StatementsTest, ATableExistsWhenItsNameSaysSo) {
-  BasePath path;
-  file.Locate(path);
-  const Verdict verdict = ExpectVerdict(
-      kCheckExistTable,
-      "SELECT COUNT(*) from sqlite_master WHERE TYPE='table' AND NAME='nosuch' OR '1'='1'",
-      [&] { return database.CheckExistTable(path, "nosuch' OR '1'='1", exists); });
-  EXPECT_EQ(0, verdict.code);
+  EXPECT_EQ(0, Expect("CheckExistTable", "table", "nosuch' OR '1'='1").code);
   EXPECT_TRUE(exists);
 }
 
@@ -136,11 +98,12 @@ TEST_F(StatementsTest, ATransactionThatIsLeftOpenIsRolledBackAndStillASuccess) {
   EXPECT_THAT(Contacts(), ElementsAre("1", "2", "9"));
 }
 
-// The whole text is the unit of the busy rule.
+// The whole text is the unit of the retry policy.
 TEST_F(StatementsTest, ABusyTextIsRunAgainFromItsFirstStatement) {
   UpsertRequest request;
-  Address(request, "contact");
-  request.SetData(kUid, "9'); INSERT INTO note (body) VALUES ('more'); --");
+  file.Locate(request);
+  request.SetTable("contact");
+  request.SetData("uid", "9'); INSERT INTO note (body) VALUES ('more'); --");
   sqlite_spy::Script("sqlite3_exec", {sqlite_spy::RealButAnswer(SQLITE_BUSY)});
   EXPECT_EQ(0, database.Upsert(request));
   EXPECT_THAT(file.Rows("SELECT count(*) FROM note WHERE body = 'more'"), ElementsAre("2"));
