@@ -2,74 +2,57 @@
 
 #include <sqlite3.h>
 
-#include "private/BusyRule.h"
 #include "Cursor.h"
+#include "private/BusyRetry.h"
 #include "private/Log.h"
 
 namespace {
 
-// Steps a statement until it is done, retrying while it is busy; `handle` gets
-// every other result code and answers whether the next step is the last one.
-template <typename Handle>
-int StepToEnd(DatabaseParser& parser, sqlite3_stmt* stmt, Handle handle) {
-  bool stop = false;
-  int busyCount = 0;
-  for (;;) {
-    const int rc = sqlite3_step(stmt);
-    if (rc == SQLITE_DONE || stop) {
-      return rc;
-    }
-    stop = rc == SQLITE_BUSY ? parser.IsRetryLimit(busyCount) : handle(rc);
+// The steps of one statement: Next() is true while there is a result to look at. A busy step is
+// retried; the step after the limit, or after MakeNextLast(), ends the steps whatever it returns.
+class Steps {
+ public:
+  Steps(DatabaseParser& parser, sqlite3_stmt* stmt) : m_retry(parser), m_stmt(stmt) {}
+
+  bool Next() {
+    m_result = m_retry.Call([this] { return sqlite3_step(m_stmt); });
+    return m_result != SQLITE_DONE && !m_retry.IsLast();
   }
+  void MakeNextLast() { m_retry.MakeNextLast(); }
+  int Result() const { return m_result; }
+
+ private:
+  vorn::BusyRetry<DatabaseParser> m_retry;
+  sqlite3_stmt* const m_stmt;
+  int m_result = SQLITE_OK;
+};
+
+int DeclareColumns(sqlite3_stmt* stmt, Cursor& cursor) {
+  const int count = sqlite3_column_count(stmt);
+  for (int column = 0; column < count; ++column) {
+    cursor.SetColumn(sqlite3_column_name(stmt, column));
+  }
+  return count;
 }
 
-const char* AsText(const unsigned char* text) { return reinterpret_cast<const char*>(text); }
-
 // Appends one cell. Its text belongs to SQLite and is copied by the cursor.
-void CopyCell(const vorn::LogSite& site, sqlite3_stmt* stmt, int column, Cursor& cursor) {
+void AppendCell(const vorn::LogSite& site, sqlite3_stmt* stmt, int column, Cursor& cursor) {
   const char* const name = sqlite3_column_name(stmt, column);
+  const char* text = "";
   switch (sqlite3_column_type(stmt, column)) {
     case SQLITE_INTEGER:
     case SQLITE_FLOAT:
     case SQLITE_TEXT:
-      cursor.SetData(name, AsText(sqlite3_column_text(stmt, column)));
+      text = reinterpret_cast<const char*>(sqlite3_column_text(stmt, column));
       break;
     case SQLITE_NULL:
-      cursor.SetData(name, "");
       break;
     default:
-      VORN_LOG_AT(site, vorn::kError, "UNKNOWN TYPE");
-      cursor.SetData(name, "");
+      vorn::PrintLog(site, vorn::log::UnknownType());
       break;
   }
+  cursor.SetData(name, text);
 }
-
-// Copies rows into a cursor; the first row declares the columns.
-class RowCopier {
- public:
-  RowCopier(const vorn::LogSite& site, sqlite3_stmt* stmt, Cursor& cursor)
-      : m_site(site), m_stmt(stmt), m_cursor(cursor) {}
-
-  void Copy() {
-    if (!m_registered) {
-      m_columnCount = sqlite3_column_count(m_stmt);
-      for (int column = 0; column < m_columnCount; ++column) {
-        m_cursor.SetColumn(sqlite3_column_name(m_stmt, column));
-      }
-    }
-    for (int column = 0; column < m_columnCount; ++column) {
-      CopyCell(m_site, m_stmt, column, m_cursor);
-    }
-    m_registered = true;
-  }
-
- private:
-  const vorn::LogSite m_site;
-  sqlite3_stmt* const m_stmt;
-  Cursor& m_cursor;
-  bool m_registered = false;
-  int m_columnCount = 0;
-};
 
 }  // namespace
 
@@ -78,36 +61,41 @@ DatabaseParser::DatabaseParser() = default;
 DatabaseParser::~DatabaseParser() = default;
 
 int DatabaseParser::ParseExistTable(sqlite3_stmt* stmt, bool& exists) {
-  const vorn::LogSite site = VORN_HERE;
   bool found = false;
-  const int rc = StepToEnd(*this, stmt, [&](int code) {
-    if (code == SQLITE_ERROR) {
-      VORN_LOG_AT(site, vorn::kError, "SQLITE STEP ERROR!!!");
-      return true;
-    }
-    if (sqlite3_column_int(stmt, 0) > 0) {
+  Steps steps(*this, stmt);
+  while (steps.Next()) {
+    if (steps.Result() == SQLITE_ERROR) {
+      VORN_LOG(vorn::log::ExistStepFailed());
+      steps.MakeNextLast();
+    } else if (sqlite3_column_int(stmt, 0) > 0) {
       found = true;
     }
-    return false;
-  });
+  }
   exists = found;
-  return rc;
+  return steps.Result();
 }
 
 int DatabaseParser::ParseDatabase(sqlite3* db, sqlite3_stmt* stmt, Cursor& cursor) {
-  const vorn::LogSite site = VORN_HERE;
+  const vorn::LogSite& site = VORN_HERE;
   cursor.Initialize();
-  RowCopier copier(site, stmt, cursor);
-  return StepToEnd(*this, stmt, [&](int code) {
-    if (code == SQLITE_ERROR) {
-      VORN_LOG_AT(site, vorn::kError, "SQLITE STEP ERROR!!! %s", sqlite3_errmsg(db));
-      return true;
+  bool areColumnsDeclared = false;
+  int columnCount = 0;
+  Steps steps(*this, stmt);
+  while (steps.Next()) {
+    if (steps.Result() == SQLITE_ERROR) {
+      vorn::PrintLog(site, vorn::log::StepFailed(), sqlite3_errmsg(db));
+      steps.MakeNextLast();
+    } else if (steps.Result() == SQLITE_ROW) {
+      if (!areColumnsDeclared) {
+        columnCount = DeclareColumns(stmt, cursor);
+        areColumnsDeclared = true;
+      }
+      for (int column = 0; column < columnCount; ++column) {
+        AppendCell(site, stmt, column, cursor);
+      }
     }
-    if (code == SQLITE_ROW) {
-      copier.Copy();
-    }
-    return false;
-  });
+  }
+  return steps.Result();
 }
 
-bool DatabaseParser::IsRetryLimit(int& count) { return vorn::CountBusy(VORN_HERE, count); }
+bool DatabaseParser::IsRetryLimit(int& count) { return vorn::CountBusyAndWait(VORN_HERE, count); }

@@ -36,7 +36,7 @@ std::string NameText(const char* name) { return std::string(name); }
 // Values end at their first NUL, where SQLite would take the statement to end.
 void AppendLiteral(std::string& sql, const std::string& value) {
   sql += '\'';
-  sql.append(value, 0, value.find('\0'));
+  sql += value.c_str();
   sql += '\'';
 }
 
@@ -76,8 +76,8 @@ SqlGenerator::SqlGenerator() = default;
 SqlGenerator::~SqlGenerator() = default;
 
 void SqlGenerator::GetDBPath(std::string dir, std::string file, std::string& path) {
-  // For an empty directory both sides are npos, so that the path stays relative.
-  if (dir.size() - 1 != dir.rfind('/')) {
+  // An empty directory leaves the path relative.
+  if (!dir.empty() && dir.back() != '/') {
     dir += '/';
   }
   dir += file;

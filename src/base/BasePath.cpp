@@ -1,17 +1,17 @@
 #include "BasePath.h"
 
-#include "private/OwnedText.h"
+#include "private/CStringCopy.h"
 
 BasePath::BasePath() = default;
 
 BasePath::~BasePath() {
-  vorn::ReleaseText(m_directory);
-  vorn::ReleaseText(m_fileName);
+  vorn::ReleaseCopy(m_directory);
+  vorn::ReleaseCopy(m_fileName);
 }
 
 void BasePath::SetPath(const char* directory, const char* fileName) {
-  vorn::StoreText(m_directory, directory);
-  vorn::StoreText(m_fileName, fileName);
+  vorn::StoreCopy(m_directory, directory);
+  vorn::StoreCopy(m_fileName, fileName);
 }
 
 void BasePath::GetPath(std::string& directory, std::string& fileName) {

@@ -1,7 +1,7 @@
 // The one way to change a container that several threads may change.
 
-#ifndef VORNDATABASE_SRC_CONTAINERGUARD_H
-#define VORNDATABASE_SRC_CONTAINERGUARD_H
+#ifndef VORNDATABASE_SRC_PRIVATE_CONTAINERGUARD_H
+#define VORNDATABASE_SRC_PRIVATE_CONTAINERGUARD_H
 
 #include <VornMutex.h>
 
@@ -57,4 +57,4 @@ class ContainerGuard {
 
 }  // namespace vorn
 
-#endif  // VORNDATABASE_SRC_CONTAINERGUARD_H
+#endif  // VORNDATABASE_SRC_PRIVATE_CONTAINERGUARD_H

@@ -1,18 +1,15 @@
-// The one way to write a log line.
+// The one way to write a log record.
 //
-// A line reads "file: function(line) > message". VORN_LOG takes the three from
-// the place where it stands. A procedure that serves several public members
-// takes the place from the member instead (VORN_HERE), because the reader of the
-// log looks for the member, not for our helper.
+// A record reads "file: function(line) > message". The first three are a call site: that of the
+// public member, also where a shared procedure writes the record (VORN_HERE), since the reader of
+// a log looks for the member.
 
-#ifndef VORNDATABASE_SRC_LOG_H
-#define VORNDATABASE_SRC_LOG_H
+#ifndef VORNDATABASE_SRC_PRIVATE_LOG_H
+#define VORNDATABASE_SRC_PRIVATE_LOG_H
 
 #include <dlog.h>
 
 #include <VornLogger.h>
-#include <cstddef>
-#include <cstdio>
 #include <string>
 
 #ifndef __FILE_NAME__
@@ -30,16 +27,40 @@ struct LogSite {
   int line;
 };
 
-// Joined to every message format at build time, so that the direct path needs no
-// formatting of our own. The bare format is the tail of the joined one.
+// Joined to every format at build time, so that the direct path needs no formatting of our own.
 #define VORN_LOG_PREFIX "%s: %s(%d) > "
-constexpr std::size_t kLogPrefixLength = sizeof(VORN_LOG_PREFIX) - 1;
 
-// The size of the protected path's message, its NUL included.
-constexpr std::size_t kProtectedMessageSize = 599;
+// A message of a priority, whose format takes arguments of these types.
+template <LogPriority priority, typename... Args>
+struct LogMessage {
+  const char* format;  // behind VORN_LOG_PREFIX
+};
 
-// Hands one line to the system log. A device's header may declare buffer and
-// priority as enumerations of its own, hence the casts.
+template <LogPriority priority, typename... Args>
+constexpr LogMessage<priority, Args...> MakeLogMessage(const char* format, Args...) {
+  return {format};
+}
+
+// Never defined: lets the compiler check a format against its arguments.
+int CheckFormat(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+// Example arguments of the table.
+constexpr int kNumber = 0;
+constexpr const char* kText = "";
+
+#define VORN_FORMAT_AND_ARGUMENTS(...) __VA_ARGS__
+#define VORN_LOG_MESSAGE(name, priority, message, sites, meaning, remedy)               \
+  static_assert(sizeof(CheckFormat message) != 0, "checked by -Wformat");               \
+  constexpr auto name() {                                                               \
+    return MakeLogMessage<priority>(VORN_LOG_PREFIX VORN_FORMAT_AND_ARGUMENTS message); \
+  }
+namespace log {
+#include "private/LogMessages.h"
+}
+#undef VORN_FORMAT_AND_ARGUMENTS
+
+// Hands one record to the system log. A device's header may declare buffer and priority as
+// enumerations of its own, hence the casts.
 template <typename Buffer, typename Priority, typename... Args>
 void CallSystemLog(int (*print)(Buffer, Priority, const char*, const char*, ...),
                    LogPriority priority, const char* tag, const char* format, Args... args) {
@@ -47,49 +68,50 @@ void CallSystemLog(int (*print)(Buffer, Priority, const char*, const char*, ...)
   print(kMainBuffer, static_cast<Priority>(priority), tag, format, args...);
 }
 
-// Prints a line through the logger's conversion; `format` is the bare one.
+// Prints a record through the logger's conversion; `format` has the prefix.
 void PrintProtected(const LogSite& site, LogPriority priority, const char* format, ...);
 
-// Prints one line; `format` is a VORN_FORMAT. The logger belongs to the utility
-// library and is asked for at each use, never kept.
+// Prints a record; `format` has the prefix. The logger belongs to the utility library and is asked
+// for at each use, never kept.
 template <typename... Args>
-void PrintLog(const LogSite& site, LogPriority priority, const char* format, Args... args) {
+void Print(const LogSite& site, LogPriority priority, const char* format, Args... args) {
   if (!VornLogger::GetInstance()->GetEncryptionFlag()) {
     CallSystemLog(__dlog_print, priority, VornLogger::GetInstance()->GetLogTag(), format, site.file,
                   site.function, site.line, args...);
     return;
   }
-  PrintProtected(site, priority, format + kLogPrefixLength, args...);
+  PrintProtected(site, priority, format, args...);
 }
 
-// Prints the line that marks the entry of a member.
-void PrintTrace(const LogSite& site);
+template <typename Type>
+struct Exactly {
+  using type = Type;
+};
 
-// Never defined: lets the compiler check a message's arguments.
-int CheckFormat(const char* format, ...) __attribute__((format(printf, 1, 2)));
+// Prints one record of the table.
+template <LogPriority priority, typename... Args>
+void PrintLog(const LogSite& site, LogMessage<priority, Args...> message,
+              typename Exactly<Args>::type... args) {
+  Print(site, priority, message.format, args...);
+}
+
+// Prints the record that marks the entry of a member.
+void PrintEntry(const LogSite& site);
 
 }  // namespace vorn
 
-// The place where this stands: a constant, so that a call only passes its address.
+// The call site: a constant, so that a call only passes its address.
 #define VORN_HERE                                                                     \
   (*__extension__({                                                                   \
     static constexpr ::vorn::LogSite kVornSite = {__FILE_NAME__, __func__, __LINE__}; \
     &kVornSite;                                                                       \
   }))
 
-// A message format literal in the form that PrintLog takes.
-#define VORN_FORMAT(format) (VORN_LOG_PREFIX format)
+// Writes a record from here: VORN_LOG(message, arguments...).
+#define VORN_LOG(...) ::vorn::PrintLog(VORN_HERE, __VA_ARGS__)
 
-// Writes a line from a given place: VORN_LOG_AT(site, priority, format, ...).
-#define VORN_LOG_AT(site, priority, ...)                        \
-  (static_cast<void>(sizeof(::vorn::CheckFormat(__VA_ARGS__))), \
-   ::vorn::PrintLog(site, priority, VORN_LOG_PREFIX __VA_ARGS__))
+// Marks the entry of a member. The call site appears twice in the record, in the prefix and in
+// the message; readers of the log filter by either.
+#define VORN_TRACE() ::vorn::PrintEntry(VORN_HERE)
 
-// Writes a line from here: VORN_LOG(priority, format, ...).
-#define VORN_LOG(priority, ...) VORN_LOG_AT(VORN_HERE, priority, __VA_ARGS__)
-
-// Writes the line that marks the entry of a member. The place stands twice in
-// it, in the prefix and in the message; readers of the log filter by either.
-#define VORN_TRACE() ::vorn::PrintTrace(VORN_HERE)
-
-#endif  // VORNDATABASE_SRC_LOG_H
+#endif  // VORNDATABASE_SRC_PRIVATE_LOG_H

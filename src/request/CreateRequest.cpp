@@ -1,8 +1,8 @@
 #include "CreateRequest.h"
 
+#include "private/CStringCopy.h"
 #include "private/ContainerGuard.h"
 #include "private/Log.h"
-#include "private/OwnedText.h"
 
 CreateRequest::CreateRequest() {
   VORN_TRACE();
@@ -13,28 +13,28 @@ CreateRequest::CreateRequest() {
 
 CreateRequest::~CreateRequest() {
   VORN_TRACE();
-  vorn::ReleaseText(m_table);
-  vorn::ReleaseText(m_primaryKeyName);
-  vorn::ReleaseText(m_primaryKeyType);
-  vorn::ReleaseText(m_compositeKeyName);
-  vorn::ReleaseText(m_compositeKeyType);
+  vorn::ReleaseCopy(m_table);
+  vorn::ReleaseCopy(m_primaryKeyName);
+  vorn::ReleaseCopy(m_primaryKeyType);
+  vorn::ReleaseCopy(m_compositeKeyName);
+  vorn::ReleaseCopy(m_compositeKeyType);
 }
 
 void CreateRequest::SetTable(const char* table) {
   VORN_TRACE();
-  vorn::StoreText(m_table, table);
+  vorn::StoreCopy(m_table, table);
 }
 
 void CreateRequest::SetPrimaryKey(const char* name, const char* type) {
   VORN_TRACE();
-  vorn::StoreText(m_primaryKeyName, name);
-  vorn::StoreText(m_primaryKeyType, type);
+  vorn::StoreCopy(m_primaryKeyName, name);
+  vorn::StoreCopy(m_primaryKeyType, type);
 }
 
 void CreateRequest::SetCompositeKey(const char* name, const char* type) {
   VORN_TRACE();
-  vorn::StoreText(m_compositeKeyName, name);
-  vorn::StoreText(m_compositeKeyType, type);
+  vorn::StoreCopy(m_compositeKeyName, name);
+  vorn::StoreCopy(m_compositeKeyType, type);
 }
 
 void CreateRequest::SetColumnKey(const char* name, const char* type) {
@@ -46,17 +46,17 @@ void CreateRequest::SetColumnKey(const char* name, const char* type) {
 
 void CreateRequest::GetTable(std::string& table) {
   VORN_TRACE();
-  vorn::LoadText(m_table, table);
+  vorn::LoadCopy(m_table, table);
 }
 
 void CreateRequest::GetPrimaryKey(std::string& name, std::string& type) {
   VORN_TRACE();
-  vorn::LoadTexts(m_primaryKeyName, m_primaryKeyType, name, type);
+  vorn::LoadCopies(m_primaryKeyName, m_primaryKeyType, name, type);
 }
 
 void CreateRequest::GetCompositeKey(std::string& name, std::string& type) {
   VORN_TRACE();
-  vorn::LoadTexts(m_compositeKeyName, m_compositeKeyType, name, type);
+  vorn::LoadCopies(m_compositeKeyName, m_compositeKeyType, name, type);
 }
 
 void CreateRequest::GetColumnKey(ColumnKeys& keys) {

@@ -1,21 +1,21 @@
 #include "DeleteRequest.h"
 
+#include "private/CStringCopy.h"
 #include "private/Log.h"
-#include "private/OwnedText.h"
 
 DeleteRequest::DeleteRequest() { VORN_TRACE(); }
 
 DeleteRequest::~DeleteRequest() {
   VORN_TRACE();
-  vorn::ReleaseText(m_table);
+  vorn::ReleaseCopy(m_table);
 }
 
 void DeleteRequest::SetTable(const char* table) {
   VORN_TRACE();
-  vorn::StoreText(m_table, table);
+  vorn::StoreCopy(m_table, table);
 }
 
 void DeleteRequest::GetTable(std::string& table) {
   VORN_TRACE();
-  vorn::LoadText(m_table, table);
+  vorn::LoadCopy(m_table, table);
 }

@@ -1,21 +1,21 @@
 #include "DropRequest.h"
 
+#include "private/CStringCopy.h"
 #include "private/Log.h"
-#include "private/OwnedText.h"
 
 DropRequest::DropRequest() { VORN_TRACE(); }
 
 DropRequest::~DropRequest() {
   VORN_TRACE();
-  vorn::ReleaseText(m_table);
+  vorn::ReleaseCopy(m_table);
 }
 
 void DropRequest::SetTable(const char* table) {
   VORN_TRACE();
-  vorn::StoreText(m_table, table);
+  vorn::StoreCopy(m_table, table);
 }
 
 void DropRequest::GetTable(std::string& table) {
   VORN_TRACE();
-  vorn::LoadText(m_table, table);
+  vorn::LoadCopy(m_table, table);
 }

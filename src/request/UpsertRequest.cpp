@@ -1,21 +1,21 @@
 #include "UpsertRequest.h"
 
+#include "private/CStringCopy.h"
 #include "private/Log.h"
-#include "private/OwnedText.h"
 
 UpsertRequest::UpsertRequest() { VORN_TRACE(); }
 
 UpsertRequest::~UpsertRequest() {
   VORN_TRACE();
-  vorn::ReleaseText(m_table);
+  vorn::ReleaseCopy(m_table);
 }
 
 void UpsertRequest::SetTable(const char* table) {
   VORN_TRACE();
-  vorn::StoreText(m_table, table);
+  vorn::StoreCopy(m_table, table);
 }
 
 void UpsertRequest::GetTable(std::string& table) {
   VORN_TRACE();
-  vorn::LoadText(m_table, table);
+  vorn::LoadCopy(m_table, table);
 }

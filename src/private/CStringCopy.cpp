@@ -1,10 +1,10 @@
-#include "private/OwnedText.h"
+#include "private/CStringCopy.h"
 
 #include <cstring>
 
 namespace vorn {
 
-void StoreText(char*& field, const char* text) {
+void StoreCopy(char*& field, const char* text) {
   if (text == nullptr) {
     return;
   }
@@ -14,21 +14,21 @@ void StoreText(char*& field, const char* text) {
   field = copy;
 }
 
-void LoadText(const char* field, std::string& output) {
+void LoadCopy(const char* field, std::string& output) {
   if (field != nullptr) {
     output = field;
   }
 }
 
-void LoadTexts(const char* firstField, const char* secondField, std::string& first,
-               std::string& second) {
+void LoadCopies(const char* firstField, const char* secondField, std::string& first,
+                std::string& second) {
   if (firstField != nullptr && secondField != nullptr) {
     first = firstField;
     second = secondField;
   }
 }
 
-void ReleaseText(char*& field) {
+void ReleaseCopy(char*& field) {
   delete[] field;
   field = nullptr;
 }

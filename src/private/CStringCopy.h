@@ -2,8 +2,8 @@
 // null until set. The members' types are part of the binary interface, so the
 // copies cannot be std::string.
 
-#ifndef VORNDATABASE_SRC_BASE_OWNEDTEXT_H
-#define VORNDATABASE_SRC_BASE_OWNEDTEXT_H
+#ifndef VORNDATABASE_SRC_PRIVATE_CSTRINGCOPY_H
+#define VORNDATABASE_SRC_PRIVATE_CSTRINGCOPY_H
 
 #include <string>
 
@@ -11,17 +11,17 @@ namespace vorn {
 
 // Stores a copy of `text`; null leaves the field as it is. An earlier copy is
 // abandoned, not released; that is a documented part of the contract.
-void StoreText(char*& field, const char* text);
+void StoreCopy(char*& field, const char* text);
 
 // Assigns the text to `output`; an unset field leaves it as it was.
-void LoadText(const char* field, std::string& output);
+void LoadCopy(const char* field, std::string& output);
 
 // Assigns both texts to the outputs, or neither when one of them is unset.
-void LoadTexts(const char* firstField, const char* secondField, std::string& first,
-               std::string& second);
+void LoadCopies(const char* firstField, const char* secondField, std::string& first,
+                std::string& second);
 
-void ReleaseText(char*& field);
+void ReleaseCopy(char*& field);
 
 }  // namespace vorn
 
-#endif  // VORNDATABASE_SRC_BASE_OWNEDTEXT_H
+#endif  // VORNDATABASE_SRC_PRIVATE_CSTRINGCOPY_H
