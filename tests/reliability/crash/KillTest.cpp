@@ -18,19 +18,13 @@
 #include <vector>
 
 #include "ChildProcess.h"
-#include "CreateRequest.h"
-#include "Cursor.h"
-#include "Database.h"
-#include "DeleteRequest.h"
-#include "DropRequest.h"
+#include "NoteTable.h"
+#include "Operations.h"
 #include "RealWait.h"
-#include "SelectRequest.h"
 #include "TemporaryDatabase.h"
 #include "TestScale.h"
 #include "TestSeed.h"
 #include "Tracer.h"
-#include "UpdateRequest.h"
-#include "UpsertRequest.h"
 #include "WholeFile.h"
 
 namespace {
@@ -48,29 +42,12 @@ std::string TextOf(int version) {
   return text;
 }
 
-// A row is a key, a version of its content, and the content.
 class KillTest : public ::testing::Test {
  protected:
-  KillTest() { file.Run("CREATE TABLE t (id INTEGER PRIMARY KEY, version INTEGER, text TEXT)"); }
+  KillTest() { EXPECT_EQ(0, note_table::Run({"CreateTable", "", ""}, file)); }
 
-  template <typename Request>
-  void Locate(Request& request) const {
-    file.Locate(request);
-    request.SetTable("t");
-  }
-
-  template <typename Request>
-  static void SetVersion(Request& request, int version) {
-    request.SetData("version", version);
-    request.SetData("text", TextOf(version).c_str());
-  }
-
-  int Upsert(int key, int version) {
-    UpsertRequest request;
-    Locate(request);
-    request.SetData("id", key);
-    SetVersion(request, version);
-    return database.Upsert(request);
+  int Upsert(int key, int version) const {
+    return note_table::Run({"Upsert", std::to_string(key), TextOf(version)}, file);
   }
 
   // Whether a change was begun and neither completed nor rolled back. A journal that
@@ -87,19 +64,18 @@ class KillTest : public ::testing::Test {
   }
 
   TemporaryDatabase file;
-  Database database;
 };
 
 class RandomKillTest : public KillTest {
  protected:
   static constexpr int kKeys = 20;
-  static int KeyOf(int version) { return version % kKeys; }
+  static std::string KeyOf(int version) { return std::to_string(version % kKeys); }
 
   // Upserts versions for ever, and acknowledges each.
   void WriteFrom(int version, Channel& parent) {
     constexpr int kHasFailed = -1;  // no version
     for (;; ++version) {
-      const int result = Upsert(KeyOf(version), version);
+      const int result = Upsert(version % kKeys, version);
       parent.Send(result == 0 ? version : kHasFailed);
       ASSERT_EQ(0, result);
     }
@@ -132,26 +108,6 @@ class RandomKillTest : public KillTest {
     EXPECT_EQ(0, Upsert(0, 0));
     return std::chrono::duration_cast<microseconds>(std::chrono::steady_clock::now() - begin);
   }
-
-  // Key to version, as the library reads them.
-  std::map<int, int> Versions() {
-    SelectRequest request;
-    Locate(request);
-    Cursor cursor;
-    EXPECT_EQ(0, database.Select(request, cursor));
-    std::map<int, int> versions;
-    while (cursor.MoveToNext() == 0) {
-      int key = -1;
-      int version = -1;
-      std::string text;
-      EXPECT_EQ(0, cursor.GetInt("id", key));
-      EXPECT_EQ(0, cursor.GetInt("version", version));
-      EXPECT_EQ(0, cursor.GetString("text", text));
-      EXPECT_TRUE(text == TextOf(version)) << "key " << key << " is torn at version " << version;
-      versions[key] = version;
-    }
-    return versions;
-  }
 };
 
 TEST_F(RandomKillTest, EveryAcknowledgedRowIsThereAndTheOneInFlightWhollyOrNotAtAll) {
@@ -159,7 +115,7 @@ TEST_F(RandomKillTest, EveryAcknowledgedRowIsThereAndTheOneInFlightWhollyOrNotAt
   std::mt19937 random(test_seed::Seed());
   std::uniform_int_distribution<int> acknowledgements(0, 8);
   std::uniform_int_distribution<int> delay(0, 2 * static_cast<int>(DurationOfUpsert().count()));
-  std::map<int, int> expected{{0, 0}};
+  std::map<std::string, std::string> expected{{"0", TextOf(0)}};
   int version = 0;
   int hotJournals = 0;
   int unacknowledged = 0;
@@ -167,19 +123,22 @@ TEST_F(RandomKillTest, EveryAcknowledgedRowIsThereAndTheOneInFlightWhollyOrNotAt
     const int last = KillWriter(version + 1, acknowledgements(random), microseconds(delay(random)));
     while (version < last) {
       ++version;
-      expected[KeyOf(version)] = version;
+      expected[KeyOf(version)] = TextOf(version);
     }
     hotJournals += HasHotJournal() ? 1 : 0;
 
-    const std::map<int, int> found = Versions();
-    const int inFlight = version + 1;
-    if (const auto row = found.find(KeyOf(inFlight));
-        row != found.end() && row->second == inFlight) {
-      version = inFlight;
-      expected[KeyOf(inFlight)] = inFlight;
+    int result = 0;
+    const note_table::Content found = note_table::Read(file, result);
+    ASSERT_EQ(0, result);
+    ASSERT_TRUE(found);
+    std::map<std::string, std::string> withTheOneInFlight = expected;
+    withTheOneInFlight[KeyOf(version + 1)] = TextOf(version + 1);
+    if (*found == withTheOneInFlight) {
+      ++version;
       ++unacknowledged;
+      expected = withTheOneInFlight;
     }
-    ASSERT_EQ(expected, found) << "after kill " << kill;
+    ASSERT_TRUE(*found == expected) << "after kill " << kill;
     ExpectIntact();
   }
   EXPECT_GT(version, unacknowledged);
@@ -330,10 +289,9 @@ class TracedKillTest : public KillTest {
 
   // The library's next operation works.
   void ExpectTable() {
-    BasePath path;
-    file.Locate(path);
-    bool exists = false;
-    EXPECT_EQ(0, database.CheckExistTable(path, "t", exists));
+    Database database;
+    EXPECT_EQ(0,
+              operations::Run("CheckExistTable", database, file, {{"table", note_table::kTable}}));
   }
 
   // A change that has been acknowledged is there, any other wholly or not at all.
@@ -345,16 +303,7 @@ class TracedKillTest : public KillTest {
     (found == before ? unchanged : changed) += 1;
   }
 
-  // All that is in the file, as SQLite tells it.
-  std::vector<std::string> State() const {
-    std::vector<std::string> state = file.Rows("SELECT name, sql FROM sqlite_master ORDER BY name");
-    if (!state.empty() && state.back().rfind("t|", 0) == 0) {
-      for (const std::string& row : file.Rows("SELECT * FROM t ORDER BY id")) {
-        state.push_back(row);
-      }
-    }
-    return state;
-  }
+  std::vector<std::string> State() const { return operations::Contents(file); }
 
   std::string image;  // of the file before the change
   std::vector<std::string> before;
@@ -375,40 +324,33 @@ TEST_F(TracedKillTest, AWaitingUpsertGoesOnAfterOneThatIsKilled) {
   KillAtBoundariesBesideAnother([&] { return Upsert(2, 1); }, [&] { return Upsert(3, 1); });
 }
 
+// Of all rows.
 TEST_F(TracedKillTest, AnUpdateIsDoneWhollyOrNotAtAll) {
   KillAtEachBoundary([&] {
-    UpdateRequest request;
-    Locate(request);
-    SetVersion(request, 1);
-    request.SetWhere("version", 0);
-    return database.Update(request);
+    Database database;
+    return operations::Run("Update", database, file,
+                           {{"table", note_table::kTable},
+                            {"column", note_table::kText},
+                            {"value", TextOf(1)},
+                            {"whereColumn", note_table::kText},
+                            {"whereValue", TextOf(0)}});
   });
 }
 
 TEST_F(TracedKillTest, ADeleteIsDoneWhollyOrNotAtAll) {
-  KillAtEachBoundary([&] {
-    DeleteRequest request;
-    Locate(request);
-    return database.Delete(request);
-  });
+  KillAtEachBoundary([&] { return note_table::Run({"Delete", "", ""}, file); });
 }
 
 TEST_F(TracedKillTest, ATableIsCreatedWhollyOrNotAtAll) {
   KillAtEachBoundary([&] {
-    CreateRequest request;
-    file.Locate(request);
-    request.SetTable("s");
-    request.SetPrimaryKey("id", "TEXT");
-    return database.CreateTable(request);
+    Database database;
+    return operations::Run("CreateTable", database, file,
+                           operations::Get("CreateTable").PlainTexts());
   });
 }
 
 TEST_F(TracedKillTest, ATableIsDroppedWhollyOrNotAtAll) {
-  KillAtEachBoundary([&] {
-    DropRequest request;
-    Locate(request);
-    return database.DropTable(request);
-  });
+  KillAtEachBoundary([&] { return note_table::Run({"DropTable", "", ""}, file); });
 }
 
 }  // namespace

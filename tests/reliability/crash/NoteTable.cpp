@@ -1,112 +1,56 @@
 #include "NoteTable.h"
 
-#include "CreateRequest.h"
-#include "Cursor.h"
-#include "Database.h"
-#include "DeleteRequest.h"
-#include "DropRequest.h"
-#include "SelectRequest.h"
-#include "UpdateRequest.h"
-#include "UpsertRequest.h"
+#include "Operations.h"
 
 namespace note_table {
 
-namespace {
-
-constexpr char kTable[] = "note";
-constexpr char kUid[] = "uid";
-constexpr char kText[] = "text";
-
-template <typename Request>
-int RunRequest(int (Database::*operation)(Request&), Request& request,
-               const TemporaryDatabase& database) {
-  database.Locate(request);
-  request.SetTable(kTable);
-  return (Database().*operation)(request);
-}
-
-}  // namespace
-
-int Run(const Step& step, const TemporaryDatabase& database) {
-  switch (step.verb) {
-    case Step::Verb::kCreateTable: {
-      CreateRequest request;
-      request.SetPrimaryKey(kUid, "TEXT");
-      request.SetColumnKey(kText, "TEXT");
-      return RunRequest(&Database::CreateTable, request, database);
-    }
-    case Step::Verb::kUpsert: {
-      UpsertRequest request;
-      request.SetData(kUid, step.uid.c_str());
-      request.SetData(kText, step.text.c_str());
-      return RunRequest(&Database::Upsert, request, database);
-    }
-    case Step::Verb::kUpdate: {
-      UpdateRequest request;
-      request.SetData(kText, step.text.c_str());
-      request.SetWhere(kUid, step.uid.c_str());
-      return RunRequest(&Database::Update, request, database);
-    }
-    case Step::Verb::kDelete: {
-      DeleteRequest request;
-      request.SetWhere(kUid, step.uid.c_str());
-      return RunRequest(&Database::Delete, request, database);
-    }
-    case Step::Verb::kDeleteAll: {
-      DeleteRequest request;
-      return RunRequest(&Database::Delete, request, database);
-    }
-    case Step::Verb::kDropTable: {
-      DropRequest request;
-      return RunRequest(&Database::DropTable, request, database);
-    }
+int Run(const Step& step, const TemporaryDatabase& file) {
+  operations::Texts texts = {{"table", kTable}};
+  if (step.member == "CreateTable") {
+    texts = texts.With("key", kUid).With("keyType", "TEXT").With("column", kText);
+    texts = texts.With("type", "TEXT");
+  } else if (step.member == "Upsert") {
+    texts = texts.With("column", kUid).With("value", step.uid);
+    texts = texts.With("column2", kText).With("value2", step.text);
+  } else if (!step.uid.empty()) {
+    texts = texts.With("whereColumn", kUid).With("whereValue", step.uid);
+    texts = texts.With("column", kText).With("value", step.text);
   }
-  return -1;
+  Database database;
+  return operations::Run(step.member, database, file, texts);
 }
 
 Content After(const Step& step, Content content) {
-  switch (step.verb) {
-    case Step::Verb::kCreateTable:
-      return content ? content : Content(std::in_place);
-    case Step::Verb::kUpsert:
-      content.value()[step.uid] = step.text;
-      return content;
-    case Step::Verb::kUpdate:
-      if (const auto row = content.value().find(step.uid); row != content->end()) {
-        row->second = step.text;
-      }
-      return content;
-    case Step::Verb::kDelete:
-      content.value().erase(step.uid);
-      return content;
-    case Step::Verb::kDeleteAll:
-      content.value().clear();
-      return content;
-    case Step::Verb::kDropTable:
-      return std::nullopt;
+  if (step.member == "DropTable") {
+    return std::nullopt;
+  }
+  if (!content) {
+    content.emplace();
+  }
+  if (step.member == "Upsert" || content->count(step.uid) != 0) {
+    (*content)[step.uid] = step.text;
+  }
+  if (step.member == "Delete") {
+    step.uid.empty() ? content->clear() : static_cast<void>(content->erase(step.uid));
   }
   return content;
 }
 
-Content Read(const TemporaryDatabase& database, int& result) {
-  BasePath path;
-  database.Locate(path);
-  bool exists = false;
-  result = Database().CheckExistTable(path, kTable, exists);
-  if (result != 0 || !exists) {
+Content Read(const TemporaryDatabase& file, int& result) {
+  Database database;
+  operations::Call check(operations::Get("CheckExistTable"), file, {{"table", kTable}});
+  result = check.Run(database);
+  if (result != 0 || !check.exists) {
     return std::nullopt;
   }
-  SelectRequest request;
-  database.Locate(request);
-  request.SetTable(kTable);
-  Cursor cursor;
-  result = Database().Select(request, cursor);
+  operations::Call select(operations::Get("Select"), file, {{"table", kTable}});
+  result = select.Run(database);
   Content content(std::in_place);
   std::string uid;
   std::string text;
-  for (cursor.MoveToFirst(); cursor.MoveToNext() == 0;) {
-    cursor.GetString(kUid, uid);
-    cursor.GetString(kText, text);
+  while (select.cursor.MoveToNext() == 0) {
+    select.cursor.GetString(kUid, uid);
+    select.cursor.GetString(kText, text);
     content->emplace(uid, text);
   }
   return content;

@@ -11,11 +11,13 @@
 
 namespace note_table {
 
-struct Step {
-  enum class Verb { kCreateTable, kUpsert, kUpdate, kDelete, kDeleteAll, kDropTable };
+constexpr char kTable[] = "note";
+constexpr char kUid[] = "uid";
+constexpr char kText[] = "text";
 
-  Verb verb;
-  std::string uid;
+struct Step {
+  std::string member;  // of Database: one that writes
+  std::string uid;     // of the row; empty: of all rows
   std::string text;
 };
 

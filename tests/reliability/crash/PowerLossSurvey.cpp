@@ -39,8 +39,8 @@ Content ReadAndWatch(const TemporaryDatabase& database, int& result, bool& isRep
 }
 
 std::string ChangeAgain(const TemporaryDatabase& database, const Content& content) {
-  const Step step = content ? Step{Step::Verb::kUpsert, "when the power is back", "it works"}
-                            : Step{Step::Verb::kCreateTable, "", ""};
+  const Step step =
+      content ? Step{"Upsert", "when the power is back", "it works"} : Step{"CreateTable", "", ""};
   if (const int result = note_table::Run(step, database); result != 0) {
     return "the next operation gives " + std::to_string(result);
   }

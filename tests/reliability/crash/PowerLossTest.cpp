@@ -21,24 +21,23 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Values;
 using Kind = DiskEvent::Kind;
-using Verb = Step::Verb;
 
 constexpr char kDatabase[] = "app.db";
 constexpr char kJournal[] = "app.db-journal";
 
 // The first steps make a table with a text of several pages.
 std::vector<Step> Steps() {
-  return {{Verb::kCreateTable, "", ""},
-          {Verb::kUpsert, "a", "first"},
-          {Verb::kUpsert, "b", std::string(9000, 'b')},
-          {Verb::kUpdate, "a", std::string(5000, 'a')},
-          {Verb::kUpdate, "nobody", "changes nothing"},
-          {Verb::kUpsert, "b", "no longer big"},
-          {Verb::kUpsert, "c", std::string(13000, 'c')},
-          {Verb::kDelete, "a", ""},
-          {Verb::kDeleteAll, "", ""},
-          {Verb::kUpsert, "d", "again"},
-          {Verb::kDropTable, "", ""}};
+  return {{"CreateTable", "", ""},
+          {"Upsert", "a", "first"},
+          {"Upsert", "b", std::string(9000, 'b')},
+          {"Update", "a", std::string(5000, 'a')},
+          {"Update", "nobody", "changes nothing"},
+          {"Upsert", "b", "no longer big"},
+          {"Upsert", "c", std::string(13000, 'c')},
+          {"Delete", "a", ""},
+          {"Delete", "", ""},
+          {"Upsert", "d", "again"},
+          {"DropTable", "", ""}};
 }
 
 // A file that is there before, and what is done to it.
