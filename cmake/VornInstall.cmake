@@ -4,7 +4,7 @@
 #   development  its headers, its CMake package, its pkg-config module, documents
 #   tool         the command-line tool, its manual page and completion, as
 #                tools/vorndb/CMakeLists.txt says
-#   stand_ins    the stand-ins for the platform's libraries, for a desktop; a
+#   stand_ins    the stubs of the platform's libraries, for a desktop; a
 #                device has its own
 
 include(CMakePackageConfigHelpers)
@@ -63,8 +63,12 @@ if(PROJECT_IS_TOP_LEVEL)
     PATTERN mainpage.md EXCLUDE PATTERN site EXCLUDE)
 endif()
 
-# Where a device has its own: hosts look for all of them in the same places.
+# Where a device has its own: hosts look for all of them in the same places. The library
+# finds the stubs beside itself, but for packages, which install to the system's folders.
 if(VORN_PLATFORM STREQUAL "development")
+  if(NOT VORN_PACKAGES)
+    set_target_properties(vorndatabase PROPERTIES INSTALL_RPATH "$ORIGIN")
+  endif()
   install(TARGETS dlog vornutil
     LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT stand_ins)
   install(FILES

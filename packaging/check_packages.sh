@@ -279,7 +279,7 @@ expect_lintian
 expect_stripped_with_debug_file "$work/deb" "lib/$triplet"
 expect_stripped_with_debug_file "$work/rpm" "$rpm_libdir"
 set_environment
-build_hosts "$work/deb" "lib/$triplet" find_package strict pkg_config
+build_hosts "$work/deb" "lib/$triplet" find_package pkg_config
 build_hosts "$work/rpm" "$rpm_libdir" pkg_config
 run_tool "$work/deb" "lib/$triplet"
 run_tool "$work/rpm" "$rpm_libdir"
