@@ -6,54 +6,30 @@
 
 #include <string>
 
-/// Names the database file that a request runs against, as a directory and a
-/// file name.
+/// Names the database file of a request, as a directory and a file name. Every request class
+/// derives from it; a plain `BasePath` is enough for `Database::CheckExistTable`.
 ///
-/// Every request class derives from it, so a caller normally meets it through
-/// `request.SetPath(directory, fileName)`. A plain `BasePath` is enough for
-/// `Database::CheckExistTable`.
-///
-/// **Ownership.** The object keeps private copies of both texts; the caller's
-/// buffers may be freed or changed as soon as `SetPath` returns. Objects cannot
-/// be copied: a copy would release the same texts twice.
-///
-/// **Threads.** Nothing is locked. Setting the path on one thread and running
-/// the request on another must be ordered by the caller.
-///
-/// **Log.** None.
+/// It holds copies of both strings, which the destructor releases; therefore it cannot be copied.
+/// Nothing is locked: do not set the path on one thread while another runs the request. Nothing is
+/// logged.
 class BasePath {
  public:
   /// Creates a location with neither part set.
   BasePath();
 
-  /// Releases the copies that are held.
+  /// Releases both copies.
   virtual ~BasePath();
 
   BasePath(const BasePath&) = delete;
   BasePath& operator=(const BasePath&) = delete;
 
-  /// Stores copies of the directory and the file name.
-  ///
-  /// @param directory directory of the database file, NUL-terminated, with or
-  ///        without a trailing "/"; null leaves the directory as it was. The
-  ///        empty text is valid: the path is then relative to the process's
-  ///        working directory.
-  /// @param fileName name of the database file, NUL-terminated; null leaves the
-  ///        file name as it was.
-  /// @warning Set each part once. A repeated call replaces the text but never
-  ///          releases the earlier copy, which stays allocated for the life of
-  ///          the process.
-  /// @throws std::bad_alloc when memory is exhausted.
+  /// Stores copies of the directory, with or without a trailing "/", and of the file name. An empty
+  /// directory makes the path relative to the working directory; null leaves a part as it was. Set
+  /// each part once: a repeated call leaks the earlier copy. Throws `std::bad_alloc`.
   void SetPath(const char* directory, const char* fileName);
 
-  /// Reads both parts back, replacing whatever the arguments held.
-  ///
-  /// @param[out] directory receives the directory.
-  /// @param[out] fileName receives the file name.
-  /// @throws std::logic_error when a part was never set. The directory is
-  ///         assigned before the file name is read, so it has already been
-  ///         assigned when only the file name is missing.
-  /// @throws std::bad_alloc when memory is exhausted.
+  /// Assigns both parts. Throws `std::logic_error` if a part was never set; if that is the file
+  /// name, `directory` is already assigned. Throws `std::bad_alloc`.
   void GetPath(std::string& directory, std::string& fileName);
 
  private:

@@ -9,72 +9,41 @@ struct sqlite3_stmt;
 
 class Cursor;
 
-/// Steps a statement that was prepared with the legacy `sqlite3_prepare` and
-/// turns its rows into the library's own results.
+/// Steps a statement that was prepared with the legacy `sqlite3_prepare`, and stores its rows.
+/// `Database` makes one for each query; applications do not need it.
 ///
-/// `Database` makes one per query; applications have no need of it. Neither
-/// parse finalizes the statement or closes the connection.
+/// A parse returns the result of its last `sqlite3_step`: 101 (`SQLITE_DONE`) after a complete run.
+/// A busy step is repeated under the policy of `IsRetryLimit`; the step after its limit, and the one
+/// after an error, is the last, and its row is not read. (The legacy interface restarts a failed
+/// statement, so that step may well return a row.) Any other code is stepped over, without limit.
+/// Rows already stored stay. Neither parse finalizes the statement or closes the connection.
 ///
-/// **Stepping.** A busy step is repeated under the rule of `IsRetryLimit`. After
-/// an error one more step is made, and its code is the one returned; as the
-/// legacy interface restarts a failed statement, that code may well be 100
-/// (`SQLITE_ROW`), and its row is not read. So it is for a file that becomes free
-/// for the last attempt only: nothing is found in it. Any other code is stepped
-/// over at once, without limit. Rows already copied stay in the cursor when a
-/// parse stops early.
-///
-/// **Threads.** The class has no state.
-///
-/// **Log.** No trace lines. The lines that stand with the members, and those of
-/// `IsRetryLimit` while a step is busy, carry the file name
-/// `DatabasePasrser.cpp`.
+/// There is no state, and so no lock. Records have the file name `DatabasePasrser.cpp`; entries are
+/// not logged.
 class DatabaseParser {
  public:
-  /// Does nothing: there is no state.
+  /// There is no state.
   DatabaseParser();
-  /// Does nothing: there is no state.
+  /// There is no state.
   virtual ~DatabaseParser();
 
-  /// Does nothing: there is no state to copy.
+  /// There is no state to copy.
   DatabaseParser(const DatabaseParser&) = default;
-  /// Does nothing: there is no state to copy.
-  /// @return this object.
+  /// There is no state to copy.
   DatabaseParser& operator=(const DatabaseParser&) = default;
 
-  /// Steps a query whose first column is a count.
-  ///
-  /// @param stmt the prepared statement; stays the caller's.
-  /// @param[out] exists written on every return: true when some row's count was
-  ///        positive.
-  /// @return result code of the last `sqlite3_step`; 101 (`SQLITE_DONE`) after a
-  ///         complete run.
-  ///
-  /// Log: "SQLITE STEP ERROR!!!" (6) for a step that fails with code 1.
+  /// Stores in `exists`, on every return, whether the first column of any row was positive. Logs
+  /// "SQLITE STEP ERROR!!!" for a step that fails with code 1.
   int ParseExistTable(sqlite3_stmt* stmt, bool& exists);
 
-  /// Steps a query to its end and fills a cursor with its rows.
-  ///
-  /// Integers, floating-point numbers and texts are stored in SQLite's own text
-  /// rendering; NULL is stored as the empty text, and so is a blob. The columns
-  /// are declared when the first row arrives: without a row there are none.
-  ///
-  /// @param db the statement's connection, for the text of errors; stays the
-  ///        caller's.
-  /// @param stmt the prepared statement; stays the caller's.
-  /// @param cursor emptied first, then filled.
-  /// @return result code of the last `sqlite3_step`; 101 (`SQLITE_DONE`) after a
-  ///         complete run.
-  /// @throws std::logic_error when SQLite, short of memory, hands out no text.
-  /// @throws std::bad_alloc when memory is exhausted.
-  ///
-  /// Log: "SQLITE STEP ERROR!!! %s" (6) with SQLite's text for a step that fails
-  /// with code 1; "UNKNOWN TYPE" (6) for each blob.
+  /// Empties the cursor and fills it with the rows: numbers and strings in SQLite's text form, NULL
+  /// and blobs as the empty string. The first row declares the columns; without one there are none.
+  /// Logs "SQLITE STEP ERROR!!! %s" with the text of the connection `db` for a step that fails with
+  /// code 1, and "UNKNOWN TYPE" for each blob. Throws `std::logic_error` if SQLite, short of memory,
+  /// returns no text, and `std::bad_alloc`.
   int ParseDatabase(sqlite3* db, sqlite3_stmt* stmt, Cursor& cursor);
 
-  /// The rule, the constants and the log lines of `Database::IsRetryLimit`.
-  ///
-  /// @param[in,out] count busy results so far in the caller's loop; incremented.
-  /// @return as there.
+  /// The same policy and records as `Database::IsRetryLimit`.
   bool IsRetryLimit(int& count);
 };
 

@@ -8,54 +8,34 @@
 
 #include "BaseSet.h"
 
-/// Asks for all columns of an inner join of two tables on the equality of one
-/// column of each.
+/// Reads all columns of an inner join of two tables on the equality of one column of each. Run by
+/// `Database::JoinSelect`, any number of times.
 ///
-/// Only the conditions (`SetWhere`) of the base are read; their names are
-/// written as given, so qualify one where needed ("note.kind"). Columns of equal
-/// name in both tables share one entry of the resulting `Cursor`: give joined
-/// tables distinct column names.
+/// Conditions (`SetWhere`) are applied, with their column names as given: qualify a name that both
+/// tables have ("note.kind"). Values (`SetData`) are ignored. Columns of equal name in both tables
+/// share one entry of the `Cursor`: give joined tables distinct column names.
 ///
-/// **Ownership.** The four texts are copied.
-///
-/// **Threads.** The sides are not guarded by any lock.
-///
-/// **Log.** Every member declared here writes one trace line (priority 3) with
-/// its own name; inherited ones write none.
+/// The four strings are copied and not locked. Every member declared here logs its entry.
 class JoinRequest : public BaseSet {
  public:
   /// Creates a request with neither side set.
   JoinRequest();
 
-  /// Releases the copies that are held.
+  /// Releases all copies.
   ~JoinRequest() override;
 
-  /// Stores copies of the left side's table and column.
-  ///
-  /// @param table table name; null leaves it as it was.
-  /// @param column column name; null leaves it as it was.
-  /// @warning Set each once. A repeated call never releases the earlier copies.
-  /// @throws std::bad_alloc when memory is exhausted.
+  /// Stores copies of the left table and its column; null leaves either as it was. Set each once: a
+  /// repeated call leaks the earlier copies. Throws `std::bad_alloc`.
   void SetLeftJoin(const char* table, const char* column);
 
-  /// Stores copies of the right side's table and column. As `SetLeftJoin`
-  /// otherwise.
-  ///
-  /// @param table table name; null leaves it as it was.
-  /// @param column column name; null leaves it as it was.
+  /// Stores copies of the right table and its column, as `SetLeftJoin` does.
   void SetRightJoin(const char* table, const char* column);
 
-  /// Reads the left side back. Both outputs are assigned when both texts are
-  /// set; otherwise neither is touched.
-  ///
-  /// @param[out] table receives the table name.
-  /// @param[out] column receives the column name.
+  /// Assigns the left table and its column if both are set; otherwise neither. Throws
+  /// `std::bad_alloc`.
   void GetLeftJoin(std::string& table, std::string& column);
 
-  /// Reads the right side back. As `GetLeftJoin` otherwise.
-  ///
-  /// @param[out] table receives the table name.
-  /// @param[out] column receives the column name.
+  /// Assigns the right table and its column, as `GetLeftJoin` does.
   void GetRightJoin(std::string& table, std::string& column);
 
  private:

@@ -14,89 +14,57 @@ class SelectRequest;
 class UpdateRequest;
 class UpsertRequest;
 
-/// Builds the path of a database file and the text of one SQL statement from a
-/// request.
+/// Builds the path of a database file and the text of one SQL statement from a request, which is
+/// only read.
 ///
-/// It is pure text assembly: nothing is bound, checked or escaped. Table and
-/// column names are written bare; every value stands between single quotes,
-/// numbers included. **A single quote in a value ends its literal early**, so a
-/// caller doubles it ("O''Brien"). Whatever is wrong shows up when SQLite runs
-/// the text.
+/// Nothing is bound, checked or escaped. Table and column names are written bare; every value is
+/// between single quotes, numbers included. **A single quote in a value ends its literal early**, so
+/// the application doubles it ("O''Brien"). Errors surface when SQLite prepares the statement.
 ///
-/// Every member replaces its output whole, once, at the end; when an exception
-/// is thrown, the output is unchanged.
-///
-/// **Threads.** The class has no state; requests are read without a lock.
-///
-/// **Log.** None of its own; the getters of the requests write their trace
-/// lines.
-///
-/// @throws std::bad_alloc from every member when memory is exhausted.
-/// @throws std::logic_error from the members that write column names, when a
-///         request holds a null column name.
+/// Every member replaces its output as its last step. `std::bad_alloc`, and `std::logic_error` for a
+/// null column name, leave it unchanged. There is no state and no lock; only the requests' getters
+/// log their entries.
 class SqlGenerator {
  public:
-  /// Does nothing: there is no state.
+  /// There is no state.
   SqlGenerator();
-  /// Does nothing: there is no state.
+  /// There is no state.
   virtual ~SqlGenerator();
 
-  /// Does nothing: there is no state to copy.
+  /// There is no state to copy.
   SqlGenerator(const SqlGenerator&) = default;
-  /// Does nothing: there is no state to copy.
-  /// @return this object.
+  /// There is no state to copy.
   SqlGenerator& operator=(const SqlGenerator&) = default;
 
-  /// Joins directory and file name into a path: a "/" is put between them
-  /// unless the directory ends in one or is empty.
-  /// @param dir directory, with or without a trailing "/".
-  /// @param file file name.
-  /// @param[out] path receives the path.
+  /// Joins directory and file name, with a "/" unless the directory ends in one or is empty.
   void GetDBPath(std::string dir, std::string file, std::string& path);
 
-  /// "SELECT COUNT(*) from sqlite_master WHERE TYPE='table' AND NAME='…'"
-  /// @param table table name; a quote in it ends the text early.
-  /// @param[out] sql receives the statement.
+  /// "SELECT COUNT(*) from sqlite_master WHERE TYPE='table' AND NAME='…'". A quote in the name ends
+  /// the literal early.
   void GetCheckTableSql(std::string table, std::string& sql);
 
   /// "CREATE TABLE IF NOT EXISTS …"
-  /// @param request table, keys and columns; only read.
-  /// @param[out] sql receives the statement.
   void GetCreateTableSql(CreateRequest& request, std::string& sql);
 
   /// "DROP TABLE …"
-  /// @param request table; only read.
-  /// @param[out] sql receives the statement.
   void GetDropTableSql(DropRequest& request, std::string& sql);
 
-  /// "SELECT * FROM …", with a WHERE clause when there are conditions.
-  /// @param request table and conditions; only read.
-  /// @param[out] sql receives the statement.
+  /// "SELECT * FROM …", with a WHERE clause if there are conditions.
   void GetSelectSql(SelectRequest& request, std::string& sql);
 
-  /// "SELECT  * FROM … INNER JOIN … ON … = …" (two blanks after SELECT), with a
-  /// WHERE clause when there are conditions.
-  /// @param request sides and conditions; only read.
-  /// @param[out] sql receives the statement.
+  /// "SELECT  * FROM … INNER JOIN … ON … = …" (two spaces after SELECT), with a WHERE clause if there
+  /// are conditions.
   void GetJoinSql(JoinRequest& request, std::string& sql);
 
   /// "INSERT OR REPLACE INTO … (…) VALUES (…)"
-  /// @param request table and values; only read.
-  /// @param[out] sql receives the statement.
   void GetUpsertSql(UpsertRequest& request, std::string& sql);
 
-  /// "UPDATE … SET … WHERE …". The WHERE is written even without conditions, and
-  /// SQLite then rejects the statement as incomplete. It is always cut at its last
-  /// " AND", however, which without conditions may stand inside a value: after an
-  /// undoubled quote ("x' AND") what is left is complete and changes every row.
-  /// @param request table, values and conditions; only read.
-  /// @param[out] sql receives the statement.
+  /// "UPDATE … SET … WHERE …". Without conditions the statement ends in WHERE, and SQLite rejects it.
+  /// The text is always cut at its last " AND", however, which without conditions may be part of a
+  /// value: after an undoubled quote ("x' AND") the statement is complete and changes every row.
   void GetUpdateSql(UpdateRequest& request, std::string& sql);
 
-  /// "DELETE  FROM …" (two blanks after DELETE), with a WHERE clause when there
-  /// are conditions.
-  /// @param request table and conditions; only read.
-  /// @param[out] sql receives the statement.
+  /// "DELETE  FROM …" (two spaces after DELETE), with a WHERE clause if there are conditions.
   void GetDeleteSql(DeleteRequest& request, std::string& sql);
 };
 

@@ -8,42 +8,27 @@
 
 #include "BaseSet.h"
 
-/// Asks to write values into the rows of one table that meet the conditions.
+/// Writes values (`SetData`) into the rows that meet the conditions (`SetWhere`). Run by
+/// `Database::Update`, any number of times.
 ///
-/// Values come from `SetData`, conditions from `SetWhere`. At least one
-/// condition is needed: without any the statement is incomplete and SQLite
-/// rejects it. (Unless a value holds an undoubled quote and an " AND" behind it:
-/// `SqlGenerator::GetUpdateSql` tells why.)
+/// At least one condition is required: without any, the statement is incomplete and SQLite rejects
+/// it, unless an undoubled quote in a value cuts it (see `SqlGenerator::GetUpdateSql`).
 ///
-/// **Lifecycle.** Set the location (`SetPath`), the table, values and conditions,
-/// pass the request to `Database::Update`, as often as needed, and destroy it.
-///
-/// **Threads.** The table name is not guarded by any lock.
-///
-/// **Log.** Every member declared here writes one trace line (priority 3) with
-/// its own name; inherited ones write none.
+/// The table name is not locked. Every member declared here logs its entry.
 class UpdateRequest : public BaseSet {
  public:
   /// Creates a request without a table.
   UpdateRequest();
 
-  /// Releases the table name that is held.
+  /// Releases the table name.
   ~UpdateRequest() override;
 
-  /// Stores a copy of the table name.
-  ///
-  /// @param table table name, NUL-terminated; null changes nothing. It is
-  ///        written into the statement as it stands, unquoted.
-  /// @warning Set it once. A repeated call replaces the name but never releases
-  ///          the earlier copy.
-  /// @throws std::bad_alloc when memory is exhausted; the name is unchanged.
+  /// Stores a copy of the table name, which the statement gets unquoted. Null changes nothing. Set
+  /// it once: a repeated call leaks the earlier copy. Throws `std::bad_alloc`, the name unchanged.
   void SetTable(const char* table);
 
-  /// Reads the table name back.
-  ///
-  /// @param[out] table receives the name; left exactly as it was when no table
-  ///        has been set.
-  /// @throws std::bad_alloc when memory is exhausted.
+  /// Assigns the table name to `table`; leaves `table` as it was if none is set. Throws
+  /// `std::bad_alloc`.
   void GetTable(std::string& table);
 
  private:

@@ -8,41 +8,27 @@
 
 #include "BaseSet.h"
 
-/// Asks to insert a row into one table, replacing rows with the same key or the
-/// same value in a UNIQUE column.
+/// Inserts a row of values (`SetData`) and replaces the rows with the same key or the same value in
+/// a UNIQUE column. Conditions (`SetWhere`) are ignored. Run by `Database::Upsert`, any number of
+/// times.
 ///
-/// Only the values (`SetData`) are read; conditions are ignored. A replaced row
-/// is deleted first: columns that the request does not name get their defaults.
+/// A replaced row is deleted first: columns that the request does not name get their defaults.
 ///
-/// **Lifecycle.** Set the location (`SetPath`), the table and values,
-/// pass the request to `Database::Upsert`, as often as needed, and destroy it.
-///
-/// **Threads.** The table name is not guarded by any lock.
-///
-/// **Log.** Every member declared here writes one trace line (priority 3) with
-/// its own name; inherited ones write none.
+/// The table name is not locked. Every member declared here logs its entry.
 class UpsertRequest : public BaseSet {
  public:
   /// Creates a request without a table.
   UpsertRequest();
 
-  /// Releases the table name that is held.
+  /// Releases the table name.
   ~UpsertRequest() override;
 
-  /// Stores a copy of the table name.
-  ///
-  /// @param table table name, NUL-terminated; null changes nothing. It is
-  ///        written into the statement as it stands, unquoted.
-  /// @warning Set it once. A repeated call replaces the name but never releases
-  ///          the earlier copy.
-  /// @throws std::bad_alloc when memory is exhausted; the name is unchanged.
+  /// Stores a copy of the table name, which the statement gets unquoted. Null changes nothing. Set
+  /// it once: a repeated call leaks the earlier copy. Throws `std::bad_alloc`, the name unchanged.
   void SetTable(const char* table);
 
-  /// Reads the table name back.
-  ///
-  /// @param[out] table receives the name; left exactly as it was when no table
-  ///        has been set.
-  /// @throws std::bad_alloc when memory is exhausted.
+  /// Assigns the table name to `table`; leaves `table` as it was if none is set. Throws
+  /// `std::bad_alloc`.
   void GetTable(std::string& table);
 
  private:
