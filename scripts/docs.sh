@@ -1,10 +1,8 @@
 #!/usr/bin/env bash
 # Makes the site of the interface in build/docs/html, and checks it:
 #
-#   scripts/docs.sh              the site; fails when something public is undocumented,
-#                                a link is dead, a drawing is older than its source, or a
-#                                page reads otherwise than in the repository
-#   scripts/docs.sh diagrams     the drawings in docs/diagrams, anew
+#   scripts/docs.sh              the site; fails if something public is undocumented,
+#                                a link is dead, or a page differs from the repository
 #   scripts/docs.sh screenshots  the site, and what it looks like on a desktop and on a
 #                                phone, in build/docs/screenshots
 
@@ -13,28 +11,9 @@ shopt -s inherit_errexit
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 # shellcheck source=scripts/lib/packages.sh
 source scripts/lib/packages.sh
-# shellcheck source=scripts/lib/diagrams.sh
-source scripts/lib/diagrams.sh
 
 usage() {
-  echo 'usage: scripts/docs.sh [diagrams|screenshots]'
-}
-
-# What the compiler knows of who calls whom, in code that is left as it is written.
-write_calls() {
-  mkdir -p build/docs/calls
-  find src -name '*.cpp' -print0 | sort -z |
-    while IFS= read -r -d '' source; do
-      printf -- '-c %s -o build/docs/calls/%s.o\n' "$source" "${source//\//_}"
-    done |
-    xargs -P "$(nproc)" -L 1 g++ -std=c++17 -O0 -fcallgraph-info -I include -I src \
-      -I platform/dlog -I platform/vornutil || return
-  python3 scripts/lib/calls.py build/docs/calls build/docs/calls
-}
-
-# Diagrams of the course of an operation name calls that there are, and all of SQLite's.
-check_courses() {
-  python3 scripts/lib/courses.py build/docs/calls/calls.txt docs/diagrams/*.dot
+  echo 'usage: scripts/docs.sh [screenshots]'
 }
 
 version() {
@@ -53,8 +32,6 @@ run_doxygen() {
     cat <<CONFIGURATION
 PROJECT_NUMBER   = $number
 OUTPUT_DIRECTORY = build/docs
-INPUT           += build/docs/calls/calls.dox
-DOTFILE_DIRS     = build/docs/calls
 CONFIGURATION
   } >build/docs/Doxyfile
   doxygen build/docs/Doxyfile && python3 scripts/lib/finish.py build/docs/html
@@ -77,9 +54,7 @@ check_site() {
 make_site() {
   require_packages "${docs_packages[@]}"
   rm -rf build/docs
-  run_quietly '== docs: drawings' check_diagrams docs/diagrams
-  run_quietly '== docs: calls' write_calls
-  run_quietly '== docs: courses' check_courses
+  mkdir -p build/docs
   run_quietly '== docs: site' run_doxygen
   run_quietly '== docs: links of the repository' check_pages
   run_quietly '== docs: links of the site' check_site
@@ -105,10 +80,6 @@ export LC_ALL=C.UTF-8 PYTHONDONTWRITEBYTECODE=1
 
 case "$#:${1:-}" in
   0:) make_site ;;
-  1:diagrams)
-    require_packages "${docs_packages[@]}"
-    render_diagrams docs/diagrams
-    ;;
   1:screenshots) make_screenshots ;;
   1:-h | 1:--help) usage ;;
   *)
