@@ -1,11 +1,8 @@
 // Memory runs out at every point of filling and of reading requests and cursors.
 
-#include <algorithm>
 #include <functional>
 #include <memory>
 #include <new>
-#include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -15,9 +12,9 @@
 #include "Cursor.h"
 #include "Database.h"
 #include "FakePlatform.h"
+#include "FieldCases.h"
 #include "HeapSpy.h"
 #include "LibraryTest.h"
-#include "Operations.h"
 #include "Points.h"
 
 namespace {
@@ -27,8 +24,6 @@ using Kind = FaultPoint::Kind;
 // Longer than what a string keeps inside itself.
 const char* const kOld = "a text that was there before, longer than a short string";
 const char* const kNew = "another text that is new, also longer than a short string";
-
-using Request = std::unique_ptr<BasePath>;
 
 // A call that takes memory, on an object of its own.
 template <typename Object>
@@ -54,39 +49,58 @@ class FillSweepTest : public LibraryTest {
 
   template <typename Object>
   static void SweepOver(const Filling<Object>& filling) {
-    int points = 0;
     for (const bool protectsLog : {false, true}) {
-      for (const Kind kind : {Kind::kOnce, Kind::kAlways}) {
-        int successes = 0;
-        while (FailAt(filling, protectsLog, kind, successes)) {
-          ++successes;
-        }
-        points += successes;
+      ForEachPoint("filling", [&](int successes, Kind kind) {
+        SCOPED_TRACE(protectsLog ? "protected lines" : "plain lines");
+        return FailAt(filling, protectsLog, kind, successes);
+      });
+    }
+  }
+
+  // Tries every allocation: alone, and with all after it. `failAt` answers whether there was
+  // such a point.
+  static void ForEachPoint(const std::string& what,
+                           const std::function<bool(int successes, Kind kind)>& failAt) {
+    int points = 0;
+    for (const Kind kind : {Kind::kOnce, Kind::kAlways}) {
+      int successes = 0;
+      bool isPoint = true;
+      while (isPoint && !HasFailure()) {
+        SCOPED_TRACE("allocation " + std::to_string(successes + 1) +
+                     (kind == Kind::kOnce ? "" : " and all after it"));
+        isPoint = failAt(successes, kind);
+        successes += isPoint ? 1 : 0;
       }
+      points += successes;
     }
     EXPECT_GT(points, 0);
-    points::Add("filling", "memory", points);
+    points::Add(what, "memory", points);
+  }
+
+  // Calls once, with a point. Answers whether it failed; it throws then, unless it returns.
+  template <typename Call>
+  static bool FailsAt(int successes, Kind kind, bool& threw, Call call) {
+    heap_spy::Start();
+    heap_spy::FailAfter(successes, kind);
+    threw = false;
+    try {
+      call();
+    } catch (const std::bad_alloc&) {
+      threw = true;
+    }
+    const bool failed = heap_spy::FailNever() > 0;
+    heap_spy::Stop();
+    return failed;
   }
 
  private:
   // Answers whether the call has such a point.
   template <typename Object>
   static bool FailAt(const Filling<Object>& filling, bool protectsLog, Kind kind, int successes) {
-    SCOPED_TRACE("allocation " + std::to_string(successes + 1) +
-                 (kind == Kind::kOnce ? "" : " and all after it") +
-                 (protectsLog ? ", protected lines" : ""));
     auto object = Prepared(filling);
     StartAfresh(protectsLog);
-    heap_spy::Start();
-    heap_spy::FailAfter(successes, kind);
     bool threw = false;
-    try {
-      filling.call(*object);
-    } catch (const std::bad_alloc&) {
-      threw = true;
-    }
-    const bool failed = heap_spy::FailNever() > 0;
-    heap_spy::Stop();
+    const bool failed = FailsAt(successes, kind, threw, [&] { filling.call(*object); });
     EXPECT_EQ(failed, threw);
     const std::vector<std::string> locks = journal::Of({journal::Kind::kMutex});
     const bool hasMetLock = contract::JudgeLocks(locks, threw);
@@ -96,7 +110,7 @@ class FillSweepTest : public LibraryTest {
       JudgeLines(filling, protectsLog);
       JudgeNextCall(filling, object);
     }
-    return failed && !HasFailure();
+    return failed;
   }
 
   // All lines come first; the rest of them may be missing if memory is taken before.
@@ -162,33 +176,31 @@ class FillSweepTest : public LibraryTest {
   }
 };
 
-// Every setter of texts: of two, the first may be set and not the second.
-class TextFillSweepTest : public FillSweepTest,
-                          public ::testing::WithParamInterface<operations::RequestClass> {};
+// Of two texts, the first may be set and not the second.
+class TextFillSweepTest : public FillSweepTest, public ::testing::WithParamInterface<FieldCase> {};
 
 TEST_P(TextFillSweepTest, SetsAllTextsOrThose) {
-  for (const operations::TextField& field : GetParam().fields) {
-    SCOPED_TRACE(field.name);
-    const auto set = [&field](Request& request, const char* first, const char* second) {
-      field.set(*request, first, second);
-    };
-    Filling<Request> filling;
-    filling.make = [] { return std::make_unique<Request>(GetParam().make()); };
-    filling.prepare = [set](Request& request) { set(request, kOld, kOld); };
-    filling.call = [set](Request& request) { set(request, kNew, kNew); };
-    filling.show = [&field](Request& request) {
-      std::string first;
-      std::string second;
-      field.get(*request, first, second);
-      return first + "|" + second;
-    };
-    if (field.isPair) {
-      filling.partly = [set](Request& request) { set(request, kNew, nullptr); };
-      filling.abandons = true;
-    }
-    SweepOver(filling);
+  const operations::TextField& field = GetParam().field;
+  Filling<BasePath> filling;
+  filling.make = GetParam().request.make;
+  filling.prepare = [&](BasePath& request) { field.set(request, kOld, kOld); };
+  filling.call = [&](BasePath& request) { field.set(request, kNew, kNew); };
+  filling.show = [&](BasePath& request) {
+    std::string first;
+    std::string second;
+    field.get(request, first, second);
+    return first + "|" + second;
+  };
+  if (field.isPair) {
+    filling.partly = [&](BasePath& request) { field.set(request, kNew, nullptr); };
+    filling.abandons = true;
   }
+  SweepOver(filling);
 }
+
+INSTANTIATE_TEST_SUITE_P(, TextFillSweepTest,
+                         ::testing::ValuesIn(FieldCases([](const FieldCase&) { return true; })),
+                         NameOf);
 
 // An object whose constructor runs out of memory does not come into being.
 template <typename Object, typename Make>
@@ -202,8 +214,11 @@ Filling<std::unique_ptr<Object>> Construction(Make make) {
   return filling;
 }
 
-TEST_P(TextFillSweepTest, ARequestIsMadeOrLeavesNothing) {
-  SweepOver(Construction<BasePath>(GetParam().make));
+TEST_F(FillSweepTest, ARequestIsMadeOrLeavesNothing) {
+  for (const operations::RequestClass& request : operations::RequestClasses()) {
+    SCOPED_TRACE(request.name);
+    SweepOver(Construction<BasePath>(request.make));
+  }
 }
 
 TEST_F(FillSweepTest, ACursorIsMadeOrLeavesNothing) {
@@ -213,9 +228,6 @@ TEST_F(FillSweepTest, ACursorIsMadeOrLeavesNothing) {
 TEST_F(FillSweepTest, ADatabaseIsMadeOrLeavesNothing) {
   SweepOver(Construction<Database>([] { return std::make_unique<Database>(); }));
 }
-
-INSTANTIATE_TEST_SUITE_P(, TextFillSweepTest, ::testing::ValuesIn(operations::RequestClasses()),
-                         [](const auto& test) { return test.param.name; });
 
 template <typename Value>
 Filling<BaseSet> EntryOf(Value value) {
@@ -295,56 +307,29 @@ class ReadSweepTest : public FillSweepTest {
     ForgetEvents();
   }
 
+  // It throws, or complains, and leaves the value.
   template <typename Value>
   void SweepOverRead(const std::string& function, int (Cursor::*get)(const char*, Value&),
                      const Value& old, const std::string& complaint) {
-    int points = 0;
-    for (const Kind kind : {Kind::kOnce, Kind::kAlways}) {
-      int successes = 0;
-      while (FailAt({successes, kind}, function, get, old, complaint)) {
-        ++successes;
+    ForEachPoint("reading", [&](int successes, Kind kind) {
+      ForgetEvents();
+      Value value = old;
+      int result = 0;
+      bool threw = false;
+      if (!FailsAt(successes, kind, threw, [&] { result = (m_cursor.*get)(kOld, value); })) {
+        EXPECT_EQ(0, result);
+        return false;
       }
-      points += successes;
-    }
-    EXPECT_GT(points, 0);
-    points::Add("reading", "memory", points);
-  }
-
-  struct Point {
-    int successes;
-    Kind kind;
-  };
-
-  // Answers whether the read has such a point.
-  template <typename Value>
-  bool FailAt(const Point& point, const std::string& function,
-              int (Cursor::*get)(const char*, Value&), const Value& old,
-              const std::string& complaint) {
-    SCOPED_TRACE("allocation " + std::to_string(point.successes + 1));
-    ForgetEvents();
-    Value value = old;
-    std::optional<int> result;
-    heap_spy::Start();
-    heap_spy::FailAfter(point.successes, point.kind);
-    try {
-      result = (m_cursor.*get)(kOld, value);
-    } catch (const std::bad_alloc&) {
-    }
-    const bool failed = heap_spy::FailNever() > 0;
-    heap_spy::Stop();
-    if (!failed) {
-      EXPECT_EQ(0, result);
-      return false;
-    }
-    EXPECT_EQ(old, value);
-    EXPECT_EQ(0, heap_spy::BlocksHeld());
-    std::vector<std::string> lines = {fake::Trace("Cursor.cpp", function)};
-    if (result) {
-      EXPECT_EQ(1, result);
-      lines.push_back(fake::Line(6, "Cursor.cpp", function, complaint));
-    }
-    EXPECT_EQ(lines, fake::Lines());
-    return !HasFailure();
+      EXPECT_EQ(old, value);
+      EXPECT_EQ(0, heap_spy::BlocksHeld());
+      std::vector<std::string> lines = {fake::Trace("Cursor.cpp", function)};
+      if (!threw) {
+        EXPECT_EQ(1, result);
+        lines.push_back(fake::Line(6, "Cursor.cpp", function, complaint));
+      }
+      EXPECT_EQ(lines, fake::Lines());
+      return true;
+    });
   }
 
   Cursor m_cursor;
@@ -363,24 +348,18 @@ TEST_F(ReadSweepTest, GetDouble) {
 }
 
 TEST_F(ReadSweepTest, GetColumn) {
-  std::vector<std::string> columns = {"old"};
-  int points = 0;
-  for (;; ++points) {
-    heap_spy::Start();
-    heap_spy::FailAfter(points);
-    try {
-      m_cursor.GetColumn(columns);
-    } catch (const std::bad_alloc&) {
+  std::vector<std::string> columns;
+  ForEachPoint("reading", [&](int successes, Kind kind) {
+    columns = {"old"};
+    bool threw = false;
+    if (!FailsAt(successes, kind, threw, [&] { m_cursor.GetColumn(columns); })) {
+      return false;
     }
-    heap_spy::Stop();
-    if (heap_spy::FailNever() == 0) {
-      break;
-    }
+    EXPECT_TRUE(threw);
     EXPECT_EQ(0, heap_spy::BlocksHeld());
     EXPECT_EQ(std::vector<std::string>{"old"}, columns);
-  }
-  EXPECT_GT(points, 0);
-  points::Add("reading", "memory", points);
+    return true;
+  });
   EXPECT_EQ(std::vector<std::string>{kOld}, columns);
 }
 

@@ -48,7 +48,9 @@ TEST_F(ThreadsTest, FillOneSet) {
   BaseSet::ColumnMap map;
   request.GetDataMap(map);
   EXPECT_THAT(map, SizeIs(kThreads * kRounds));
-  EXPECT_EQ("299", map[Column(7, 299)]);
+  for (const auto& [column, round] : map) {
+    EXPECT_EQ(std::to_string((column - Column(0, 0)) % kRounds), round);
+  }
   request.GetWhereMap(map);
   EXPECT_THAT(map, SizeIs(kThreads * kRounds));
 }
@@ -75,6 +77,26 @@ TEST_F(ThreadsTest, FillOneCursor) {
     }
   });
   EXPECT_EQ(kThreads / 2 * kRounds, cursor.GetCount());
+}
+
+TEST_F(ThreadsTest, NameTheColumnsOfOneCursor) {
+  Cursor cursor;
+  RunOnThreads(kThreads, [&](int thread) {
+    for (int round = 0; round < kRounds; ++round) {
+      const std::string name = std::to_string(thread) + "of" + std::to_string(round);
+      cursor.SetColumn(name.c_str());
+      cursor.SetData(name.c_str(), name.c_str());
+    }
+  });
+  std::vector<std::string> columns;
+  cursor.GetColumn(columns);
+  EXPECT_THAT(columns, SizeIs(kThreads * kRounds));
+  cursor.MoveToNext();
+  for (const std::string& column : columns) {
+    std::string value;
+    EXPECT_EQ(0, cursor.GetString(column.c_str(), value));
+    EXPECT_EQ(column, value);
+  }
 }
 
 // All that changes a cursor excludes all else that does.
