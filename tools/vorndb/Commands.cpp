@@ -4,9 +4,12 @@
 
 #include <fstream>
 #include <iostream>
+#include <type_traits>
 
 #include "CreateRequest.h"
 #include "Cursor.h"
+#include "Database.h"
+#include "DatabaseFile.h"
 #include "DeleteRequest.h"
 #include "DropRequest.h"
 #include "Errors.h"
@@ -14,7 +17,7 @@
 #include "JoinRequest.h"
 #include "Result.h"
 #include "SelectRequest.h"
-#include "Statement.h"
+#include "SqlGenerator.h"
 #include "Terminal.h"
 #include "UpdateRequest.h"
 #include "UpsertRequest.h"
@@ -23,6 +26,55 @@
 namespace vorndb {
 
 namespace {
+
+// A request with the values and conditions of the command line. It refers to their names.
+template <typename Request>
+struct Statement {
+  explicit Statement(const Arguments& arguments)
+      : values(NamesOf(arguments.values)), conditions(NamesOf(arguments.where)) {
+    const char* name = values.c_str();
+    for (const auto& [column, value] : arguments.values) {
+      request.SetData(name, Quoted(value).c_str());
+      name += column.size() + 1;
+    }
+    name = conditions.c_str();
+    for (const auto& [column, value] : arguments.where) {
+      request.SetWhere(name, Quoted(value).c_str());
+      name += column.size() + 1;
+    }
+  }
+
+  std::string values;
+  std::string conditions;
+  Request request;
+};
+
+template <typename Request>
+using Generate = void (SqlGenerator::*)(Request&, std::string&);
+
+// Runs a request on these tables, a query with its cursor; or, with --sql, prints its
+// statement and returns nothing. Throws Failure.
+template <typename Request, typename... Output>
+std::optional<CallResult> RunOrPrint(const Arguments& arguments, Request& request,
+                                     const std::vector<std::string>& tables,
+                                     Generate<Request> generate,
+                                     int (Database::*run)(Request&, Output&...),
+                                     Output&... output) {
+  if (arguments.sql) {
+    std::string sql;
+    (SqlGenerator().*generate)(request, sql);
+    std::cout << sql << '\n';
+    return std::nullopt;
+  }
+  const DatabaseFile file(arguments.file);
+  if constexpr (!std::is_same_v<Request, CreateRequest>) {
+    file.RequireExisting();
+  }
+  file.Locate(request);
+  const CallResult call = Observe([&] { return (Database().*run)(request, output...); });
+  file.ExpectSuccess(call, tables);
+  return call;
+}
 
 // Upsert, update and delete.
 template <typename Request>
@@ -138,13 +190,16 @@ void Delete(const Arguments& arguments) {
   WriteRows(arguments, &SqlGenerator::GetDeleteSql, &Database::Delete);
 }
 
-void Select(const Arguments& arguments) {
+std::optional<CallResult> RunSelect(const Arguments& arguments, Cursor& cursor) {
   Statement<SelectRequest> statement(arguments);
-  SelectRequest& request = statement.request;
-  request.SetTable(arguments.table.c_str());
+  statement.request.SetTable(arguments.table.c_str());
+  return RunOrPrint(arguments, statement.request, {arguments.table}, &SqlGenerator::GetSelectSql,
+                    &Database::Select, cursor);
+}
+
+void Select(const Arguments& arguments) {
   Cursor cursor;
-  if (const auto call = RunOrPrint(arguments, request, {arguments.table},
-                                   &SqlGenerator::GetSelectSql, &Database::Select, cursor)) {
+  if (const auto call = RunSelect(arguments, cursor)) {
     Show(arguments, *call, cursor);
   }
 }

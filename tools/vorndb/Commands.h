@@ -9,7 +9,11 @@
 
 #include "Names.h"
 
+class Cursor;
+
 namespace vorndb {
+
+struct CallResult;
 
 struct Arguments {
   std::string file;      // the database
@@ -44,6 +48,10 @@ void Drop(const Arguments& arguments);
 void Import(const Arguments& arguments);
 void Export(const Arguments& arguments);
 void Explain(const Arguments& arguments);
+
+// Reads the rows of a select or an export. With --sql it prints the statement and returns
+// nothing.
+std::optional<CallResult> RunSelect(const Arguments& arguments, Cursor& cursor);
 
 }  // namespace vorndb
 

@@ -9,11 +9,10 @@
 
 #include "Commands.h"
 #include "Cursor.h"
+#include "DatabaseFile.h"
 #include "Errors.h"
 #include "Format.h"
 #include "Result.h"
-#include "SelectRequest.h"
-#include "Statement.h"
 #include "Text.h"
 
 namespace vorndb {
@@ -131,17 +130,13 @@ void Export(const Arguments& arguments) {
   }
   const std::string format =
       arguments.format.empty() ? FormatOfFile(arguments.path) : arguments.format;
-  Statement<SelectRequest> statement(arguments);
-  SelectRequest& request = statement.request;
-  request.SetTable(arguments.table.c_str());
   std::optional<OutputFile> output;
   if (!arguments.sql) {
     RefuseDatabase(arguments);
     output.emplace(arguments.path, arguments.force);
   }
   Cursor cursor;
-  if (const auto call = RunOrPrint(arguments, request, {arguments.table},
-                                   &SqlGenerator::GetSelectSql, &Database::Select, cursor)) {
+  if (const auto call = RunSelect(arguments, cursor)) {
     DatabaseFile(arguments.file).ExpectComplete(*call);
     Result result(cursor, call->log);
     WriteFaithfully(result, format, output->Stream());

@@ -13,7 +13,7 @@ namespace vorndb {
 class Result;
 
 // Throws UsageError for a text that is no format.
-std::string ParseFormat(const std::string& text);
+void RequireFormat(const std::string& text);
 
 // By the ending of its name; throws UsageError for another one.
 std::string FormatOfFile(const std::string& path);

@@ -6,7 +6,7 @@
 #include <iomanip>
 #include <set>
 #include <sstream>
-#include <utility>
+#include <tuple>
 
 #include "Errors.h"
 
@@ -53,40 +53,32 @@ void RequirePlainName(const std::string& kind, const std::string& name) {
   }
 }
 
-std::string ParseTable(const std::string& text) {
-  RequirePlainName("table", text);
-  return text;
-}
-
-Assignment ParseAssignment(const std::string& text) {
-  const auto [column, value] = Split(text, '=', "COLUMN=VALUE");
+Assignment::Assignment(const std::string& text) {
+  std::tie(column, value) = Split(text, '=', "COLUMN=VALUE");
   RequirePlainName("column", column);
-  return {column, value};
 }
 
-TypedColumn ParseTypedColumn(const std::string& text) {
-  const auto [column, type] = Split(text, ':', "COLUMN:TYPE");
+TypedColumn::TypedColumn(const std::string& text) {
+  std::tie(column, type) = Split(text, ':', "COLUMN:TYPE");
   RequirePlainName("column", column);
   if (!Matches(type, kPlainType)) {
     throw UsageError("'" + type + "' is no plain type for the column " + column +
                      ": words, and perhaps a length, such as TEXT, VARCHAR(20) or REAL NOT NULL");
   }
-  return {column, type};
 }
 
-TableColumn ParseTableColumn(const std::string& text) {
-  const auto [table, column] = Split(text, '.', "TABLE.COLUMN");
+TableColumn::TableColumn(const std::string& text) {
+  std::tie(table, column) = Split(text, '.', "TABLE.COLUMN");
   RequirePlainName("table", table);
   RequirePlainName("column", column);
-  return {table, column};
 }
 
-Assignment ParseJoinCondition(const std::string& text) {
+Assignment JoinCondition(const std::string& text) {
   const auto [column, value] = Split(text, '=', "COLUMN=VALUE");
   if (column.find('.') == std::string::npos) {
     RequirePlainName("column", column);
   } else {
-    ParseTableColumn(column);
+    TableColumn{column};
   }
   return {column, value};
 }

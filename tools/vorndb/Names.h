@@ -5,37 +5,46 @@
 #define VORNDB_NAMES_H
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace vorndb {
 
+// Throws UsageError for a name that is not plain, as do all the constructors here; they also
+// do for a text of another form.
+void RequirePlainName(const std::string& kind, const std::string& name);
+
 // COLUMN=VALUE
 struct Assignment {
+  Assignment() = default;
+  Assignment(std::string name, std::string text)
+      : column(std::move(name)), value(std::move(text)) {}
+  explicit Assignment(const std::string& text);
+
   std::string column;
   std::string value;
 };
 
 // COLUMN:TYPE
 struct TypedColumn {
+  TypedColumn() = default;
+  explicit TypedColumn(const std::string& text);
+
   std::string column;
   std::string type;
 };
 
 // TABLE.COLUMN
 struct TableColumn {
+  TableColumn() = default;
+  explicit TableColumn(const std::string& text);
+
   std::string table;
   std::string column;
 };
 
-// All of these throw UsageError for a name that is not plain, or a text of another form.
-void RequirePlainName(const std::string& kind, const std::string& name);
-std::string ParseTable(const std::string& text);
-Assignment ParseAssignment(const std::string& text);
-TypedColumn ParseTypedColumn(const std::string& text);
-TableColumn ParseTableColumn(const std::string& text);
-
 // A condition of a join, whose column may be TABLE.COLUMN.
-Assignment ParseJoinCondition(const std::string& text);
+Assignment JoinCondition(const std::string& text);
 
 // Throws UsageError when two of the names are one to SQLite, which does not mind case.
 void RequireDistinct(const std::vector<std::string>& columns);

@@ -19,150 +19,131 @@ namespace {
 
 using Run = void (*)(const Arguments&);
 
-template <typename Parsed>
-using Parse = Parsed (*)(const std::string&);
+CLI::App* AddCommand(CLI::App& app, Arguments& arguments, const std::string& name, Run run,
+                     const std::string& description, const std::string& example) {
+  CLI::App* const command = app.add_subcommand(name, description);
+  // The options of all commands may also follow the command.
+  command->fallthrough();
+  command->footer("Example:\n  " + example);
+  command->callback([&arguments, run] {
+    if (arguments.file.empty() && !arguments.sql && run != Explain) {
+      throw UsageError("the database file is missing: vorndb -f FILE …");
+    }
+    ShowLog(arguments.verbose);
+    run(arguments);
+  });
+  return command;
+}
 
-// A command while it is declared.
-class Command {
- public:
-  Command(CLI::App& app, Arguments& arguments, const std::string& name, Run run,
-          const std::string& description, const std::string& example)
-      : m_arguments(arguments), m_command(app.add_subcommand(name, description)) {
-    // The options of all commands may also follow the command.
-    m_command->fallthrough();
-    m_command->footer("Example:\n  " + example);
-    m_command->callback([&arguments, run] {
-      if (arguments.file.empty() && !arguments.sql && run != Explain) {
-        throw UsageError("the database file is missing: vorndb -f FILE …");
-      }
-      ShowLog(arguments.verbose);
-      run(arguments);
-    });
-  }
+CLI::App* AddOnTable(CLI::App& app, Arguments& arguments, const std::string& name, Run run,
+                     const std::string& description, const std::string& example) {
+  CLI::App* const command = AddCommand(app, arguments, name, run, description, example);
+  command->add_option("TABLE", arguments.table, "The table")
+      ->type_name("")
+      ->required()
+      ->each([](const std::string& table) { RequirePlainName("table", table); });
+  return command;
+}
 
-  // An option, or a required positional argument, which has no form, parsed into a member.
-  template <typename Member, typename Parsed>
-  Command& One(const std::string& name, Member& member, Parse<Parsed> parse,
-               const std::string& form, const std::string& description) {
-    const auto keep = [&member, parse](const std::string& text) { member = parse(text); };
-    m_command->add_option_function<std::string>(name, keep, description)
-        ->type_name(form)
-        ->required(form.empty());
-    return *this;
-  }
+void AddValues(CLI::App* command, Arguments& arguments) {
+  command->add_option("VALUES", arguments.values, "What to write: COLUMN=VALUE…")
+      ->type_name("")
+      ->required();
+}
 
-  // The same for any number of texts.
-  template <typename Parsed>
-  Command& List(const std::string& name, std::vector<Parsed>& members, Parse<Parsed> parse,
-                const std::string& form, const std::string& description, bool required = false) {
-    using Texts = std::vector<std::string>;
-    const auto keep = [&members, parse](const Texts& texts) {
-      std::transform(texts.begin(), texts.end(), std::back_inserter(members), parse);
-    };
-    m_command->add_option_function<Texts>(name, keep, description)
-        ->type_name(form)
-        ->required(required);
-    return *this;
-  }
+void AddWhere(CLI::App* command, Arguments& arguments) {
+  command->add_option("--where", arguments.where, "Only rows with these values, all of them")
+      ->type_name("COLUMN=VALUE");
+}
 
-  Command& Flag(const std::string& name, bool& member, const std::string& description) {
-    m_command->add_flag(name, member, description);
-    return *this;
-  }
+void AddFormat(CLI::App* command, Arguments& arguments) {
+  command->add_option("--format", arguments.format, "table (the default), csv, json or lines")
+      ->type_name("NAME")
+      ->each(RequireFormat);
+}
 
-  Command& Table() { return One("TABLE", m_arguments.table, ParseTable, "", "The table"); }
+void AddWide(CLI::App* command, Arguments& arguments) {
+  command->add_flag("--wide", arguments.wide, "Cut no cells to the terminal's width");
+}
 
-  Command& Values() {
-    return List("VALUES", m_arguments.values, ParseAssignment, "", "What to write: COLUMN=VALUE…",
-                true);
-  }
-
-  Command& Where(Parse<Assignment> parse, const std::string& more = "") {
-    return List("--where", m_arguments.where, parse, "COLUMN=VALUE",
-                "Only rows with these values, all of them" + more);
-  }
-
-  Command& Format() {
-    return One("--format", m_arguments.format, ParseFormat, "NAME",
-               "table (the default), csv, json or lines");
-  }
-
-  Command& Wide() {
-    return Flag("--wide", m_arguments.wide, "Cut no cells to the terminal's width");
-  }
-
-  Command& Path(const std::string& name, const std::string& description) {
-    m_command->add_option(name, m_arguments.path, description)->type_name("")->required();
-    return *this;
-  }
-
- private:
-  Arguments& m_arguments;
-  CLI::App* m_command;
-};
+void AddPath(CLI::App* command, Arguments& arguments, const char* name, const char* description) {
+  command->add_option(name, arguments.path, description)->type_name("")->required();
+}
 
 void DeclareWrites(CLI::App& app, Arguments& arguments) {
-  Command(app, arguments, "create", Create, "Create a table, unless it exists",
-          "vorndb -f app.db create contact name:TEXT age:INTEGER --key uid:TEXT")
-      .Table()
-      .List("COLUMNS", arguments.columns, ParseTypedColumn, "", "Its columns: COLUMN:TYPE…")
-      .One("--key", arguments.key, ParseTypedColumn, "COLUMN:TYPE",
-           "The primary key; without it there is a column _ID")
-      .One("--composite", arguments.composite, ParseTypedColumn, "COLUMN:TYPE",
-           "A second column of the primary key");
-  Command(app, arguments, "upsert", Upsert, "Write a row, in the place of one with the same key",
-          "vorndb -f app.db upsert contact uid=7 name=\"Miles O'Brien\" age=42")
-      .Table()
-      .Values();
-  Command(app, arguments, "update", Update, "Change rows",
-          "vorndb -f app.db update contact age=43 --where uid=7")
-      .Table()
-      .Values()
-      .Where(ParseAssignment);
-  Command(app, arguments, "delete", Delete, "Delete rows",
-          "vorndb -f app.db delete contact --where uid=7")
-      .Table()
-      .Where(ParseAssignment)
-      .Flag("--all", arguments.all, "Every row, without asking");
+  CLI::App* command =
+      AddOnTable(app, arguments, "create", Create, "Create a table, unless it exists",
+                 "vorndb -f app.db create contact name:TEXT age:INTEGER --key uid:TEXT");
+  command->add_option("COLUMNS", arguments.columns, "Its columns: COLUMN:TYPE…")->type_name("");
+  command->add_option("--key", arguments.key, "The primary key; without it there is a column _ID")
+      ->type_name("COLUMN:TYPE");
+  command->add_option("--composite", arguments.composite, "A second column of the primary key")
+      ->type_name("COLUMN:TYPE");
+
+  command = AddOnTable(app, arguments, "upsert", Upsert,
+                       "Write a row, in the place of one with the same key",
+                       "vorndb -f app.db upsert contact uid=7 name=\"Miles O'Brien\" age=42");
+  AddValues(command, arguments);
+
+  command = AddOnTable(app, arguments, "update", Update, "Change rows",
+                       "vorndb -f app.db update contact age=43 --where uid=7");
+  AddValues(command, arguments);
+  AddWhere(command, arguments);
+
+  command = AddOnTable(app, arguments, "delete", Delete, "Delete rows",
+                       "vorndb -f app.db delete contact --where uid=7");
+  AddWhere(command, arguments);
+  command->add_flag("--all", arguments.all, "Every row, without asking");
 }
 
 void DeclareReads(CLI::App& app, Arguments& arguments) {
-  Command(app, arguments, "select", Select, "Read rows",
-          "vorndb -f app.db select contact --where name=Kim age=42")
-      .Table()
-      .Where(ParseAssignment)
-      .Format()
-      .Wide();
-  Command(app, arguments, "join", Join, "Read the rows of two tables that have a value in common",
-          "vorndb -f app.db join contact.uid note.owner --where note.kind=2")
-      .One("LEFT", arguments.left, ParseTableColumn, "", "TABLE.COLUMN")
-      .One("RIGHT", arguments.right, ParseTableColumn, "", "TABLE.COLUMN")
-      .Where(ParseJoinCondition, "; a column may be TABLE.COLUMN")
-      .Format()
-      .Wide();
-  Command(app, arguments, "exists", Exists, "Tell whether there is a table: yes or no",
-          "vorndb -f app.db exists contact")
-      .Table();
+  CLI::App* command = AddOnTable(app, arguments, "select", Select, "Read rows",
+                                 "vorndb -f app.db select contact --where name=Kim age=42");
+  AddWhere(command, arguments);
+  AddFormat(command, arguments);
+  AddWide(command, arguments);
+
+  command = AddCommand(app, arguments, "join", Join,
+                       "Read the rows of two tables that have a value in common",
+                       "vorndb -f app.db join contact.uid note.owner --where note.kind=2");
+  command->add_option("LEFT", arguments.left, "TABLE.COLUMN")->type_name("")->required();
+  command->add_option("RIGHT", arguments.right, "TABLE.COLUMN")->type_name("")->required();
+  using Texts = std::vector<std::string>;
+  const auto keep = [&arguments](const Texts& texts) {
+    std::transform(texts.begin(), texts.end(), std::back_inserter(arguments.where), JoinCondition);
+  };
+  command
+      ->add_option_function<Texts>(
+          "--where", keep, "Only rows with these values, all of them; a column may be TABLE.COLUMN")
+      ->type_name("COLUMN=VALUE");
+  AddFormat(command, arguments);
+  AddWide(command, arguments);
+
+  AddOnTable(app, arguments, "exists", Exists, "Tell whether there is a table: yes or no",
+             "vorndb -f app.db exists contact");
 }
 
 void DeclareOthers(CLI::App& app, Arguments& arguments) {
-  Command(app, arguments, "drop", Drop, "Remove a table with all its rows",
-          "vorndb -f app.db drop contact")
-      .Table();
-  Command(app, arguments, "import", Import, "Write the rows of a CSV file into a table",
-          "vorndb -f app.db import contact contacts.csv")
-      .Table()
-      .Path("CSV", "The file, whose first line names the columns; - for standard input");
-  Command(app, arguments, "export", Export, "Write rows of a table into a file",
-          "vorndb -f app.db export contact contacts.json --where age=42")
-      .Table()
-      .Path("OUT", "The file; .csv, .json or .txt (lines) tells its format")
-      .Where(ParseAssignment)
-      .Format()
-      .Flag("--force", arguments.force, "Write over a file that exists");
-  Command(app, arguments, "explain-log", Explain, "Tell what happened from a log of the library",
-          "vorndb explain-log captured.log")
-      .Path("LOG", "The captured log; - for standard input");
+  AddOnTable(app, arguments, "drop", Drop, "Remove a table with all its rows",
+             "vorndb -f app.db drop contact");
+
+  CLI::App* command =
+      AddOnTable(app, arguments, "import", Import, "Write the rows of a CSV file into a table",
+                 "vorndb -f app.db import contact contacts.csv");
+  AddPath(command, arguments, "CSV",
+          "The file, whose first line names the columns; - for standard input");
+
+  command = AddOnTable(app, arguments, "export", Export, "Write rows of a table into a file",
+                       "vorndb -f app.db export contact contacts.json --where age=42");
+  AddPath(command, arguments, "OUT", "The file; .csv, .json or .txt (lines) tells its format");
+  AddWhere(command, arguments);
+  AddFormat(command, arguments);
+  command->add_flag("--force", arguments.force, "Write over a file that exists");
+
+  command =
+      AddCommand(app, arguments, "explain-log", Explain,
+                 "Tell what happened from a log of the library", "vorndb explain-log captured.log");
+  AddPath(command, arguments, "LOG", "The captured log; - for standard input");
 }
 
 // Runs the command, or prints help or the version.
