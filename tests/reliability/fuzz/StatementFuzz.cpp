@@ -21,29 +21,24 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
+#include <map>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "Containers.h"
-#include "CreateRequest.h"
-#include "DeleteRequest.h"
-#include "DropRequest.h"
 #include "FuzzTarget.h"
 #include "InputReader.h"
-#include "JoinRequest.h"
-#include "SelectRequest.h"
+#include "Operations.h"
 #include "SqlGenerator.h"
-#include "UpdateRequest.h"
-#include "UpsertRequest.h"
 
 namespace {
 
 using Texts = std::vector<std::string>;
-// None where what is to be read was never set, or cannot be.
-using MaybeText = std::optional<std::string>;
+
+constexpr std::size_t kSlots = 16;
 
 std::string Join(const Texts& items, const std::string& separator) {
   std::string text;
@@ -53,7 +48,7 @@ std::string Join(const Texts& items, const std::string& separator) {
   return text;
 }
 
-// What stands before the last place where the text holds the part.
+// The text before the last occurrence of the part; all of it where there is none.
 std::string BeforeLast(const std::string& text, const std::string& part) {
   std::string before = text;
   for (std::size_t at = 0; at + part.size() <= text.size(); ++at) {
@@ -64,243 +59,218 @@ std::string BeforeLast(const std::string& text, const std::string& part) {
   return before;
 }
 
-// The names of columns, at ascending addresses. They live as long as requests are
-// to read them.
-class Slots {
- public:
-  static constexpr std::size_t kCount = 16;
+// The model: each statement, as plainly as it can be written.
 
-  // Names too long for a slot are cut.
-  const char* Name(std::size_t slot, const char* name) {
-    if (!m_isNamed[slot]) {
-      m_isNamed[slot] = true;
-      std::strncpy(m_names[slot].data(), name, kSize - 1);
-    }
-    return m_names[slot].data();
-  }
-
- private:
-  static constexpr std::size_t kSize = 64;
-  std::array<std::array<char, kSize>, kCount> m_names{};
-  std::array<bool, kCount> m_isNamed{};
-};
-
-// The entries of one map: per slot the first value that was set.
+// The entries of one map in the order of their slots, each with the first value set.
 struct Entries {
   struct Entry {
     std::string name;
     std::string value;
   };
 
-  bool IsEmpty() const { return !hasNullName && Pairs("").empty(); }
+  bool IsEmpty() const { return !hasNullName && bySlot.empty(); }
 
   Texts Names() const {
     return Items([](const Entry& entry) { return entry.name; });
   }
-
   Texts Values() const {
     return Items([](const Entry& entry) { return "'" + entry.value + "'"; });
   }
-
   Texts Pairs(const std::string& sign) const {
     return Items([&](const Entry& entry) { return entry.name + sign + "'" + entry.value + "'"; });
   }
-
-  // In the order of the slots.
   template <typename Format>
   Texts Items(Format format) const {
     Texts items;
-    for (const std::optional<Entry>& entry : slots) {
-      if (entry) {
-        items.push_back(format(*entry));
-      }
+    for (const auto& [slot, entry] : bySlot) {
+      items.push_back(format(entry));
     }
     return items;
   }
 
-  std::array<std::optional<Entry>, Slots::kCount> slots;
+  std::map<std::size_t, Entry> bySlot;
   bool hasNullName = false;
 };
 
-// Two texts that belong together: either both count, or none.
-struct Pair {
-  MaybeText first;
-  MaybeText second;
-
-  std::string First() const { return first && second ? *first : ""; }
-  std::string Second() const { return first && second ? *second : ""; }
+// The texts of a field, none where they were not set. Of a pair both count, or none.
+struct Field {
+  std::string First() const { return IsWhole() ? *first : ""; }
+  std::string Second() const { return IsWhole() ? second.value_or("") : ""; }
+  bool IsWhole() const { return first && (second || !isPair); }
   bool IsKey() const { return !First().empty() && !Second().empty(); }
+
+  bool isPair = true;
+  std::optional<std::string> first;
+  std::optional<std::string> second;
 };
 
 struct Model {
+  std::string Table() const { return At("Table").First(); }
   std::string Conditions() const { return Join(where.Pairs("="), " AND "); }
-
   std::string WhereIfAny() const { return where.IsEmpty() ? "" : " WHERE " + Conditions(); }
 
-  std::string SelectSql() const { return "SELECT * FROM " + table.value_or("") + WhereIfAny(); }
+  std::string Select() const { return "SELECT * FROM " + Table() + WhereIfAny(); }
+  std::string Delete() const { return "DELETE  FROM " + Table() + WhereIfAny(); }
+  std::string DropTable() const { return "DROP TABLE " + Table(); }
 
-  std::string DeleteSql() const { return "DELETE  FROM " + table.value_or("") + WhereIfAny(); }
-
-  std::string JoinSql() const {
+  std::string JoinSelect() const {
+    const Field left = At("LeftJoin");
+    const Field right = At("RightJoin");
     return "SELECT  * FROM " + left.First() + " INNER JOIN " + right.First() + " ON " +
            left.First() + "." + left.Second() + " = " + right.First() + "." + right.Second() +
            WhereIfAny();
   }
 
-  std::string UpsertSql() const {
-    return "INSERT OR REPLACE INTO " + table.value_or("") + " (" + Join(data.Names(), ", ") +
-           ") VALUES (" + Join(data.Values(), ", ") + ")";
+  std::string Upsert() const {
+    return "INSERT OR REPLACE INTO " + Table() + " (" + Join(data.Names(), ", ") + ") VALUES (" +
+           Join(data.Values(), ", ") + ")";
   }
 
   // Both cuts are made always, also where nothing was appended that they could end.
-  std::string UpdateSql() const {
-    const std::string start = "UPDATE " + table.value_or("") + " SET ";
+  std::string Update() const {
+    const std::string start = "UPDATE " + Table() + " SET ";
     const std::string set =
         data.IsEmpty() ? BeforeLast(start, ", ") : start + Join(data.Pairs(" = "), ", ");
     return where.IsEmpty() ? BeforeLast(set + " WHERE ", " AND") : set + " WHERE " + Conditions();
   }
 
-  std::string CreateSql() const {
-    Texts items;
+  std::string CreateTable() const {
+    const Field primary = At("PrimaryKey");
+    const Field composite = At("CompositeKey");
     const bool isComposite = primary.IsKey() && composite.IsKey();
-    if (!primary.IsKey()) {
-      items.emplace_back("_ID INTEGER PRIMARY KEY");
-    } else if (!isComposite) {
-      items.push_back(*primary.first + " " + *primary.second + " NOT NULL PRIMARY KEY");
+    const std::string column = primary.First() + " " + primary.Second();
+    Texts items;
+    if (isComposite) {
+      items = {column, composite.First() + " " + composite.Second()};
     } else {
-      items.push_back(*primary.first + " " + *primary.second);
-      items.push_back(*composite.first + " " + *composite.second);
+      items = {primary.IsKey() ? column + " NOT NULL PRIMARY KEY" : "_ID INTEGER PRIMARY KEY"};
     }
     items.insert(items.end(), columns.begin(), columns.end());
     if (isComposite) {
-      items.push_back("PRIMARY KEY(" + Join({*primary.first, *composite.first}, ", ") + ")");
+      items.push_back("PRIMARY KEY(" + primary.First() + ", " + composite.First() + ")");
     }
-    return "CREATE TABLE IF NOT EXISTS " + table.value_or("") + " (" + Join(items, ", ") + ")";
+    return "CREATE TABLE IF NOT EXISTS " + Table() + " (" + Join(items, ", ") + ")";
   }
 
-  std::string DropSql() const { return "DROP TABLE " + table.value_or(""); }
+  // By the member of Database; none where a null name makes the generator throw.
+  std::optional<std::string> Sql(const std::string& member) const {
+    struct Rule {
+      std::string (Model::*statement)() const;
+      bool throws;
+    };
+    const std::map<std::string, Rule> rules = {
+        {"Select", {&Model::Select, where.hasNullName}},
+        {"JoinSelect", {&Model::JoinSelect, where.hasNullName}},
+        {"Delete", {&Model::Delete, where.hasNullName}},
+        {"Upsert", {&Model::Upsert, data.hasNullName}},
+        {"Update", {&Model::Update, data.hasNullName || where.hasNullName}},
+        {"CreateTable", {&Model::CreateTable, hasNullColumn}},
+        {"DropTable", {&Model::DropTable, false}},
+    };
+    const Rule& rule = rules.at(member);
+    return rule.throws ? std::nullopt : std::make_optional((this->*rule.statement)());
+  }
 
-  Pair path;
-  MaybeText table;
-  Pair primary;
-  Pair composite;
-  Pair left;
-  Pair right;
+  Field At(const std::string& name) const {
+    const auto field = fields.find(name);
+    return field == fields.end() ? Field() : field->second;
+  }
+
+  std::map<std::string, Field> fields;
   Texts columns;
   bool hasNullColumn = false;
   Entries data;
   Entries where;
 };
 
-// The texts of numbers are those of a stream that nobody has told anything.
-std::string TextOf(int number) { return std::to_string(number); }
-
+// As a stream with its default settings writes it.
 std::string TextOf(double number) {
   std::array<char, 64> text{};
   std::snprintf(text.data(), text.size(), "%g", number);
   return text.data();
 }
 
-// A request keeps a text until its end, and a second one does not release the
-// first. So each is set once, and null afterwards, which changes nothing.
-const char* Once(MaybeText& field, const char* text) {
-  if (text == nullptr || field) {
-    return nullptr;
-  }
-  field = text;
-  return text;
-}
-
 // All requests, filled alike, beside the model.
 class Session {
  public:
+  Session() {
+    for (const operations::Operation& operation : operations::All()) {
+      m_requests.push_back({&operation, operation.request.make()});
+      if (auto* const set = dynamic_cast<BaseSet*>(m_requests.back().request.get())) {
+        m_sets.push_back(set);
+      }
+    }
+  }
+
   void Set(const InputLine& line) {
-    switch (line.Letter()) {
-      case 'P':
-        return SetPath(line);
-      case 'T':
-        return SetTable(line);
-      case 'K':
-        return SetPair(m_model.primary, &CreateRequest::SetPrimaryKey, m_create, line);
-      case 'X':
-        return SetPair(m_model.composite, &CreateRequest::SetCompositeKey, m_create, line);
-      case 'L':
-        return SetPair(m_model.left, &JoinRequest::SetLeftJoin, m_join, line);
-      case 'R':
-        return SetPair(m_model.right, &JoinRequest::SetRightJoin, m_join, line);
-      case 'C':
-        return SetColumnKey(line);
-      case 'd':
-        return SetEntry(line, m_model.data, kData);
-      case 'w':
-        return SetEntry(line, m_model.where, kWhere);
-      default:
-        return;
+    static const std::map<char, const char*> kFields = {{'P', "Path"},       {'T', "Table"},
+                                                        {'K', "PrimaryKey"}, {'X', "CompositeKey"},
+                                                        {'L', "LeftJoin"},   {'R', "RightJoin"}};
+    if (const auto field = kFields.find(line.Letter()); field != kFields.end()) {
+      m_given[line.Letter()] = {line.Text(0), line.Text(1)};
+      SetField(field->second, line);
+    } else if (line.Letter() == 'C') {
+      SetColumnKey(line);
+    } else if (line.Letter() == 'd' || line.Letter() == 'w') {
+      SetEntry(line);
     }
   }
 
   void ExpectTexts() {
     ExpectPath();
-    ExpectStoredPath();
-    ExpectTable();
-    const bool isWhereBad = m_model.where.hasNullName;
-    const bool isDataBad = m_model.data.hasNullName;
-    ExpectSql(&SqlGenerator::GetSelectSql, m_select, isWhereBad, m_model.SelectSql());
-    ExpectSql(&SqlGenerator::GetDeleteSql, m_delete, isWhereBad, m_model.DeleteSql());
-    ExpectSql(&SqlGenerator::GetJoinSql, m_join, isWhereBad, m_model.JoinSql());
-    ExpectSql(&SqlGenerator::GetUpsertSql, m_upsert, isDataBad, m_model.UpsertSql());
-    ExpectSql(&SqlGenerator::GetUpdateSql, m_update, isDataBad || isWhereBad, m_model.UpdateSql());
-    ExpectSql(&SqlGenerator::GetDropTableSql, m_drop, false, m_model.DropSql());
-    ExpectSql(&SqlGenerator::GetCreateTableSql, m_create, m_model.hasNullColumn,
-              m_model.CreateSql());
+    ExpectCheckTable();
+    for (const Filled& each : m_requests) {
+      if (each.operation->request.generate) {
+        ExpectSql(each);
+      } else {
+        ExpectStoredPath(*each.request);
+      }
+    }
   }
 
  private:
-  // The setters of one of the maps, and the map itself.
-  struct Setters {
-    void (BaseSet::*text)(const char*, const char*);
-    void (BaseSet::*integer)(const char*, int);
-    void (BaseSet::*real)(const char*, double);
-    BaseSet::ColumnMap& (*map)(BaseSet&);
+  struct Filled {
+    const operations::Operation* operation;
+    std::unique_ptr<BasePath> request;
   };
-  static constexpr Setters kData{&BaseSet::SetData, &BaseSet::SetData, &BaseSet::SetData,
-                                 &DataMapOf};
-  static constexpr Setters kWhere{&BaseSet::SetWhere, &BaseSet::SetWhere, &BaseSet::SetWhere,
-                                  &WhereMapOf};
 
-  void SetPath(const InputLine& line) {
-    m_directory = line.Text(0);
-    m_file = line.Text(1);
-    SetPair(m_model.path, &BasePath::SetPath, m_select, line);
+  // A request leaks a text that is replaced. So each is set once, and null afterwards,
+  // which changes nothing.
+  static const char* Once(std::optional<std::string>& text, const char* given) {
+    if (given == nullptr || text) {
+      return nullptr;
+    }
+    text = given;
+    return given;
   }
 
-  void SetTable(const InputLine& line) {
-    m_table = line.Text(0);
-    const char* const table = Once(m_model.table, line.Pointer(0));
-    m_select.SetTable(table);
-    m_delete.SetTable(table);
-    m_upsert.SetTable(table);
-    m_update.SetTable(table);
-    m_create.SetTable(table);
-    m_drop.SetTable(table);
-  }
-
-  template <typename Class, typename Request>
-  static void SetPair(Pair& pair, void (Class::*set)(const char*, const char*), Request& request,
-                      const InputLine& line) {
-    const char* const first = Once(pair.first, line.Pointer(0));
-    const char* const second = Once(pair.second, line.Pointer(1));
-    (request.*set)(first, second);
-  }
-
-  // Null for the name of which there is none.
-  const char* NameOf(const InputLine& line, std::size_t field) {
-    const char* const name = line.Pointer(field + 1);
-    return name == nullptr ? nullptr : m_slots.Name(SlotOf(line, field), name);
+  void SetField(const std::string& name, const InputLine& line) {
+    Field& model = m_model.fields[name];
+    const char* const first = Once(model.first, line.Pointer(0));
+    const char* const second = Once(model.second, line.Pointer(1));
+    for (const Filled& each : m_requests) {
+      for (const auto& field : each.operation->request.fields) {
+        if (field.name == name) {
+          model.isPair = field.isPair;
+          field.set(*each.request, first, second);
+        }
+      }
+    }
   }
 
   static std::size_t SlotOf(const InputLine& line, std::size_t field) {
-    return static_cast<std::size_t>(line.Number(field)) % Slots::kCount;
+    return static_cast<std::size_t>(line.Number(field)) % kSlots;
+  }
+
+  // The name that its slot has, cut where it is too long; null for the null name.
+  const char* NameOf(const InputLine& line, std::size_t field) {
+    const char* const given = line.Pointer(field + 1);
+    auto& name = m_names[SlotOf(line, field)];
+    if (given != nullptr && !m_isNamed[SlotOf(line, field)]) {
+      m_isNamed[SlotOf(line, field)] = true;
+      std::strncpy(name.data(), given, name.size() - 1);
+    }
+    return given == nullptr ? nullptr : name.data();
   }
 
   void SetColumnKey(const InputLine& line) {
@@ -309,116 +279,104 @@ class Session {
     if (type == nullptr) {
       return;  // no type at all: nothing is promised
     }
-    m_create.SetColumnKey(name, type);
-    if (name == nullptr) {
-      m_model.hasNullColumn = true;
-    } else {
+    for (const Filled& each : m_requests) {
+      if (auto* const create = dynamic_cast<CreateRequest*>(each.request.get())) {
+        create->SetColumnKey(name, type);
+      }
+    }
+    m_model.hasNullColumn = m_model.hasNullColumn || name == nullptr;
+    if (name != nullptr) {
       m_model.columns.push_back(std::string(name) + " " + type);
     }
   }
 
-  void SetEntry(const InputLine& line, Entries& entries, const Setters& setters) {
-    const char* const name = NameOf(line, 1);
-    MaybeText value;
-    for (BaseSet* const set :
-         std::array<BaseSet*, 5>{&m_select, &m_delete, &m_upsert, &m_update, &m_join}) {
-      value = SetValue(line, *set, name, setters);
-    }
-    if (!value) {
-      return;
-    }
-    if (name == nullptr) {
-      entries.hasNullName = true;
-    } else if (auto& entry = entries.slots[SlotOf(line, 1)]; !entry) {
-      entry = Entries::Entry{name, *value};
-    }
-  }
-
-  // Calls the setter that the line names; gives the text that a statement holds.
-  static MaybeText SetValue(const InputLine& line, BaseSet& set, const char* name,
-                            const Setters& setters) {
+  // Calls the setter that the line names.
+  void SetEntry(const InputLine& line) {
+    const bool isData = line.Letter() == 'd';
     const std::string kind = line.Text(0);
+    const char* const name = NameOf(line, 1);
     const char* const text = line.Pointer(3);
-    if (kind == "t" && text == nullptr) {
-      EXPECT_THROW((set.*setters.text)(name, text), std::logic_error);
-      return std::nullopt;
+    const double real = std::strtod(line.Text(3).c_str(), nullptr);
+    std::optional<std::string> value;
+    for (BaseSet* const set : m_sets) {
+      const auto call = [&](auto given) {
+        isData ? set->SetData(name, given) : set->SetWhere(name, given);
+      };
+      if (kind == "t" && text == nullptr) {
+        EXPECT_THROW(call(text), std::logic_error);
+      } else if (kind == "t") {
+        call(text);
+        value = text;
+      } else if (kind == "i") {
+        call(line.Number(3));
+        value = std::to_string(line.Number(3));
+      } else if (kind == "d") {
+        call(real);
+        value = TextOf(real);
+      } else if (kind == "r") {
+        (isData ? DataMapOf(*set) : WhereMapOf(*set)).insert({name, line.Text(3)});
+        value = line.Text(3).c_str();
+      }
     }
-    if (kind == "t") {
-      (set.*setters.text)(name, text);
-      return text;
+    Entries& entries = isData ? m_model.data : m_model.where;
+    if (value && name == nullptr) {
+      entries.hasNullName = true;
+    } else if (value) {
+      entries.bySlot.insert({SlotOf(line, 1), {name, *value}});
     }
-    if (kind == "i") {
-      (set.*setters.integer)(name, line.Number(3));
-      return TextOf(line.Number(3));
-    }
-    if (kind == "d") {
-      const double number = std::strtod(line.Text(3).c_str(), nullptr);
-      (set.*setters.real)(name, number);
-      return TextOf(number);
-    }
-    if (kind == "r") {
-      setters.map(set).insert({name, line.Text(3)});
-      return line.Text(3).c_str();
-    }
-    return std::nullopt;
   }
 
+  // The generator takes both as they are given, NULs included.
   void ExpectPath() {
-    const bool needsSlash = !m_directory.empty() && m_directory.back() != '/';
+    const auto& [directory, file] = m_given['P'];
+    const bool needsSlash = !directory.empty() && directory.back() != '/';
     std::string path = "before";
-    m_generator.GetDBPath(m_directory, m_file, path);
-    EXPECT_EQ(m_directory + (needsSlash ? "/" : "") + m_file, path);
+    SqlGenerator().GetDBPath(directory, file, path);
+    EXPECT_EQ(directory + (needsSlash ? "/" : "") + file, path);
   }
 
-  void ExpectStoredPath() {
-    std::string directory = "before";
-    std::string file = "before";
-    if (m_model.path.first && m_model.path.second) {
-      m_select.GetPath(directory, file);
-    } else {
-      EXPECT_THROW(m_select.GetPath(directory, file), std::logic_error);
-    }
-    EXPECT_EQ(m_model.path.first.value_or("before"), directory);
-    EXPECT_EQ(m_model.path.first ? m_model.path.second.value_or("before") : "before", file);
-  }
-
-  void ExpectTable() {
+  void ExpectCheckTable() {
+    const std::string& table = m_given['T'].first;
     std::string sql = "before";
-    m_generator.GetCheckTableSql(m_table, sql);
-    EXPECT_EQ("SELECT COUNT(*) from sqlite_master WHERE TYPE='table' AND NAME='" + m_table + "'",
+    SqlGenerator().GetCheckTableSql(table, sql);
+    EXPECT_EQ("SELECT COUNT(*) from sqlite_master WHERE TYPE='table' AND NAME='" + table + "'",
               sql);
   }
 
+  void ExpectStoredPath(BasePath& request) {
+    const Field path = m_model.At("Path");
+    std::string directory = "before";
+    std::string file = "before";
+    if (path.IsWhole()) {
+      request.GetPath(directory, file);
+    } else {
+      EXPECT_THROW(request.GetPath(directory, file), std::logic_error);
+    }
+    EXPECT_EQ(path.first.value_or("before"), directory);
+    EXPECT_EQ(path.first ? path.second.value_or("before") : "before", file);
+  }
+
   // Twice, since a request may be run again.
-  template <typename Request>
-  void ExpectSql(void (SqlGenerator::*get)(Request&, std::string&), Request& request, bool throws,
-                 const std::string& expected) {
+  void ExpectSql(const Filled& own) {
+    const auto expected = m_model.Sql(own.operation->member);
     for (int time = 0; time < 2; ++time) {
       std::string sql = "before";
-      if (throws) {
-        EXPECT_THROW((m_generator.*get)(request, sql), std::logic_error);
-        EXPECT_EQ("before", sql);
+      if (expected) {
+        own.operation->request.generate(*own.request, sql);
       } else {
-        (m_generator.*get)(request, sql);
-        EXPECT_EQ(expected, sql);
+        EXPECT_THROW(own.operation->request.generate(*own.request, sql), std::logic_error);
       }
+      EXPECT_EQ(expected.value_or("before"), sql);
     }
   }
 
-  Slots m_slots;
+  // Names of columns at ascending addresses, which live as long as requests read them.
+  std::array<std::array<char, 64>, kSlots> m_names{};
+  std::array<bool, kSlots> m_isNamed{};
+  std::map<char, std::pair<std::string, std::string>> m_given;
   Model m_model;
-  // Given to the generator as they are, NULs included.
-  std::string m_directory;
-  std::string m_file;
-  std::string m_table;
-  SqlGenerator m_generator;
-  SelectRequest m_select;
-  DeleteRequest m_delete;
-  UpsertRequest m_upsert;
-  UpdateRequest m_update;
-  JoinRequest m_join;
-  CreateRequest m_create;
-  DropRequest m_drop;
+  std::vector<Filled> m_requests;
+  std::vector<BaseSet*> m_sets;  // among them
 };
 
 }  // namespace
