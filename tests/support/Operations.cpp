@@ -146,15 +146,16 @@ Operation Delete() {
 }
 
 Operation Upsert() {
-  Operation own = OperationOf<UpsertRequest>("Upsert", &Database::Upsert, "UpsertRequest",
-                                             &SqlGenerator::GetUpsertSql,
-                                             [](UpsertRequest& request, const Texts& texts) {
-                                               request.SetTable(texts["table"]);
-                                               request.SetData(texts["column"], texts["value"]);
-                                               if (texts["column2"] != nullptr) {
-                                                 request.SetData(texts["column2"], texts["value2"]);
-                                               }
-                                             });
+  Operation own = OperationOf<UpsertRequest>(
+      "Upsert", &Database::Upsert, "UpsertRequest", &SqlGenerator::GetUpsertSql,
+      [](UpsertRequest& request, const Texts& texts) {
+        request.SetTable(texts["table"]);
+        for (const std::string number : {"", "2", "3"}) {
+          if (texts["column" + number] != nullptr) {
+            request.SetData(texts["column" + number], texts["value" + number]);
+          }
+        }
+      });
   own.success = "Upsert SUCCESS[%d]";
   own.failure = "Upsert FAILED[%d]: %s";
   own.getters = {"GetTable"};

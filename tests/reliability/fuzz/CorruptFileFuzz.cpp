@@ -33,25 +33,21 @@
 #include <vector>
 
 #include "Containers.h"
-#include "CreateRequest.h"
-#include "Cursor.h"
 #include "Database.h"
-#include "DeleteRequest.h"
-#include "DropRequest.h"
 #include "FakePlatform.h"
 #include "FuzzTarget.h"
 #include "InputReader.h"
-#include "JoinRequest.h"
 #include "Journal.h"
-#include "SelectRequest.h"
+#include "OperationLines.h"
+#include "Operations.h"
 #include "SqliteSpy.h"
 #include "TemporaryDatabase.h"
-#include "UpdateRequest.h"
-#include "UpsertRequest.h"
 #include "WholeFile.h"
 
 namespace {
 
+using operations::Operation;
+using operations::Texts;
 using ::testing::AllOf;
 using ::testing::AnyOf;
 using ::testing::ElementsAre;
@@ -82,10 +78,6 @@ constexpr const char* kGoodFile = R"(
   DROP TABLE dropped;
 )";
 
-std::size_t Offset(const InputLine& line, std::size_t field, const std::string& content) {
-  return static_cast<std::size_t>(static_cast<unsigned>(line.Number(field))) % content.size();
-}
-
 void Overwrite(std::string& content, std::size_t offset, const std::string& part) {
   const std::size_t size = std::min(part.size(), content.size() - offset);
   content.replace(offset, size, part, 0, size);
@@ -101,22 +93,21 @@ Damage ReadDamage(InputReader input, const std::string& goodFile) {
   std::string& content = damage.content;
   while (!input.IsAtEnd()) {
     const InputLine line = input.NextLine();
+    const auto offset = [&](std::size_t field) { return line.Index(field, content.size()); };
     if (line.Letter() == 'f') {
-      damage.firstOperation = static_cast<std::size_t>(line.Number(0) & 7);
+      damage.firstOperation = line.Index(0, 8);
     } else if (line.Letter() == 'w') {
       content = input.Rest().substr(0, kLargestFile);
     } else if (line.Letter() == 't') {
-      content.resize(static_cast<std::size_t>(static_cast<unsigned>(line.Number(0))) %
-                     kLargestFile);
+      content.resize(line.Index(0, kLargestFile));
     } else if (content.empty()) {
       continue;
     } else if (line.Letter() == 'b') {
-      content[Offset(line, 0, content)] = static_cast<char>(line.Number(1));
+      content[offset(0)] = static_cast<char>(line.Number(1));
     } else if (line.Letter() == 'x') {
-      Overwrite(content, Offset(line, 0, content), line.Text(1));
+      Overwrite(content, offset(0), line.Text(1));
     } else if (line.Letter() == 's') {
-      Overwrite(content, Offset(line, 0, content),
-                content.substr(Offset(line, 1, content), Offset(line, 2, content)));
+      Overwrite(content, offset(0), content.substr(offset(1), offset(2)));
     }
   }
   return damage;
@@ -170,7 +161,7 @@ const Files& TheFiles() {
   return files;
 }
 
-// What SQLite answers to a query of the test's own: the cells by the columns' names.
+// SQLite's answer to a query of the test's own: the cells by the columns' names.
 struct Answer {
   std::vector<std::string> columns;
   CellMap cells;
@@ -192,12 +183,12 @@ void AddRow(sqlite3_stmt* stmt, Answer& answer) {
 }
 
 // The rows up to the end, or to where stepping fails.
-Answer Ask(const char* sql) {
+Answer Ask(const std::string& sql) {
   Answer answer;
   sqlite3* db = nullptr;
   sqlite3_stmt* stmt = nullptr;
   EXPECT_EQ(SQLITE_OK, sqlite3_open(TheFiles().Database().Path().c_str(), &db));
-  sqlite3_prepare_v2(db, sql, -1, &stmt, nullptr);
+  sqlite3_prepare_v2(db, sql.c_str(), -1, &stmt, nullptr);
   while (stmt != nullptr && sqlite3_step(stmt) == SQLITE_ROW) {
     AddRow(stmt, answer);
   }
@@ -206,9 +197,53 @@ Answer Ask(const char* sql) {
   return answer;
 }
 
-// The operations, and what holds of each, whatever is in the file.
+// The operations on the good file, in the order of their numbers. Those that are not among
+// them follow with the texts of the catalogue, whose tables the file has in part.
+struct Subject {
+  std::string member;
+  Texts texts;
+};
 
-// What a step can answer to a statement of sqlite3_prepare. After any other code the
+std::vector<Subject> MakeSubjects() {
+  std::vector<Subject> subjects = {
+      {"CheckExistTable", {{"table", "contact"}}},
+      {"Select", {{"table", "contact"}, {"whereColumn", "kind"}, {"whereValue", "1"}}},
+      {"JoinSelect",
+       {{"table", "contact"}, {"column", "_ID"}, {"table2", "note"}, {"column2", "owner"}}},
+      {"Upsert",
+       {{"table", "note"},
+        {"column", "owner"},
+        {"value", "7"},
+        {"column2", "day"},
+        {"value2", "7"},
+        {"column3", "body"},
+        {"value3", std::string(1000, 'b')}}},
+      {"Update",
+       {{"table", "contact"},
+        {"column", "kind"},
+        {"value", "another"},
+        {"whereColumn", "kind"},
+        {"whereValue", "2"}}},
+      {"Delete", {{"table", "contact"}, {"whereColumn", "kind"}, {"whereValue", "0"}}},
+      {"CreateTable",
+       {{"table", "fresh"},
+        {"key", "uid"},
+        {"keyType", "TEXT"},
+        {"column", "name"},
+        {"type", "TEXT"}}},
+      {"DropTable", {{"table", "contact"}}}};
+  for (const Operation& operation : operations::All()) {
+    if (std::none_of(subjects.begin(), subjects.end(),
+                     [&](const Subject& each) { return each.member == operation.member; })) {
+      subjects.push_back({operation.member, operation.PlainTexts()});
+    }
+  }
+  return subjects;
+}
+
+// The rules for each operation, whatever is in the file.
+
+// The results of a step of a statement of sqlite3_prepare. After any other code the
 // library would step again, and if SQLite kept to it, for ever.
 void ExpectStepResult(const std::string& function, int result) {
   if (function == "sqlite3_step") {
@@ -216,153 +251,72 @@ void ExpectStepResult(const std::string& function, int result) {
   }
 }
 
-template <typename Request>
-void Locate(Request& request) {
-  TheFiles().Database().Locate(request);
-}
-
-// Expects a result of SQLite's, and one line that tells it. A query tells no success.
-void ExpectOutcome(int result, const char* member, const std::string& word, bool tellsSuccess) {
+// Expects a result of SQLite's, and one record of it. A query has none of a success.
+void ExpectOutcome(const Operation& operation, int result) {
   EXPECT_THAT(result, AllOf(Ge(SQLITE_OK), Le(SQLITE_NOTADB)));
-  std::vector<std::string> outcomes;
-  for (const std::string& line : fake::Lines()) {
-    if (line.find(std::string(member) + "(#) > " + word + " ") != std::string::npos) {
-      outcomes.push_back(line);
-    }
-  }
-  const auto lineOf = [&](int priority, const std::string& message) {
-    return fake::Line(priority, "Database.cpp", member, word + message);
-  };
-  if (result != SQLITE_OK) {
-    EXPECT_THAT(outcomes,
-                ElementsAre(StartsWith(lineOf(6, " FAILED[" + std::to_string(result) + "]: "))));
-  } else if (tellsSuccess) {
-    EXPECT_THAT(outcomes, ElementsAre(lineOf(4, " SUCCESS[0]")));
+  std::vector<std::string> records = fake::Lines();
+  const std::string member = operations::kFile + ": " + operation.member + "(#) > ";
+  records.erase(std::remove_if(records.begin(), records.end(),
+                               [&](const std::string& each) {
+                                 return each[0] == '3' || each.find(member) == std::string::npos;
+                               }),
+                records.end());
+  if (result == SQLITE_OK) {
+    EXPECT_EQ(operations::SuccessLines(operation), records);
   } else {
-    EXPECT_THAT(outcomes, IsEmpty());
+    EXPECT_THAT(records, ElementsAre(StartsWith(operations::FailureLine(operation, result, ""))));
   }
 }
-
-template <typename Request>
-void Write(int (Database::*write)(Request&), Request& request, const char* member,
-           const char* word) {
-  Locate(request);
-  ExpectOutcome((Database().*write)(request), member, word, true);
-}
-
-// Whether SQLite was stopped where the library would have gone on.
-bool WasBounded() { return intervals > kMostIntervals; }
 
 // The cursor has the rows that the same query has without the library, or what it
-// had before.
-template <typename Request>
-void Query(int (Database::*query)(Request&, Cursor&), Request& request, const char* member,
-           const char* word, const char* sql) {
-  Locate(request);
-  Cursor cursor;
-  cursor.SetColumn("before");
-  const int result = (Database().*query)(request, cursor);
-  ExpectOutcome(result, member, word, false);
-  if (!WasBounded()) {
-    const Answer expected = result == SQLITE_OK ? Ask(sql) : Answer{{"before"}, {{"before", {}}}};
+// had before; likewise the flag.
+void ExpectAnswer(const Operation& operation, operations::Call& call, int result) {
+  if (operation.kind == operations::Kind::kFillsCursor) {
+    const Answer expected =
+        result == SQLITE_OK ? Ask(call.Sql()) : Answer{{"before"}, {{"before", {}}}};
     std::vector<std::string> columns;
-    cursor.GetColumn(columns);
+    call.cursor.GetColumn(columns);
     EXPECT_EQ(expected.columns, columns);
-    EXPECT_EQ(expected.cells, CellMapOf(cursor));
-  }
-}
-
-void CheckExistTable() {
-  BasePath path;
-  Locate(path);
-  const bool before = true;
-  bool exists = before;
-  const int result = Database().CheckExistTable(path, "contact", exists);
-  ExpectOutcome(result, "CheckExistTable", "CheckExistTable", false);
-  if (!WasBounded()) {
-    const Answer answer =
+    EXPECT_EQ(expected.cells, CellMapOf(call.cursor));
+  } else if (operation.kind == operations::Kind::kSetsFlag) {
+    const Answer expected =
         Ask("SELECT name FROM sqlite_master WHERE type = 'table' AND name = 'contact'");
-    EXPECT_EQ(result == SQLITE_OK ? !answer.columns.empty() : before, exists);
+    EXPECT_EQ(result != SQLITE_OK || !expected.columns.empty(), call.exists);
   }
 }
 
-void Select() {
-  SelectRequest request;
-  request.SetTable("contact");
-  request.SetWhere("kind", 1);
-  Query(&Database::Select, request, "Select", "SELECT", "SELECT * FROM contact WHERE kind='1'");
-}
-
-void JoinSelect() {
-  JoinRequest request;
-  request.SetLeftJoin("contact", "_ID");
-  request.SetRightJoin("note", "owner");
-  Query(&Database::JoinSelect, request, "JoinSelect", "JoinSelect",
-        "SELECT * FROM contact INNER JOIN note ON contact._ID = note.owner");
-}
-
-void Upsert() {
-  UpsertRequest request;
-  request.SetTable("note");
-  request.SetData("owner", "7");
-  request.SetData("day", 7);
-  request.SetData("body", std::string(1000, 'b').c_str());
-  Write(&Database::Upsert, request, "Upsert", "Upsert");
-}
-
-void Update() {
-  UpdateRequest request;
-  request.SetTable("contact");
-  request.SetData("kind", "another");
-  request.SetWhere("kind", 2);
-  Write(&Database::Update, request, "Update", "update");
-}
-
-void Delete() {
-  DeleteRequest request;
-  request.SetTable("contact");
-  request.SetWhere("kind", 0);
-  Write(&Database::Delete, request, "Delete", "delete");
-}
-
-void CreateTable() {
-  CreateRequest request;
-  request.SetTable("fresh");
-  request.SetPrimaryKey("uid", "TEXT");
-  request.SetColumnKey("name", "TEXT");
-  Write(&Database::CreateTable, request, "CreateTable", "createTable");
-}
-
-void DropTable() {
-  DropRequest request;
-  request.SetTable("contact");
-  Write(&Database::DropTable, request, "DropTable", "DropTable");
-}
-
-constexpr std::array<void (*)(), 8> kOperations{CheckExistTable, Select, JoinSelect,  Upsert,
-                                                Update,          Delete, CreateTable, DropTable};
-
-void Run(std::size_t number) {
+void Run(const Subject& subject) {
+  const Operation& operation = operations::Get(subject.member);
+  operations::Call call(operation, TheFiles().Database(), subject.texts);
+  call.cursor.SetColumn("before");
+  call.exists = true;
   journal::Clear();
   fake::ResetPlatform();
   sqlite_spy::Reset();
   sqlite_spy::SetObserver(ExpectStepResult);
   const int blocks = sqlite_spy::MemoryBlocks();
-  kOperations[number % kOperations.size()]();
+  Database database;
+  const int result = call.Run(database);
   // A file that can be opened is closed again, whatever came between.
   EXPECT_THAT(sqlite_spy::OpenStatements(), IsEmpty());
   EXPECT_THAT(sqlite_spy::OpenConnections(), IsEmpty());
   EXPECT_THAT(sqlite_spy::HeldErrorTexts(), IsEmpty());
   EXPECT_EQ(blocks, sqlite_spy::MemoryBlocks());
+  ExpectOutcome(operation, result);
+  // Where SQLite was stopped, the library would have gone on.
+  if (intervals <= kMostIntervals) {
+    ExpectAnswer(operation, call, result);
+  }
 }
 
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static const std::vector<Subject> subjects = MakeSubjects();
   const Damage damage = ReadDamage(InputReader(data, size), TheFiles().GoodContent());
   TheFiles().Write(damage.content);
-  for (std::size_t number = 0; number < kOperations.size(); ++number) {
-    Run(damage.firstOperation + number);
+  for (std::size_t number = 0; number < subjects.size(); ++number) {
+    Run(subjects[(damage.firstOperation + number) % subjects.size()]);
   }
   return 0;
 }

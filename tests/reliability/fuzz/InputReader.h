@@ -38,6 +38,11 @@ class InputLine {
                                                   std::numeric_limits<int>::max()));
   }
 
+  // The number, taken round below the limit.
+  std::size_t Index(std::size_t field, std::size_t limit) const {
+    return static_cast<unsigned>(Number(field)) % limit;
+  }
+
  private:
   static std::vector<std::string> Split(std::string_view text) {
     std::vector<std::string> fields;

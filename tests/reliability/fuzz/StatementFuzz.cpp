@@ -18,9 +18,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <optional>
@@ -61,23 +63,28 @@ std::string BeforeLast(const std::string& text, const std::string& part) {
 
 // The model: each statement, as plainly as it can be written.
 
+// A name that a statement holds. The generator throws for a null one.
+struct NullName {};
+std::string Named(const std::optional<std::string>& name) {
+  return name ? *name : throw NullName();
+}
+
 // The entries of one map in the order of their slots, each with the first value set.
 struct Entries {
   struct Entry {
-    std::string name;
+    std::optional<std::string> name;
     std::string value;
   };
 
-  bool IsEmpty() const { return !hasNullName && bySlot.empty(); }
-
   Texts Names() const {
-    return Items([](const Entry& entry) { return entry.name; });
+    return Items([](const Entry& entry) { return Named(entry.name); });
   }
   Texts Values() const {
     return Items([](const Entry& entry) { return "'" + entry.value + "'"; });
   }
   Texts Pairs(const std::string& sign) const {
-    return Items([&](const Entry& entry) { return entry.name + sign + "'" + entry.value + "'"; });
+    return Items(
+        [&](const Entry& entry) { return Named(entry.name) + sign + "'" + entry.value + "'"; });
   }
   template <typename Format>
   Texts Items(Format format) const {
@@ -88,8 +95,7 @@ struct Entries {
     return items;
   }
 
-  std::map<std::size_t, Entry> bySlot;
-  bool hasNullName = false;
+  std::map<std::size_t, Entry> bySlot;  // the null name's is beyond the others
 };
 
 // The texts of a field, none where they were not set. Of a pair both count, or none.
@@ -107,7 +113,7 @@ struct Field {
 struct Model {
   std::string Table() const { return At("Table").First(); }
   std::string Conditions() const { return Join(where.Pairs("="), " AND "); }
-  std::string WhereIfAny() const { return where.IsEmpty() ? "" : " WHERE " + Conditions(); }
+  std::string WhereIfAny() const { return where.bySlot.empty() ? "" : " WHERE " + Conditions(); }
 
   std::string Select() const { return "SELECT * FROM " + Table() + WhereIfAny(); }
   std::string Delete() const { return "DELETE  FROM " + Table() + WhereIfAny(); }
@@ -130,8 +136,9 @@ struct Model {
   std::string Update() const {
     const std::string start = "UPDATE " + Table() + " SET ";
     const std::string set =
-        data.IsEmpty() ? BeforeLast(start, ", ") : start + Join(data.Pairs(" = "), ", ");
-    return where.IsEmpty() ? BeforeLast(set + " WHERE ", " AND") : set + " WHERE " + Conditions();
+        data.bySlot.empty() ? BeforeLast(start, ", ") : start + Join(data.Pairs(" = "), ", ");
+    return where.bySlot.empty() ? BeforeLast(set + " WHERE ", " AND")
+                                : set + " WHERE " + Conditions();
   }
 
   std::string CreateTable() const {
@@ -145,30 +152,25 @@ struct Model {
     } else {
       items = {primary.IsKey() ? column + " NOT NULL PRIMARY KEY" : "_ID INTEGER PRIMARY KEY"};
     }
-    items.insert(items.end(), columns.begin(), columns.end());
+    std::transform(columns.begin(), columns.end(), std::back_inserter(items), Named);
     if (isComposite) {
       items.push_back("PRIMARY KEY(" + primary.First() + ", " + composite.First() + ")");
     }
     return "CREATE TABLE IF NOT EXISTS " + Table() + " (" + Join(items, ", ") + ")";
   }
 
-  // By the member of Database; none where a null name makes the generator throw.
+  // By the member of Database; none where the generator throws.
   std::optional<std::string> Sql(const std::string& member) const {
-    struct Rule {
-      std::string (Model::*statement)() const;
-      bool throws;
-    };
-    const std::map<std::string, Rule> rules = {
-        {"Select", {&Model::Select, where.hasNullName}},
-        {"JoinSelect", {&Model::JoinSelect, where.hasNullName}},
-        {"Delete", {&Model::Delete, where.hasNullName}},
-        {"Upsert", {&Model::Upsert, data.hasNullName}},
-        {"Update", {&Model::Update, data.hasNullName || where.hasNullName}},
-        {"CreateTable", {&Model::CreateTable, hasNullColumn}},
-        {"DropTable", {&Model::DropTable, false}},
-    };
-    const Rule& rule = rules.at(member);
-    return rule.throws ? std::nullopt : std::make_optional((this->*rule.statement)());
+    static const std::map<std::string, std::string (Model::*)() const> statements = {
+        {"Select", &Model::Select},      {"JoinSelect", &Model::JoinSelect},
+        {"Delete", &Model::Delete},      {"Upsert", &Model::Upsert},
+        {"Update", &Model::Update},      {"CreateTable", &Model::CreateTable},
+        {"DropTable", &Model::DropTable}};
+    try {
+      return (this->*statements.at(member))();
+    } catch (const NullName&) {
+      return std::nullopt;
+    }
   }
 
   Field At(const std::string& name) const {
@@ -177,8 +179,7 @@ struct Model {
   }
 
   std::map<std::string, Field> fields;
-  Texts columns;
-  bool hasNullColumn = false;
+  std::vector<std::optional<std::string>> columns;  // null: one of a null name
   Entries data;
   Entries where;
 };
@@ -188,6 +189,10 @@ std::string TextOf(double number) {
   std::array<char, 64> text{};
   std::snprintf(text.data(), text.size(), "%g", number);
   return text.data();
+}
+
+std::optional<std::string> TextOf(const char* text) {
+  return text == nullptr ? std::nullopt : std::make_optional<std::string>(text);
 }
 
 // All requests, filled alike, beside the model.
@@ -258,16 +263,13 @@ class Session {
     }
   }
 
-  static std::size_t SlotOf(const InputLine& line, std::size_t field) {
-    return static_cast<std::size_t>(line.Number(field)) % kSlots;
-  }
-
   // The name that its slot has, cut where it is too long; null for the null name.
   const char* NameOf(const InputLine& line, std::size_t field) {
     const char* const given = line.Pointer(field + 1);
-    auto& name = m_names[SlotOf(line, field)];
-    if (given != nullptr && !m_isNamed[SlotOf(line, field)]) {
-      m_isNamed[SlotOf(line, field)] = true;
+    const std::size_t slot = line.Index(field, kSlots);
+    auto& name = m_names[slot];
+    if (given != nullptr && !m_isNamed[slot]) {
+      m_isNamed[slot] = true;
       std::strncpy(name.data(), given, name.size() - 1);
     }
     return given == nullptr ? nullptr : name.data();
@@ -284,9 +286,9 @@ class Session {
         create->SetColumnKey(name, type);
       }
     }
-    m_model.hasNullColumn = m_model.hasNullColumn || name == nullptr;
+    m_model.columns.push_back(TextOf(name));
     if (name != nullptr) {
-      m_model.columns.push_back(std::string(name) + " " + type);
+      *m_model.columns.back() += std::string(" ") + type;
     }
   }
 
@@ -319,10 +321,9 @@ class Session {
       }
     }
     Entries& entries = isData ? m_model.data : m_model.where;
-    if (value && name == nullptr) {
-      entries.hasNullName = true;
-    } else if (value) {
-      entries.bySlot.insert({SlotOf(line, 1), {name, *value}});
+    if (value) {
+      const std::size_t slot = name == nullptr ? kSlots : line.Index(1, kSlots);
+      entries.bySlot.insert({slot, {TextOf(name), *value}});
     }
   }
 
