@@ -9,11 +9,16 @@ check_cxx_compiler_flag(-fno-printf-return-value VORN_HAS_NO_PRINTF_RETURN_VALUE
 # argument less.
 check_cxx_compiler_flag(-fno-ipa-sra VORN_HAS_NO_IPA_SRA)
 
+# vorn_target(<target> [<standard>])
 function(vorn_target target)
-  target_compile_features(${target} PRIVATE cxx_std_17)
-  set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
+  set(standards 17 ${ARGN})
+  list(GET standards -1 standard)
+  set_target_properties(${target} PROPERTIES
+    CXX_STANDARD ${standard} CXX_STANDARD_REQUIRED ON CXX_EXTENSIONS OFF)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
-  if(VORN_WARNINGS_AS_ERRORS)
+  # Other compilers may have other warnings.
+  if(VORN_WARNINGS_AS_ERRORS AND "${CMAKE_CXX_COMPILER_ID} ${CMAKE_CXX_COMPILER_VERSION}"
+      MATCHES "^(GNU 12|Clang 14)\\.")
     target_compile_options(${target} PRIVATE -Werror)
   endif()
   if(VORN_SANITIZE)

@@ -21,8 +21,8 @@ case "$#:${1:-}" in
     ;;
 esac
 country=${1:-PT}
-program=$PWD/build/demo/examples/timezone_picker/timezone_picker
-log=build/demo/timezone_picker.log
+program=$PWD/build/release/examples/timezone_picker/timezone_picker
+log=build/release/timezone_picker.log
 
 require_packages "${build_packages[@]}" "${tool_packages[@]}" tzdata
 run_quietly '== demo: configure' cmake --preset demo

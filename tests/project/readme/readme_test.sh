@@ -45,61 +45,19 @@ demo() {
     fail "'$command' prints something else than it shows"
 }
 
-# The commands at hand are run where the README's program is, in what looks like a
-# checkout.
-run_sample() {
-  block sample >"$work/hello.cpp"
-  (cd "$work" && bash -euo pipefail commands) >"$work/output" 2>"$work/log" || {
-    cat "$work/output" "$work/log" >&2
-    fail "its program does not build and run"
-  }
-  diff -u <(block sample-output) <(grep -v '^-- ' "$work/output") ||
-    fail "its program prints something else"
-}
-
-# Writes the README's commands, made for this build. They name folders of a checkout in
-# which the demo was built.
-write_sample_command() {
-  mkdir -p "$work/build/demo"
+# run_block COMMAND OUTPUT: runs a block in a folder that has this build as build/release, and
+# compares what it prints with another block.
+run_block() {
+  mkdir "$work/build"
   ln -s "$source/include" "$work/include"
-  ln -s "$build/src" "$work/build/demo/src"
-  block sample-command |
-    sed "s|^g++ |$compiler ${LDFLAGS:-} |; s| \./hello| ${VORN_EMULATOR:-} ./hello|" >"$work/commands"
-}
-
-sample() {
-  local lines
-  lines=$(block sample | wc -l)
-  ((lines <= 25)) || fail "its program has $lines lines, more than 25"
-  write_sample_command
-  run_sample
-}
-
-# The guide's programs need C++11 only.
-guide() {
-  document=docs/guide.md
-  local -a programs
-  mapfile -t programs < <(find "$source/examples/guide" "$source/examples/contacts" -name '*.cpp')
-  ((${#programs[@]} > 0)) || fail "there are no programs"
-  "$compiler" -std=c++11 -Wall -Wextra -pedantic-errors -Werror -fsyntax-only \
-    -I "$source/include" "${programs[@]}" || fail "its programs are not C++11"
-}
-
-# The tool that the demo has built for this machine.
-tool() {
-  mkdir "$work/build"
-  ln -s "$source/build/demo" "$work/build/demo"
-  block tool-command >"$work/commands"
-  (cd "$work" && bash -euo pipefail commands) >"$work/output" 2>&1 || fail "its tool fails: $(<"$work/output")"
-  diff -u <(block tool-output) "$work/output" || fail "its tool prints something else"
-}
-
-# With the demo that was built for this machine.
-install() {
-  mkdir "$work/build"
-  ln -s "$source/build/demo" "$work/build/demo"
-  block install-command >"$work/commands"
-  run_sample
+  ln -s "$build" "$work/build/release"
+  block sample >"$work/hello.cpp"
+  block "$1" | sed "s|^g++ |$compiler |" >"$work/commands"
+  (cd "$work" && bash -euo pipefail commands) >"$work/output" 2>&1 || {
+    cat "$work/output" >&2
+    fail "its commands fail"
+  }
+  diff -u <(block "$2") <(grep -v '^-- ' "$work/output") || fail "its commands print something else"
 }
 
 # --- Transcripts -----------------------------------------------------------------
@@ -128,14 +86,14 @@ as_script() {
   done
 }
 
-# transcript NAME BUILT: runs it at a home of its own that has a checkout, with what is
-# BUILT there already.
+# transcript NAME BUILT FOLDER: runs it at a home of its own that has a checkout, with this
+# folder BUILT there already.
 transcript() {
   document=docs/guide.md
   local checkout=$work/home/vorndatabase
   mkdir -p "$(dirname "$checkout/build/$2")"
   (cd "$source" && cp -R ./*.md CMake* abi cmake docs examples include platform src tools "$checkout")
-  ln -s "$source/build/$2" "$checkout/build/$2"
+  ln -s "$3" "$checkout/build/$2"
   block "transcript $1" >"$work/transcript"
   as_script <"$work/transcript" >"$work/script"
   block "file device.cmake" >"$work/home/device.cmake"
@@ -150,20 +108,11 @@ transcript() {
   }
 }
 
-# A host on this machine, with the library that the demo has built.
-host() {
-  transcript host demo
-}
-
-# The same for the device.
-device() {
-  transcript device sysroot/armhf
-}
-
 # Every folder that they name in backticks and every file that they link to exists.
 places() {
   places_in README.md
   places_in docs/guide.md
+  places_in docs/architecture.md
   places_in docs/reliability.md
 }
 
@@ -183,7 +132,13 @@ places_in() { # DOCUMENT
 }
 
 case $case in
-  demo | tool | sample | install | guide | host | device | places) "$case" ;;
+  demo | places) "$case" ;;
+  sample) run_block sample-command sample-output ;;
+  install) run_block install-command sample-output ;;
+  tool) run_block tool-command tool-output ;;
+  # A host on this machine, and for the device.
+  host) transcript host release "$build" ;;
+  device) transcript device sysroot/armhf "$source/build/sysroot/armhf" ;;
   *) fail "unknown case" ;;
 esac
 echo "$case: as $document says"
