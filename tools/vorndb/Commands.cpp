@@ -13,7 +13,6 @@
 #include "DeleteRequest.h"
 #include "DropRequest.h"
 #include "Errors.h"
-#include "Format.h"
 #include "JoinRequest.h"
 #include "Result.h"
 #include "SelectRequest.h"
@@ -66,13 +65,12 @@ std::optional<CallResult> RunOrPrint(const Arguments& arguments, Request& reques
     std::cout << sql << '\n';
     return std::nullopt;
   }
-  const DatabaseFile file(arguments.file);
   if constexpr (!std::is_same_v<Request, CreateRequest>) {
-    file.RequireExisting();
+    RequireExisting(arguments.file);
   }
-  file.Locate(request);
+  Locate(arguments.file, request);
   const CallResult call = Observe([&] { return (Database().*run)(request, output...); });
-  file.ExpectSuccess(call, tables);
+  ExpectSuccess(arguments.file, tables, call);
   return call;
 }
 
@@ -85,28 +83,22 @@ void WriteRows(const Arguments& arguments, Generate<Request> generate,
   RunOrPrint(arguments, statement.request, {arguments.table}, generate, run);
 }
 
-std::vector<std::string> AllColumns(const Arguments& arguments) {
+// Returns the names of all columns of the table.
+std::vector<std::string> Fill(CreateRequest& request, const Arguments& arguments) {
   std::vector<std::string> columns{arguments.key ? arguments.key->column : "_ID"};
-  if (arguments.composite) {
-    columns.push_back(arguments.composite->column);
-  }
-  for (const TypedColumn& column : arguments.columns) {
-    columns.push_back(column.column);
-  }
-  return columns;
-}
-
-void Fill(CreateRequest& request, const Arguments& arguments) {
   request.SetTable(arguments.table.c_str());
   if (arguments.key) {
-    request.SetPrimaryKey(arguments.key->column.c_str(), arguments.key->type.c_str());
+    request.SetPrimaryKey(columns.front().c_str(), arguments.key->type.c_str());
   }
   if (arguments.composite) {
     request.SetCompositeKey(arguments.composite->column.c_str(), arguments.composite->type.c_str());
+    columns.push_back(arguments.composite->column);
   }
-  for (const TypedColumn& column : arguments.columns) {
-    request.SetColumnKey(column.column.c_str(), column.type.c_str());
+  for (const auto& [column, type] : arguments.columns) {
+    request.SetColumnKey(column.c_str(), type.c_str());
+    columns.push_back(column);
   }
+  return columns;
 }
 
 void Show(const Arguments& arguments, const CallResult& call, Cursor& cursor) {
@@ -117,17 +109,7 @@ void Show(const Arguments& arguments, const CallResult& call, Cursor& cursor) {
   for (const std::string& doubt : result.Doubts()) {
     Tell("warning: " + doubt);
   }
-  DatabaseFile(arguments.file).ExpectComplete(call);
-}
-
-void ExplainFrom(std::istream& log, const std::string& name) {
-  const bool found = ExplainLog(log, std::cout);
-  if (log.bad()) {
-    throw Failure("cannot read " + name);
-  }
-  if (!found) {
-    throw Failure(name + " has no line of the library's log");
-  }
+  ExpectComplete(arguments.file, call);
 }
 
 }  // namespace
@@ -138,12 +120,12 @@ void Create(const Arguments& arguments) {
   if (arguments.composite && !arguments.key) {
     throw UsageError("--composite needs --key: alone, the library leaves it out");
   }
-  const std::vector<std::string> columns = AllColumns(arguments);
+  CreateRequest request;
+  const std::vector<std::string> columns = Fill(request, arguments);
   RequireDistinct(columns);
   const std::string& table = arguments.table;
   if (!arguments.sql) {
-    const DatabaseFile file(arguments.file);
-    if (file.IsThere() && file.HasTable(table)) {
+    if (IsThere(arguments.file) && HasTable(arguments.file, table)) {
       Tell("the table " + table + " exists in " + arguments.file + " already and is left as it is");
     }
     if (columns.size() == 1) {
@@ -151,11 +133,9 @@ void Create(const Arguments& arguments) {
            " has a single column; a select of it reads one row only");
     }
   }
-  CreateRequest request;
-  Fill(request, arguments);
   const auto call = RunOrPrint(arguments, request, {table}, &SqlGenerator::GetCreateTableSql,
                                &Database::CreateTable);
-  if (call && DatabaseFile(arguments.file).LacksTable(table)) {
+  if (call && LacksTable(arguments.file, table)) {
     Tell("nothing is created: in " + arguments.file + " there is a view " + table +
          ", or a table that differs in capital letters");
   }
@@ -225,9 +205,8 @@ void Exists(const Arguments& arguments) {
     std::cout << sql << '\n';
     return;
   }
-  const DatabaseFile file(arguments.file);
-  file.RequireExisting();
-  std::cout << (file.HasTable(arguments.table) ? "yes\n" : "no\n");
+  RequireExisting(arguments.file);
+  std::cout << (HasTable(arguments.file, arguments.table) ? "yes\n" : "no\n");
 }
 
 void Drop(const Arguments& arguments) {
@@ -241,15 +220,28 @@ void Explain(const Arguments& arguments) {
   if (arguments.sql || !arguments.file.empty()) {
     throw UsageError("explain-log reads a log, and no database: it takes neither -f nor --sql");
   }
-  if (arguments.path == "-") {
-    ExplainFrom(std::cin, "standard input");
+  ReadInput(arguments.path, [](std::istream& log, const std::string& name) {
+    const bool found = ExplainLog(log, std::cout);
+    if (log.bad()) {
+      throw Failure("cannot read " + name);
+    }
+    if (!found) {
+      throw Failure(name + " has no line of the library's log");
+    }
+  });
+}
+
+void ReadInput(const std::string& path,
+               const std::function<void(std::istream&, const std::string&)>& read) {
+  if (path == "-") {
+    read(std::cin, "standard input");
     return;
   }
-  std::ifstream log(arguments.path, std::ios::binary);
-  if (!log) {
-    throw Failure("cannot read " + arguments.path);
+  std::ifstream file(path, std::ios::binary);
+  if (!file) {
+    throw Failure("cannot read " + path);
   }
-  ExplainFrom(log, arguments.path);
+  read(file, path);
 }
 
 }  // namespace vorndb

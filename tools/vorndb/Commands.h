@@ -3,6 +3,8 @@
 #ifndef VORNDB_COMMANDS_H
 #define VORNDB_COMMANDS_H
 
+#include <functional>
+#include <istream>
 #include <optional>
 #include <string>
 #include <vector>
@@ -52,6 +54,10 @@ void Explain(const Arguments& arguments);
 // Reads the rows of a select or an export. With --sql it prints the statement and returns
 // nothing.
 std::optional<CallResult> RunSelect(const Arguments& arguments, Cursor& cursor);
+
+// Calls a function with a file, or with standard input for "-", and its name.
+void ReadInput(const std::string& path,
+               const std::function<void(std::istream&, const std::string&)>& read);
 
 }  // namespace vorndb
 

@@ -27,108 +27,111 @@ std::string MessageIn(const std::vector<LoggedLine>& lines) {
   return message;
 }
 
+// With a folder in front, no name has a meaning of its own to SQLite.
+std::string DirectoryOf(const std::string& file) {
+  const std::size_t slash = file.rfind('/');
+  return slash == std::string::npos ? "." : file.substr(0, slash + 1);
+}
+
 // The reason why a file cannot be opened.
-std::string OpenProblem(const std::string& path, const std::string& directory) {
+std::string OpenProblem(const std::string& file) {
   std::error_code ignored;
-  if (!std::filesystem::is_directory(directory, ignored)) {
-    return "the folder " + directory + " does not exist";
+  if (!std::filesystem::is_directory(DirectoryOf(file), ignored)) {
+    return "the folder " + DirectoryOf(file) + " does not exist";
   }
-  if (std::filesystem::is_directory(path, ignored)) {
-    return path + " is a folder";
-  }
-  return path + " cannot be opened";
-}
-
-}  // namespace
-
-DatabaseFile::DatabaseFile(const std::string& path) : m_path(path) {
-  // With a folder in front, no name has a meaning of its own to SQLite.
-  const std::size_t slash = path.rfind('/');
-  m_directory = slash == std::string::npos ? "." : path.substr(0, slash + 1);
-  m_name = path.substr(slash + 1);
-  if (m_name.empty()) {
-    throw UsageError("'" + path + "' names no file");
-  }
-}
-
-void DatabaseFile::Locate(BasePath& request) const {
-  request.SetPath(m_directory.c_str(), m_name.c_str());
-}
-
-bool DatabaseFile::IsThere() const {
-  // A file that cannot be looked at is left to SQLite to complain about.
-  std::error_code problem;
-  return std::filesystem::status(m_path, problem).type() != std::filesystem::file_type::not_found;
-}
-
-void DatabaseFile::RequireExisting() const {
-  if (!IsThere()) {
-    throw Failure("the file " + m_path + " does not exist");
-  }
-}
-
-bool DatabaseFile::HasTable(const std::string& table) const {
-  BasePath location;
-  Locate(location);
-  const std::string name = Quoted(table);
-  bool exists = false;
-  const CallResult call =
-      Observe([&] { return Database().CheckExistTable(location, name.c_str(), exists); });
-  ExpectSuccess(call, {});
-  ExpectComplete(call);
-  return exists;
-}
-
-bool DatabaseFile::LacksTable(const std::string& table) const {
-  try {
-    return !HasTable(table);
-  } catch (const Failure&) {
-    return false;
-  }
-}
-
-void DatabaseFile::ExpectSuccess(const CallResult& call,
-                                 const std::vector<std::string>& tables) const {
-  if (call.result != SQLITE_OK) {
-    throw Failure(Explain(call.result, tables, MessageIn(call.log)) + " (SQLite " +
-                  std::to_string(call.result) + ")");
-  }
-}
-
-void DatabaseFile::ExpectComplete(const CallResult& call) const {
-  const std::string reason = BreakOf(call.log);
-  if (!reason.empty()) {
-    throw Failure("the result from " + m_path + " is not complete; " + reason);
-  }
+  return file +
+         (std::filesystem::is_directory(file, ignored) ? " is a folder" : " cannot be opened");
 }
 
 // SQLite's words where they say as much as the tool could.
-std::string DatabaseFile::Explain(int result, const std::vector<std::string>& tables,
-                                  const std::string& message) const {
+std::string Explain(const std::string& file, const std::vector<std::string>& tables, int result,
+                    const std::string& message) {
   const std::string words = message.empty() ? "no more is known" : message;
   switch (result) {
     case SQLITE_ERROR:
       // The platform may have made SQLite's message unreadable; then the table is looked for.
       for (const std::string& table : tables) {
-        if (message == "no such table: " + table || (message.empty() && LacksTable(table))) {
-          return "the table " + table + " does not exist in " + m_path;
+        if (message == "no such table: " + table || (message.empty() && LacksTable(file, table))) {
+          return "the table " + table + " does not exist in " + file;
         }
       }
       return "SQLite refuses it: " + words;
     case SQLITE_BUSY:
-      return m_path + " is busy: another program kept it locked for longer than the library waits";
+      return file + " is busy: another program kept it locked for longer than the library waits";
     case SQLITE_READONLY:
-      return m_path + " cannot be written";
+      return file + " cannot be written";
     case SQLITE_CORRUPT:
-      return m_path + " is damaged: " + words;
+      return file + " is damaged: " + words;
     case SQLITE_CANTOPEN:
-      return OpenProblem(m_path, m_directory);
+      return OpenProblem(file);
     case SQLITE_CONSTRAINT:
       return "the table does not allow it: " + words;
     case SQLITE_NOTADB:
-      return m_path + " is not a database";
+      return file + " is not a database";
     default:
       return message.empty() ? sqlite3_errstr(result) : message;
+  }
+}
+
+}  // namespace
+
+void RequireFileName(const std::string& file) {
+  if (file.empty()) {
+    throw UsageError("the database file is missing: vorndb -f FILE …");
+  }
+  if (file.back() == '/') {
+    throw UsageError("'" + file + "' names no file");
+  }
+}
+
+void Locate(const std::string& file, BasePath& request) {
+  request.SetPath(DirectoryOf(file).c_str(), file.substr(file.rfind('/') + 1).c_str());
+}
+
+bool IsThere(const std::string& file) {
+  // A file that cannot be looked at is left to SQLite to complain about.
+  std::error_code problem;
+  return std::filesystem::status(file, problem).type() != std::filesystem::file_type::not_found;
+}
+
+void RequireExisting(const std::string& file) {
+  if (!IsThere(file)) {
+    throw Failure("the file " + file + " does not exist");
+  }
+}
+
+bool HasTable(const std::string& file, const std::string& table) {
+  BasePath location;
+  Locate(file, location);
+  const std::string name = Quoted(table);
+  bool exists = false;
+  const CallResult call =
+      Observe([&] { return Database().CheckExistTable(location, name.c_str(), exists); });
+  ExpectSuccess(file, {}, call);
+  ExpectComplete(file, call);
+  return exists;
+}
+
+void ExpectSuccess(const std::string& file, const std::vector<std::string>& tables,
+                   const CallResult& call) {
+  if (call.result != SQLITE_OK) {
+    throw Failure(Explain(file, tables, call.result, MessageIn(call.log)) + " (SQLite " +
+                  std::to_string(call.result) + ")");
+  }
+}
+
+void ExpectComplete(const std::string& file, const CallResult& call) {
+  const std::string reason = BreakOf(call.log);
+  if (!reason.empty()) {
+    throw Failure("the result from " + file + " is not complete; " + reason);
+  }
+}
+
+bool LacksTable(const std::string& file, const std::string& table) {
+  try {
+    return !HasTable(file, table);
+  } catch (const Failure&) {
+    return false;
   }
 }
 

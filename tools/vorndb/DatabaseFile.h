@@ -1,4 +1,4 @@
-// The file that is worked on, and the explanation of an operation that fails on it.
+// The database file, and the explanation of a call that fails on it.
 
 #ifndef VORNDB_DATABASEFILE_H
 #define VORNDB_DATABASEFILE_H
@@ -25,39 +25,29 @@ CallResult Observe(Operation operation) {
   return {result, TakeLog()};
 }
 
-class DatabaseFile {
- public:
-  // Throws UsageError for a path without a file name.
-  explicit DatabaseFile(const std::string& path);
+// Throws UsageError for a path without a file name.
+void RequireFileName(const std::string& file);
 
-  // Sets the location of a request.
-  void Locate(BasePath& request) const;
+// Sets the location of a request.
+void Locate(const std::string& file, BasePath& request);
 
-  bool IsThere() const;
+bool IsThere(const std::string& file);
 
-  // Throws Failure when there is no such file. SQLite would make an empty one.
-  void RequireExisting() const;
+// Throws Failure when there is no such file. SQLite would make an empty one.
+void RequireExisting(const std::string& file);
 
-  // Whether there is a table of that name; throws Failure when that is unknown.
-  bool HasTable(const std::string& table) const;
+// Whether there is a table of that name; throws Failure when that is unknown.
+bool HasTable(const std::string& file, const std::string& table);
 
-  // Whether there is no such table; false when that is unknown.
-  bool LacksTable(const std::string& table) const;
+// Throws Failure, in plain words, unless the result of a call on these tables is 0.
+void ExpectSuccess(const std::string& file, const std::vector<std::string>& tables,
+                   const CallResult& call);
 
-  // Throws Failure, in plain words, unless the result of a call on these tables is 0.
-  void ExpectSuccess(const CallResult& call, const std::vector<std::string>& tables) const;
+// Throws Failure for a query whose rows are incomplete. Its result is 0 all the same.
+void ExpectComplete(const std::string& file, const CallResult& call);
 
-  // Throws Failure for a query whose rows are incomplete. Its result is 0 all the same.
-  void ExpectComplete(const CallResult& call) const;
-
- private:
-  std::string Explain(int result, const std::vector<std::string>& tables,
-                      const std::string& message) const;
-
-  std::string m_path;
-  std::string m_directory;
-  std::string m_name;
-};
+// Whether there is no such table; false when that is unknown.
+bool LacksTable(const std::string& file, const std::string& table);
 
 }  // namespace vorndb
 

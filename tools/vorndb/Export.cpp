@@ -11,7 +11,6 @@
 #include "Cursor.h"
 #include "DatabaseFile.h"
 #include "Errors.h"
-#include "Format.h"
 #include "Result.h"
 #include "Text.h"
 
@@ -114,14 +113,6 @@ void RefuseDatabase(const Arguments& arguments) {
   }
 }
 
-// A file cannot warn of its gaps, so a doubtful result is not exported.
-void WriteFaithfully(Result& result, const std::string& format, std::ostream& output) {
-  Write(result, format, std::nullopt, output);
-  if (!result.Doubts().empty()) {
-    throw Failure("nothing is exported: " + result.Doubts().front());
-  }
-}
-
 }  // namespace
 
 void Export(const Arguments& arguments) {
@@ -137,9 +128,13 @@ void Export(const Arguments& arguments) {
   }
   Cursor cursor;
   if (const auto call = RunSelect(arguments, cursor)) {
-    DatabaseFile(arguments.file).ExpectComplete(*call);
+    ExpectComplete(arguments.file, *call);
     Result result(cursor, call->log);
-    WriteFaithfully(result, format, output->Stream());
+    Write(result, format, std::nullopt, output->Stream());
+    // A file cannot warn of its gaps.
+    if (!result.Doubts().empty()) {
+      throw Failure("nothing is exported: " + result.Doubts().front());
+    }
     output->Keep();
     std::cout << CountedRows(result.RowCount()) << " written to " << arguments.path << '\n';
   }

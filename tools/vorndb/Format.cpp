@@ -1,5 +1,3 @@
-#include "Format.h"
-
 #include <algorithm>
 #include <iomanip>
 #include <map>

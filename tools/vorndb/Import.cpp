@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <new>
 #include <optional>
@@ -164,7 +163,7 @@ void SetFields(std::vector<Assignment>& columns, const std::vector<std::string>&
 // Writes row after row and stops at the first that fails. A total of 0 bytes is unknown.
 std::size_t ImportRows(Arguments upsert, CsvReader& reader, std::uintmax_t total) {
   if (!upsert.sql) {
-    DatabaseFile(upsert.file).RequireExisting();
+    RequireExisting(upsert.file);
   }
   Progress progress(upsert.sql || upsert.verbose ? 0 : total);
   upsert.values = ReadHeader(reader);
@@ -186,29 +185,19 @@ std::size_t ImportRows(Arguments upsert, CsvReader& reader, std::uintmax_t total
   return count;
 }
 
-void ImportFrom(std::istream& input, const std::string& name, std::uintmax_t total,
-                const Arguments& arguments) {
-  CsvReader reader(input, name);
-  const std::size_t count = ImportRows(arguments, reader, total);
-  if (!arguments.sql) {
-    std::cout << CountedRows(count) << " written to " << arguments.table << '\n';
-  }
-}
-
 }  // namespace
 
 void Import(const Arguments& arguments) {
-  if (arguments.path == "-") {
-    ImportFrom(std::cin, "standard input", 0, arguments);
-    return;
-  }
-  std::ifstream file(arguments.path, std::ios::binary);
-  if (!file) {
-    throw Failure("cannot read " + arguments.path);
-  }
-  std::error_code unknown;
-  const std::uintmax_t size = std::filesystem::file_size(arguments.path, unknown);
-  ImportFrom(file, arguments.path, unknown ? 0 : size, arguments);
+  ReadInput(arguments.path, [&](std::istream& input, const std::string& name) {
+    std::error_code unknown;
+    const bool isFile = name == arguments.path;
+    const std::uintmax_t size = isFile ? std::filesystem::file_size(name, unknown) : 0;
+    CsvReader reader(input, name);
+    const std::size_t count = ImportRows(arguments, reader, unknown ? 0 : size);
+    if (!arguments.sql) {
+      std::cout << CountedRows(count) << " written to " << arguments.table << '\n';
+    }
+  });
 }
 
 }  // namespace vorndb

@@ -1,4 +1,5 @@
-// The rows of a query, as far as a cursor can be trusted with them.
+// The rows of a query, as far as a cursor can be trusted with them, and the forms in which
+// they are written.
 
 #ifndef VORNDB_RESULT_H
 #define VORNDB_RESULT_H
@@ -6,6 +7,7 @@
 #include <cstddef>
 #include <map>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -39,6 +41,17 @@ class Result {
   std::vector<std::string> m_doubts;
   std::size_t m_rowCount = 0;
 };
+
+// Throws UsageError for a text that is no format.
+void RequireFormat(const std::string& text);
+
+// By the ending of its name; throws UsageError for another one.
+std::string FormatOfFile(const std::string& path);
+
+// Writes a result; without a format, as a table. A table's lines fit the width if one is
+// given and the number of columns allows it. What a format cannot hold becomes a doubt.
+void Write(Result& result, const std::string& format, std::optional<std::size_t> width,
+           std::ostream& output);
 
 }  // namespace vorndb
 

@@ -3,6 +3,7 @@
 #include <utf8proc.h>
 
 #include <cstdio>
+#include <map>
 
 namespace vorndb {
 
@@ -34,19 +35,15 @@ bool IsActing(utf8proc_int32_t code) {
 }
 
 std::string Escape(utf8proc_int32_t code) {
-  switch (code) {
-    case '\n':
-      return "\\n";
-    case '\r':
-      return "\\r";
-    case '\t':
-      return "\\t";
-    default:
-      char text[16];
-      static_cast<void>(std::snprintf(text, sizeof text, code < 0x100 ? "\\x%02X" : "\\u%04X",
-                                      static_cast<unsigned>(code)));
-      return text;
+  static const std::map<utf8proc_int32_t, const char*> named{
+      {'\n', "\\n"}, {'\r', "\\r"}, {'\t', "\\t"}};
+  if (const auto found = named.find(code); found != named.end()) {
+    return found->second;
   }
+  char text[16];
+  static_cast<void>(std::snprintf(text, sizeof text, code < 0x100 ? "\\x%02X" : "\\u%04X",
+                                  static_cast<unsigned>(code)));
+  return text;
 }
 
 // The end of the longest beginning that is not wider, and its width.

@@ -8,8 +8,9 @@
 #include <new>
 
 #include "Commands.h"
+#include "DatabaseFile.h"
 #include "Errors.h"
-#include "Format.h"
+#include "Result.h"
 #include "Terminal.h"
 #include "log/LogSink.h"
 
@@ -26,8 +27,8 @@ CLI::App* AddCommand(CLI::App& app, Arguments& arguments, const std::string& nam
   command->fallthrough();
   command->footer("Example:\n  " + example);
   command->callback([&arguments, run] {
-    if (arguments.file.empty() && !arguments.sql && run != Explain) {
-      throw UsageError("the database file is missing: vorndb -f FILE …");
+    if (!arguments.sql && run != Explain) {
+      RequireFileName(arguments.file);
     }
     ShowLog(arguments.verbose);
     run(arguments);
