@@ -5,7 +5,7 @@
 //   VORN_LOG_MESSAGE(name, priority, (format, example arguments), call sites, meaning, remedy)
 //
 // The example arguments fix the types. Call sites are "FILE: FUNCTION..." separated by
-// semicolons, "*" for any function. Meaning and remedy are Markdown for the log reference.
+// semicolons. Meaning and remedy are Markdown for the log reference.
 // VORN_LOG_CHAPTER(title) begins a chapter of the reference.
 
 // clang-format off
@@ -17,9 +17,17 @@
 VORN_LOG_CHAPTER("Entry of a member")
 
 VORN_LOG_MESSAGE(Entered, kDebug, ("%s::%s(%d) called", kText, kText, kNumber),
-  "Database.cpp: *; Cursor.cpp: Cursor ~Cursor GetColumn GetString GetInt GetDouble;"
-  " CreateRequest.cpp: *; DeleteRequest.cpp: *; DropRequest.cpp: *; JoinRequest.cpp: *;"
-  " SelectRequest.cpp: *; UpdateRequest.cpp: *; UpsertRequest.cpp: *",
+  "Database.cpp: Database ~Database Update Delete Upsert CreateTable DropTable Select JoinSelect"
+  " CheckExistTable OpenDB;"
+  " Cursor.cpp: Cursor ~Cursor GetColumn GetString GetInt GetDouble;"
+  " CreateRequest.cpp: CreateRequest ~CreateRequest SetTable GetTable SetPrimaryKey GetPrimaryKey"
+  " SetCompositeKey GetCompositeKey SetColumnKey GetColumnKey;"
+  " DeleteRequest.cpp: DeleteRequest ~DeleteRequest SetTable GetTable;"
+  " DropRequest.cpp: DropRequest ~DropRequest SetTable GetTable;"
+  " JoinRequest.cpp: JoinRequest ~JoinRequest SetLeftJoin GetLeftJoin SetRightJoin GetRightJoin;"
+  " SelectRequest.cpp: SelectRequest ~SelectRequest SetTable GetTable;"
+  " UpdateRequest.cpp: UpdateRequest ~UpdateRequest SetTable GetTable;"
+  " UpsertRequest.cpp: UpsertRequest ~UpsertRequest SetTable GetTable",
   "The application has called this member, or the library has called it internally. Source file,"
   " member and line appear twice, so that a reader may filter by either.",
   "Nothing. The order of these records shows the calls of a thread, and the operation to which a"
