@@ -9,23 +9,10 @@
 #include "Database.h"
 #include "Errors.h"
 #include "Names.h"
-#include "log/QueryLog.h"
 
 namespace vorndb {
 
 namespace {
-
-// SQLite's own message of a failure, or nothing.
-std::string MessageIn(const std::vector<LoggedLine>& lines) {
-  std::string message;
-  for (const LoggedLine& logged : lines) {
-    const LogEvent event = logged.meaning.event;
-    if (event == LogEvent::kFailed || event == LogEvent::kOpenFailed) {
-      message = logged.meaning.text;
-    }
-  }
-  return message;
-}
 
 // With a folder in front, no name has a meaning of its own to SQLite.
 std::string DirectoryOf(const std::string& file) {
@@ -115,13 +102,13 @@ bool HasTable(const std::string& file, const std::string& table) {
 void ExpectSuccess(const std::string& file, const std::vector<std::string>& tables,
                    const CallResult& call) {
   if (call.result != SQLITE_OK) {
-    throw Failure(Explain(file, tables, call.result, MessageIn(call.log)) + " (SQLite " +
+    throw Failure(Explain(file, tables, call.result, FailureIn(call.log)) + " (SQLite " +
                   std::to_string(call.result) + ")");
   }
 }
 
 void ExpectComplete(const std::string& file, const CallResult& call) {
-  const std::string reason = BreakOf(call.log);
+  const std::string reason = BreakIn(call.log);
   if (!reason.empty()) {
     throw Failure("the result from " + file + " is not complete; " + reason);
   }

@@ -15,7 +15,7 @@ namespace vorndb {
 // The result of a call of the library, and its log records.
 struct CallResult {
   int result = 0;
-  std::vector<LoggedLine> log;
+  Log log;
 };
 
 template <typename Operation>

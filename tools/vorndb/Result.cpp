@@ -3,11 +3,11 @@
 #include <iterator>
 
 #include "Errors.h"
-#include "log/QueryLog.h"
+#include "log/LogSink.h"
 
 namespace vorndb {
 
-Result::Result(Cursor& cursor, const std::vector<LoggedLine>& log) : m_cursor(cursor) {
+Result::Result(Cursor& cursor, const Log& log) : m_cursor(cursor) {
   if (cursor.GetColumn(m_columns) == 0) {
     for (const std::string& name : m_columns) {
       ++m_counts[name];
@@ -41,12 +41,12 @@ void Result::CountRows() {
 }
 
 // Blobs arrive as empty cells; only the log records them.
-void Result::AddDoubtsOfLog(const std::vector<LoggedLine>& log) {
-  if (const std::size_t blobs = CountBlobs(log); blobs > 0) {
+void Result::AddDoubtsOfLog(const Log& log) {
+  if (const std::size_t blobs = CountInRows(log, LogEvent::kUnknownType); blobs > 0) {
     AddDoubt("Cells with binary data (blobs): " + std::to_string(blobs) +
              ". The library gives them as empty texts.");
   }
-  if (const std::size_t unreadable = CountUnreadable(log); unreadable > 0) {
+  if (const std::size_t unreadable = CountInRows(log, LogEvent::kUnreadable); unreadable > 0) {
     AddDoubt("Lines of the log that cannot be read: " + std::to_string(unreadable) +
              ". They tell of blobs, or that the result is not complete.");
   }

@@ -19,7 +19,7 @@ namespace vorndb {
 class Result {
  public:
   // Reads from the cursor, which has to live as long and is moved. The log is the query's.
-  Result(Cursor& cursor, const std::vector<LoggedLine>& log);
+  Result(Cursor& cursor, const Log& log);
 
   const std::vector<std::string>& Columns() const { return m_columns; }
   std::size_t RowCount() const { return m_rowCount; }
@@ -33,7 +33,7 @@ class Result {
 
  private:
   void CountRows();
-  void AddDoubtsOfLog(const std::vector<LoggedLine>& log);
+  void AddDoubtsOfLog(const Log& log);
 
   Cursor& m_cursor;
   std::vector<std::string> m_columns;

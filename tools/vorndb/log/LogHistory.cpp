@@ -1,323 +1,319 @@
 #include "log/LogHistory.h"
 
+#include <algorithm>
 #include <string_view>
 
+#include "Text.h"
+#include "log/LogTable.h"
+
 namespace vorndb {
-
-const char* const kSomeQuery = "a query";
-const char* const kSelectOrJoin = "Select or JoinSelect";
-
-bool IsQuery(const std::string& kind) {
-  return kind == "Select" || kind == "JoinSelect" || kind == "CheckExistTable" ||
-         kind == kSelectOrJoin || kind == kSomeQuery;
-}
 
 namespace {
 
 constexpr std::string_view kDatabase = "Database.cpp";
 constexpr std::string_view kParser = "DatabasePasrser.cpp";
 constexpr std::string_view kCursor = "Cursor.cpp";
-constexpr std::string_view kOpenMember = "OpenDB";
+constexpr char kOpenMember[] = "OpenDB";
+constexpr char kExistMember[] = "CheckExistTable";
 
-bool StartsWith(std::string_view text, std::string_view start) {
-  return text.substr(0, start.size()) == start;
+bool IsOpenMember(const LogLine& line) {
+  return line.file == kDatabase && line.function == kOpenMember;
 }
 
-// What an operation asks its request for while it runs.
+bool IsOperation(const LogLine& line) {
+  return line.file == kDatabase && line.function != "Database" && line.function != "~Database";
+}
+
+// A running operation calls these of its request.
 bool IsGetter(const LogLine& line) {
-  return line.file != kDatabase && line.file != kCursor && StartsWith(line.function, "Get");
+  return line.file != kDatabase && line.file != kCursor && line.function.rfind("Get", 0) == 0;
 }
 
-// What a line of the parser tells of the query that it serves.
-std::string QueryOf(const LogLine& line) {
-  if (line.function == "ParseDatabase") {
-    return kSelectOrJoin;
+// The members that can call a function of the parser.
+Members CallersOf(const LogLine& line) {
+  Members members;
+  for (const std::string& member : Queries()) {
+    const bool calls = (member == kExistMember) == (line.function == "ParseExistTable");
+    if (calls || line.function == "IsRetryLimit") {
+      members.push_back(member);
+    }
   }
-  return line.function == "ParseExistTable" ? "CheckExistTable" : kSomeQuery;
+  return members;
 }
 
-// Whether an operation of the one kind may turn out to be of the other.
-bool MayBe(const std::string& kind, const std::string& other) {
-  if (kind.empty() || kind == other) {
-    return true;
+// Leaves the members that are possible; false, changing nothing, where there are none.
+bool Narrow(Members& members, const Members& possible) {
+  Members common;
+  for (const std::string& member : possible) {
+    if (members.empty() || std::count(members.begin(), members.end(), member) != 0) {
+      common.push_back(member);
+    }
   }
-  if (kind == kSomeQuery || other == kSomeQuery) {
-    return IsQuery(kind) && IsQuery(other);
-  }
-  const auto isSelect = [](const std::string& one) {
-    return one == "Select" || one == "JoinSelect";
-  };
-  return (kind == kSelectOrJoin && isSelect(other)) || (other == kSelectOrJoin && isSelect(kind));
+  members = common.empty() ? members : common;
+  return !common.empty() || possible.empty();
 }
 
-// Keeps the kind that tells more.
-void Refine(std::string& kind, const std::string& other) {
-  if (kind.empty() || kind == kSomeQuery || (kind == kSelectOrJoin && other != kSomeQuery)) {
-    kind = other;
+// Directory and name are logged with a space between them. With a single space the path is
+// clear, and joined as the library does.
+std::string PathOf(const std::string& logged) {
+  const std::size_t space = logged.find(' ');
+  if (space == std::string::npos || logged.find(' ', space + 1) != std::string::npos ||
+      logged == " ") {
+    return '"' + Printable(logged) + '"';
   }
-}
-
-bool HasFile(const Operation& operation) {
-  return operation.fileState != Operation::File::kNotNamed;
+  std::string path = logged.substr(0, space);
+  if (!path.empty() && path.back() != '/') {
+    path += '/';
+  }
+  return Printable(path + logged.substr(space + 1));
 }
 
 }  // namespace
 
-// --- The operation that a thread is in ------------------------------------------------
+// The operations of one thread, in which they never overlap. Without the names of threads
+// this is a whole process.
+class LogThread {
+ public:
+  explicit LogThread(LogHistory& history) : m_history(history) { m_none.end = Outcome::kSucceeded; }
 
-Operation& LogHistory::Begin(Thread& thread, const LogLine& line, const std::string& kind,
-                             bool begun) {
-  Leave(thread);
-  Operation operation;
-  operation.prefix = line.prefix;
-  operation.kind = kind;
-  operation.begun = begun;
-  thread.current = m_operations.size();
-  thread.last = thread.current;
-  thread.entry = line.number;
-  thread.busyLines = 0;
-  thread.opens.clear();
-  m_operations.push_back(operation);
-  return m_operations.back();
-}
-
-Operation* LogHistory::Current(const Thread& thread) {
-  return thread.current ? &m_operations[*thread.current] : nullptr;
-}
-
-bool LogHistory::IsOpen(const Operation* operation) {
-  return operation != nullptr && operation->end == Operation::End::kNone;
-}
-
-void LogHistory::Leave(Thread& thread) {
-  if (Operation* const operation = Current(thread)) {
-    operation->leftBehind = true;
-  }
-  thread.current.reset();
-}
-
-// For a line outside of operations. Without threads it may be another thread's.
-void LogHistory::LeaveFor(Thread& thread, const LogLine& line) {
-  if (NamesThread(line)) {
-    Leave(thread);
-  }
-}
-
-// The operation that a line inside of one belongs to.
-Operation& LogHistory::Continue(Thread& thread, const LogLine& line) {
-  Operation* const operation = Current(thread);
-  return IsOpen(operation) ? *operation : Begin(thread, line, "", false);
-}
-
-Operation& LogHistory::ContinueQuery(Thread& thread, const LogLine& line) {
-  const std::string kind = QueryOf(line);
-  Operation* operation = Current(thread);
-  // Whoever opens a file by hand may fetch rows from it by hand.
-  const bool belongs =
-      IsOpen(operation) && (MayBe(operation->kind, kind) || operation->kind == kOpenMember);
-  if (!belongs) {
-    operation = &Begin(thread, line, kind, false);
-  }
-  if (operation->kind != kOpenMember) {
-    Refine(operation->kind, kind);
-  }
-  operation->stepped = true;
-  return *operation;
-}
-
-// The one that a line of the busy rule belongs to.
-Operation& LogHistory::ContinueAt(Thread& thread, const LogLine& line) {
-  return line.file == kParser ? ContinueQuery(thread, line) : Continue(thread, line);
-}
-
-// --- Lines ------------------------------------------------------------------------------
-
-void LogHistory::Enter(Thread& thread, const LogLine& line) {
-  if (line.file == kDatabase && line.function == kOpenMember) {
-    EnterOpen(thread, line);
-  } else if (line.file == kDatabase && line.function != "Database" &&
-             line.function != "~Database") {
-    Begin(thread, line, line.function, true);
-  } else if (!IsGetter(line)) {
-    LeaveFor(thread, line);
-  }
-}
-
-// On behalf of the operation that goes on, unless that has come here before.
-void LogHistory::EnterOpen(Thread& thread, const LogLine& line) {
-  Operation* const operation = Current(thread);
-  const bool belongs = IsOpen(operation) && !HasFile(*operation) && thread.opens.empty();
-  if (!belongs) {
-    Begin(thread, line, std::string(kOpenMember), true);
-  }
-  thread.opens.insert(line.number);
-}
-
-void LogHistory::Opening(Thread& thread, const LogLine& line, const LogMeaning& meaning) {
-  Operation* operation = Current(thread);
-  if (!IsOpen(operation) || HasFile(*operation)) {
-    operation = &Begin(thread, line, "", true);
-  }
-  thread.opens.insert(line.number);
-  operation->fileState = Operation::File::kNamed;
-  operation->file = meaning.text;
-}
-
-void LogHistory::OpenFailed(Thread& thread, const LogLine& line, const LogMeaning& meaning) {
-  Operation& operation = Continue(thread, line);
-  operation.end = Operation::End::kNotOpened;
-  operation.code = meaning.code;
-  operation.text = meaning.text;
-}
-
-// Follows the line about the open itself.
-void LogHistory::SelectFailed(Thread& thread, const LogLine& line, const LogMeaning& meaning) {
-  Operation* operation = Current(thread);
-  if (operation == nullptr || operation->end != Operation::End::kNotOpened ||
-      !MayBe(operation->kind, line.function)) {
-    operation = &Begin(thread, line, line.function, false);
-    operation->end = Operation::End::kNotOpened;
-    operation->code = meaning.code;
-  }
-  operation->kind = line.function;
-  Leave(thread);
-}
-
-void LogHistory::End(Thread& thread, const LogLine& line, const LogMeaning& meaning,
-                     Operation::End end) {
-  Operation* operation = Current(thread);
-  if (!IsOpen(operation) || !MayBe(operation->kind, line.function)) {
-    operation = &Begin(thread, line, line.function, false);
-  }
-  operation->kind = line.function;
-  operation->end = end;
-  operation->code = meaning.code;
-  operation->text = meaning.text;
-  Leave(thread);
-}
-
-void LogHistory::Busy(Thread& thread, const LogLine& line, const LogMeaning& meaning) {
-  Operation& operation = ContinueAt(thread, line);
-  if (meaning.code == "1" || thread.busyPlace != line.file) {
-    thread.busyLines = 0;
-  }
-  thread.busyPlace = line.file;
-  ++thread.busyLines;
-  ++operation.waits;
-}
-
-// Comes after fifteen waits, also where their lines are missing.
-void LogHistory::Limit(Thread& thread, const LogLine& line) {
-  constexpr int kWaitsOfLimit = 15;
-  Operation& operation = ContinueAt(thread, line);
-  if (thread.busyPlace != line.file) {
-    thread.busyLines = 0;
-  }
-  if (thread.busyLines < kWaitsOfLimit) {
-    operation.waits += kWaitsOfLimit - thread.busyLines;
-  }
-  thread.busyLines = 0;
-  ++operation.limits;
-  operation.stepLimits += line.file == kParser ? 1 : 0;
-}
-
-void LogHistory::ReadFailed(Thread& thread, const LogLine& line, const LogMeaning& meaning) {
-  LeaveFor(thread, line);
-  std::map<std::string, int>& failures =
-      thread.last ? m_operations[*thread.last].readFailures : m_earlyReadFailures;
-  ++failures[line.function + ": " + (meaning.unreadable ? "an unreadable line" : meaning.text)];
-}
-
-// --- Lines whose message and place together do not tell what they mean ------------------
-
-void LogHistory::Unreadable(Thread& thread, const LogLine& line) {
-  if (line.function == "IsRetryLimit") {
-    ++ContinueAt(thread, line).busyUnreadable;
-  } else if (line.file == kParser) {
-    ++ContinueQuery(thread, line).stepUnreadable;
-  } else if (line.file == kDatabase && line.function == kOpenMember) {
-    UnreadableOpen(thread, line);
-  } else if (line.file == kDatabase && line.function != "Database" &&
-             line.function != "~Database") {
-    // Its entry; or its end, when the file has been opened since.
-    const Operation* const operation = Current(thread);
-    if (IsOpen(operation) && HasFile(*operation) && MayBe(operation->kind, line.function) &&
-        (operation->kind.empty() || line.number != thread.entry)) {
-      End(thread, line, {}, Operation::End::kUnreadable);
-    } else {
-      Begin(thread, line, line.function, true);
+  void Add(const LogLine& line) {
+    switch (line.event) {
+      case LogEvent::kEntered:
+        return Enter(line);
+      case LogEvent::kOpening:
+        return Opening(line);
+      case LogEvent::kOpenFailed:
+        return Close(Continue(line), line, Outcome::kNotOpened);
+      case LogEvent::kSelectNotOpened:
+        return SelectNotOpened(line);
+      case LogEvent::kSucceeded:
+        return End(line, Outcome::kSucceeded);
+      case LogEvent::kFailed:
+        return End(line, Outcome::kFailed);
+      case LogEvent::kBusy:
+        return Busy(line);
+      case LogEvent::kBusyLimit:
+        return Limit(line);
+      case LogEvent::kStepFailed:
+      case LogEvent::kExistStepFailed:
+        Continue(line).stepFailures.push_back(line.text);
+        return;
+      case LogEvent::kUnknownType:
+        ++Continue(line).blobs;
+        return;
+      case LogEvent::kReadFailed:
+        return ReadFailed(line);
+      case LogEvent::kMoved:
+        return LeaveIfNamed(line);
+      case LogEvent::kLockUnnamed:
+        ++m_history.unnamedLocks;
+        return;
+      case LogEvent::kUnreadable:
+        return Unreadable(line);
+      default:
+        return;  // no part of an operation
     }
   }
+
+ private:
+  // --- The current operation ----------------------------------------------------------
+
+  Operation& Begin(const LogLine& line, const Members& members, bool begun) {
+    Leave();
+    m_current = m_last = &m_history.operations.emplace_back();
+    m_current->prefix = line.prefix;
+    m_current->members = members;
+    m_current->begun = begun;
+    m_entry = line.number;
+    m_busyLines = 0;
+    m_opens.clear();
+    return *m_current;
+  }
+
+  void Leave() {
+    m_current->leftBehind = true;
+    m_current = &m_none;
+  }
+
+  // For a line outside of operations. Without names it may be another thread's.
+  void LeaveIfNamed(const LogLine& line) {
+    if (!line.prefix.thread.empty()) {
+      Leave();
+    }
+  }
+
+  // The running operation, if it may be one of the members.
+  Operation& Continue(const LogLine& line, const Members& members) {
+    const bool fits = !m_current->end && Narrow(m_current->members, members);
+    return fits ? *m_current : Begin(line, members, false);
+  }
+
+  // The operation that a line inside of one belongs to.
+  Operation& Continue(const LogLine& line) {
+    if (line.file != kParser) {
+      return Continue(line, {});
+    }
+    // The application may fetch rows itself from a file that it has opened itself.
+    const bool own = !m_current->end && m_current->members == Members{kOpenMember};
+    Operation& query = Continue(line, own ? Members() : CallersOf(line));
+    query.stepped = true;
+    return query;
+  }
+
+  static void Close(Operation& operation, const LogLine& line, Outcome end) {
+    operation.end = end;
+    operation.code = line.code;
+    operation.text = line.text;
+  }
+
+  // --- Lines --------------------------------------------------------------------------
+
+  void Enter(const LogLine& line) {
+    if (IsOpenMember(line)) {
+      EnterOpen(line);
+    } else if (IsOperation(line)) {
+      Begin(line, {line.function}, true);
+    } else if (!IsGetter(line)) {
+      LeaveIfNamed(line);
+    }
+  }
+
+  // On behalf of the running operation, unless that has come here before.
+  void EnterOpen(const LogLine& line) {
+    if (m_current->end || m_current->file || !m_opens.empty()) {
+      Begin(line, {kOpenMember}, true);
+    }
+    m_opens.insert(line.number);
+  }
+
+  void Opening(const LogLine& line) {
+    if (m_current->end || m_current->file) {
+      Begin(line, {}, true);
+    }
+    m_opens.insert(line.number);
+    m_current->file = PathOf(line.text);
+  }
+
+  // Follows the record of the open itself.
+  void SelectNotOpened(const LogLine& line) {
+    if (m_current->end != Outcome::kNotOpened || !Narrow(m_current->members, {line.function})) {
+      Close(Begin(line, {line.function}, false), line, Outcome::kNotOpened);
+    }
+    Leave();
+  }
+
+  void End(const LogLine& line, Outcome end) {
+    Close(Continue(line, {line.function}), line, end);
+    Leave();
+  }
+
+  void Busy(const LogLine& line) {
+    Operation& operation = Continue(line);
+    if (line.code == "1" || m_busyFile != line.file) {
+      m_busyLines = 0;
+    }
+    m_busyFile = line.file;
+    ++m_busyLines;
+    ++operation.waits;
+  }
+
+  // Follows fifteen waits, also where their lines are missing.
+  void Limit(const LogLine& line) {
+    constexpr int kWaitsOfLimit = 15;
+    Operation& operation = Continue(line);
+    const int seen = m_busyFile == line.file ? m_busyLines : 0;
+    operation.waits += std::max(0, kWaitsOfLimit - seen);
+    m_busyLines = 0;
+    ++operation.limits;
+    operation.stepLimits += line.file == kParser ? 1 : 0;
+  }
+
+  void ReadFailed(const LogLine& line) {
+    LeaveIfNamed(line);
+    auto& failures = m_last != nullptr ? m_last->readFailures : m_history.earlyReadFailures;
+    ++failures[line.function + ": " + (line.unreadable ? "an unreadable line" : line.text)];
+  }
+
+  // --- Lines with several possible meanings -------------------------------------------
+
+  void Unreadable(const LogLine& line) {
+    if (line.function == "IsRetryLimit") {
+      ++Continue(line).busyUnreadable;
+    } else if (line.file == kParser) {
+      ++Continue(line).stepUnreadable;
+    } else if (IsOpenMember(line)) {
+      UnreadableOpen(line);
+    } else if (IsOperation(line)) {
+      UnreadableOperation(line);
+    }
+  }
+
+  // Its entry; or its end, if the file has been opened since.
+  void UnreadableOperation(const LogLine& line) {
+    Members members = m_current->members;
+    const bool mayEnd = members.empty() || line.number != m_entry;
+    if (!m_current->end && m_current->file && mayEnd && Narrow(members, {line.function})) {
+      End(line, Outcome::kUnreadable);
+    } else {
+      Begin(line, {line.function}, true);
+    }
+  }
+
+  // The line that names the file comes first; a later one from another line of the source
+  // is the failure. Without a priority entries look the same.
+  void UnreadableOpen(const LogLine& line) {
+    const bool isNew = m_opens.insert(line.number).second;
+    if (m_current->end || (m_current->file && !isNew)) {
+      Begin(line, {}, true);
+      m_opens.insert(line.number);
+    } else if (m_current->file && line.prefix.priority == 'E') {
+      m_current->end = Outcome::kNotOpened;
+    }
+    m_current->file = m_current->file.value_or("an unreadable file");
+  }
+
+  LogHistory& m_history;
+  Operation m_none;  // the current operation while there is none: it has ended
+  Operation* m_current = &m_none;
+  Operation* m_last = nullptr;
+  std::string m_entry;            // the line number of the current operation's first record
+  std::string m_busyFile;         // of the last busy line
+  int m_busyLines = 0;            // of the loop that goes on
+  std::set<std::string> m_opens;  // the line numbers of the current operation's OpenDB
+};
+
+void AddLine(LogHistory& history, const LogLine& line) {
+  const auto& [time, process, name, priority] = line.prefix;
+  ++history.own;
+  history.unreadable += line.unreadable ? 1 : 0;
+  history.lacksThreads = history.lacksThreads || name.empty();
+  if (line.event == LogEvent::kEntered || line.event == LogEvent::kSucceeded ||
+      line.event == LogEvent::kSelectNotOpened || line.event == LogEvent::kMoved) {
+    history.successes.insert(process);
+  }
+  std::shared_ptr<LogThread>& thread = history.threads[process + ' ' + name];
+  if (!thread) {
+    thread = std::make_shared<LogThread>(history);
+  }
+  thread->Add(line);
 }
 
-// The line that names the file comes first; a later one from another place in the member
-// tells that the open failed. Without a priority entries look the same.
-void LogHistory::UnreadableOpen(Thread& thread, const LogLine& line) {
-  Operation* operation = Current(thread);
-  const bool isNew = thread.opens.insert(line.number).second;
-  if (!IsOpen(operation) || (HasFile(*operation) && !isNew)) {
-    operation = &Begin(thread, line, "", true);
-    thread.opens.insert(line.number);
-  } else if (HasFile(*operation) && line.prefix.priority == 'E') {
-    operation->end = Operation::End::kNotOpened;
+Outcome OutcomeOf(const LogHistory& history, const Operation& operation) {
+  if (operation.end) {
+    return *operation.end;
   }
-  if (!HasFile(*operation)) {
-    operation->fileState = Operation::File::kUnreadable;
+  if (operation.members.empty()) {
+    return history.successes.count(operation.prefix.process) != 0 ? Outcome::kNoSuccess
+                                                                  : Outcome::kNoFailure;
   }
-}
-
-void LogHistory::Add(const LogLine& line, const LogMeaning& meaning) {
-  ProcessLevel& level = m_levels[line.prefix.process];
-  m_lacksThreads = m_lacksThreads || !NamesThread(line);
-  Thread& thread = m_threads[line.prefix.process + ' ' + line.prefix.thread];
-  switch (meaning.event) {
-    case LogEvent::kEntered:
-      level = {true, true};
-      Enter(thread, line);
-      break;
-    case LogEvent::kOpening:
-      Opening(thread, line, meaning);
-      break;
-    case LogEvent::kOpenFailed:
-      OpenFailed(thread, line, meaning);
-      break;
-    case LogEvent::kSelectFailed:
-      level.successes = true;
-      SelectFailed(thread, line, meaning);
-      break;
-    case LogEvent::kSucceeded:
-      level.successes = true;
-      End(thread, line, meaning, Operation::End::kSucceeded);
-      break;
-    case LogEvent::kFailed:
-      End(thread, line, meaning, Operation::End::kFailed);
-      break;
-    case LogEvent::kBusy:
-      Busy(thread, line, meaning);
-      break;
-    case LogEvent::kBusyLimit:
-      Limit(thread, line);
-      break;
-    case LogEvent::kStepFailed:
-      ContinueQuery(thread, line).stepFailures.push_back(meaning.text);
-      break;
-    case LogEvent::kBlob:
-      ++ContinueQuery(thread, line).blobs;
-      break;
-    case LogEvent::kReadFailed:
-      ReadFailed(thread, line, meaning);
-      break;
-    case LogEvent::kMoved:
-      level.successes = true;
-      LeaveFor(thread, line);
-      break;
-    case LogEvent::kLockUnnamed:
-      ++m_unnamedLocks;
-      break;
-    case LogEvent::kUnreadable:
-      Unreadable(thread, line);
-      break;
+  if (operation.members == Members{kOpenMember}) {
+    return operation.file ? Outcome::kOpened : Outcome::kNoEnd;
   }
+  Members members = operation.members;
+  if (!Narrow(members, Queries()) || (!operation.stepped && !operation.file)) {
+    return Outcome::kNoEnd;
+  }
+  return operation.stepped || operation.leftBehind ? Outcome::kPrepared : Outcome::kNothingYet;
 }
 
 }  // namespace vorndb

@@ -1,120 +1,84 @@
-// The operations that a log tells of.
+// The operations that a log reports.
 
-#ifndef VORNDB_LOGHISTORY_H
-#define VORNDB_LOGHISTORY_H
+#ifndef VORNDB_LOG_LOGHISTORY_H
+#define VORNDB_LOG_LOGHISTORY_H
 
-#include <cstddef>
+#include <deque>
 #include <map>
+#include <memory>
 #include <optional>
+#include <ostream>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "log/LogLine.h"
-#include "log/LogMeaning.h"
 
 namespace vorndb {
 
-// One operation, as far as the log has it.
-struct Operation {
-  enum class End { kNone, kSucceeded, kFailed, kNotOpened, kUnreadable };
-  enum class File { kNotNamed, kNamed, kUnreadable };
+class LogThread;
 
+// The end of an operation, as far as its records show.
+enum class Outcome {
+  kSucceeded,
+  kFailed,
+  kNotOpened,
+  kPrepared,
+  kOpened,
+  kNoEnd,       // known to be missing
+  kNothingYet,  // a query at the end of the log
+  kNoFailure,   // where records of success are not in the log
+  kNoSuccess,   // nor failure, where the member is unknown
+  kUnreadable,
+};
+
+// Members of Database, one of which an operation is; none where all are possible.
+using Members = std::vector<std::string>;
+
+struct Operation {
   LogPrefix prefix;  // of its first line
-  // The member; or what is known of it, such as kSomeQuery; empty for nothing.
-  std::string kind;
-  bool begun = true;  // whether its beginning is in the log
-  File fileState = File::kNotNamed;
-  std::string file;  // directory and name, as they are logged
-  End end = End::kNone;
+  Members members;
+  bool begun = true;                // its beginning is in the log
+  std::optional<std::string> file;  // printable
+  std::optional<Outcome> end;       // if a record shows it
   std::string code;
   std::string text;
   int waits = 0;            // of 100 ms each
-  int limits = 0;           // how often it did not go on waiting
+  int limits = 0;           // how often it did not wait any longer
   int stepLimits = 0;       // of these, while rows were fetched
   bool stepped = false;     // rows were fetched
   bool leftBehind = false;  // its thread went on to something else
-  int busyUnreadable = 0;   // lines that tell of a wait or of the limit
+  int busyUnreadable = 0;   // lines of a wait or of the limit
   int blobs = 0;
   std::vector<std::string> stepFailures;
   int stepUnreadable = 0;
-  // What failed in reading the cursor, before the thread's next operation.
+  // Failures to read the cursor before the thread's next operation.
   std::map<std::string, int> readFailures;
 };
 
-// Kinds of operations whose member is not known.
-extern const char* const kSomeQuery;
-extern const char* const kSelectOrJoin;
+struct LogHistory {
+  // Lines by kind.
+  int own = 0;         // of the library
+  int unreadable = 0;  // of these, protected or damaged
+  int continued = 0;   // with the rest of a text of the line before
+  int foreign = 0;
 
-// Whether operations of that kind read.
-bool IsQuery(const std::string& kind);
-
-// What is known of the lines that a process writes.
-struct ProcessLevel {
-  bool entries = false;    // priority 3
-  bool successes = false;  // priority 4 or lower
+  std::deque<Operation> operations;  // in the order of their first lines
+  // Failures to read a cursor before the first operation of a thread.
+  std::map<std::string, int> earlyReadFailures;
+  int unnamedLocks = 0;
+  bool lacksThreads = false;        // there are lines without a thread
+  std::set<std::string> successes;  // the processes with records of priority 4 or lower
+  std::map<std::string, std::shared_ptr<LogThread>> threads;
 };
 
-class LogHistory {
- public:
-  // Takes the next line of the library.
-  void Add(const LogLine& line, const LogMeaning& meaning);
+// Adds the next line of the library.
+void AddLine(LogHistory& history, const LogLine& line);
 
-  // In the order of their first lines.
-  const std::vector<Operation>& Operations() const { return m_operations; }
+Outcome OutcomeOf(const LogHistory& history, const Operation& operation);
 
-  ProcessLevel LevelOf(const Operation& operation) const {
-    return m_levels.at(operation.prefix.process);
-  }
-
-  // What failed in reading cursors before the first operation of a thread.
-  const std::map<std::string, int>& EarlyReadFailures() const { return m_earlyReadFailures; }
-
-  int UnnamedLocks() const { return m_unnamedLocks; }
-
-  // Whether there are lines without a thread.
-  bool LacksThreads() const { return m_lacksThreads; }
-
- private:
-  struct Thread {
-    std::optional<std::size_t> current;
-    std::optional<std::size_t> last;
-    std::string entry;            // the number of the current operation's first line
-    std::string busyPlace;        // the file of the last busy line
-    int busyLines = 0;            // of the loop that goes on
-    std::set<std::string> opens;  // the numbers of the current operation's lines of OpenDB
-  };
-
-  Operation& Begin(Thread& thread, const LogLine& line, const std::string& kind, bool begun);
-  Operation& Continue(Thread& thread, const LogLine& line);
-  Operation& ContinueQuery(Thread& thread, const LogLine& line);
-  Operation& ContinueAt(Thread& thread, const LogLine& line);
-  Operation* Current(const Thread& thread);
-  static bool IsOpen(const Operation* operation);
-  static bool NamesThread(const LogLine& line) { return !line.prefix.thread.empty(); }
-  void Leave(Thread& thread);
-  void LeaveFor(Thread& thread, const LogLine& line);
-
-  void Enter(Thread& thread, const LogLine& line);
-  void EnterOpen(Thread& thread, const LogLine& line);
-  void Opening(Thread& thread, const LogLine& line, const LogMeaning& meaning);
-  void OpenFailed(Thread& thread, const LogLine& line, const LogMeaning& meaning);
-  void SelectFailed(Thread& thread, const LogLine& line, const LogMeaning& meaning);
-  void End(Thread& thread, const LogLine& line, const LogMeaning& meaning, Operation::End end);
-  void Busy(Thread& thread, const LogLine& line, const LogMeaning& meaning);
-  void Limit(Thread& thread, const LogLine& line);
-  void ReadFailed(Thread& thread, const LogLine& line, const LogMeaning& meaning);
-  void Unreadable(Thread& thread, const LogLine& line);
-  void UnreadableOpen(Thread& thread, const LogLine& line);
-
-  std::vector<Operation> m_operations;
-  std::map<std::string, Thread> m_threads;
-  std::map<std::string, ProcessLevel> m_levels;
-  std::map<std::string, int> m_earlyReadFailures;
-  int m_unnamedLocks = 0;
-  bool m_lacksThreads = false;
-};
+void WriteReport(const LogHistory& history, std::ostream& output);
 
 }  // namespace vorndb
 
-#endif  // VORNDB_LOGHISTORY_H
+#endif  // VORNDB_LOG_LOGHISTORY_H

@@ -1,28 +1,54 @@
-// One line of a captured log.
+// One record of a captured log.
 
-#ifndef VORNDB_LOGLINE_H
-#define VORNDB_LOGLINE_H
+#ifndef VORNDB_LOG_LOGLINE_H
+#define VORNDB_LOG_LOGLINE_H
 
 #include <optional>
 #include <string>
 #include <string_view>
 
-#include "log/LogPrefix.h"
-
 namespace vorndb {
 
-// "FILE: FUNCTION(NUMBER) > MESSAGE" behind a log reader's prefix.
+// The message of a record, or one of several with the same meaning.
+enum class LogEvent {
+#define VORN_LOG_MESSAGE(name, priority, message, sites, meaning, remedy) k##name,
+#include "private/LogMessages.h"
+  kSucceeded,   // a write
+  kFailed,      // a write, or the preparation of a query, with `code` and `text`
+  kReadFailed,  // a cell or a row of a cursor, for the reason in `text`
+  kMoved,       // to an end of a cursor
+  kUnreadable,
+};
+
+// The part that a log reader writes in front of a record; empty where it is unknown.
+struct LogPrefix {
+  std::string time;
+  std::string process;
+  std::string thread;
+  char priority = '\0';  // one of VDIWEF, or NUL
+};
+
+// "PREFIX FILE: FUNCTION(NUMBER) > MESSAGE"
 struct LogLine {
   LogPrefix prefix;
   std::string file;
   std::string function;
   std::string number;
   std::string message;
+
+  // Set by SetMeaning.
+  LogEvent event = LogEvent::kUnreadable;
+  bool unreadable = false;  // `event` follows from call site and priority alone
+  std::string code;
+  std::string text;
 };
 
 // Nothing for a line of another form.
 std::optional<LogLine> ParseLogLine(std::string_view text);
 
+// Text behind the prefix is ignored.
+LogPrefix ParseLogPrefix(std::string_view text);
+
 }  // namespace vorndb
 
-#endif  // VORNDB_LOGLINE_H
+#endif  // VORNDB_LOG_LOGLINE_H

@@ -2,15 +2,18 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdarg>
-#include <cstddef>
 #include <cstdio>
+#include <cstdlib>
 #include <iostream>
 #include <optional>
-#include <string>
 #include <utility>
 
 #include "Text.h"
+#include "log/LogTable.h"
+
+namespace vorndb {
 
 namespace {
 
@@ -19,7 +22,7 @@ constexpr int kWarning = 5;
 // The process has one log, as it has one standard error.
 struct Sink {
   bool show = false;
-  std::vector<vorndb::LoggedLine> lines;
+  Log log;
 };
 
 Sink& TheSink() {
@@ -27,65 +30,71 @@ Sink& TheSink() {
   return sink;
 }
 
-std::string Format(const char* format, va_list arguments) {
-  va_list measured;
-  va_copy(measured, arguments);
-  const int length = std::vsnprintf(nullptr, 0, format, measured);
-  va_end(measured);
-  std::string text(length > 0 ? static_cast<std::size_t>(length) : 0, '\0');
-  static_cast<void>(std::vsnprintf(text.data(), text.size() + 1, format, arguments));
-  return text;
-}
-
-char LetterOf(int priority) {
-  constexpr char kLetters[] = "VVVDIWEF";
-  return priority >= 0 && priority <= 7 ? kLetters[priority] : '?';
-}
-
-// As the platform's stand-in writes it on a desktop; what reads the one reads the other. At
-// once, since several processes may share the log.
-void Show(int priority, const char* tag, const std::string& line) {
-  const std::string process = std::to_string(getpid());
-  std::cerr << LetterOf(priority) + (' ' + std::string(tag)) + ' ' + process + ' ' + process + ' ' +
-                   vorndb::Printable(line) + '\n';
-}
-
-void Keep(int priority, const std::string& text) {
-  std::optional<vorndb::LogLine> line = vorndb::ParseLogLine(text);
-  if (!line) {
-    return;
+// A line as the platform's stub writes it on a desktop.
+void Receive(int priority, const std::string& tag, const std::string& message) {
+  const std::string process = ' ' + std::to_string(getpid());
+  const std::string line = LetterOf(priority) + (' ' + tag) + process + process + ' ' + message;
+  if (TheSink().show) {
+    // At once, since several processes may share the log.
+    std::cerr << Printable(line) + '\n';
   }
-  line->prefix.priority = LetterOf(priority);
-  if (const std::optional<vorndb::LogMeaning> meaning = vorndb::MeaningOf(*line)) {
-    TheSink().lines.push_back({*line, *meaning});
+  std::optional<LogLine> read = ParseLogLine(line);
+  if (priority >= kWarning && read && SetMeaning(*read)) {
+    TheSink().log.push_back(*read);
   }
 }
 
 }  // namespace
 
-// The library finds this function before the system's, since a program's own come first.
-extern "C" int __dlog_print(int /*log_id*/, int priority, const char* tag, const char* format,
-                            ...) {
-  if (priority < kWarning && !TheSink().show) {
-    return 0;
-  }
-  va_list arguments;
-  va_start(arguments, format);
-  const std::string line = Format(format, arguments);
-  va_end(arguments);
-  if (TheSink().show) {
-    Show(priority, tag, line);
-  }
-  if (priority >= kWarning) {
-    Keep(priority, line);
-  }
-  return static_cast<int>(line.size());
-}
-
-namespace vorndb {
-
 void ShowLog(bool show) { TheSink().show = show; }
 
-std::vector<LoggedLine> TakeLog() { return std::exchange(TheSink().lines, {}); }
+Log TakeLog() { return std::exchange(TheSink().log, {}); }
+
+std::string FailureIn(const Log& log) {
+  std::string text;
+  for (const LogLine& line : log) {
+    if (line.event == LogEvent::kFailed || line.event == LogEvent::kOpenFailed) {
+      text = line.text;
+    }
+  }
+  return text;
+}
+
+std::string BreakIn(const Log& log) {
+  for (const LogLine& line : log) {
+    if (line.event == LogEvent::kStepFailed || line.event == LogEvent::kExistStepFailed) {
+      return "reading stopped" + (line.text.empty() ? "" : " with: " + line.text);
+    }
+    // Only the wait for a row truncates a result; elsewhere the last attempt decides.
+    if (line.event == LogEvent::kBusyLimit && line.file == "DatabasePasrser.cpp") {
+      return "the file stayed busy";
+    }
+  }
+  return "";
+}
+
+std::size_t CountInRows(const Log& log, LogEvent event) {
+  return static_cast<std::size_t>(std::count_if(log.begin(), log.end(), [&](const LogLine& line) {
+    return line.event == event && line.function == "ParseDatabase";
+  }));
+}
 
 }  // namespace vorndb
+
+// The linker prefers this definition, the program's own, to the system's.
+extern "C" int __dlog_print(int /*log_id*/, int priority, const char* tag, const char* format,
+                            ...) {
+  if (priority < vorndb::kWarning && !vorndb::TheSink().show) {
+    return 0;
+  }
+  char* message = nullptr;
+  va_list arguments;
+  va_start(arguments, format);
+  const int length = vasprintf(&message, format, arguments);
+  va_end(arguments);
+  if (length >= 0) {
+    vorndb::Receive(priority, tag, message);
+    std::free(message);
+  }
+  return length;
+}

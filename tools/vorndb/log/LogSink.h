@@ -1,27 +1,35 @@
-// Where the library's log lines go: to this program, instead of to the system's log. They
-// are what tells why an operation failed, and what a query does not report.
+// The library logs to this program instead of to the system's log: its records have the
+// causes of failures, and the errors of queries that return 0.
 
-#ifndef VORNDB_LOGSINK_H
-#define VORNDB_LOGSINK_H
+#ifndef VORNDB_LOG_LOGSINK_H
+#define VORNDB_LOG_LOGSINK_H
 
+#include <cstddef>
+#include <string>
 #include <vector>
 
 #include "log/LogLine.h"
-#include "log/LogMeaning.h"
 
 namespace vorndb {
 
-struct LoggedLine {
-  LogLine line;
-  LogMeaning meaning;
-};
+using Log = std::vector<LogLine>;
 
 // Whether every line is also written to standard error.
 void ShowLog(bool show);
 
-// The lines since the last call that are more than notices.
-std::vector<LoggedLine> TakeLog();
+// The warnings and errors since the last call.
+Log TakeLog();
+
+// SQLite's text for the failure of an operation, or nothing.
+std::string FailureIn(const Log& log);
+
+// The reason why a result is truncated, or nothing if it is complete.
+std::string BreakIn(const Log& log);
+
+// The records of a kind that were written while rows were fetched: kUnknownType for a blob;
+// kUnreadable for a blob or a truncated result, if the platform protects its log.
+std::size_t CountInRows(const Log& log, LogEvent event);
 
 }  // namespace vorndb
 
-#endif  // VORNDB_LOGSINK_H
+#endif  // VORNDB_LOG_LOGSINK_H
