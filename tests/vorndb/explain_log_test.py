@@ -1,20 +1,25 @@
-"""explain-log, on captured logs whose explanation was read line by line, and on what is no
-good log. How the logs were captured: logs/make_logs.sh."""
+"""explain-log, on captured logs whose explanation was read line by line, and on logs that are
+broken. How the logs were captured: logs/make_logs.sh."""
 
 import os
 import random
 import re
 
-from tool import DONE, FAILED, SOURCE, Tool
+import pytest
+
+from conftest import DONE, FAILED, SOURCE
 
 LOGS = SOURCE / "tests/vorndb/logs"
+KEPT = sorted(path.stem for path in LOGS.glob("*.log"))
+CAPTURED = [name for name in KEPT if name.startswith("captured_") and "protected" not in name]
+FORMS = [name for name in KEPT if name.startswith("form_") and "protected" not in name]
 NO_LINE = "has no line of the library's log"
 
 
-def explain(test, log):
-    """What a log, as bytes, is explained with."""
-    ended = test.start("explain-log", "-", input=log, stdin=None)
-    test.assertEqual((ended.returncode, ended.stderr), (DONE, b""))
+def explain(tool, log):
+    """The explanation of a log, as bytes."""
+    ended = tool.start("explain-log", "-", input=log)
+    assert (ended.returncode, ended.stderr) == (DONE, b"")
     return ended.stdout.decode()
 
 
@@ -29,121 +34,109 @@ def operations(text):
     return [re.sub(r"^\d+\. ", "", block) for block in re.split(r"\n(?=\d+\. )", part)[1:]]
 
 
+def without_origin(text):
+    """The operations without process, thread and time."""
+    return [re.sub(r" \[[^]]*\](?=: )", "", block) for block in operations(text)]
+
+
 def counted(text, outcome):
-    """How many operations the summary has of an outcome."""
+    """The operations of an outcome, by the summary."""
     summary = text.split("\n\nSummary\n")[1].split("\n\nNotes\n")[0]
     return sum(map(int, re.findall(rf"[:,] (\d+) {outcome}(?=,|\n|$)", summary)))
 
 
-class ExplainKept(Tool):
-    """The logs of the tree, and what stands beside them."""
-
-    def test_each_log_is_explained_as_it_was_read(self):
-        logs = sorted(LOGS.glob("*.log"))
-        self.assertGreater(len(logs), 10)
-        for log in logs:
-            with self.subTest(log.name):
-                ended = self.start("explain-log", str(log))
-                self.assertEqual((ended.returncode, ended.stderr), (DONE, b""))
-                self.assertEqual(ended.stdout.decode(), log.with_suffix(".txt").read_text())
-
-    def test_the_summary_counts_what_is_in_the_log(self):
-        for path in LOGS.glob("captured_*.log"):
-            log = path.read_bytes()
-            if b"<protected " in log:
-                continue
-            with self.subTest(path.name):
-                text = explain(self, log)
-                self.assertEqual(counted(text, "succeeded"), log.count(b" SUCCESS["))
-                self.assertEqual(counted(text, "failed"), log.count(b" FAILED["))
-                self.assertEqual(counted(text, "not opened"), log.count(b"DB open failed"))
-                named = [block for block in operations(text) if "not named" not in block]
-                self.assertEqual(len(named), log.count(b"DB file: "))
-
-    def test_waits_are_a_tenth_of_a_second_for_each_busy_line(self):
-        for name in ("captured_busy", "captured_crowd", "captured_killed"):
-            log = kept(name)
-            waited = re.findall(r"  waited for \S+: (\d+)\.(\d) s", explain(self, log))
-            tenths = sum(10 * int(seconds) + int(tenth) for seconds, tenth in waited)
-            self.assertEqual(tenths, log.count(b"SQLITE BUSY["), name)
-            self.assertGreater(tenths, 0)
-
-    def test_every_line_of_the_library_is_known(self):
-        log = kept("every_line")
-        text = explain(self, log)
-        self.assertIn(f"\n  {len(log.splitlines())} lines of the library, 0 of others\n", text)
-        self.assertNotIn("unreadable", text)
-
-    def test_threads_are_told_apart_however_their_lines_mix(self):
-        lines = kept("captured_crowd").splitlines(keepends=True)
-        apart = sorted(lines, key=lambda line: line.split()[2:4])
-        self.assertNotEqual(lines, apart)
-        mixed = operations(explain(self, b"".join(lines)))
-        self.assertEqual(sorted(mixed), sorted(operations(explain(self, b"".join(apart)))))
-
-    def test_prefixes_of_log_readers_change_nothing_else(self):
-        def without_origin(text):
-            return [re.sub(r" \[[^]]*\](?=: )", "", block) for block in operations(text)]
-
-        expected = without_origin(explain(self, kept("captured_failures_info")))
-        for log in LOGS.glob("form_*.log"):
-            if "protected" not in log.name:
-                text = explain(self, log.read_bytes())
-                self.assertEqual(without_origin(text), expected, log.name)
-
-    def test_a_log_of_the_tool_itself(self):
-        self.contacts()
-        log = self.start("-v", "-f", "app.db", "select", "contact").stderr
-        self.assertIn("Select on ", explain(self, log))
+@pytest.mark.parametrize("name", KEPT)
+def test_a_log_is_explained_as_it_was_read(tool, name):
+    ended = tool.start("explain-log", str(LOGS / f"{name}.log"))
+    assert (ended.returncode, ended.stderr) == (DONE, b"")
+    assert ended.stdout.decode() == (LOGS / f"{name}.txt").read_text()
 
 
-class ExplainBroken(Tool):
-    """What is no log, or no longer one."""
+@pytest.mark.parametrize("name", CAPTURED)
+def test_the_summary_counts_the_records(tool, name):
+    log = kept(name)
+    text = explain(tool, log)
+    assert counted(text, "succeeded") == log.count(b" SUCCESS[")
+    assert counted(text, "failed") == log.count(b" FAILED[")
+    assert counted(text, "not opened") == log.count(b"DB open failed")
+    named = [block for block in operations(text) if "not named" not in block]
+    assert len(named) == log.count(b"DB file: ")
 
-    def refused(self, log, message):
-        """The log is refused with that message."""
-        (self.folder / "captured.log").write_bytes(log)
-        ended = self.start("explain-log", "captured.log")
-        self.assertEqual(
-            (ended.returncode, ended.stdout, ended.stderr.decode()),
-            (FAILED, b"", f"vorndb: captured.log {message}\n"),
-        )
 
-    def test_a_log_without_the_librarys_lines(self):
-        for log in (
-            b"",
-            b"\n",
-            b"\0" * 5000,
-            b"\xff" * 5000,
-            b"I PLAYER 4711 4711 Main.cpp: Run(12) > started\n",
-            b"Database.cpp: OpenDB(208",
-            b"Database.cpp: OpenDB() > DB file: . app.db\n",
-        ):
-            self.refused(log, NO_LINE)
+@pytest.mark.parametrize("name", ["captured_busy", "captured_crowd", "captured_killed"])
+def test_waits_are_a_tenth_of_a_second_for_each_busy_line(tool, name):
+    log = kept(name)
+    waited = re.findall(r"  waited for \S+: (\d+)\.(\d) s", explain(tool, log))
+    tenths = sum(10 * int(seconds) + int(tenth) for seconds, tenth in waited)
+    assert tenths == log.count(b"SQLITE BUSY[") > 0
 
-    def test_a_file_that_cannot_be_read(self):
-        for path in ("none.log", "."):
-            ended = self.start("explain-log", path)
-            self.assertEqual(
-                (ended.returncode, ended.stdout, ended.stderr.decode()),
-                (FAILED, b"", f"vorndb: cannot read {path}\n"),
-            )
 
-    def test_a_line_of_ten_million_bytes(self):
-        line = b"E VORN 1 1 Database.cpp: OpenDB(208) > DB file: . app.db"
-        for long in (b") > " * 2500000, b"1" * 10000000, line + b"x" * 10000000):
-            text = explain(self, long + b"\n" + line + b"\n")
-            self.assertIn("an operation on ./app.db [1 1]", text)
+def test_threads_are_told_apart_however_their_lines_mix(tool):
+    lines = kept("captured_crowd").splitlines(keepends=True)
+    apart = sorted(lines, key=lambda line: line.split()[2:4])
+    assert lines != apart
+    mixed = operations(explain(tool, b"".join(lines)))
+    assert sorted(mixed) == sorted(operations(explain(tool, b"".join(apart))))
 
-    def test_mutated_logs(self):
-        seed = int(os.environ.get("VORN_TEST_SEED") or random.SystemRandom().randrange(2**32))
-        chance = random.Random(seed)
-        logs = [path.read_bytes() for path in sorted(LOGS.glob("*.log"))]
-        for _ in range(40):
-            log = b"".join(mutated(chance, chance.choice(logs)) for _ in range(100))
-            with self.subTest(seed=seed):
-                text = explain(self, log)
-                self.assertEqual([c for c in text if c < " " and c != "\n" or c == "\x7f"], [])
+
+@pytest.mark.parametrize("name", FORMS)
+def test_prefixes_of_log_readers_change_nothing_else(tool, name):
+    expected = without_origin(explain(tool, kept("captured_failures_info")))
+    assert without_origin(explain(tool, kept(name))) == expected
+
+
+def test_a_log_of_the_tool_itself(contacts):
+    log = contacts.start("-v", "-f", "app.db", "select", "contact").stderr
+    assert "Select on " in explain(contacts, log)
+
+
+@pytest.mark.parametrize(
+    "log",
+    [
+        b"",
+        b"\n",
+        b"\0" * 5000,
+        b"\xff" * 5000,
+        b"I PLAYER 4711 4711 Main.cpp: Run(12) > started\n",
+        b"Database.cpp: OpenDB(208",
+        b"Database.cpp: OpenDB() > DB file: . app.db\n",
+    ],
+)
+def test_a_log_without_the_librarys_lines_is_refused(tool, log):
+    (tool.folder / "captured.log").write_bytes(log)
+    ended = tool.start("explain-log", "captured.log")
+    assert (ended.returncode, ended.stdout) == (FAILED, b"")
+    assert ended.stderr.decode() == f"vorndb: captured.log {NO_LINE}\n"
+
+
+@pytest.mark.parametrize("path", ["none.log", "."])
+def test_a_file_that_cannot_be_read_is_refused(tool, path):
+    ended = tool.start("explain-log", path)
+    assert (ended.returncode, ended.stdout) == (FAILED, b"")
+    assert ended.stderr.decode() == f"vorndb: cannot read {path}\n"
+
+
+@pytest.mark.parametrize("kind", ["marks", "digits", "record"])
+def test_a_line_of_ten_million_bytes(tool, kind):
+    line = b"E VORN 1 1 Database.cpp: OpenDB(208) > DB file: . app.db"
+    endless = {
+        "marks": b") > " * 2500000,
+        "digits": b"1" * 10000000,
+        "record": line + b"x" * 10**7,
+    }
+    text = explain(tool, endless[kind] + b"\n" + line + b"\n")
+    assert "an operation on ./app.db [1 1]" in text
+
+
+def test_mutated_logs(tool):
+    seed = int(os.environ.get("VORN_TEST_SEED") or random.SystemRandom().randrange(2**32))
+    print(f"VORN_TEST_SEED={seed}")
+    chance = random.Random(seed)
+    logs = [kept(name) for name in KEPT]
+    for _ in range(40):
+        log = b"".join(mutated(chance, chance.choice(logs)) for _ in range(100))
+        text = explain(tool, log)
+        assert [c for c in text if c < " " and c != "\n" or c == "\x7f"] == []
 
 
 def mutated(chance, log):
