@@ -172,7 +172,7 @@ pkg_config() {
 # The compiler's command line for the host's source in a target, without the target's name.
 command_line() {
   sed -nE "s|^ *\"command\": \"(.*CMakeFiles/$1\.dir/main\.cpp\.o.*)\",$|\1|p" \
-    "$work/subproject/compile_commands.json" | sed "s|/$1\.dir/|/TARGET.dir/|g"
+    "$work/subproject/compile_commands.json" | sed "s|/$1\.dir/|/TARGET.dir/|g" | tr -s ' '
 }
 
 # Using the library adds its headers and nothing else to the host.
