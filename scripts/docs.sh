@@ -37,6 +37,11 @@ CONFIGURATION
   doxygen build/docs/Doxyfile && python3 scripts/lib/finish.py build/docs/html
 }
 
+# It prints the log's messages for the site.
+build_tool() {
+  cmake --preset release && cmake --build --preset release --target vorndb
+}
+
 pages=(README.md CONTRIBUTING.md CHANGELOG.md abi/README.md docs/*.md)
 
 check_pages() {
@@ -55,6 +60,7 @@ make_site() {
   require_packages "${docs_packages[@]}"
   rm -rf build/docs
   mkdir -p build/docs
+  run_quietly '== docs: tool' build_tool
   run_quietly '== docs: site' run_doxygen
   run_quietly '== docs: links of the repository' check_pages
   run_quietly '== docs: links of the site' check_site

@@ -8,12 +8,14 @@ A Markdown page is written for readers of the repository. In the site
 - every page and heading gets the name by which others link to it;
 - a link to another page, or to a public header, leads to that one's place in the site;
 - a link to anything else of the repository becomes its text, since that is not there;
-- "<!-- sample of README.md -->" is replaced by the README's program.
+- "<!-- sample of README.md -->" is replaced by the README's program, and
+  "<!-- output of vorndb log-reference -->" by that of the release build's tool.
 """
 
 import html
 import pathlib
 import re
+import subprocess
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
@@ -24,6 +26,7 @@ NAMES = {
     "abi/README.md": "abi",
     "docs/mainpage.md": "index",
 }
+MESSAGES = "<!-- output of vorndb log-reference -->\n"
 # Of a paragraph, whose lines may end within one.
 SPAN = re.compile(r"(`+)(.+?)\1(?!`)", re.S)
 LINK = re.compile(r"(!?)\[((?:[^][]|\[[^][]*\])*)\]\(([^()\s]+)\)")
@@ -152,6 +155,13 @@ class Page:
         return "\n".join(done) + "\n"
 
 
+def log_reference():
+    """The log's messages, without the title."""
+    tool = ROOT / "build/release/tools/vorndb/vorndb"
+    output = subprocess.run([tool, "log-reference"], check=True, capture_output=True, text=True)
+    return output.stdout.partition("\n")[2]
+
+
 def readme_sample():
     """The README's program, in its fence."""
     readme = (ROOT / "README.md").read_text(encoding="utf-8")
@@ -164,6 +174,8 @@ def main():
         sys.exit(__doc__)
     path = pathlib.Path(sys.argv[1]).resolve()
     text = path.read_text(encoding="utf-8")
+    if MESSAGES in text:
+        text = text.replace(MESSAGES, log_reference())
     sys.stdout.reconfigure(encoding="utf-8")
     print(Page(path).convert(text), end="")
 

@@ -7,7 +7,7 @@ import re
 
 import pytest
 
-from conftest import DONE, FAILED, SOURCE
+from conftest import DONE, FAILED, SOURCE, WRONG_USE
 
 LOGS = SOURCE / "tests/vorndb/logs"
 KEPT = sorted(path.stem for path in LOGS.glob("*.log"))
@@ -69,6 +69,46 @@ def test_waits_are_a_tenth_of_a_second_for_each_busy_line(tool, name):
     waited = re.findall(r"  waited for \S+: (\d+)\.(\d) s", explain(tool, log))
     tenths = sum(10 * int(seconds) + int(tenth) for seconds, tenth in waited)
     assert tenths == log.count(b"SQLITE BUSY[") > 0
+
+
+def every_line(tool):
+    """A line of each message at each of its call sites, by the reference: its function, its
+    message, and the line."""
+    reference = tool.start("log-reference").stdout.decode()
+    entry = r"### `(.+)`\n\n\*\*\w+ \(\d, (\w)\)\*\* from (.+)\.\n"
+    for template, letter, sites in re.findall(entry, reference):
+        for file, *functions in (re.findall("`(.+?)`", site) for site in sites.split("; ")):
+            for function in functions:
+                message = template.replace("%s::%s", f"{file}::{function}")
+                message = message.replace("%d", "1").replace("%s", "text")
+                line = f"{letter} VORN 1 1 {file}: {function}(1) > {message}\n"
+                yield function, message, line.encode()
+
+
+def test_every_message_is_known_at_each_call_site(tool):
+    lines = [line for _, _, line in every_line(tool)]
+    text = explain(tool, b"".join(lines))
+    assert f"\n  {len(lines)} lines of the library, 0 of others\n" in text
+    assert "unreadable" not in text
+
+
+def test_a_message_alone_tells_an_outcome(tool):
+    outcomes = 0
+    for function, message, line in every_line(tool):
+        text = explain(tool, line)
+        origin = f"1. {function} on a file that is not named [1 1]: "
+        if "SUCCESS[" in message:
+            assert origin + "succeeded\n" in text
+        elif "FAILED[" in message:
+            assert origin + "failed, 1: text\n" in text
+        elif line.startswith(b"E VORN 1 1 Cursor.cpp") and "MUTEX" not in message:
+            assert f"reading a cursor: {function}: {message}\n" in text
+        elif "MUTEX" in message:
+            assert "  locks that could not be named: 1\n" in text
+        else:
+            continue
+        outcomes += 1
+    assert outcomes > 0
 
 
 def test_threads_are_told_apart_however_their_lines_mix(tool):
@@ -156,3 +196,9 @@ def mutated(chance, log):
             other = chance.randrange(len(part) + 1)
             part[place:place] = part[other : other + chance.randrange(200)]
     return bytes(part)
+
+
+def test_the_reference_takes_no_database(tool):
+    ended = tool.start("-f", "app.db", "log-reference")
+    assert (ended.returncode, ended.stdout) == (WRONG_USE, b"")
+    assert b"log-reference reads no database" in ended.stderr

@@ -231,6 +231,13 @@ void Explain(const Arguments& arguments) {
   });
 }
 
+void LogReference(const Arguments& arguments) {
+  if (arguments.sql || !arguments.file.empty()) {
+    throw UsageError("log-reference reads no database: it takes neither -f nor --sql");
+  }
+  WriteLogReference(std::cout);
+}
+
 void ReadInput(const std::string& path,
                const std::function<void(std::istream&, const std::string&)>& read) {
   if (path == "-") {

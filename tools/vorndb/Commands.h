@@ -50,6 +50,7 @@ void Drop(const Arguments& arguments);
 void Import(const Arguments& arguments);
 void Export(const Arguments& arguments);
 void Explain(const Arguments& arguments);
+void LogReference(const Arguments& arguments);
 
 // Reads the rows of a select or an export. With --sql it prints the statement and returns
 // nothing.

@@ -27,7 +27,7 @@ CLI::App* AddCommand(CLI::App& app, Arguments& arguments, const std::string& nam
   command->fallthrough();
   command->footer("Example:\n  " + example);
   command->callback([&arguments, run] {
-    if (!arguments.sql && run != Explain) {
+    if (!arguments.sql && run != Explain && run != LogReference) {
       RequireFileName(arguments.file);
     }
     ShowLog(arguments.verbose);
@@ -145,6 +145,9 @@ void DeclareOthers(CLI::App& app, Arguments& arguments) {
       AddCommand(app, arguments, "explain-log", Explain,
                  "Tell what happened from a log of the library", "vorndb explain-log captured.log");
   AddPath(command, arguments, "LOG", "The captured log; - for standard input");
+  AddCommand(app, arguments, "log-reference", LogReference,
+             "Print every message of the library's log with its meaning, in Markdown",
+             "vorndb log-reference");
 }
 
 // Runs the command, or prints help or the version.

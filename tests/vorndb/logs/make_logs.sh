@@ -7,7 +7,6 @@
 #
 # captured_*.log   from standard error, as the desktop's stand-in writes it
 # form_*.log       the captured failures in the forms of a device's log reader
-# every_line.log   is made by scripts/log-reference.sh
 # made_*.log       written by hand
 set -euo pipefail
 export LC_ALL=C
