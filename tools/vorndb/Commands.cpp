@@ -117,9 +117,8 @@ void Show(const Arguments& arguments, const CallResult& call, Cursor& cursor) {
 // To create a table that exists changes nothing, and is a success. SQLite finds it in other
 // capital letters, too, and takes a view for one.
 void Create(const Arguments& arguments) {
-  if (arguments.composite && !arguments.key) {
-    throw UsageError("--composite needs --key: alone, the library leaves it out");
-  }
+  RefuseIf(arguments.composite && !arguments.key,
+           "--composite needs --key: alone, the library leaves it out");
   CreateRequest request;
   const std::vector<std::string> columns = Fill(request, arguments);
   RequireDistinct(columns);
@@ -146,17 +145,14 @@ void Upsert(const Arguments& arguments) {
 }
 
 void Update(const Arguments& arguments) {
-  if (arguments.where.empty()) {
-    throw UsageError("update needs --where: the library does not change all rows at once");
-  }
+  RefuseIf(arguments.where.empty(),
+           "update needs --where: the library does not change all rows at once");
   WriteRows(arguments, &SqlGenerator::GetUpdateSql, &Database::Update);
 }
 
 // Without conditions it takes every row, so somebody has to have meant it.
 void Delete(const Arguments& arguments) {
-  if (arguments.all && !arguments.where.empty()) {
-    throw UsageError("--all and --where contradict each other");
-  }
+  RefuseIf(arguments.all && !arguments.where.empty(), "--all and --where contradict each other");
   if (!arguments.sql && !arguments.all && arguments.where.empty()) {
     const auto meant =
         Ask("Delete every row of " + arguments.table + " in " + arguments.file + "?");
@@ -217,17 +213,12 @@ void Drop(const Arguments& arguments) {
 }
 
 void Explain(const Arguments& arguments) {
-  if (arguments.sql || !arguments.file.empty()) {
-    throw UsageError("explain-log reads a log, and no database: it takes neither -f nor --sql");
-  }
+  RefuseIf(arguments.sql || !arguments.file.empty(),
+           "explain-log reads a log, and no database: it takes neither -f nor --sql");
   ReadInput(arguments.path, [](std::istream& log, const std::string& name) {
     const bool found = ExplainLog(log, std::cout);
-    if (log.bad()) {
-      throw Failure("cannot read " + name);
-    }
-    if (!found) {
-      throw Failure(name + " has no line of the library's log");
-    }
+    FailIf(log.bad(), "cannot read " + name);
+    FailIf(!found, name + " has no line of the library's log");
   });
 }
 
@@ -245,9 +236,7 @@ void ReadInput(const std::string& path,
     return;
   }
   std::ifstream file(path, std::ios::binary);
-  if (!file) {
-    throw Failure("cannot read " + path);
-  }
+  FailIf(!file, "cannot read " + path);
   read(file, path);
 }
 

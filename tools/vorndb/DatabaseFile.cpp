@@ -63,12 +63,8 @@ std::string Explain(const std::string& file, const std::vector<std::string>& tab
 }  // namespace
 
 void RequireFileName(const std::string& file) {
-  if (file.empty()) {
-    throw UsageError("the database file is missing: vorndb -f FILE …");
-  }
-  if (file.back() == '/') {
-    throw UsageError("'" + file + "' names no file");
-  }
+  RefuseIf(file.empty(), "the database file is missing: vorndb -f FILE …");
+  RefuseIf(file.back() == '/', "'" + file + "' names no file");
 }
 
 void Locate(const std::string& file, BasePath& request) {
@@ -82,9 +78,7 @@ bool IsThere(const std::string& file) {
 }
 
 void RequireExisting(const std::string& file) {
-  if (!IsThere(file)) {
-    throw Failure("the file " + file + " does not exist");
-  }
+  FailIf(!IsThere(file), "the file " + file + " does not exist");
 }
 
 bool HasTable(const std::string& file, const std::string& table) {

@@ -4,6 +4,7 @@
 #define VORNDB_ERRORS_H
 
 #include <stdexcept>
+#include <string>
 
 namespace vorndb {
 
@@ -18,6 +19,18 @@ class Failure : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
+
+inline void RefuseIf(bool wrong, const std::string& problem) {
+  if (wrong) {
+    throw UsageError(problem);
+  }
+}
+
+inline void FailIf(bool failed, const std::string& problem) {
+  if (failed) {
+    throw Failure(problem);
+  }
+}
 
 }  // namespace vorndb
 

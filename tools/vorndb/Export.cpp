@@ -57,18 +57,14 @@ class OutputFile {
     if (!overwrite && std::filesystem::exists(status)) {
       throw Failure(path + " exists; to write over it, give --force");
     }
-    if (std::filesystem::is_directory(status)) {
-      throw Failure(path + " is a folder");
-    }
-    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
-      throw Failure(path + " is not a plain file");
-    }
+    FailIf(std::filesystem::is_directory(status), path + " is a folder");
+    FailIf(std::filesystem::exists(status) && !std::filesystem::is_regular_file(status),
+           path + " is not a plain file");
     m_target = Followed(path);
     const std::string part = m_target + "." + std::to_string(getpid()) + ".part";
     // A loop of links, among others, has no status.
-    if (status.type() == std::filesystem::file_type::none || !MakeAnew(part)) {
-      throw Failure("cannot write " + path);
-    }
+    FailIf(status.type() == std::filesystem::file_type::none || !MakeAnew(part),
+           "cannot write " + path);
     m_part = part;
     m_stream.open(part, std::ios::binary);
     TakeOwnerAndMode(m_target, m_part);
@@ -93,9 +89,7 @@ class OutputFile {
     if (m_stream) {
       std::filesystem::rename(m_part, m_target, problem);
     }
-    if (!m_stream || problem) {
-      throw Failure("cannot write " + m_path);
-    }
+    FailIf(!m_stream || problem, "cannot write " + m_path);
     m_part.clear();
   }
 
@@ -108,9 +102,8 @@ class OutputFile {
 
 void RefuseDatabase(const Arguments& arguments) {
   std::error_code ignored;
-  if (std::filesystem::equivalent(arguments.path, arguments.file, ignored)) {
-    throw Failure(arguments.path + " is the database itself");
-  }
+  FailIf(std::filesystem::equivalent(arguments.path, arguments.file, ignored),
+         arguments.path + " is the database itself");
 }
 
 }  // namespace

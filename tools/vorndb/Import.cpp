@@ -105,9 +105,7 @@ class CsvReader {
   }
 
   void Finish() {
-    if (m_input.bad()) {
-      throw Failure("cannot read " + m_name);
-    }
+    FailIf(m_input.bad(), "cannot read " + m_name);
     if (csv_fini(&m_parser, TakeField, TakeRow, this) != 0) {
       Fail(m_rowStart, "a quoted field that begins in this row does not end");
     }
@@ -148,14 +146,12 @@ std::vector<Assignment> ReadHeader(CsvReader& reader) {
 
 // Throws Failure for fields that are no values of the columns.
 void SetFields(std::vector<Assignment>& columns, const std::vector<std::string>& fields) {
-  if (fields.size() != columns.size()) {
-    throw Failure("it has " + std::to_string(fields.size()) + " fields, and the header has " +
-                  std::to_string(columns.size()));
-  }
+  FailIf(fields.size() != columns.size(), "it has " + std::to_string(fields.size()) +
+                                              " fields, and the header has " +
+                                              std::to_string(columns.size()));
   for (std::size_t i = 0; i < columns.size(); ++i) {
-    if (fields[i].find('\0') != std::string::npos) {
-      throw Failure("the value of " + columns[i].column + " holds a NUL, where a text ends");
-    }
+    FailIf(fields[i].find('\0') != std::string::npos,
+           "the value of " + columns[i].column + " holds a NUL, where a text ends");
     columns[i].value = fields[i];
   }
 }

@@ -38,19 +38,15 @@ using Parts = std::pair<std::string, std::string>;
 // Both sides of the first separator.
 Parts Split(const std::string& text, char separator, const std::string& form) {
   const std::size_t position = text.find(separator);
-  if (position == std::string::npos) {
-    throw UsageError("'" + text + "' is not " + form);
-  }
+  RefuseIf(position == std::string::npos, "'" + text + "' is not " + form);
   return {text.substr(0, position), text.substr(position + 1)};
 }
 
 }  // namespace
 
 void RequirePlainName(const std::string& kind, const std::string& name) {
-  if (!Matches(name, kPlainName)) {
-    throw UsageError("'" + name + "' is no plain name for a " + kind +
-                     ": a letter or '_' first, then letters, digits and '_'");
-  }
+  RefuseIf(!Matches(name, kPlainName), "'" + name + "' is no plain name for a " + kind +
+                                           ": a letter or '_' first, then letters, digits and '_'");
 }
 
 Assignment::Assignment(const std::string& text) {
@@ -61,10 +57,9 @@ Assignment::Assignment(const std::string& text) {
 TypedColumn::TypedColumn(const std::string& text) {
   std::tie(column, type) = Split(text, ':', "COLUMN:TYPE");
   RequirePlainName("column", column);
-  if (!Matches(type, kPlainType)) {
-    throw UsageError("'" + type + "' is no plain type for the column " + column +
-                     ": words, and perhaps a length, such as TEXT, VARCHAR(20) or REAL NOT NULL");
-  }
+  RefuseIf(!Matches(type, kPlainType),
+           "'" + type + "' is no plain type for the column " + column +
+               ": words, and perhaps a length, such as TEXT, VARCHAR(20) or REAL NOT NULL");
 }
 
 TableColumn::TableColumn(const std::string& text) {
@@ -89,9 +84,7 @@ void RequireDistinct(const std::vector<std::string>& columns) {
   };
   std::set<std::string, decltype(precedes)> seen(precedes);
   for (const std::string& column : columns) {
-    if (!seen.insert(column).second) {
-      throw UsageError("the column " + column + " is given twice");
-    }
+    RefuseIf(!seen.insert(column).second, "the column " + column + " is given twice");
   }
 }
 
