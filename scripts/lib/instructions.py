@@ -1,10 +1,11 @@
-"""Counts the instructions of what the library does, and compares them with the figures
-in the tree.
+"""Counts the instructions of the actions in a file of figures, and compares the two.
 
-    instructions.py check|update FIGURES X86_64_PROGRAM ARMHF_PROGRAM EMULATOR...
+    instructions.py check|update FIGURES BUILDS
+
+BUILDS has a folder for each machine, with the program vorn_instructions. A figure is the
+difference between two counts.
 """
 
-import collections
 import concurrent.futures
 import os
 import pathlib
@@ -13,177 +14,80 @@ import subprocess
 import sys
 import tempfile
 
-import callgrind
-
 LIBRARY = "libvorndatabase.so"
 TOLERANCE = 0.03
-
-# What is counted, on which machine, and how often in the first of the two counts. The
-# emulator writes a line for every instruction, so that it is given less to do.
-ACTIONS = {
-    "x86_64": {"upsert": 5, "select 1000 x 5": 1, "read": 100, "log": 100, "lock": 100},
-    "armhf": {"upsert": 1, "select 100 x 5": 1, "read": 20, "log": 20, "lock": 20},
-}
-# One run writes two lines.
-PARTS = {"log": 2}
-
-# The C library has its functions in several forms. The one for any machine is counted,
-# so that the figures do not depend on this one.
-ENVIRONMENT = {
-    "PATH": os.environ["PATH"],
-    "VORN_DLOG_PRIORITY": "S",
-    "LD_BIND_NOW": "1",
-    "GLIBC_TUNABLES": "glibc.cpu.hwcaps=-AVX512F,-AVX512VL,-AVX2,-AVX,-AVX_Fast_Unaligned_Load,"
-    "-ERMS,-FSRM,-BMI2",
-}
-
-HEADING = """\
-# Instructions that one of these takes, as scripts/instructions.sh has counted them: all,
-# and those of the library itself, without what it calls. "read" is a GetInt, "log" a
-# trace line that is not written, "lock" making, taking, giving and destroying a VornMutex.
-#
-# machine  action                total       own
-"""
-
-Count = collections.namedtuple("Count", "total own")
+# The C library's functions for any processor are counted.
+TUNABLES = "-AVX512F,-AVX512VL,-AVX2,-AVX,-AVX_Fast_Unaligned_Load,-ERMS,-FSRM,-BMI2"
+SILENT = {"PATH": os.environ["PATH"], "VORN_DLOG_PRIORITY": "S"}
+NATIVE = SILENT | {"LD_BIND_NOW": "1", "GLIBC_TUNABLES": f"glibc.cpu.hwcaps={TUNABLES}"}
+TARGET = "/usr/arm-linux-gnueabihf"
+LIBRARIES = f"{TARGET}/lib:{os.getcwd()}/build/sysroot/armhf/usr/lib/arm-linux-gnueabihf"
+TRACE = f"qemu-arm -L {TARGET} -singlestep -d exec,nochain -E LD_LIBRARY_PATH={LIBRARIES}"
+SUM_COSTS = f"""
+    /^ob=/ {{ own = /{LIBRARY}$/ }}
+    /^calls=/ {{ getline; next }}
+    own && /^[+0-9*-]/ {{ sum += $2 }}
+    /^totals:/ {{ total = $2 }}
+    END {{ print total, sum + 0 }}"""
+COUNT_PAGES = "/^Trace/ { n[substr($2, 1, 5)]++ } END { for (page in n) print page, n[page] }"
 
 
-def run(command, **options):
-    """Runs a command; its failure ends the script."""
-    done = subprocess.run(command, check=False, **options)
-    if done.returncode != 0:
-        sys.exit(f"instructions.py: failed ({done.returncode}): {' '.join(map(str, command))}")
-    return done
+def run(*command, **options):
+    return subprocess.run(command, check=True, text=True, stdout=subprocess.PIPE, **options).stdout
 
 
-def count_native(program, action, runs, folder):
-    """What valgrind counts in the whole process."""
-    with tempfile.NamedTemporaryFile() as output:
-        run(
-            ["valgrind", "-q", "--tool=callgrind", f"--callgrind-out-file={output.name}"]
-            + [program, action, str(runs), folder],
-            env=ENVIRONMENT,
-        )
-        profile = callgrind.Profile(output.name)
-    return Count(profile.total(), callgrind.split(profile, LIBRARY)["own"])
+def count_native(*arguments):
+    """The instructions of the process and of the library's own code, by valgrind."""
+    with tempfile.NamedTemporaryFile() as profile:
+        tool = ["valgrind", "-q", "--tool=callgrind", "--compress-strings=no"]
+        run(*tool, f"--callgrind-out-file={profile.name}", *arguments, env=NATIVE)
+        return [int(number) for number in run("awk", SUM_COSTS, profile.name).split()]
 
 
-def count_emulated(emulator, program, action, runs, folder):
-    """What the emulator tells to have executed, by page of memory."""
-    trace = [*emulator, "-singlestep", "-d", "exec,nochain", "-D", "/dev/stdout", program, action]
-    pages = [
-        "awk",
-        "-F/",
-        "/^Trace/ { count[substr($2, 1, 5)]++ } END { for (page in count) print page, count[page] }",
-    ]
-    with subprocess.Popen(
-        trace + [str(runs), folder, "maps"],
-        stdout=subprocess.PIPE,
-        stderr=subprocess.PIPE,
-        env={"PATH": ENVIRONMENT["PATH"]},
-        text=True,
-    ) as traced:
-        counted = run(pages, stdin=traced.stdout, stdout=subprocess.PIPE, text=True).stdout
+def count_emulated(*arguments):
+    """The same by the emulator's trace: the library's own are those in its pages."""
+    pipe, command = subprocess.PIPE, [*TRACE.split(), "-D", "/dev/stdout", *arguments, "maps"]
+    with subprocess.Popen(command, env=SILENT, text=True, stdout=pipe, stderr=pipe) as traced:
+        counts = run("awk", "-F/", COUNT_PAGES, stdin=traced.stdout).split()
         maps = traced.stderr.read()
-    if traced.returncode != 0:
-        sys.exit(f"instructions.py: failed ({traced.returncode}): {program} {action}\n{maps}")
-    library = re.search(rf"^(\w+)-(\w+) r-xp .*{re.escape(LIBRARY)}$", maps, re.MULTILINE)
-    if not library:
-        sys.exit(f"instructions.py: {program} did not tell where {LIBRARY} is")
-    first, last = (int(address, 16) >> 12 for address in library.groups())
-    by_page = {int(page, 16): int(count) for page, count in map(str.split, counted.splitlines())}
-    own = sum(count for page, count in by_page.items() if first <= page < last)
-    return Count(sum(by_page.values()), own)
+    pages = {int(page, 16): int(count) for page, count in zip(counts[::2], counts[1::2])}
+    first, last = re.search(rf"(?m)^(\w+)-(\w+) r-xp .*/{LIBRARY}$", maps).groups()
+    own = range(int(first, 16) >> 12, int(last, 16) >> 12)
+    return [sum(pages.values()), sum(count for page, count in pages.items() if page in own)]
 
 
-def per_run(count, action, runs):
-    """What one time of an action takes: the difference of two counts."""
-    once, again = count(runs), count(2 * runs)
-    parts = runs * PARTS.get(action, 1)
-    return Count(*(round((more - less) / parts) for less, more in zip(once, again)))
-
-
-def measure(programs, emulator):
-    """All counts, by machine and action."""
-    results = {}
+def measure(builds, machine, action):
+    """The instructions of one action, and the library's among them."""
+    program = f"{builds}/{machine}/bench/instructions/vorn_instructions"
+    count = count_emulated if machine == "armhf" else count_native
+    runs = 1 if action.startswith(("upsert", "select")) else 20
     # SQLite looks at every folder on the way to a file.
-    with tempfile.TemporaryDirectory(prefix="vorn-instructions-", dir="/tmp") as scratch:
-        with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-            for machine, program in programs.items():
-                prefix = emulator if machine == "armhf" else []
-                for action, runs in ACTIONS[machine].items():
-                    folder = pathlib.Path(scratch, f"{machine}-{action.replace(' ', '')}")
-                    folder.mkdir()
-                    run([*prefix, program, "make", "1", str(folder)])
-                    if machine == "armhf":
-                        count = lambda n, p=program, a=action, f=folder: count_emulated(
-                            emulator, p, a, n, str(f)
-                        )
-                    else:
-                        count = lambda n, p=program, a=action, f=folder: count_native(
-                            p, a, n, str(f)
-                        )
-                    results[(machine, action)] = pool.submit(per_run, count, action, runs)
-            counts = {key: result.result() for key, result in results.items()}
-    for (machine, action), count in counts.items():
-        if count.total <= 0 or (count.own <= 0 and action != "lock"):
-            sys.exit(f"instructions.py: nothing was counted for {action} on {machine}: {count}")
-    return counts
-
-
-def read_figures(path):
-    """The figures in the tree."""
-    figures = {}
-    for line in path.read_text(encoding="utf-8").splitlines():
-        if line and not line.startswith("#"):
-            machine, *action, total, own = line.split()
-            figures[(machine, " ".join(action))] = Count(int(total), int(own))
-    return figures
-
-
-def write_figures(path, counts):
-    """Replaces the figures in the tree."""
-    lines = [
-        f"{machine:<10} {action:<16} {count.total:>10} {count.own:>9}\n"
-        for (machine, action), count in counts.items()
-    ]
-    path.write_text(HEADING + "".join(lines), encoding="utf-8")
-
-
-def differs(figure, counted):
-    """Whether a count is another one than the tree says."""
-    return abs(counted - figure) > TOLERANCE * figure
-
-
-def check(figures, counts):
-    """Prints all counts beside the figures; tells whether they are the same."""
-    good = True
-    print(f"{'machine':<9} {'action':<16} {'total':>10} {'was':>10} {'own':>9} {'was':>9}")
-    for key in sorted(figures.keys() | counts.keys()):
-        machine, action = key
-        count, figure = counts.get(key, Count(0, 0)), figures.get(key, Count(0, 0))
-        wrong = any(map(differs, figure, count))
-        print(
-            f"{machine:<9} {action:<16} {count.total:>10} {figure.total:>10} "
-            f"{count.own:>9} {figure.own:>9}" + ("  differs" if wrong else "")
-        )
-        good = good and not wrong
-    return good
+    with tempfile.TemporaryDirectory(prefix="vorn-", dir="/tmp") as folder:
+        count(program, "make", "1", folder)
+        once, again = (count(program, action, str(n * runs), folder) for n in (1, 2))
+    parts = 2 * runs if action == "log" else runs  # one run writes two records
+    return tuple(round((more - less) / parts) for less, more in zip(once, again))
 
 
 def main():
-    """Does what the command line says."""
-    mode, figures, native, emulated, *emulator = sys.argv[1:]
-    figures = pathlib.Path(figures)
-    counts = measure({"x86_64": native, "armhf": emulated}, emulator)
+    mode, path, builds = sys.argv[1], pathlib.Path(sys.argv[2]), sys.argv[3]
+    lines, good = path.read_text("utf-8").splitlines(), True
+    figures = [line.rsplit(maxsplit=2) for line in lines if not line.startswith("#")]
+    counted = [line for line in lines if line.startswith("#")]
+    with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+        counts = pool.map(lambda figure: measure(builds, *figure[0].split(maxsplit=1)), figures)
+        for (name, *figure), count in zip(figures, counts):
+            counted.append(f"{name:<27} {count[0]:>10} {count[1]:>9}")
+            was = [int(number) for number in figure]
+            differs = any(abs(new - old) > TOLERANCE * old for new, old in zip(count, was))
+            print(
+                f"{counted[-1]}, was {was[0]:>10} {was[1]:>9}" + ", differs" * differs, flush=True
+            )
+            good = good and not differs
     if mode == "update":
-        write_figures(figures, counts)
-        print(figures.read_text(encoding="utf-8"), end="")
-    elif not check(read_figures(figures), counts):
-        sys.exit(
-            f"instructions.py: more than {TOLERANCE:.0%} from {figures}. If that is meant, run "
-            "scripts/instructions.sh update and say why in the change."
-        )
+        path.write_text("\n".join([*counted, ""]), "utf-8")
+    elif not good:
+        sys.exit(f"More than {TOLERANCE:.0%} off: if that is meant, update and give the reason.")
 
 
 if __name__ == "__main__":
