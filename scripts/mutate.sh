@@ -16,11 +16,11 @@ require_packages "${test_packages[@]}" "${mutation_packages[@]}"
 run_quietly '== release: configure' cmake --preset release
 run_quietly '== release: build' cmake --build --preset release
 # Assertions stop what steps out of a container, as the sanitizers do.
+rm -rf build/mutation
 for worker in build/mutation/{1,2}; do
-  git -c safe.directory="$PWD" ls-files --cached --others --exclude-standard |
-    while IFS= read -r file; do
-      cmp -s "$file" "$worker/tree/$file" || install -D "$file" "$worker/tree/$file"
-    done
+  mkdir -p "$worker/tree"
+  git -c safe.directory="$PWD" ls-files -z --cached --others --exclude-standard |
+    xargs -0 cp --parents --target-directory="$worker/tree"
   run_quietly "== ${worker#build/}: configure" cmake -G Ninja -S "$worker/tree" \
     -B "$worker/build" -DCMAKE_EXPORT_COMPILE_COMMANDS=ON -DVORN_INSTALL=OFF \
     -DCMAKE_CXX_FLAGS='-O1 -w -D_GLIBCXX_ASSERTIONS' \

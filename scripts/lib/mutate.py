@@ -97,8 +97,8 @@ def statement_changes(nodes, words, text):
 
 
 def swap(one, other, text):
-    if one[0] < one[1] <= other[0] < other[1]:
-        first, between, second = (text[slice(*at)] for at in (one, (one[1], other[0]), other))
+    first, between, second = (text[slice(*at)] for at in (one, (one[1], other[0]), other))
+    if one[0] < one[1] <= other[0] < other[1] and first != second:
         yield (one[0], other[1]), second + between + first
 
 
@@ -116,15 +116,17 @@ def alike(declaration):
 
 def find_mutants(worker, only):
     found, seen, prefix = collections.defaultdict(set), collections.Counter(), f"{worker}/tree/"
+    paths = [path for path in worker.glob("tree/**/*") if str(path).startswith(prefix + only)]
+    texts = {str(path): path.read_text("latin-1") for path in paths if path.is_file()}
     for entry in json.loads((worker / "build/compile_commands.json").read_text("utf-8")):
         flags = [word for word in entry["command"].split() if word.startswith(("-I", "-D", "-std"))]
         for top in Index.create().parse(entry["file"], args=flags).cursor.get_children():
-            file = str(top.location.file).removeprefix(prefix)
-            if file.startswith(only):
-                text = pathlib.Path(prefix, file).read_text("latin-1")  # libclang counts bytes
+            if str(top.location.file).startswith(prefix):
                 for node in top.walk_preorder():
-                    found[file, text].update(changes(node, text))
-    for (file, text), changed in found.items():
+                    file = str(node.location.file)
+                    found[file].update(changes(node, texts[file]) if file in texts else [])
+    for file, changed in found.items():
+        text, file = texts.get(file), file.removeprefix(prefix)
         for (begin, end), new in sorted(changed):
             line = text.count("\n", 0, begin)
             change = " ".join([*text[begin:end].split(), "->", *new.split()])
