@@ -16,7 +16,7 @@ source "${BASH_SOURCE[0]%/*}/run.sh"
   fuzz_packages=(clang libclang-rt-dev)
   coverage_packages=(gcovr)
   mutation_packages=(git python3-clang)
-  bench_packages=(libbenchmark-dev gnuplot-nox python3)
+  bench_packages=(libbenchmark-dev valgrind gnuplot-nox python3)
   peer_packages=(libsqlitecpp-dev libsoci-dev libboost-dev libpoco-dev qtbase5-dev
     libqt5sql5-sqlite)
   instruction_packages=("${armhf_packages[@]}" valgrind python3)
