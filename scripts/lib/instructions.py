@@ -63,7 +63,7 @@ def measure(builds, machine, action):
     runs = 1 if action.startswith(("upsert", "select")) else 20
     # SQLite looks at every folder on the way to a file.
     with tempfile.TemporaryDirectory(prefix="vorn-", dir="/tmp") as folder:
-        count(program, "make", "1", folder)
+        run(program.replace(machine, "x86_64"), "make", "1", folder, env=SILENT)
         once, again = (count(program, action, str(n * runs), folder) for n in (1, 2))
     parts = 2 * runs if action == "log" else runs  # one run writes two records
     return tuple(round((more - less) / parts) for less, more in zip(once, again))

@@ -31,8 +31,8 @@ LITERALS = {
     Kind.CHARACTER_LITERAL: lambda text: ["'~'"],
     Kind.CXX_BOOL_LITERAL_EXPR: lambda text: [f"!{text}"],
 }
-# 20 seconds and 4 GB for a test program.
-LIMITS = ("timeout", "-k1", "20", "prlimit", "--core=0", f"--as={4 << 30}")
+# 20 seconds of processor time and 4 GB for a test program, and two minutes if it waits.
+LIMITS = ("timeout", "-k1", "120", "prlimit", "--core=0", "--cpu=20", f"--as={4 << 30}")
 
 # A macro's argument is where it is written, not where the macro is expanded.
 conf.lib.clang_getInstantiationLocation = conf.lib.clang_getFileLocation  # pylint: disable=E
