@@ -59,7 +59,7 @@ def changes(node, text):
         for one, other in zip(arguments, arguments[1:]):
             if one.type.get_canonical() == other.type.get_canonical():
                 yield from swap(span(one), span(other), text)
-    elif kind == Kind.RETURN_STMT and children:
+    elif kind == Kind.RETURN_STMT and inner not in ("return", "return nullptr", "return false"):
         yield span(children[0]), "{}"
     elif kind == Kind.COMPOUND_STMT and inner.startswith("{"):
         yield from statement_changes(children, collections.Counter(re.findall(r"\w+", inner)), text)
