@@ -4,10 +4,11 @@
 #include <link.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <deque>
 #include <map>
+#include <stdexcept>
+#include <type_traits>
 #include <utility>
 
 #include "HeapPause.h"
@@ -37,10 +38,7 @@ bool IsFromLibrary(const void* caller) {
 template <typename Function>
 Function* RealFunction(const char* name, Function* /*prototype*/) {
   void* const symbol = dlsym(RTLD_NEXT, name);
-  if (symbol == nullptr) {
-    std::abort();
-  }
-  return reinterpret_cast<Function*>(symbol);
+  return symbol != nullptr ? reinterpret_cast<Function*>(symbol) : throw std::logic_error(name);
 }
 
 std::optional<std::string> TextOrNone(const char* text) {
@@ -75,34 +73,24 @@ void Remove(std::vector<Handle>& handles, Handle handle) {
   handles.erase(std::remove(handles.begin(), handles.end(), handle), handles.end());
 }
 
-// Runs one call as its script says: `real` makes it, `function` names it.
-template <typename RealCall, typename Result>
-Result Run(const std::string& function, const std::string& arguments, RealCall real,
-           Result (*fromAnswer)(int)) {
+// Runs one call as its script says: `real` makes it, `function` names it. Of the texts, only
+// null can be scripted.
+template <typename RealCall>
+auto Run(const std::string& function, const std::string& arguments, RealCall real) {
   Note(function, arguments);
   const Step step = Next(function);
-  const Result result = step.callsReal ? real() : Result{};
-  return step.answer ? fromAnswer(*step.answer) : result;
-}
-
-template <typename RealCall>
-int RunInt(const std::string& function, const std::string& arguments, RealCall real) {
-  const int result =
-      Run<RealCall, int>(function, arguments, real, [](int answer) { return answer; });
-  NoteReply(function, result);
-  if (observe) {
-    observe(function, result);
+  auto result = step.callsReal ? real() : decltype(real()){};
+  if constexpr (std::is_pointer_v<decltype(real())>) {
+    result = step.answer ? nullptr : result;
+    NoteReply(function, reinterpret_cast<const char*>(result));
+  } else {
+    result = step.answer.value_or(result);
+    NoteReply(function, result);
+    if (observe) {
+      observe(function, result);
+    }
   }
   return result;
-}
-
-// Of the texts, only null can be scripted.
-template <typename Text, typename RealCall>
-const Text* RunText(const std::string& function, const std::string& arguments, RealCall real) {
-  const Text* const text = Run<RealCall, const Text*>(function, arguments, real,
-                                                      [](int) -> const Text* { return nullptr; });
-  NoteReply(function, reinterpret_cast<const char*>(text));
-  return text;
 }
 
 }  // namespace
@@ -176,16 +164,17 @@ void Reset() {
 
 using namespace sqlite_spy;  // NOLINT: the wrappers below are the spy
 
-#define REAL(function) RealFunction(#function, &function)
-#define IS_FROM_LIBRARY IsFromLibrary(__builtin_return_address(0))
+// The first lines of a wrapper: calls that do not come from the library go to `real` at once.
+#define SPY(function, ...)                                      \
+  const HeapPause pause;                                        \
+  static auto* const real = RealFunction(#function, &function); \
+  if (!IsFromLibrary(__builtin_return_address(0))) {            \
+    return real(__VA_ARGS__);                                   \
+  }
 
 int sqlite3_open(const char* path, sqlite3** db) {
-  const HeapPause pause;
-  static auto* const real = REAL(sqlite3_open);
-  if (!IS_FROM_LIBRARY) {
-    return real(path, db);
-  }
-  const int result = RunInt("sqlite3_open", path, [&] {
+  SPY(sqlite3_open, path, db)
+  const int result = Run("sqlite3_open", path, [&] {
     const int rc = real(path, db);
     if (*db != nullptr) {
       connections.push_back(*db);
@@ -197,12 +186,8 @@ int sqlite3_open(const char* path, sqlite3** db) {
 }
 
 int sqlite3_close(sqlite3* db) {
-  const HeapPause pause;
-  static auto* const real = REAL(sqlite3_close);
-  if (!IS_FROM_LIBRARY) {
-    return real(db);
-  }
-  return RunInt("sqlite3_close", db == nullptr ? "null" : "", [&] {
+  SPY(sqlite3_close, db)
+  return Run("sqlite3_close", db == nullptr ? "null" : "", [&] {
     const int rc = real(db);
     if (rc == SQLITE_OK) {
       Remove(connections, db);
@@ -213,19 +198,15 @@ int sqlite3_close(sqlite3* db) {
 
 int sqlite3_exec(sqlite3* db, const char* sql, int (*callback)(void*, int, char**, char**),
                  void* argument, char** error) {
-  const HeapPause pause;
-  static auto* const real = REAL(sqlite3_exec);
-  if (!IS_FROM_LIBRARY) {
-    return real(db, sql, callback, argument, error);
-  }
+  SPY(sqlite3_exec, db, sql, callback, argument, error)
   bool wasReal = false;
-  const int rc = RunInt("sqlite3_exec",
-                        std::string(sql) + (callback == nullptr ? "" : ", callback") +
-                            (argument == nullptr ? "" : ", argument"),
-                        [&] {
-                          wasReal = true;
-                          return real(db, sql, callback, argument, error);
-                        });
+  const int rc = Run("sqlite3_exec",
+                     std::string(sql) + (callback == nullptr ? "" : ", callback") +
+                         (argument == nullptr ? "" : ", argument"),
+                     [&] {
+                       wasReal = true;
+                       return real(db, sql, callback, argument, error);
+                     });
   if (!wasReal) {
     *error = errorText ? sqlite3_mprintf("%s", errorText->c_str()) : nullptr;
   }
@@ -237,22 +218,15 @@ int sqlite3_exec(sqlite3* db, const char* sql, int (*callback)(void*, int, char*
 }
 
 void sqlite3_free(void* memory) {
-  const HeapPause pause;
-  static auto* const real = REAL(sqlite3_free);
-  if (IS_FROM_LIBRARY) {
-    Note("sqlite3_free", memory == nullptr ? "null" : "");
-    NoteReply("sqlite3_free", 0);
-    Remove(errorTexts, static_cast<char*>(memory));
-  }
+  SPY(sqlite3_free, memory)
+  Note("sqlite3_free", memory == nullptr ? "null" : "");
+  NoteReply("sqlite3_free", 0);
+  Remove(errorTexts, static_cast<char*>(memory));
   real(memory);
 }
 
 const char* sqlite3_errmsg(sqlite3* db) {
-  const HeapPause pause;
-  static auto* const real = REAL(sqlite3_errmsg);
-  if (!IS_FROM_LIBRARY) {
-    return real(db);
-  }
+  SPY(sqlite3_errmsg, db)
   Note("sqlite3_errmsg", db == nullptr ? "null" : "");
   const char* const text = errorText ? errorText->c_str() : real(db);
   NoteReply("sqlite3_errmsg", text);
@@ -261,12 +235,8 @@ const char* sqlite3_errmsg(sqlite3* db) {
 
 int sqlite3_prepare(sqlite3* db, const char* sql, int length, sqlite3_stmt** stmt,
                     const char** tail) {
-  const HeapPause pause;
-  static auto* const real = REAL(sqlite3_prepare);
-  if (!IS_FROM_LIBRARY) {
-    return real(db, sql, length, stmt, tail);
-  }
-  return RunInt(
+  SPY(sqlite3_prepare, db, sql, length, stmt, tail)
+  return Run(
       "sqlite3_prepare",
       std::string(sql) + ", " + std::to_string(length) + (tail == nullptr ? ", no tail" : ", tail"),
       [&] {
@@ -278,70 +248,40 @@ int sqlite3_prepare(sqlite3* db, const char* sql, int length, sqlite3_stmt** stm
       });
 }
 
-int sqlite3_step(sqlite3_stmt* stmt) {
-  const HeapPause pause;
-  static auto* const real = REAL(sqlite3_step);
-  if (!IS_FROM_LIBRARY) {
-    return real(stmt);
-  }
-  return RunInt("sqlite3_step", "", [&] { return real(stmt); });
-}
-
 int sqlite3_finalize(sqlite3_stmt* stmt) {
-  const HeapPause pause;
-  static auto* const real = REAL(sqlite3_finalize);
-  if (!IS_FROM_LIBRARY) {
-    return real(stmt);
-  }
-  return RunInt("sqlite3_finalize", stmt == nullptr ? "null" : "", [&] {
+  SPY(sqlite3_finalize, stmt)
+  return Run("sqlite3_finalize", stmt == nullptr ? "null" : "", [&] {
     Remove(statements, stmt);
     return real(stmt);
   });
 }
 
+int sqlite3_step(sqlite3_stmt* stmt) {
+  SPY(sqlite3_step, stmt)
+  return Run("sqlite3_step", "", [&] { return real(stmt); });
+}
+
 int sqlite3_column_count(sqlite3_stmt* stmt) {
-  const HeapPause pause;
-  static auto* const real = REAL(sqlite3_column_count);
-  if (!IS_FROM_LIBRARY) {
-    return real(stmt);
-  }
-  return RunInt("sqlite3_column_count", "", [&] { return real(stmt); });
+  SPY(sqlite3_column_count, stmt)
+  return Run("sqlite3_column_count", "", [&] { return real(stmt); });
 }
 
 const char* sqlite3_column_name(sqlite3_stmt* stmt, int column) {
-  const HeapPause pause;
-  static auto* const real = REAL(sqlite3_column_name);
-  if (!IS_FROM_LIBRARY) {
-    return real(stmt, column);
-  }
-  return RunText<char>("sqlite3_column_name", std::to_string(column),
-                       [&] { return real(stmt, column); });
+  SPY(sqlite3_column_name, stmt, column)
+  return Run("sqlite3_column_name", std::to_string(column), [&] { return real(stmt, column); });
 }
 
 int sqlite3_column_type(sqlite3_stmt* stmt, int column) {
-  const HeapPause pause;
-  static auto* const real = REAL(sqlite3_column_type);
-  if (!IS_FROM_LIBRARY) {
-    return real(stmt, column);
-  }
-  return RunInt("sqlite3_column_type", std::to_string(column), [&] { return real(stmt, column); });
+  SPY(sqlite3_column_type, stmt, column)
+  return Run("sqlite3_column_type", std::to_string(column), [&] { return real(stmt, column); });
 }
 
 const unsigned char* sqlite3_column_text(sqlite3_stmt* stmt, int column) {
-  const HeapPause pause;
-  static auto* const real = REAL(sqlite3_column_text);
-  if (!IS_FROM_LIBRARY) {
-    return real(stmt, column);
-  }
-  return RunText<unsigned char>("sqlite3_column_text", std::to_string(column),
-                                [&] { return real(stmt, column); });
+  SPY(sqlite3_column_text, stmt, column)
+  return Run("sqlite3_column_text", std::to_string(column), [&] { return real(stmt, column); });
 }
 
 int sqlite3_column_int(sqlite3_stmt* stmt, int column) {
-  const HeapPause pause;
-  static auto* const real = REAL(sqlite3_column_int);
-  if (!IS_FROM_LIBRARY) {
-    return real(stmt, column);
-  }
-  return RunInt("sqlite3_column_int", std::to_string(column), [&] { return real(stmt, column); });
+  SPY(sqlite3_column_int, stmt, column)
+  return Run("sqlite3_column_int", std::to_string(column), [&] { return real(stmt, column); });
 }
