@@ -25,20 +25,26 @@ namespace {
 
 using journal::Kind;
 
-std::vector<LogLine> logLines;
-bool encryption = false;
-bool sleepsForReal = false;
-std::function<std::string(const std::string&)> convert;
-char buffer[kBufferSize];
-std::optional<int> lockNameResult;
-std::optional<LockNameCall> lockNameCall;
-std::map<const VornMutex*, std::string> mutexNames;
-int loggerCallsToThrow = 0;  // until the one that throws; 0: none does
+struct State {
+  std::vector<LogLine> logLines;
+  bool encryption = false;
+  bool sleepsForReal = false;
+  std::function<std::string(const std::string&)> convert = [](const std::string& message) {
+    return "secure(" + message + ")";
+  };
+  std::string buffer = std::string(kBufferSize, '~');
+  std::optional<int> lockNameResult;
+  std::optional<LockNameCall> lockNameCall;
+  std::map<const VornMutex*, std::string> mutexNames;
+  int loggerCallsToThrow = 0;  // until the one that throws; 0: none does
+};
+
+State state;
 
 void NoteLoggerCall(const char* call) {
   const HeapPause pause;
   journal::Add(Kind::kLogger, call);
-  if (loggerCallsToThrow > 0 && --loggerCallsToThrow == 0) {
+  if (state.loggerCallsToThrow > 0 && --state.loggerCallsToThrow == 0) {
     throw std::bad_alloc();
   }
 }
@@ -71,11 +77,11 @@ std::string Formatted(const char* format, va_list arguments) {
 
 }  // namespace
 
-std::vector<LogLine> LogLines() { return logLines; }
+std::vector<LogLine> LogLines() { return state.logLines; }
 
 std::vector<std::string> Lines() {
   std::vector<std::string> lines;
-  for (const LogLine& line : logLines) {
+  for (const LogLine& line : state.logLines) {
     lines.push_back(Normalised(line));
   }
   return lines;
@@ -102,39 +108,29 @@ std::vector<std::string> BusyLines(const std::string& file, int count) {
   return lines;
 }
 
-void SetEncryption(bool flag) { encryption = flag; }
+void SetEncryption(bool flag) { state.encryption = flag; }
 
 void SetConversion(std::function<std::string(const std::string&)> conversion) {
-  convert = std::move(conversion);
+  state.convert = std::move(conversion);
 }
 
-char* Buffer() { return buffer; }
+char* Buffer() { return state.buffer.data(); }
 
-void ThrowAtLoggerCall(int number) { loggerCallsToThrow = number; }
+void ThrowAtLoggerCall(int number) { state.loggerCallsToThrow = number; }
 
-void SleepForReal() { sleepsForReal = true; }
+void SleepForReal() { state.sleepsForReal = true; }
 
-void FailLockNames(int result) { lockNameResult = result; }
+void FailLockNames(int result) { state.lockNameResult = result; }
 
-std::optional<LockNameCall> LastLockNameCall() { return lockNameCall; }
+std::optional<LockNameCall> LastLockNameCall() { return state.lockNameCall; }
 
-void ForgetLockNameCall() { lockNameCall.reset(); }
+void ForgetLockNameCall() { state.lockNameCall.reset(); }
 
-void ResetPlatform() {
-  logLines.clear();
-  encryption = false;
-  sleepsForReal = false;
-  convert = [](const std::string& message) { return "secure(" + message + ")"; };
-  std::fill(std::begin(buffer), std::end(buffer), '~');
-  lockNameResult.reset();
-  lockNameCall.reset();
-  loggerCallsToThrow = 0;
-  mutexNames.clear();
-}
+void ResetPlatform() { state = State(); }
 
 }  // namespace fake
 
-using fake::convert;
+using fake::state;
 using journal::Kind;
 
 // The system log.
@@ -149,10 +145,10 @@ int __dlog_print(int logId, int priority, const char* tag, const char* format, .
   const char* const function = va_arg(prefix, const char*);
   const int line = va_arg(prefix, int);
   va_end(prefix);
-  fake::logLines.push_back(
+  state.logLines.push_back(
       {logId, priority, tag, format, fake::Formatted(format, arguments), file, function, line});
   va_end(arguments);
-  journal::Add(Kind::kLog, fake::Normalised(fake::logLines.back()));
+  journal::Add(Kind::kLog, fake::Normalised(state.logLines.back()));
   return 0;
 }
 
@@ -169,7 +165,7 @@ VornLogger* VornLogger::GetInstance() {
 
 bool VornLogger::GetEncryptionFlag() {
   fake::NoteLoggerCall("GetEncryptionFlag");
-  return fake::encryption;
+  return state.encryption;
 }
 
 int VornLogger::GetBufferIndex() {
@@ -180,13 +176,13 @@ int VornLogger::GetBufferIndex() {
 char* VornLogger::GetBuffer(const int& index) {
   const HeapPause pause;
   fake::NoteLoggerCall(("GetBuffer(" + std::to_string(index) + ")").c_str());
-  return fake::buffer;
+  return fake::Buffer();
 }
 
 std::string VornLogger::ConvertToSecureLog(std::string message) {
   const HeapPause pause;
   fake::NoteLoggerCall(("ConvertToSecureLog(" + message + ")").c_str());
-  return convert(message);
+  return state.convert(message);
 }
 
 const char* VornLogger::GetLogTag() const {
@@ -198,24 +194,24 @@ const char* VornLogger::GetLogTag() const {
 
 VornMutex::VornMutex(const char* name) : m_shard(nullptr) {
   const HeapPause pause;
-  fake::mutexNames[this] = name;
+  state.mutexNames[this] = name;
   journal::Add(Kind::kMutex, std::string("make ") + name);
 }
 
 VornMutex::~VornMutex() {
   const HeapPause pause;
-  journal::Add(Kind::kMutex, "destroy " + fake::mutexNames[this]);
-  fake::mutexNames.erase(this);
+  journal::Add(Kind::kMutex, "destroy " + state.mutexNames[this]);
+  state.mutexNames.erase(this);
 }
 
 void VornMutex::Lock() {
   const HeapPause pause;
-  journal::Add(Kind::kMutex, "lock " + fake::mutexNames[this]);
+  journal::Add(Kind::kMutex, "lock " + state.mutexNames[this]);
 }
 
 void VornMutex::Unlock() {
   const HeapPause pause;
-  journal::Add(Kind::kMutex, "unlock " + fake::mutexNames[this]);
+  journal::Add(Kind::kMutex, "unlock " + state.mutexNames[this]);
 }
 
 // The system library.
@@ -227,9 +223,9 @@ namespace {
 int Format(char* output, std::size_t size, const char* format, va_list arguments) {
   const HeapPause pause;
   if (std::strcmp(format, "%" PRIxPTR) == 0) {
-    fake::lockNameCall = fake::LockNameCall{size, format};
-    if (fake::lockNameResult) {
-      return *fake::lockNameResult;
+    state.lockNameCall = fake::LockNameCall{size, format};
+    if (state.lockNameResult) {
+      return *state.lockNameResult;
     }
   }
   return std::vsnprintf(output, size, format, arguments);
@@ -240,7 +236,7 @@ int Format(char* output, std::size_t size, const char* format, va_list arguments
 int usleep(useconds_t microseconds) {
   const HeapPause pause;
   journal::Add(Kind::kSleep, "usleep " + std::to_string(microseconds));
-  if (fake::sleepsForReal) {
+  if (state.sleepsForReal) {
     std::this_thread::sleep_for(std::chrono::microseconds(microseconds));
   }
   return 0;

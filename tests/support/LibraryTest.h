@@ -18,6 +18,7 @@ class LibraryTest : public ::testing::Test {
   void TearDown() override {
     EXPECT_THAT(sqlite_spy::OpenStatements(), ::testing::IsEmpty());
     EXPECT_THAT(sqlite_spy::OpenConnections(), ::testing::IsEmpty());
+    sqlite_spy::CloseConnections();
   }
 
   // Starts afresh: no events, no scripts.

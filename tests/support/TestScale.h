@@ -1,29 +1,36 @@
-// How much a test does that could go on for ever: the suite's amount, or a multiple
-// of it for those who have the time.
+// How much an open-ended test does: the suite's amount, or a multiple of it.
 
 #ifndef VORN_TESTS_SUPPORT_TESTSCALE_H
 #define VORN_TESTS_SUPPORT_TESTSCALE_H
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 
 namespace test_scale {
 
-// The environment's VORN_TEST_SCALE, a whole number from 1; 1 where it is unset.
+// The number in a variable of the environment, or another one where it is unset. Any other
+// text ends the program.
+inline unsigned long NumberOf(const char* variable, unsigned long lowest, unsigned long highest,
+                              unsigned long otherwise) {
+  const char* const text = std::getenv(variable);
+  if (text == nullptr) {
+    return otherwise;
+  }
+  char* end = nullptr;
+  errno = 0;
+  const unsigned long number = std::strtoul(text, &end, 10);
+  if (*text < '0' || *text > '9' || *end != '\0' || errno != 0 || number < lowest ||
+      number > highest) {
+    std::fprintf(stderr, "%s is '%s', not a number from %lu to %lu.\n", variable, text, lowest,
+                 highest);
+    std::abort();
+  }
+  return number;
+}
+
 inline int Scale() {
-  static const int scale = [] {
-    const char* const text = std::getenv("VORN_TEST_SCALE");
-    if (text == nullptr) {
-      return 1;
-    }
-    char* end = nullptr;
-    const long number = std::strtol(text, &end, 10);
-    if (end == text || *end != '\0' || number < 1 || number > 1000000) {
-      std::fprintf(stderr, "VORN_TEST_SCALE is '%s', not a number from 1 to 1000000.\n", text);
-      std::abort();
-    }
-    return static_cast<int>(number);
-  }();
+  static const int scale = static_cast<int>(NumberOf("VORN_TEST_SCALE", 1, 1000000, 1));
   return scale;
 }
 

@@ -8,16 +8,16 @@
 #include <chrono>
 #include <cinttypes>
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "Containers.h"
 #include "CreateRequest.h"
 #include "Cursor.h"
 #include "Database.h"
+#include "Operations.h"
 #include "RunOnThreads.h"
-#include "SelectRequest.h"
 #include "TemporaryDatabase.h"
 #include "UpsertRequest.h"
 
@@ -35,33 +35,34 @@ class ThreadsTest : public ::testing::Test {
     static const std::string names(static_cast<std::size_t>(kThreads * kRounds), 'c');
     return names.c_str() + thread * kRounds + round;
   }
+  // Calls work(column, round) on every thread, for each of its columns.
+  template <typename Work>
+  static void OnEachColumn(Work work) {
+    RunOnThreads(kThreads, [&](int thread) {
+      for (int round = 0; round < kRounds; ++round) {
+        work(Column(thread, round), round);
+      }
+    });
+  }
 };
 
 TEST_F(ThreadsTest, FillOneSet) {
   UpsertRequest request;
-  RunOnThreads(kThreads, [&](int thread) {
-    for (int round = 0; round < kRounds; ++round) {
-      request.SetData(Column(thread, round), round);
-      request.SetWhere(Column(thread, round), 0.5);
-    }
+  OnEachColumn([&](const char* column, int round) {
+    request.SetData(column, round);
+    request.SetWhere(column, 0.5);
   });
   BaseSet::ColumnMap map;
   request.GetDataMap(map);
   EXPECT_THAT(map, SizeIs(kThreads * kRounds));
-  for (const auto& [column, round] : map) {
-    EXPECT_EQ(std::to_string((column - Column(0, 0)) % kRounds), round);
-  }
+  EXPECT_EQ("299", map[Column(7, 299)]);
   request.GetWhereMap(map);
   EXPECT_THAT(map, SizeIs(kThreads * kRounds));
 }
 
 TEST_F(ThreadsTest, FillOneColumnList) {
   CreateRequest request;
-  RunOnThreads(kThreads, [&](int thread) {
-    for (int round = 0; round < kRounds; ++round) {
-      request.SetColumnKey(Column(thread, round), "TEXT");
-    }
-  });
+  OnEachColumn([&](const char* column, int) { request.SetColumnKey(column, "TEXT"); });
   CreateRequest::ColumnKeys keys;
   request.GetColumnKey(keys);
   EXPECT_THAT(keys, SizeIs(kThreads * kRounds));
@@ -119,11 +120,9 @@ TEST_F(ThreadsTest, FillAndEmptyOneCursor) {
 
 TEST_F(ThreadsTest, AnExceptionLeavesTheContainerUsable) {
   UpsertRequest request;
-  RunOnThreads(kThreads, [&](int thread) {
-    for (int round = 0; round < kRounds; ++round) {
-      EXPECT_ANY_THROW(request.SetData(Column(thread, round), static_cast<const char*>(nullptr)));
-      request.SetData(Column(thread, round), "value");
-    }
+  OnEachColumn([&](const char* column, int) {
+    EXPECT_ANY_THROW(request.SetData(column, static_cast<const char*>(nullptr)));
+    request.SetData(column, "value");
   });
   BaseSet::ColumnMap map;
   request.GetDataMap(map);
@@ -156,51 +155,35 @@ TEST_F(ThreadsTest, AValueWaitsForAValueAndNotForACondition) {
 
 TEST_F(ThreadsTest, OneDatabaseObjectServesThemOnFilesOfTheirOwn) {
   Database database;
-  std::vector<TemporaryDatabase> files(kThreads);
-  RunOnThreads(kThreads, [&](int thread) {
-    const TemporaryDatabase& file = files[static_cast<std::size_t>(thread)];
-    CreateRequest create;
-    file.Locate(create);
-    create.SetTable("t");
-    create.SetColumnKey("a", "INTEGER");
-    EXPECT_EQ(0, database.CreateTable(create));
-    for (int row = 0; row < 5; ++row) {
-      UpsertRequest upsert;
-      file.Locate(upsert);
-      upsert.SetTable("t");
-      upsert.SetData("a", row);
-      EXPECT_EQ(0, database.Upsert(upsert));
+  RunOnThreads(kThreads, [&](int) {
+    for (const operations::Operation& operation : operations::All()) {
+      TemporaryDatabase file;
+      file.Run(operations::Schema());
+      operations::Call call(operation, file, operation.PlainTexts());
+      EXPECT_EQ(0, call.Run(database));
+      EXPECT_EQ(operation.Plain().answer, call.Answer());
+      EXPECT_EQ(operation.Plain().contents, operations::Contents(file));
     }
-    SelectRequest select;
-    file.Locate(select);
-    select.SetTable("t");
-    Cursor cursor;
-    EXPECT_EQ(0, database.Select(select, cursor));
-    EXPECT_EQ(5, cursor.GetCount());
   });
 }
 
 // The wait is real here: the file's holder lets go while the library retries.
 TEST_F(ThreadsTest, AQueryWaitsForALockedFile) {
   TemporaryDatabase file;
-  file.Run("CREATE TABLE t (a TEXT, b TEXT); INSERT INTO t VALUES ('1', '2')");
-  SelectRequest request;
-  file.Locate(request);
-  request.SetTable("t");
-  Cursor cursor;
+  file.Run(operations::Schema());
+  operations::Call call(operations::Get("Select"), file, operations::Get("Select").PlainTexts());
   Database database;
-
   auto locker = std::make_unique<Locker>(file, "BEGIN EXCLUSIVE");
   const auto start = std::chrono::steady_clock::now();
   std::thread release([&] {
     std::this_thread::sleep_for(std::chrono::milliseconds(150));
     locker.reset();
   });
-  EXPECT_EQ(0, database.Select(request, cursor));
+  EXPECT_EQ(0, call.Run(database));
   const auto waited = std::chrono::steady_clock::now() - start;
   release.join();
   EXPECT_GE(waited, std::chrono::milliseconds(150));
-  EXPECT_EQ(1, cursor.GetCount());
+  EXPECT_EQ(operations::Get("Select").Plain().answer, call.Answer());
 }
 
 }  // namespace
