@@ -2,8 +2,6 @@
 # component of VornInstall.cmake, and one for the library's debug information.
 # Debian's names and rules are taken for both.
 
-include("${CMAKE_CURRENT_LIST_DIR}/VornChangelog.cmake")
-
 get_property(multi_config GLOBAL PROPERTY GENERATOR_IS_MULTI_CONFIG)
 if(NOT PROJECT_IS_TOP_LEVEL OR multi_config OR NOT VORN_INSTALL
     OR NOT VORN_BUILD_TOOLS OR NOT VORN_PLATFORM STREQUAL "development")
@@ -16,8 +14,8 @@ set(CPACK_PACKAGE_CONTACT "vorndatabase developers <vorndatabase@example.org>")
 set(CPACK_COMPONENTS_ALL "")
 
 # vorn_package(<component> <package> <section> <synopsis>) makes a package of a
-# component, with its documents; the description is the text in packages/, and so are
-# the notices of what others have written, if it holds any.
+# component, with its documents. Its description is in PACKAGE.txt, and in PACKAGE.notices
+# are the licences of the code of others in it.
 macro(vorn_package component package section synopsis)
   string(TOUPPER ${component} upper)
   list(APPEND CPACK_COMPONENTS_ALL ${component})
@@ -79,8 +77,13 @@ set(CPACK_STRIP_FILES ON)
 # --- The documents -----------------------------------------------------------------
 # The packages' changes are those of the newest version in CHANGELOG.md. The time is
 # SOURCE_DATE_EPOCH, if that is set.
-file(READ "${PROJECT_SOURCE_DIR}/CHANGELOG.md" changes)
-vorn_newest_changes(changes "${changes}")
+execute_process(
+  COMMAND awk [[/^## / { if (found++) exit; next }
+    found { sub(/^- /, "  * ") || sub(/^  /, "    "); print }]] "${PROJECT_SOURCE_DIR}/CHANGELOG.md"
+  OUTPUT_VARIABLE changes OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+if(NOT changes)
+  message(FATAL_ERROR "CHANGELOG.md has no version.")
+endif()
 string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC)
 configure_file("${templates}/changelog.in" "${PROJECT_BINARY_DIR}/changelog" @ONLY)
 execute_process(COMMAND gzip --best --no-name --force --keep "${PROJECT_BINARY_DIR}/changelog"
@@ -120,5 +123,19 @@ string(CONCAT CPACK_RPM_SPEC_MORE_DEFINE
   "%define use_source_date_epoch_as_buildtime 1\n"
   "%define clamp_mtime_to_source_date_epoch 1\n"
   "%define _buildhost reproducible")
+
+# What check.sh has to know.
+list(JOIN CMAKE_CROSSCOMPILING_EMULATOR " " emulator)
+file(CONFIGURE OUTPUT packages.env @ONLY CONTENT [[
+version='@PROJECT_VERSION@'
+architecture='@VORN_DEBIAN_ARCHITECTURE@'
+deb_libdir='lib/@CMAKE_CXX_LIBRARY_ARCHITECTURE@'
+rpm_architecture='@VORN_RPM_ARCHITECTURE@'
+rpm_libdir='@CMAKE_INSTALL_LIBDIR@'
+compiler='@CMAKE_CXX_COMPILER@'
+toolchain='@CMAKE_TOOLCHAIN_FILE@'
+linker_flags='@CMAKE_EXE_LINKER_FLAGS@'
+emulator='@emulator@'
+]])
 
 include(CPack)
