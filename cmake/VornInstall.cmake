@@ -67,12 +67,12 @@ endif()
 # finds the stubs beside itself, but for packages, which install to the system's folders.
 if(VORN_PLATFORM STREQUAL "development")
   if(NOT VORN_PACKAGES)
-    set_target_properties(vorndatabase PROPERTIES INSTALL_RPATH "")
+    set_target_properties(vorndatabase PROPERTIES INSTALL_RPATH "$ORIGIN")
   endif()
   install(TARGETS dlog vornutil
     LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT stand_ins)
   install(FILES
-    "${PROJECT_SOURCE_DIR}/platform/dlog/dlog.h" "${PROJECT_SOURCE_DIR}/COPYRIGHT"
+    "${PROJECT_SOURCE_DIR}/platform/dlog/dlog.h"
     "${PROJECT_SOURCE_DIR}/platform/vornutil/VornLogger.h"
     "${PROJECT_SOURCE_DIR}/platform/vornutil/VornMutex.h"
     DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT stand_ins)
