@@ -67,7 +67,8 @@ case ${1:-} in
   all | rest)
     packages+=("${arm_packages[@]}" "${lint_packages[@]}" "${fuzz_packages[@]}"
       "${coverage_packages[@]}" "${mutation_packages[@]}" "${docs_packages[@]}"
-      "${package_packages[@]}" "${bench_packages[@]}" "${peer_packages[@]}")
+      "${package_packages[@]}" "${bench_packages[@]}" "${peer_packages[@]}"
+      "${instruction_packages[@]}")
     ;;
 esac
 require_packages "${packages[@]}"

@@ -36,7 +36,7 @@ std::string NameText(const char* name) { return std::string(name); }
 // Values end at their first NUL, where SQLite would take the statement to end.
 void AppendLiteral(std::string& sql, const std::string& value) {
   sql += '\'';
-  sql += value.c_str();
+  sql += value.c_str();  // NOLINT(readability-redundant-string-cstr): it cuts at the NUL
   sql += '\'';
 }
 
