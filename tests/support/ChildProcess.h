@@ -19,8 +19,8 @@
 #include <functional>
 #include <optional>
 
-// More than anything takes that does not hang.
-constexpr std::chrono::seconds kPatience{60};
+// More than anything takes that does not hang, on a machine under load.
+constexpr std::chrono::minutes kPatience{10};
 
 // One end of the connection between a process and its child. Several threads may
 // send at the same time, and one may receive.

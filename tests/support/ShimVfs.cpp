@@ -22,11 +22,10 @@ int AskPath(const ShimVfs& shim, FileCall call, const char* path, int flags) {
   return shim.Ask({call, path == nullptr ? "" : path, 0, 0, nullptr, flags});
 }
 
-int AskFile(FileCall call, sqlite3_file* file, sqlite3_int64 offset = 0, int amount = 0,
-            const void* data = nullptr, int flags = 0) {
+int AskFile(sqlite3_file* file, FileEvent event) {
   const auto* const shim = reinterpret_cast<ShimFile*>(file);
-  return shim->shim->Ask(
-      {call, shim->path == nullptr ? "" : shim->path, offset, amount, data, flags});
+  event.path = shim->path == nullptr ? "" : shim->path;
+  return shim->shim->Ask(event);
 }
 
 // The result of a call to which a test has given its answer.
@@ -39,52 +38,53 @@ int Perform(int answer, Call call) {
   return answer < SQLITE_OK ? -answer : rc;
 }
 
+template <auto Method, typename... Arguments>
+int PerformOn(sqlite3_file* file, const FileEvent& event, Arguments... arguments) {
+  return Perform(AskFile(file, event),
+                 [&] { return (RealFile(file)->pMethods->*Method)(RealFile(file), arguments...); });
+}
+
 int Close(sqlite3_file* file) {
-  AskFile(FileCall::kClose, file);
+  AskFile(file, {FileCall::kClose});
   return RealFile(file)->pMethods->xClose(RealFile(file));
 }
 
 int Read(sqlite3_file* file, void* buffer, int amount, sqlite3_int64 offset) {
-  return Perform(AskFile(FileCall::kRead, file, offset, amount), [&] {
-    return RealFile(file)->pMethods->xRead(RealFile(file), buffer, amount, offset);
-  });
+  return PerformOn<&sqlite3_io_methods::xRead>(file, {FileCall::kRead, "", offset, amount}, buffer,
+                                               amount, offset);
 }
 
 int Write(sqlite3_file* file, const void* data, int amount, sqlite3_int64 offset) {
-  return Perform(AskFile(FileCall::kWrite, file, offset, amount, data), [&] {
-    return RealFile(file)->pMethods->xWrite(RealFile(file), data, amount, offset);
-  });
+  return PerformOn<&sqlite3_io_methods::xWrite>(file, {FileCall::kWrite, "", offset, amount, data},
+                                                data, amount, offset);
 }
 
 int Truncate(sqlite3_file* file, sqlite3_int64 size) {
-  return Perform(AskFile(FileCall::kTruncate, file, size),
-                 [&] { return RealFile(file)->pMethods->xTruncate(RealFile(file), size); });
+  return PerformOn<&sqlite3_io_methods::xTruncate>(file, {FileCall::kTruncate, "", size}, size);
 }
 
 int Sync(sqlite3_file* file, int flags) {
-  return Perform(AskFile(FileCall::kSync, file, 0, 0, nullptr, flags),
-                 [&] { return RealFile(file)->pMethods->xSync(RealFile(file), flags); });
+  return PerformOn<&sqlite3_io_methods::xSync>(file, {FileCall::kSync, "", 0, 0, nullptr, flags},
+                                               flags);
 }
 
 int FileSize(sqlite3_file* file, sqlite3_int64* size) {
-  return Perform(AskFile(FileCall::kFileSize, file),
-                 [&] { return RealFile(file)->pMethods->xFileSize(RealFile(file), size); });
+  return PerformOn<&sqlite3_io_methods::xFileSize>(file, {FileCall::kFileSize}, size);
 }
 
 int Lock(sqlite3_file* file, int kind) {
-  return Perform(AskFile(FileCall::kLock, file, 0, 0, nullptr, kind),
-                 [&] { return RealFile(file)->pMethods->xLock(RealFile(file), kind); });
+  return PerformOn<&sqlite3_io_methods::xLock>(file, {FileCall::kLock, "", 0, 0, nullptr, kind},
+                                               kind);
 }
 
 int Unlock(sqlite3_file* file, int kind) {
-  return Perform(AskFile(FileCall::kUnlock, file, 0, 0, nullptr, kind),
-                 [&] { return RealFile(file)->pMethods->xUnlock(RealFile(file), kind); });
+  return PerformOn<&sqlite3_io_methods::xUnlock>(file, {FileCall::kUnlock, "", 0, 0, nullptr, kind},
+                                                 kind);
 }
 
 int CheckReservedLock(sqlite3_file* file, int* result) {
-  return Perform(AskFile(FileCall::kCheckReservedLock, file), [&] {
-    return RealFile(file)->pMethods->xCheckReservedLock(RealFile(file), result);
-  });
+  return PerformOn<&sqlite3_io_methods::xCheckReservedLock>(file, {FileCall::kCheckReservedLock},
+                                                            result);
 }
 
 int FileControl(sqlite3_file* file, int operation, void* argument) {
@@ -99,25 +99,25 @@ int DeviceCharacteristics(sqlite3_file* file) {
 
 // Of the first version: without write-ahead logs and memory mapping, which the
 // library never asks for.
-constexpr sqlite3_io_methods kMethods = {1,
-                                         Close,
-                                         Read,
-                                         Write,
-                                         Truncate,
-                                         Sync,
-                                         FileSize,
-                                         Lock,
-                                         Unlock,
-                                         CheckReservedLock,
-                                         FileControl,
-                                         SectorSize,
-                                         DeviceCharacteristics,
-                                         nullptr,
-                                         nullptr,
-                                         nullptr,
-                                         nullptr,
-                                         nullptr,
-                                         nullptr};
+sqlite3_io_methods FirstVersion() {
+  sqlite3_io_methods methods{};
+  methods.iVersion = 1;
+  methods.xClose = Close;
+  methods.xRead = Read;
+  methods.xWrite = Write;
+  methods.xTruncate = Truncate;
+  methods.xSync = Sync;
+  methods.xFileSize = FileSize;
+  methods.xLock = Lock;
+  methods.xUnlock = Unlock;
+  methods.xCheckReservedLock = CheckReservedLock;
+  methods.xFileControl = FileControl;
+  methods.xSectorSize = SectorSize;
+  methods.xDeviceCharacteristics = DeviceCharacteristics;
+  return methods;
+}
+
+const sqlite3_io_methods kMethods = FirstVersion();
 
 int Open(sqlite3_vfs* vfs, const char* path, sqlite3_file* file, int flags, int* outFlags) {
   const ShimVfs& shim = ShimOf(vfs);

@@ -27,11 +27,11 @@ enum class FileCall {
 // One call, as SQLite makes it.
 struct FileEvent {
   FileCall call;
-  std::string path;      // empty: a temporary file without a name
-  sqlite3_int64 offset;  // of a read or write; the size to truncate to
-  int amount;            // of bytes to read or write
-  const void* data;      // to be written
-  int flags;             // of an open or a sync; the kind of lock; a delete's syncDir
+  std::string path = {};       // empty: a temporary file without a name
+  sqlite3_int64 offset = 0;    // of a read or write; the size to truncate to
+  int amount = 0;              // of bytes to read or write
+  const void* data = nullptr;  // to be written
+  int flags = 0;               // of an open or a sync; the kind of lock; a delete's syncDir
 };
 
 // While it lives, it is SQLite's default VFS, in front of the one that was; what was

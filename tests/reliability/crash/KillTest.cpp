@@ -15,6 +15,7 @@
 #include <random>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "ChildProcess.h"
@@ -22,8 +23,7 @@
 #include "Operations.h"
 #include "RealWait.h"
 #include "TemporaryDatabase.h"
-#include "TestScale.h"
-#include "TestSeed.h"
+#include "TestNumbers.h"
 #include "Tracer.h"
 #include "WholeFile.h"
 
@@ -111,8 +111,8 @@ class RandomKillTest : public KillTest {
 };
 
 TEST_F(RandomKillTest, EveryAcknowledgedRowIsThereAndTheOneInFlightWhollyOrNotAtAll) {
-  const int kills = test_scale::Scaled(50);
-  std::mt19937 random(test_seed::Seed());
+  const int kills = test_numbers::Scaled(50);
+  std::mt19937 random(test_numbers::Seed());
   std::uniform_int_distribution<int> acknowledgements(0, 8);
   std::uniform_int_distribution<int> delay(0, 2 * static_cast<int>(DurationOfUpsert().count()));
   std::map<std::string, std::string> expected{{"0", TextOf(0)}};
@@ -192,7 +192,7 @@ class TracedKillTest : public KillTest {
     after = State();
     ASSERT_NE(before, after);
 
-    const int step = std::max(1, 6 / test_scale::Scale());
+    const int step = std::max(1, 6 / test_numbers::Scaled(1));
     int boundary = 1;
     while (KillBesideAnotherAt(boundary, change, others)) {
       ASSERT_FALSE(HasFailure()) << "at boundary " << boundary;
@@ -264,7 +264,12 @@ class TracedKillTest : public KillTest {
     }
     constexpr int kIsWaiting = -1;  // no result
     ChildProcess other([&](Channel& parent) {
-      OnWait([&] { parent.Send(kIsWaiting); });
+      OnWait([&, isFirst = true]() mutable {
+        if (std::exchange(isFirst, false)) {
+          parent.Send(kIsWaiting);
+          parent.Receive(kPatience);  // until the first process is killed
+        }
+      });
       parent.Send(others());
     });
     std::optional<int> answer = other.Link().Receive(kPatience);
@@ -273,7 +278,8 @@ class TracedKillTest : public KillTest {
       takenOver += HasHotJournal() ? 1 : 0;
     }
     const std::optional<int> result = changer.Kill();
-    while (answer == kIsWaiting) {
+    if (answer == kIsWaiting) {
+      other.Link().Send(0);
       answer = other.Link().Receive(kPatience);
     }
     EXPECT_EQ(0, answer);

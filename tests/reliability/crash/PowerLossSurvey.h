@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "NoteTable.h"
-#include "PowerLoss.h"
 #include "SimulatedDisk.h"
 #include "TemporaryDatabase.h"
 

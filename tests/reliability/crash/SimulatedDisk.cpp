@@ -72,6 +72,15 @@ std::vector<SimulatedDisk::Span> SimulatedDisk::Pending(std::size_t directoryCha
   return spans;
 }
 
+Image SimulatedDisk::Now() const {
+  SimulatedDisk synced = *this;
+  for (const auto& [name, number] : DirectoryAfter(m_pending.size())) {
+    synced.Apply({DiskEvent::Kind::kSync, name, 0, ""});
+  }
+  synced.Apply({DiskEvent::Kind::kSyncDirectory, "", 0, ""});
+  return synced.After({0, {}, PowerLoss::Growth::kNothing});
+}
+
 Image SimulatedDisk::After(const PowerLoss& loss) const {
   Image image;
   const std::vector<Extent>* arrivals = loss.arrivals.data();

@@ -64,6 +64,8 @@ class SimulatedDisk {
   // files that are there when the first changes of the directory arrive.
   std::vector<Span> Pending(std::size_t directoryChanges) const;
 
+  // What a program finds.
+  Image Now() const;
   // What is found when the power is back.
   Image After(const PowerLoss& loss) const;
 

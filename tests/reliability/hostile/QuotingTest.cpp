@@ -3,6 +3,7 @@
 
 #include "safe.h"
 
+#include <array>
 #include <filesystem>
 #include <string>
 
@@ -169,39 +170,34 @@ class AffinityTest : public HostileTest {
   }
 };
 
-TEST_F(AffinityTest, AnIntegerColumnStoresWhatReadsAsANumber) {
-  EXPECT_EQ("7|integer", Stored("INTEGER", "7"));
-  EXPECT_EQ("7|integer", Stored("INTEGER", "007"));
-  EXPECT_EQ("7|integer", Stored("INTEGER", " 7 "));
-  EXPECT_EQ("7|integer", Stored("INTEGER", "7.0"));
-  EXPECT_EQ("7.5|real", Stored("INTEGER", "7.5"));
-  EXPECT_EQ("1000000|integer", Stored("INTEGER", "1e+06"));
-  EXPECT_EQ("9223372036854775807|integer", Stored("INTEGER", "9223372036854775807"));
-  EXPECT_EQ("9.22337203685478e+18|real", Stored("INTEGER", "9223372036854775808"));
-  EXPECT_EQ("0x7|text", Stored("INTEGER", "0x7"));
-  EXPECT_EQ("7 apples|text", Stored("INTEGER", "7 apples"));
-  EXPECT_EQ("|text", Stored("INTEGER", ""));
-}
-
-TEST_F(AffinityTest, ARealColumnStoresWhatReadsAsANumber) {
-  EXPECT_EQ("7.0|real", Stored("REAL", "7"));
-  EXPECT_EQ("7.0|real", Stored("REAL", "007"));
-  EXPECT_EQ("1000000.0|real", Stored("REAL", "1e+06"));
-  EXPECT_EQ("9.22337203685478e+18|real", Stored("REAL", "9223372036854775808"));
-  EXPECT_EQ("0x7|text", Stored("REAL", "0x7"));
-  EXPECT_EQ("|text", Stored("REAL", ""));
-  EXPECT_EQ("Inf|real", Stored("REAL", "1e999"));
-  EXPECT_EQ("nan|text", Stored("REAL", "nan"));
-}
-
-TEST_F(AffinityTest, ATextColumnStoresTheText) {
-  EXPECT_EQ("007|text", Stored("TEXT", "007"));
-  EXPECT_EQ("1e+06|text", Stored("TEXT", "1e+06"));
-}
-
-TEST_F(AffinityTest, AColumnWithoutTypeStoresTheText) {
-  EXPECT_EQ("7|text", Stored("", "7"));
-  EXPECT_EQ("007|text", Stored("", "007"));
+TEST_F(AffinityTest, AColumnStoresWhatItsTypeMakesOfAText) {
+  const std::vector<std::array<std::string, 3>> stored = {
+      {"INTEGER", "7", "7|integer"},
+      {"INTEGER", "007", "7|integer"},
+      {"INTEGER", " 7 ", "7|integer"},
+      {"INTEGER", "7.0", "7|integer"},
+      {"INTEGER", "7.5", "7.5|real"},
+      {"INTEGER", "1e+06", "1000000|integer"},
+      {"INTEGER", "9223372036854775807", "9223372036854775807|integer"},
+      {"INTEGER", "9223372036854775808", "9.22337203685478e+18|real"},
+      {"INTEGER", "0x7", "0x7|text"},
+      {"INTEGER", "7 apples", "7 apples|text"},
+      {"INTEGER", "", "|text"},
+      {"REAL", "7", "7.0|real"},
+      {"REAL", "007", "7.0|real"},
+      {"REAL", "1e+06", "1000000.0|real"},
+      {"REAL", "9223372036854775808", "9.22337203685478e+18|real"},
+      {"REAL", "0x7", "0x7|text"},
+      {"REAL", "", "|text"},
+      {"REAL", "1e999", "Inf|real"},
+      {"REAL", "nan", "nan|text"},
+      {"TEXT", "007", "007|text"},
+      {"TEXT", "1e+06", "1e+06|text"},
+      {"", "7", "7|text"},
+      {"", "007", "007|text"}};
+  for (const auto& [type, value, content] : stored) {
+    EXPECT_EQ(content, Stored(type, value)) << type << " '" << value << "'";
+  }
 }
 
 TEST_F(AffinityTest, AConditionConvertsAsTheColumnDoes) {

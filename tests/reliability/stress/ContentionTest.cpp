@@ -26,8 +26,7 @@
 #include "RunOnThreads.h"
 #include "SelectRequest.h"
 #include "TemporaryDatabase.h"
-#include "TestScale.h"
-#include "TestSeed.h"
+#include "TestNumbers.h"
 #include "UpdateRequest.h"
 #include "UpsertRequest.h"
 
@@ -302,10 +301,10 @@ class ContentionTest : public ::testing::Test {
   // Runs them all against each other, and fits their notes together.
   void Run(Crowd members) {
     crowd = members;
-    const int rounds = test_scale::Scaled(1);
+    const int rounds = test_numbers::Scaled(1);
     for (int round = 0; round < rounds; ++round) {
       file.Run("DELETE FROM t");
-      RunProcesses(test_seed::Seed() + static_cast<unsigned>(round * kMaxWriters));
+      RunProcesses(test_numbers::Seed() + static_cast<unsigned>(round * kMaxWriters));
       CheckResults();
       CheckRows();
       EXPECT_THAT(file.Rows("PRAGMA integrity_check"), ElementsAre("ok"));
@@ -339,7 +338,7 @@ class ContentionTest : public ::testing::Test {
       }
     }
     for (const auto& child : children) {
-      EXPECT_TRUE(child->EndsWell(4 * kPatience));
+      EXPECT_TRUE(child->EndsWell(kPatience));
     }
   }
 
