@@ -77,13 +77,8 @@ set(CPACK_STRIP_FILES ON)
 # --- The documents -----------------------------------------------------------------
 # The packages' changes are those of the newest version in CHANGELOG.md. The time is
 # SOURCE_DATE_EPOCH, if that is set.
-execute_process(
-  COMMAND awk [[/^## / { if (found++) exit; next }
-    found { sub(/^- /, "  * ") || sub(/^  /, "    "); print }]] "${PROJECT_SOURCE_DIR}/CHANGELOG.md"
-  OUTPUT_VARIABLE changes OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
-if(NOT changes)
-  message(FATAL_ERROR "CHANGELOG.md has no version.")
-endif()
+execute_process(COMMAND awk -f "${templates}/changelog.awk" "${PROJECT_SOURCE_DIR}/CHANGELOG.md"
+  OUTPUT_VARIABLE changes COMMAND_ERROR_IS_FATAL ANY)
 string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC)
 configure_file("${templates}/changelog.in" "${PROJECT_BINARY_DIR}/changelog" @ONLY)
 execute_process(COMMAND gzip --best --no-name --force --keep "${PROJECT_BINARY_DIR}/changelog"
