@@ -16,6 +16,7 @@ class LibraryTest : public ::testing::Test {
 
   // Whatever a test leaves open by the library's contract, it closes itself.
   void TearDown() override {
+    fake::ThrowAtLoggerCall(0);
     EXPECT_THAT(sqlite_spy::OpenStatements(), ::testing::IsEmpty());
     EXPECT_THAT(sqlite_spy::OpenConnections(), ::testing::IsEmpty());
     sqlite_spy::CloseConnections();
