@@ -29,15 +29,11 @@ describe() {
     sed -E "s|^(  <abi-instr .* path=')[^']*/src/|\1src/|"
 }
 
-exported_symbols() {
-  nm -D --defined-only "$library" | awk '{ print $3 }' | sort
-}
-
 # Every architecture exports the same symbols.
 check_symbols() {
   sed -nE "s/^ *<elf-symbol name='([^']+)'.*/\1/p" "$reference" | sort -u >"$work/reviewed"
-  diff -u --label "${reference##*/}" --label "${library##*/}" \
-    <(c++filt <"$work/reviewed") <(exported_symbols | c++filt) ||
+  nm -D --defined-only "$library" | awk '{ print $3 }' | sort >"$work/built"
+  diff -u <(c++filt <"$work/reviewed") <(c++filt <"$work/built") ||
     fail 'the exported symbols differ from the reference'
 }
 
@@ -70,61 +66,48 @@ check_own_calls() {
   relocated=$(readelf -rW "$library" | awk '$3 ~ /^R_/ { print $5 }' | sort -u)
   grep -qx 'sqlite3_open\(@.*\)\?' <<<"$relocated" || fail 'sqlite3_open is not bound at run time'
   nm -D --defined-only "$library" | awk '$2 ~ /[TW]/ { print $3 }' | sort >"$work/functions"
-  if comm -12 "$work/functions" - <<<"$relocated" | c++filt | grep .; then
+  ! comm -12 "$work/functions" - <<<"$relocated" | c++filt | grep . ||
     fail 'its own functions above are bound at run time'
-  fi
 }
 
-# It needs these functions of SQLite and of the platform, reads no configuration and
-# starts no thread.
+# It reads no configuration and starts no thread.
 check_imports() {
-  local imports
-  imports=$(nm -DC --undefined-only "$library" | sed -E 's/^ *[A-Za-z] //; s/@.*//')
-  diff -u "$here/imports.txt" \
-    <(grep -E '^(sqlite3_|Vorn|__dlog|usleep)' <<<"$imports" | sort) ||
-    fail 'the functions that it needs differ from abi/imports.txt'
-  if grep -E '^(secure_)?getenv$|^setlocale$|^f?open(64)?$|^pthread_create$' <<<"$imports"; then
+  nm -DC --undefined-only "$library" | sed -E 's/^ *[A-Za-z] //; s/@.*//' | sort >"$work/imports"
+  diff -u "$here/imports.txt" <(grep -E '^(sqlite3_|Vorn|__dlog|usleep)' "$work/imports") ||
+    fail 'the functions that it needs of SQLite and the platform differ from abi/imports.txt'
+  ! grep -E '^((secure_)?getenv|setlocale|f?open(64)?|pthread_create)$' "$work/imports" ||
     fail 'it reads a configuration or starts a thread'
-  fi
 }
 
 check_dynamic() {
-  local dynamic needed
-  dynamic=$(readelf -dW "$library")
+  local pattern
   [[ ${library##*/} == libvorndatabase.so ]] || fail 'its file name is wrong'
-  grep -q 'SONAME.*\[libvorndatabase\.so\]' <<<"$dynamic" || fail 'its SONAME is wrong'
-  for needed in 'libsqlite3\.so\.[0-9]+' 'libvornutil\.so' 'libdlog\.so'; do
-    grep -qE "NEEDED.*\[$needed\]" <<<"$dynamic" || fail "it does not need $needed"
+  for pattern in 'SONAME.*\[libvorndatabase\.so\]' 'NEEDED.*\[libsqlite3\.so\.[0-9]+\]' \
+    'NEEDED.*\[libvornutil\.so\]' 'NEEDED.*\[libdlog\.so\]'; do
+    grep -qE "$pattern" <<<"$(readelf -dW "$library")" || fail "it lacks $pattern"
   done
 }
 
 check_hardening() {
-  local segments dynamic
-  segments=$(readelf -lW "$library")
-  dynamic=$(readelf -dW "$library")
-  grep -q 'GNU_RELRO' <<<"$segments" || fail 'its relocations stay writable'
-  grep -qE '\(FLAGS\).*BIND_NOW|\(FLAGS_1\).*NOW' <<<"$dynamic" || fail 'it is not bound when it is loaded'
-  grep -qE 'GNU_STACK.* RW +0x' <<<"$segments" || fail 'its stack may be executed'
-  ! grep -q 'TEXTREL' <<<"$dynamic" || fail 'its code is relocated'
-  ! grep -qE 'LOAD.* RWE ' <<<"$segments" || fail 'it has memory that is writable and executable'
+  readelf -lWd "$library" >"$work/elf"
+  grep -q 'GNU_RELRO' "$work/elf" || fail 'its relocations stay writable'
+  grep -qE '\(FLAGS\).*BIND_NOW|\(FLAGS_1\).*NOW' "$work/elf" || fail 'it is not bound when it is loaded'
+  grep -qE 'GNU_STACK.* RW +0x' "$work/elf" || fail 'its stack may be executed'
+  ! grep 'TEXTREL' "$work/elf" || fail 'its code is relocated'
+  ! grep -E 'LOAD.* RWE ' "$work/elf" || fail 'it has memory that is writable and executable'
   grep -q ' __stack_chk_fail' <<<"$(nm -D "$library")" || fail 'its stack is not protected'
 }
 
-# The C library's checks need optimisation.
 check_fortified() {
-  grep -qE ' U __v?snprintf_chk' <<<"$(nm -D "$library")" ||
-    fail 'its calls of the C library are not checked'
+  grep -qE ' U __v?snprintf_chk' <<<"$(nm -D "$library")" || fail 'its calls of the C library are not checked'
 }
 
 # GCC records in the debug information alone how it protects the stack.
 check_stack_protector() {
-  local producers
-  producers=$(readelf --debug-dump=info "$library" 2>/dev/null | grep 'DW_AT_producer .*GNU C++') ||
+  readelf --debug-dump=info "$library" 2>/dev/null | grep 'DW_AT_producer .*GNU C++' >"$work/producers" ||
     fail 'its debug information names no compiler'
-  if grep -v -e '-fstack-protector-strong.*-fstack-clash-protection' \
-    -e '-fstack-clash-protection.*-fstack-protector-strong' <<<"$producers"; then
-    fail 'the stack of the code above is not protected'
-  fi
+  ! grep -v -e -fstack-protector-strong "$work/producers" || fail 'the stack of this code is not protected'
+  ! grep -v -e -fstack-clash-protection "$work/producers" || fail 'the stack of this code may clash'
 }
 
 # Folders of their own keep the options of a developer's build out.
