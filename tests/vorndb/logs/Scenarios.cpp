@@ -16,72 +16,44 @@
 #include <thread>
 #include <vector>
 
-#include "CreateRequest.h"
 #include "Cursor.h"
 #include "Database.h"
 #include "DatabaseParser.h"
-#include "DeleteRequest.h"
-#include "DropRequest.h"
-#include "JoinRequest.h"
-#include "SelectRequest.h"
-#include "UpdateRequest.h"
+#include "Operations.h"
 #include "UpsertRequest.h"
 
 namespace {
 
-constexpr char kUid[] = "uid";
+using operations::Texts;
+
 constexpr char kName[] = "name";
 constexpr char kPhoto[] = "photo";
 
-void Create(Database& database, const char* directory, const char* file) {
-  CreateRequest request;
-  request.SetPath(directory, file);
-  request.SetTable("contact");
-  request.SetPrimaryKey(kUid, "INTEGER");
-  request.SetColumnKey(kName, "TEXT NOT NULL");
-  database.CreateTable(request);
+int Run(Database& database, const char* member, const Texts& texts, const char* file = "app.db",
+        const char* directory = ".") {
+  return operations::Call(operations::Get(member), directory, file, texts).Run(database);
 }
 
-int Upsert(Database& database, const char* file, const char* uid, const char* name) {
-  UpsertRequest request;
-  request.SetPath(".", file);
-  request.SetTable("contact");
-  request.SetData(kUid, uid);
-  if (name != nullptr) {
-    request.SetData(kName, name);
-  }
-  return database.Upsert(request);
-}
+Texts Table(const char* table) { return {{"table", table}}; }
 
-int Select(Database& database, const char* directory, const char* file, const char* table,
-           Cursor& cursor) {
-  SelectRequest request;
-  request.SetPath(directory, file);
-  request.SetTable(table);
-  return database.Select(request, cursor);
-}
+const Texts kContact = Table("contact");
+const Texts kTable = kContact.With("key", "uid")
+                         .With("keyType", "INTEGER")
+                         .With("column", kName)
+                         .With("type", "TEXT NOT NULL");
+const Texts kJoin = kContact.With("column", "uid").With("table2", "note").With("column2", "owner");
 
-bool Exists(Database& database, const char* directory, const char* file, const char* table) {
-  SelectRequest request;
-  request.SetPath(directory, file);
-  bool exists = false;
-  database.CheckExistTable(request, table, exists);
-  return exists;
-}
-
-int Join(Database& database, const char* directory, const char* right) {
-  JoinRequest request;
-  request.SetPath(directory, "app.db");
-  request.SetLeftJoin("contact", kUid);
-  request.SetRightJoin(right, "owner");
-  Cursor cursor;
-  return database.JoinSelect(request, cursor);
+Texts Row(const char* uid, const char* name) {
+  return kContact.With("column", "uid")
+      .With("value", uid)
+      .With("column2", kName)
+      .With("value2", name);
 }
 
 // Another process that has locked a file until it is told to give it back.
-class Locker {
+class FileLocker {
  public:
-  explicit Locker(const char* file) {
+  explicit FileLocker(const char* file) {
     int ready[2];
     int done[2];
     if (pipe(ready) != 0 || pipe(done) != 0) {
@@ -118,7 +90,7 @@ class Locker {
     }
   }
 
-  ~Locker() { Release(); }
+  ~FileLocker() { Release(); }
 
  private:
   pid_t m_process = 0;
@@ -128,97 +100,70 @@ class Locker {
 // One of each operation, and what is done with its result.
 void Tour() {
   Database database;
-  Create(database, ".", "app.db");
-  Upsert(database, "app.db", "1", "Kim");
-  Upsert(database, "app.db", "2", "Miles O''Brien");
-  {
-    UpdateRequest update;
-    update.SetPath(".", "app.db");
-    update.SetTable("contact");
-    update.SetData(kName, "Kim Lee");
-    update.SetWhere(kUid, 1);
-    database.Update(update);
-  }
-  Cursor cursor;
-  Select(database, ".", "app.db", "contact", cursor);
+  Run(database, "CreateTable", kTable);
+  Run(database, "Upsert", Row("1", "Kim"));
+  Run(database, "Upsert", Row("2", "Miles O''Brien"));
+  Run(database, "Update",
+      kContact.With("column", kName)
+          .With("value", "Kim Lee")
+          .With("whereColumn", "uid")
+          .With("whereValue", "1"));
+  operations::Call select(operations::Get("Select"), ".", "app.db", kContact);
+  select.Run(database);
   std::string name;
-  while (cursor.MoveToNext() == 0) {
-    cursor.GetString(kName, name);
+  while (select.cursor.MoveToNext() == 0) {
+    select.cursor.GetString(kName, name);
   }
-  cursor.MoveToPrev();
-  cursor.MoveToPrev();
-  Exists(database, ".", "app.db", "contact");
-  {
-    DeleteRequest remove;
-    remove.SetPath(".", "app.db");
-    remove.SetTable("contact");
-    database.Delete(remove);
-  }
-  DropRequest drop;
-  drop.SetPath(".", "app.db");
-  drop.SetTable("contact");
-  database.DropTable(drop);
+  select.cursor.MoveToPrev();
+  select.cursor.MoveToPrev();
+  Run(database, "CheckExistTable", kContact);
+  Run(database, "Delete", kContact);
+  Run(database, "DropTable", kContact);
 }
 
 void FailWrites(Database& database) {
-  Upsert(database, "app.db", "one", "Kim");  // no number
-  Upsert(database, "app.db", "1", nullptr);  // no name
-  Upsert(database, "app.db", "1", "O'Brien");
-  Upsert(database, "app.db", "1", "Miles' 'O\nBrien\n");
-  Upsert(database, "app.db", "1", "Miles' \x1b[31m\xff");
-  UpdateRequest update;
-  update.SetPath(".", "app.db");
-  update.SetTable("contact");
-  update.SetData(kName, "Kim");
-  database.Update(update);
-  DeleteRequest remove;
-  remove.SetPath(".", "app.db");
-  remove.SetTable("contact");
-  remove.SetWhere("phone", "1");
-  database.Delete(remove);
-  DropRequest drop;
-  drop.SetPath(".", "app.db");
-  drop.SetTable("note");
-  database.DropTable(drop);
-  CreateRequest create;
-  create.SetPath(".", "app.db");
-  create.SetTable("note");
-  create.SetColumnKey("order", "TEXT");
-  database.CreateTable(create);
+  Run(database, "Upsert", Row("one", "Kim"));                                  // no number
+  Run(database, "Upsert", kContact.With("column", "uid").With("value", "1"));  // no name
+  for (const char* name : {"O'Brien", "Miles' 'O\nBrien\n", "Miles' \x1b[31m\xff"}) {
+    Run(database, "Upsert", Row("1", name));
+  }
+  Run(database, "Update", kContact.With("column", kName).With("value", "Kim"));
+  Run(database, "Delete", kContact.With("whereColumn", "phone").With("whereValue", "1"));
+  Run(database, "DropTable", Table("note"));
+  Run(database, "CreateTable", Table("note").With("column", "order").With("type", "TEXT"));
 }
 
 void FailQueries(Database& database) {
-  Cursor cursor;
-  Select(database, ".", "app.db", "note", cursor);
-  Join(database, ".", "note");
-  Exists(database, ".", "app.db", "note'");
-  Select(database, ".", "other.txt", "contact", cursor);
-  Exists(database, ".", "other.txt", "contact");
+  Run(database, "Select", Table("note"));
+  Run(database, "JoinSelect", kJoin);
+  Run(database, "CheckExistTable", Table("note'"));
+  Run(database, "Select", kContact, "other.txt");
+  Run(database, "CheckExistTable", kContact, "other.txt");
 }
 
 void FailOpens(Database& database) {
-  Cursor cursor;
-  Create(database, "none", "app.db");
-  Select(database, "none", "app.db", "contact", cursor);
-  Join(database, "none", "note");
-  Exists(database, "none", "app.db", "contact");
+  Run(database, "CreateTable", kTable, "app.db", "none");
+  Run(database, "Select", kContact, "app.db", "none");
+  Run(database, "JoinSelect", kJoin, "app.db", "none");
+  Run(database, "CheckExistTable", kContact, "app.db", "none");
   sqlite3* db = nullptr;
   database.OpenDB(db, "none", "app.db");
   database.OpenDB(db, "", "app.db");
   sqlite3_close(db);
-  UpsertRequest nowhere;  // never told where
+  UpsertRequest nowhere;  // without a path
   try {
     database.Upsert(nowhere);
   } catch (const std::logic_error&) {
   }
-  Create(database, "./my data", "app.db");
+  Run(database, "CreateTable", kTable, "app.db", "./my data");
 }
 
 void FailRows(Database& database) {
-  Cursor cursor;
-  Select(database, ".", "damaged.db", "contact", cursor);
-  Exists(database, ".", "damaged.db", "contact");
-  Select(database, ".", "photos.db", "contact", cursor);
+  Run(database, "Select", kContact, "damaged.db");
+  Run(database, "CheckExistTable", kContact, "damaged.db");
+  operations::Call select(operations::Get("Select"), ".", "photos.db", kContact);
+  select.Run(database);
+  Cursor& cursor = select.cursor;
   int number = 0;
   double real = 0;
   std::string text;
@@ -233,8 +178,8 @@ void FailRows(Database& database) {
 
 void Failures() {
   Database database;
-  Create(database, ".", "app.db");
-  Upsert(database, "app.db", "1", "Kim");
+  Run(database, "CreateTable", kTable);
+  Run(database, "Upsert", Row("1", "Kim"));
   FailWrites(database);
   FailQueries(database);
   FailOpens(database);
@@ -248,7 +193,7 @@ void FetchBusyRows(Database& database) {
   database.OpenDB(db, ".", "app.db");
   sqlite3_prepare(db, "SELECT * FROM contact", -1, &stmt, nullptr);
   {
-    const Locker locker("app.db");
+    const FileLocker locker("app.db");
     Cursor cursor;
     DatabaseParser().ParseDatabase(db, stmt, cursor);
   }
@@ -260,40 +205,38 @@ void FetchBusyRows(Database& database) {
 // for the rows of one.
 void Busy() {
   Database database;
-  Create(database, ".", "app.db");
-  Cursor cursor;
+  Run(database, "CreateTable", kTable);
   {
-    Locker locker("app.db");
+    FileLocker locker("app.db");
     std::thread release([&locker] {
       usleep(350000);
       locker.Release();
     });
-    Upsert(database, "app.db", "1", "Kim");
+    Run(database, "Upsert", Row("1", "Kim"));
     release.join();
   }
-  Locker locker("app.db");
-  Upsert(database, "app.db", "2", "Lee");
-  Select(database, ".", "app.db", "contact", cursor);
-  Exists(database, ".", "app.db", "contact");
+  FileLocker locker("app.db");
+  Run(database, "Upsert", Row("2", "Lee"));
+  Run(database, "Select", kContact);
+  Run(database, "CheckExistTable", kContact);
   locker.Release();
   FetchBusyRows(database);
-  Upsert(database, "app.db", "2", "Lee");
+  Run(database, "Upsert", Row("2", "Lee"));
 }
 
 void Work(const char* file, int count) {
   Database database;
   for (int number = 1; number <= count; ++number) {
-    Upsert(database, file, std::to_string(number).c_str(), "Kim");
-    Cursor cursor;
-    Select(database, ".", file, "contact", cursor);
+    Run(database, "Upsert", Row(std::to_string(number).c_str(), "Kim"), file);
+    Run(database, "Select", kContact, file);
   }
 }
 
 // Two threads in each of two processes, and files that two of them share.
 void Crowd() {
   Database database;
-  Create(database, ".", "app.db");
-  Create(database, ".", "second.db");
+  Run(database, "CreateTable", kTable);
+  Run(database, "CreateTable", kTable, "second.db");
   const pid_t child = fork();
   std::thread first([] { Work("app.db", 3); });
   std::thread second([child] { Work(child == 0 ? "app.db" : "second.db", 3); });
@@ -308,11 +251,11 @@ void Crowd() {
 // A process that is killed while it waits.
 void Killed() {
   Database database;
-  Create(database, ".", "app.db");
-  Locker locker("app.db");
+  Run(database, "CreateTable", kTable);
+  FileLocker locker("app.db");
   const pid_t child = fork();
   if (child == 0) {
-    Upsert(database, "app.db", "1", "Kim");
+    Run(database, "Upsert", Row("1", "Kim"));
     _exit(0);
   }
   usleep(250000);

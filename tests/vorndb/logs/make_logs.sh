@@ -10,15 +10,16 @@
 # made_*.log       written by hand
 set -euo pipefail
 export LC_ALL=C
-cd "$(dirname "${BASH_SOURCE[0]}")/../../../.."
+cd "$(dirname "${BASH_SOURCE[0]}")/../../.."
 logs=$PWD/tests/vorndb/logs
 build=$PWD/build/release
 cmake --preset release
 cmake --build --preset release --target vorndatabase timezone_picker
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-g++ -std=c++17 -Wall -Wextra -I include -I platform/vornutil "$logs/Scenarios.cpp" \
-  -o "$work/scenarios" -L "$build/src" -L "$build/platform" -lvorndatabase -lvornutil -lsqlite3 \
+g++ -std=c++17 -Wall -Wextra -I include -I platform/vornutil -I tests/support \
+  "$logs/Scenarios.cpp" tests/support/{Operations,TemporaryDatabase}.cpp \
+  -o "$work/scenarios" -lgtest -L "$build/src" -L "$build/platform" -lvorndatabase -lvornutil -lsqlite3 \
   -pthread -Wl,-rpath,"$build/src:$build/platform"
 
 # In a fresh directory, so that no path is in the log.
