@@ -22,93 +22,80 @@ namespace {
 using Success = vorn::LogMessage<vorn::kInfo, int>;
 using Failure = vorn::LogMessage<vorn::kError, int, const char*>;
 
+int OpenRequested(Database& database, BasePath& location, sqlite3*& connection) {
+  std::string directory;
+  std::string fileName;
+  location.GetPath(directory, fileName);
+  return database.OpenDB(connection, std::move(directory), std::move(fileName));
+}
+
 // One operation: it opens its file when it is made and closes it when it goes. The handle of a
 // failed open is leaked, as documented.
-class Operation {
- public:
-  Operation(Database& database, BasePath& location) : m_database(database) {
-    std::string directory;
-    std::string fileName;
-    location.GetPath(directory, fileName);
-    m_result = database.OpenDB(m_connection, std::move(directory), std::move(fileName));
-    m_isOpen = m_result == SQLITE_OK;
+struct Operation {
+  Operation(Database& owner, BasePath& location)
+      : database(owner),
+        result(OpenRequested(owner, location, connection)),
+        isOpen(result == SQLITE_OK) {}
+  ~Operation() {
+    if (isOpen) {
+      sqlite3_close(connection);
+    }
   }
   Operation(const Operation&) = delete;
   Operation& operator=(const Operation&) = delete;
 
-  bool IsOpen() const { return m_isOpen; }
-  // Of the open; then of the statement.
-  int Result() const { return m_result; }
-  sqlite3* Connection() const { return m_connection; }
-
+  Database& database;
   SqlGenerator generator;
   std::string sql;
-
- protected:
-  ~Operation() {
-    if (m_isOpen) {
-      sqlite3_close(m_connection);
-    }
-  }
-
-  Database& m_database;
-  sqlite3* m_connection = nullptr;
-  int m_result = SQLITE_OK;
-  bool m_isOpen = false;
+  sqlite3* connection = nullptr;
+  int result;  // of the open; then of the statement
+  const bool isOpen;
 };
 
-class WriteOperation : public Operation {
- public:
+struct WriteOperation : Operation {
   using Operation::Operation;
   ~WriteOperation() {
-    if (m_isOpen) {
-      sqlite3_free(m_error);
+    if (isOpen) {
+      sqlite3_free(error);
     }
   }
 
   void Execute(const vorn::LogSite& site, Success success, Failure failure) {
     // The text of a busy attempt is overwritten by the next one, and so leaks.
-    m_result = vorn::BusyRetry(m_database).Call([this] {
-      return sqlite3_exec(m_connection, sql.c_str(), nullptr, nullptr, &m_error);
-    });
-    if (m_result == SQLITE_OK) {
-      vorn::PrintLog(site, success, m_result);
+    result = vorn::BusyRetry(database).Call(
+        [this] { return sqlite3_exec(connection, sql.c_str(), nullptr, nullptr, &error); });
+    if (result == SQLITE_OK) {
+      vorn::PrintLog(site, success, result);
     } else {
       // SQLite has no text when it runs out of memory.
-      vorn::PrintLog(site, failure, m_result, m_error != nullptr ? m_error : "(null)");
+      vorn::PrintLog(site, failure, result, error != nullptr ? error : "(null)");
     }
   }
 
- private:
-  char* m_error = nullptr;
+  char* error = nullptr;
 };
 
-class QueryOperation : public Operation {
- public:
+struct QueryOperation : Operation {
   using Operation::Operation;
   ~QueryOperation() {
-    if (m_isOpen) {
-      sqlite3_finalize(m_statement);
+    if (isOpen) {
+      sqlite3_finalize(statement);
     }
   }
 
   // Whether the statement can be stepped.
   bool Prepare(const vorn::LogSite& site, Failure failure) {
     // The legacy call, not its successors: it decides how step errors surface.
-    m_result = vorn::BusyRetry(m_database).Call([this] {
-      return sqlite3_prepare(m_connection, sql.c_str(), -1, &m_statement, nullptr);
-    });
-    if (m_result != SQLITE_OK) {
-      vorn::PrintLog(site, failure, m_result, sqlite3_errmsg(m_connection));
+    result = vorn::BusyRetry(database).Call(
+        [this] { return sqlite3_prepare(connection, sql.c_str(), -1, &statement, nullptr); });
+    if (result != SQLITE_OK) {
+      vorn::PrintLog(site, failure, result, sqlite3_errmsg(connection));
     }
-    return m_result == SQLITE_OK;
+    return result == SQLITE_OK;
   }
-  sqlite3_stmt* Statement() const { return m_statement; }
 
   DatabaseParser parser;
-
- private:
-  sqlite3_stmt* m_statement = nullptr;
+  sqlite3_stmt* statement = nullptr;
 };
 
 }  // namespace
@@ -120,90 +107,90 @@ Database::~Database() { VORN_TRACE(); }
 int Database::Update(UpdateRequest& request) {
   VORN_TRACE();
   WriteOperation operation(*this, request);
-  if (operation.IsOpen()) {
+  if (operation.isOpen) {
     operation.generator.GetUpdateSql(request, operation.sql);
     operation.Execute(VORN_HERE, vorn::log::UpdateSucceeded(), vorn::log::UpdateFailed());
   }
-  return operation.Result();
+  return operation.result;
 }
 
 int Database::Delete(DeleteRequest& request) {
   VORN_TRACE();
   WriteOperation operation(*this, request);
-  if (operation.IsOpen()) {
+  if (operation.isOpen) {
     operation.generator.GetDeleteSql(request, operation.sql);
     operation.Execute(VORN_HERE, vorn::log::DeleteSucceeded(), vorn::log::DeleteFailed());
   }
-  return operation.Result();
+  return operation.result;
 }
 
 int Database::Upsert(UpsertRequest& request) {
   VORN_TRACE();
   WriteOperation operation(*this, request);
-  if (operation.IsOpen()) {
+  if (operation.isOpen) {
     operation.generator.GetUpsertSql(request, operation.sql);
     operation.Execute(VORN_HERE, vorn::log::UpsertSucceeded(), vorn::log::UpsertFailed());
   }
-  return operation.Result();
+  return operation.result;
 }
 
 int Database::CreateTable(CreateRequest& request) {
   VORN_TRACE();
   WriteOperation operation(*this, request);
-  if (operation.IsOpen()) {
+  if (operation.isOpen) {
     operation.generator.GetCreateTableSql(request, operation.sql);
     operation.Execute(VORN_HERE, vorn::log::CreateTableSucceeded(), vorn::log::CreateTableFailed());
   }
-  return operation.Result();
+  return operation.result;
 }
 
 int Database::DropTable(DropRequest& request) {
   VORN_TRACE();
   WriteOperation operation(*this, request);
-  if (operation.IsOpen()) {
+  if (operation.isOpen) {
     operation.generator.GetDropTableSql(request, operation.sql);
     operation.Execute(VORN_HERE, vorn::log::DropTableSucceeded(), vorn::log::DropTableFailed());
   }
-  return operation.Result();
+  return operation.result;
 }
 
 int Database::Select(SelectRequest& request, Cursor& cursor) {
   VORN_TRACE();
   const vorn::LogSite& site = VORN_HERE;
   QueryOperation operation(*this, request);
-  if (operation.IsOpen()) {
+  if (operation.isOpen) {
     operation.generator.GetSelectSql(request, operation.sql);
     if (operation.Prepare(site, vorn::log::SelectFailed())) {
-      operation.parser.ParseDatabase(operation.Connection(), operation.Statement(), cursor);
+      operation.parser.ParseDatabase(operation.connection, operation.statement, cursor);
     }
   } else {
-    vorn::PrintLog(site, vorn::log::SelectNotOpened(), operation.Result());
+    vorn::PrintLog(site, vorn::log::SelectNotOpened(), operation.result);
   }
-  return operation.Result();
+  return operation.result;
 }
 
 int Database::JoinSelect(JoinRequest& request, Cursor& cursor) {
   VORN_TRACE();
   QueryOperation operation(*this, request);
-  if (operation.IsOpen()) {
+  if (operation.isOpen) {
     operation.generator.GetJoinSql(request, operation.sql);
     if (operation.Prepare(VORN_HERE, vorn::log::JoinSelectFailed())) {
-      operation.parser.ParseDatabase(operation.Connection(), operation.Statement(), cursor);
+      operation.parser.ParseDatabase(operation.connection, operation.statement, cursor);
     }
   }
-  return operation.Result();
+  return operation.result;
 }
 
 int Database::CheckExistTable(BasePath& path, const char* table, bool& exists) {
   VORN_TRACE();
   QueryOperation operation(*this, path);
-  if (operation.IsOpen()) {
+  if (operation.isOpen) {
     operation.generator.GetCheckTableSql(table, operation.sql);
     if (operation.Prepare(VORN_HERE, vorn::log::CheckExistTableFailed())) {
-      operation.parser.ParseExistTable(operation.Statement(), exists);
+      operation.parser.ParseExistTable(operation.statement, exists);
     }
   }
-  return operation.Result();
+  return operation.result;
 }
 
 int Database::OpenDB(sqlite3*& db, std::string dir, std::string file) {

@@ -37,7 +37,7 @@ struct LogMessage {
 };
 
 template <LogPriority priority, typename... Args>
-constexpr LogMessage<priority, Args...> MakeLogMessage(const char* format, Args...) {
+constexpr LogMessage<priority, Args...> MakeLogMessage(const char* format, Args... /*examples*/) {
   return {format};
 }
 

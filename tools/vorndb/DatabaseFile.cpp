@@ -30,6 +30,13 @@ std::string OpenProblem(const std::string& file) {
          (std::filesystem::is_directory(file, ignored) ? " is a folder" : " cannot be opened");
 }
 
+CallResult CheckTable(const std::string& file, const std::string& table, bool& exists) {
+  BasePath location;
+  Locate(file, location);
+  const std::string name = Quoted(table);
+  return Observe([&] { return Database().CheckExistTable(location, name.c_str(), exists); });
+}
+
 // SQLite's words where they say as much as the tool could.
 std::string Explain(const std::string& file, const std::vector<std::string>& tables, int result,
                     const std::string& message) {
@@ -38,7 +45,8 @@ std::string Explain(const std::string& file, const std::vector<std::string>& tab
     case SQLITE_ERROR:
       // The platform may have made SQLite's message unreadable; then the table is looked for.
       for (const std::string& table : tables) {
-        if (message == "no such table: " + table || (message.empty() && LacksTable(file, table))) {
+        if (message == std::string("no such table: ").append(table) ||
+            (message.empty() && LacksTable(file, table))) {
           return "the table " + table + " does not exist in " + file;
         }
       }
@@ -82,15 +90,17 @@ void RequireExisting(const std::string& file) {
 }
 
 bool HasTable(const std::string& file, const std::string& table) {
-  BasePath location;
-  Locate(file, location);
-  const std::string name = Quoted(table);
   bool exists = false;
-  const CallResult call =
-      Observe([&] { return Database().CheckExistTable(location, name.c_str(), exists); });
+  const CallResult call = CheckTable(file, table, exists);
   ExpectSuccess(file, {}, call);
   ExpectComplete(file, call);
   return exists;
+}
+
+bool LacksTable(const std::string& file, const std::string& table) {
+  bool exists = false;
+  const CallResult call = CheckTable(file, table, exists);
+  return call.result == SQLITE_OK && BreakIn(call.log).empty() && !exists;
 }
 
 void ExpectSuccess(const std::string& file, const std::vector<std::string>& tables,
@@ -105,14 +115,6 @@ void ExpectComplete(const std::string& file, const CallResult& call) {
   const std::string reason = BreakIn(call.log);
   if (!reason.empty()) {
     throw Failure("the result from " + file + " is not complete; " + reason);
-  }
-}
-
-bool LacksTable(const std::string& file, const std::string& table) {
-  try {
-    return !HasTable(file, table);
-  } catch (const Failure&) {
-    return false;
   }
 }
 

@@ -196,7 +196,7 @@ void RequireFormat(const std::string& text) {
 
 std::string FormatOfFile(const std::string& path) {
   const std::size_t dot = path.rfind('.');
-  const std::string ending = dot == std::string::npos ? "" : path.substr(dot + 1);
+  std::string ending = dot == std::string::npos ? "" : path.substr(dot + 1);
   if (ending == "csv" || ending == "json") {
     return ending;
   }

@@ -55,6 +55,7 @@ std::string CodeOf(const Operation& operation) {
 
 // With SQLite's name for it, if docs/log.md explains the code.
 std::string NamedCodeOf(const Operation& operation) {
+// NOLINTNEXTLINE(cppcoreguidelines-macro-usage): a function has no name of its argument
 #define VORNDB_CODE(name) \
   { std::to_string(name), #name }
   static const std::map<std::string, std::string> names = {

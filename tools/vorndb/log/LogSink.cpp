@@ -93,8 +93,8 @@ extern "C" int __dlog_print(int /*log_id*/, int priority, const char* tag, const
   const int length = vasprintf(&message, format, arguments);
   va_end(arguments);
   if (length >= 0) {
+    const std::unique_ptr<char, decltype(&std::free)> owner(message, &std::free);
     vorndb::Receive(priority, tag, message);
-    std::free(message);
   }
   return length;
 }
