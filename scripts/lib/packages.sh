@@ -22,7 +22,8 @@ source "${BASH_SOURCE[0]%/*}/run.sh"
   instruction_packages=("${armhf_packages[@]}" valgrind python3)
   docs_packages=(g++ doxygen graphviz fonts-dejavu-core python3)
   screenshot_packages=(chromium)
-  lint_packages=(git clang clang-format clang-tidy cppcheck shellcheck black pylint mandoc)
+  lint_packages=(git clang clang-format clang-tidy cppcheck shellcheck black pylint mandoc
+    python3-pytest python3-clang)
 }
 
 # require_packages NAME...: installs those that are missing as root, otherwise fails.
