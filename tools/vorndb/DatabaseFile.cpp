@@ -47,7 +47,7 @@ std::string Explain(const std::string& file, const std::vector<std::string>& tab
       for (const std::string& table : tables) {
         if (message == std::string("no such table: ").append(table) ||
             (message.empty() && LacksTable(file, table))) {
-          return "the table " + table + " does not exist in " + file;
+          return std::string("the table ").append(table).append(" does not exist in ") + file;
         }
       }
       return "SQLite refuses it: " + words;
