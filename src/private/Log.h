@@ -11,6 +11,7 @@
 
 #include <VornLogger.h>
 #include <string>
+#include <type_traits>
 
 #ifndef __FILE_NAME__
 #error \
@@ -49,10 +50,10 @@ constexpr int kNumber = 0;
 constexpr const char* kText = "";
 
 #define VORN_FORMAT_AND_ARGUMENTS(...) __VA_ARGS__
-#define VORN_LOG_MESSAGE(name, priority, message, sites, meaning, remedy)               \
-  static_assert(sizeof(CheckFormat message) != 0, "checked by -Wformat");               \
-  constexpr auto name() {                                                               \
-    return MakeLogMessage<priority>(VORN_LOG_PREFIX VORN_FORMAT_AND_ARGUMENTS message); \
+#define VORN_LOG_MESSAGE(name, priority, message, sites, meaning, remedy)                   \
+  static_assert(std::is_same_v<decltype(CheckFormat message), int>, "checked by -Wformat"); \
+  constexpr auto name() {                                                                   \
+    return MakeLogMessage<priority>(VORN_LOG_PREFIX VORN_FORMAT_AND_ARGUMENTS message);     \
   }
 namespace log {
 #include "private/LogMessages.h"
