@@ -117,7 +117,6 @@ struct Model {
 
   std::string Select() const { return "SELECT * FROM " + Table() + WhereIfAny(); }
   std::string Delete() const { return "DELETE  FROM " + Table() + WhereIfAny(); }
-  std::string DropTable() const { return "DROP TABLE " + Table(); }
 
   std::string JoinSelect() const {
     const Field left = At("LeftJoin");
@@ -159,15 +158,15 @@ struct Model {
     return "CREATE TABLE IF NOT EXISTS " + Table() + " (" + Join(items, ", ") + ")";
   }
 
-  // By the member of Database; none where the generator throws.
-  std::optional<std::string> Sql(const std::string& member) const {
+  // None where the generator throws. A statement of a table alone is the catalogue's.
+  std::optional<std::string> Sql(const operations::Operation& operation) const {
     static const std::map<std::string, std::string (Model::*)() const> statements = {
-        {"Select", &Model::Select},      {"JoinSelect", &Model::JoinSelect},
-        {"Delete", &Model::Delete},      {"Upsert", &Model::Upsert},
-        {"Update", &Model::Update},      {"CreateTable", &Model::CreateTable},
-        {"DropTable", &Model::DropTable}};
+        {"Select", &Model::Select}, {"JoinSelect", &Model::JoinSelect},
+        {"Delete", &Model::Delete}, {"Upsert", &Model::Upsert},
+        {"Update", &Model::Update}, {"CreateTable", &Model::CreateTable}};
+    const auto own = statements.find(operation.member);
     try {
-      return (this->*statements.at(member))();
+      return own != statements.end() ? (this->*own->second)() : operation.Sql({{"table", Table()}});
     } catch (const NullName&) {
       return std::nullopt;
     }
@@ -359,7 +358,7 @@ class Session {
 
   // Twice, since a request may be run again.
   void ExpectSql(const Filled& own) {
-    const auto expected = m_model.Sql(own.operation->member);
+    const auto expected = m_model.Sql(*own.operation);
     for (int time = 0; time < 2; ++time) {
       std::string sql = "before";
       if (expected) {
