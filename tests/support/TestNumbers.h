@@ -33,6 +33,12 @@ inline int Scaled(int count) {
   return count * static_cast<int>(scale);
 }
 
+// VORN_TEST_STRIDE: a sweep takes every so many of its points, for slow machines.
+inline int Stride() {
+  static const unsigned stride = Read("VORN_TEST_STRIDE", 1, 1000, 1);
+  return static_cast<int>(stride);
+}
+
 // VORN_TEST_SEED: where it is unset, another number for each run of the program. It is
 // printed, so that a failure can be looked for again.
 inline unsigned Seed() {

@@ -14,6 +14,7 @@
 #include "ShimVfs.h"
 #include "SqliteSpy.h"
 #include "TemporaryDatabase.h"
+#include "TestNumbers.h"
 #include "WholeFile.h"
 
 namespace {
@@ -119,7 +120,7 @@ class OperationSweep {
   int Run(FaultPoint::Kind kind) {
     int points = 0;
     // One point that fails tells more than a thousand.
-    while (RunPoint(points, kind) && !::testing::Test::HasFailure()) {
+    while (RunPoint(points * test_numbers::Stride(), kind) && !::testing::Test::HasFailure()) {
       ++points;
     }
     return points;
