@@ -156,7 +156,7 @@ int Database::DropTable(DropRequest& request) {
 
 int Database::Select(SelectRequest& request, Cursor& cursor) {
   VORN_TRACE();
-  const vorn::LogSite& site = VORN_HERE;
+  const vorn::LogSite site = VORN_HERE;
   QueryOperation operation(*this, request);
   if (operation.isOpen) {
     operation.generator.GetSelectSql(request, operation.sql);

@@ -76,7 +76,7 @@ int DatabaseParser::ParseExistTable(sqlite3_stmt* stmt, bool& exists) {
 }
 
 int DatabaseParser::ParseDatabase(sqlite3* db, sqlite3_stmt* stmt, Cursor& cursor) {
-  const vorn::LogSite& site = VORN_HERE;
+  const vorn::LogSite site = VORN_HERE;
   cursor.Initialize();
   bool areColumnsDeclared = false;
   int columnCount = 0;
