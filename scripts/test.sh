@@ -51,7 +51,6 @@ run_rest() {
     run_suite "$preset"
   done
   scripts/coverage.sh
-  scripts/mutate.sh --sample 30
   scripts/docs.sh
   scripts/footprint.sh
   scripts/instructions.sh check
@@ -69,7 +68,7 @@ case ${1:-} in
   arm) packages+=("${arm_packages[@]}") ;;
   all | rest)
     packages+=("${arm_packages[@]}" "${lint_packages[@]}" "${fuzz_packages[@]}"
-      "${coverage_packages[@]}" "${mutation_packages[@]}" "${docs_packages[@]}"
+      "${coverage_packages[@]}" "${docs_packages[@]}"
       "${package_packages[@]}" "${bench_packages[@]}" "${peer_packages[@]}"
       "${instruction_packages[@]}")
     ;;
