@@ -21,8 +21,8 @@
 /// }
 /// @endcode
 ///
-/// **A result of one column counts one row**, whatever the number of its cells; only its first row
-/// can be reached. Give every table a second column. A result without rows has no columns, and
+/// **A result of one column counts one row**, even if it has more cells; only its first row can be
+/// reached. Give every table a second column. A result without rows has no columns, and
 /// counts -1.
 ///
 /// **Equal column names** share one cell list with two cells per row. Values and row counts of such

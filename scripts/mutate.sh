@@ -15,7 +15,7 @@ require_packages "${test_packages[@]}" "${mutation_packages[@]}"
 
 run_quietly '== release: configure' cmake --preset release
 run_quietly '== release: build' cmake --build --preset release
-# Assertions stop what steps out of a container, as the sanitizers do.
+# Assertions of the standard library stop an access beyond a container.
 rm -rf build/mutation
 for worker in build/mutation/{1,2}; do
   mkdir -p "$worker/tree"

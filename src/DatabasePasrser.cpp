@@ -9,7 +9,7 @@
 namespace {
 
 // The steps of one statement: Next() is true while there is a result to look at. A busy step is
-// retried; the step after the limit, or after MakeNextLast(), ends the steps whatever it returns.
+// retried; the step after the limit, or after MakeNextLast(), is the last, with any result.
 class Steps {
  public:
   Steps(DatabaseParser& parser, sqlite3_stmt* stmt) : m_retry(parser), m_stmt(stmt) {}

@@ -1,4 +1,4 @@
-// The commands, and what the command line asks of them.
+// The commands and their arguments.
 
 #ifndef VORNDB_COMMANDS_H
 #define VORNDB_COMMANDS_H

@@ -70,7 +70,7 @@ class OutputFile {
     TakeOwnerAndMode(m_target, m_part);
   }
 
-  // Removes what was not kept.
+  // Removes the file unless it was kept.
   ~OutputFile() {
     if (!m_part.empty()) {
       static_cast<void>(std::remove(m_part.c_str()));

@@ -38,7 +38,7 @@ class CsvReader {
   CsvReader(const CsvReader&) = delete;
   CsvReader& operator=(const CsvReader&) = delete;
 
-  // The next row, or nothing at the end; empty lines are skipped. Throws Failure for what
+  // The next row, or nothing at the end; empty lines are skipped. Throws Failure if the text
   // is not CSV, and when the stream fails. The parser gets a line at a time, so that it is
   // known where a row begins; a line ends at most one row.
   std::optional<CsvRow> Next() {

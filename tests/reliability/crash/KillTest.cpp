@@ -149,6 +149,7 @@ TEST_F(RandomKillTest, EveryAcknowledgedRowIsThereAndTheOneInFlightWhollyOrNotAt
 class TracedKillTest : public KillTest {
  protected:
   void SetUp() override {
+    // Emulators, some containers and sanitizers do not let a process be traced.
     if (const std::string obstacle = Tracer::Obstacle(); !obstacle.empty()) {
       GTEST_SKIP() << "No process can be traced here: " << obstacle;
     }
