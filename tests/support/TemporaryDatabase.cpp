@@ -16,6 +16,21 @@ sqlite3* Open(const std::string& path) {
   return db;
 }
 
+void AddRow(sqlite3_stmt* stmt, Answer& answer) {
+  const bool isFirst = answer.columns.empty();
+  for (int column = 0; column < sqlite3_column_count(stmt); ++column) {
+    const std::string name = sqlite3_column_name(stmt, column);
+    const int type = sqlite3_column_type(stmt, column);
+    const bool isText = type != SQLITE_NULL && type != SQLITE_BLOB;
+    const auto* const text =
+        isText ? reinterpret_cast<const char*>(sqlite3_column_text(stmt, column)) : "";
+    answer.cells[name].emplace_back(text);
+    if (isFirst) {
+      answer.columns.push_back(name);
+    }
+  }
+}
+
 }  // namespace
 
 TemporaryDirectory::TemporaryDirectory() {
@@ -59,6 +74,25 @@ std::vector<std::string> TemporaryDatabase::Rows(const std::string& sql) const {
   }
   sqlite3_close_v2(db);
   return rows;
+}
+
+Answer TemporaryDatabase::Ask(const std::string& sql, int statements) const {
+  Answer answer;
+  sqlite3* db = nullptr;
+  sqlite3_open(Path().c_str(), &db);
+  const char* rest = sql.c_str();
+  for (; answer.code == SQLITE_OK && *rest != '\0' && statements != 0; --statements) {
+    sqlite3_stmt* stmt = nullptr;
+    answer = {sqlite3_prepare_v2(db, rest, -1, &stmt, &rest)};
+    while (stmt != nullptr && (answer.code = sqlite3_step(stmt)) == SQLITE_ROW) {
+      AddRow(stmt, answer);
+    }
+    answer.code = answer.code == SQLITE_DONE ? SQLITE_OK : answer.code;
+    answer.message = answer.code == SQLITE_OK ? "" : sqlite3_errmsg(db);
+    sqlite3_finalize(stmt);
+  }
+  sqlite3_close(db);
+  return answer;
 }
 
 Locker::Locker(const TemporaryDatabase& database, const std::string& begin)

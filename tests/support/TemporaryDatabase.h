@@ -5,6 +5,7 @@
 
 #include <sqlite3.h>
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,15 @@ class TemporaryDirectory {
 
  private:
   std::string m_path;
+};
+
+// SQLite's answer to statements of the test's own.
+struct Answer {
+  int code = SQLITE_OK;
+  std::string message = {};  // of a failure
+  // The rows of the last statement: cells by column, NULL and blobs as empty texts.
+  std::vector<std::string> columns = {};
+  std::map<std::string, std::vector<std::string>> cells = {};
 };
 
 // The directory and the file name that a test's requests name.
@@ -39,6 +49,9 @@ class TemporaryDatabase {
 
   // The rows of a query of the test's own, cells joined by "|", NULL as "NULL".
   std::vector<std::string> Rows(const std::string& sql) const;
+
+  // Runs the first statements, or all, up to one that fails.
+  Answer Ask(const std::string& sql, int statements = -1) const;
 
  private:
   TemporaryDirectory m_directory;

@@ -29,26 +29,25 @@
 
 namespace {
 
+using note_table::TextOf;
 using std::chrono::microseconds;
 using std::chrono::milliseconds;
 using ::testing::ElementsAre;
 
-// A text that takes several pages, so that a row cannot be written at one go.
-std::string TextOf(int version) {
-  std::string text;
-  while (text.size() < 9000) {
-    text += std::to_string(version) + ",";
-  }
-  return text;
-}
-
 class KillTest : public ::testing::Test {
  protected:
-  KillTest() { EXPECT_EQ(0, note_table::Run({"CreateTable", "", ""}, file)); }
+  KillTest() { EXPECT_EQ(0, Run({"CreateTable"})); }
 
-  int Upsert(int key, int version) const {
-    return note_table::Run({"Upsert", std::to_string(key), TextOf(version)}, file);
+  // Each number is printed, and none may be 0.
+  void TearDown() override {
+    for (const auto& [name, number] : numbers) {
+      std::printf("%s: %d\n", name.c_str(), number);
+      EXPECT_GT(number, 0) << name;
+    }
   }
+
+  int Run(const note_table::Step& step) { return note_table::Run(step, file, database); }
+  int Upsert(int key, int version) { return Run({"Upsert", std::to_string(key), TextOf(version)}); }
 
   // Whether a change was begun and neither completed nor rolled back. A journal that
   // is still empty does not count, and may stay.
@@ -64,13 +63,13 @@ class KillTest : public ::testing::Test {
   }
 
   TemporaryDatabase file;
+  Database database;
+  std::map<std::string, int> numbers;
 };
 
 class RandomKillTest : public KillTest {
  protected:
   static constexpr int kKeys = 20;
-  static std::string KeyOf(int version) { return std::to_string(version % kKeys); }
-
   // Upserts versions for ever, and acknowledges each.
   void WriteFrom(int version, Channel& parent) {
     constexpr int kHasFailed = -1;  // no version
@@ -111,39 +110,39 @@ class RandomKillTest : public KillTest {
 };
 
 TEST_F(RandomKillTest, EveryAcknowledgedRowIsThereAndTheOneInFlightWhollyOrNotAtAll) {
-  const int kills = test_numbers::Scaled(50);
   std::mt19937 random(test_numbers::Seed());
   std::uniform_int_distribution<int> acknowledgements(0, 8);
   std::uniform_int_distribution<int> delay(0, 2 * static_cast<int>(DurationOfUpsert().count()));
-  std::map<std::string, std::string> expected{{"0", TextOf(0)}};
+  const auto add = [](note_table::Rows& rows, int version) {
+    rows[std::to_string(version % kKeys)] = TextOf(version);
+  };
+  note_table::Rows expected{{"0", TextOf(0)}};
   int version = 0;
   int hotJournals = 0;
   int unacknowledged = 0;
-  for (int kill = 0; kill < kills; ++kill) {
+  for (int kill = 0; kill < test_numbers::Scaled(50); ++kill) {
     const int last = KillWriter(version + 1, acknowledgements(random), microseconds(delay(random)));
     while (version < last) {
-      ++version;
-      expected[KeyOf(version)] = TextOf(version);
+      add(expected, ++version);
     }
     hotJournals += HasHotJournal() ? 1 : 0;
 
     int result = 0;
     const note_table::Content found = note_table::Read(file, result);
     ASSERT_EQ(0, result);
-    ASSERT_TRUE(found);
-    std::map<std::string, std::string> withTheOneInFlight = expected;
-    withTheOneInFlight[KeyOf(version + 1)] = TextOf(version + 1);
-    if (*found == withTheOneInFlight) {
+    note_table::Rows withTheOneInFlight = expected;
+    add(withTheOneInFlight, version + 1);
+    if (found == withTheOneInFlight) {
       ++version;
       ++unacknowledged;
       expected = withTheOneInFlight;
     }
-    ASSERT_TRUE(*found == expected) << "after kill " << kill;
+    ASSERT_TRUE(found == expected) << "after kill " << kill;
     ExpectIntact();
   }
+  std::printf("%d kills, %d rows, %d of them unacknowledged, %d hot journals\n",
+              test_numbers::Scaled(50), version, unacknowledged, hotJournals);
   EXPECT_GT(version, unacknowledged);
-  std::printf("%d kills, %d rows, %d of them unacknowledged, %d hot journals\n", kills, version,
-              unacknowledged, hotJournals);
 }
 
 class TracedKillTest : public KillTest {
@@ -160,52 +159,27 @@ class TracedKillTest : public KillTest {
 
   using Change = std::function<int()>;
 
-  // Kills a process at every boundary of a system call of one change, from the first
-  // on until the change runs to its end.
+  // Kills a process at every boundary of a system call of one change, from the first on until
+  // the change runs to its end.
   void KillAtEachBoundary(const Change& change) {
-    image = ReadWholeFile(file.Path());
-    before = State();
-    ASSERT_EQ(0, change());
-    after = State();
-    ASSERT_NE(before, after);
-
-    int boundaries = 0;
-    while (KillAt(boundaries + 1, change)) {
-      ++boundaries;
-      ASSERT_FALSE(HasFailure()) << "at boundary " << boundaries;
+    Prepare(change, [] { return 0; });
+    int boundary = 1;
+    while (KillAt(boundary, change)) {
+      ASSERT_FALSE(HasFailure()) << "at boundary " << boundary;
+      ++boundary;
     }
-    EXPECT_GT(unchanged, 0);
-    EXPECT_GT(changed, 0);
-    EXPECT_GT(rolledBack, 0);
-    std::printf(
-        "%d boundaries: %d before the change, %d after it; %d hot journals, "
-        "%d of them over a file that was written\n",
-        boundaries, unchanged, changed, hotJournals, rolledBack);
+    numbers["boundaries"] = boundary - 1;
   }
 
   // The same at some of the boundaries, while another process wants to make a change
   // of its own.
   void KillAtBoundariesBesideAnother(const Change& change, const Change& others) {
-    image = ReadWholeFile(file.Path());
-    ASSERT_EQ(0, others());
-    before = State();
-    ASSERT_EQ(0, change());
-    after = State();
-    ASSERT_NE(before, after);
-
+    Prepare(change, others);
+    numbers["awaited, with a hot journal"] = 0;
     const int step = std::max(1, 6 / test_numbers::Scaled(1));
-    int boundary = 1;
-    while (KillBesideAnotherAt(boundary, change, others)) {
+    for (int boundary = 1; KillBesideAnotherAt(boundary, change, others); boundary += step) {
       ASSERT_FALSE(HasFailure()) << "at boundary " << boundary;
-      boundary += step;
     }
-    EXPECT_GT(unchanged, 0);
-    EXPECT_GT(changed, 0);
-    EXPECT_GT(takenOver, 0);
-    std::printf(
-        "%d kills: %d before the change, %d after it; the other waited for %d, "
-        "of which %d left a hot journal\n",
-        unchanged + changed, unchanged, changed, awaited, takenOver);
   }
 
  private:
@@ -238,6 +212,16 @@ class TracedKillTest : public KillTest {
     bool m_isReached = true;
   };
 
+  void Prepare(const Change& change, const Change& others) {
+    image = ReadWholeFile(file.Path());
+    ASSERT_EQ(0, others());
+    before = operations::Contents(file);
+    ASSERT_EQ(0, change());
+    after = operations::Contents(file);
+    ASSERT_NE(before, after);
+    numbers = {{"before the change", 0}, {"after the change", 0}};
+  }
+
   // False when the change has no such boundary.
   bool KillAt(int boundary, const Change& change) {
     Restore();
@@ -245,15 +229,16 @@ class TracedKillTest : public KillTest {
     const std::optional<int> result = changer.Kill();
     if (!changer.IsAtBoundary()) {
       EXPECT_EQ(0, result);
-      EXPECT_EQ(after, State());
+      EXPECT_EQ(after, operations::Contents(file));
       return false;
     }
     const bool isHot = HasHotJournal();
-    const bool isRolledBack = isHot && ReadWholeFile(file.Path()) != image;
-    ExpectTable();
+    numbers["hot journals"] += isHot ? 1 : 0;
+    numbers["hot journals over a file that was written"] +=
+        isHot && ReadWholeFile(file.Path()) != image ? 1 : 0;
+    // The library's next operation works.
+    EXPECT_EQ(0, operations::Run("CheckExistTable", database, file, {{"table", "note"}}));
     Check(result);
-    hotJournals += isHot ? 1 : 0;
-    rolledBack += isRolledBack ? 1 : 0;
     return true;
   }
 
@@ -275,8 +260,8 @@ class TracedKillTest : public KillTest {
     });
     std::optional<int> answer = other.Link().Receive(kPatience);
     if (answer == kIsWaiting) {
-      ++awaited;
-      takenOver += HasHotJournal() ? 1 : 0;
+      numbers["awaited"] += 1;
+      numbers["awaited, with a hot journal"] += HasHotJournal() ? 1 : 0;
     }
     const std::optional<int> result = changer.Kill();
     if (answer == kIsWaiting) {
@@ -294,33 +279,18 @@ class TracedKillTest : public KillTest {
     WriteWholeFile(file.Path(), image);
   }
 
-  // The library's next operation works.
-  void ExpectTable() {
-    Database database;
-    EXPECT_EQ(0,
-              operations::Run("CheckExistTable", database, file, {{"table", note_table::kTable}}));
-  }
-
   // A change that has been acknowledged is there, any other wholly or not at all.
   void Check(const std::optional<int>& acknowledged) {
-    const std::vector<std::string> found = State();
+    const std::vector<std::string> found = operations::Contents(file);
     ExpectIntact();
     EXPECT_TRUE(found == after || (found == before && !acknowledged));
     EXPECT_EQ(0, acknowledged.value_or(0));
-    (found == before ? unchanged : changed) += 1;
+    ++numbers[found == before ? "before the change" : "after the change"];
   }
-
-  std::vector<std::string> State() const { return operations::Contents(file); }
 
   std::string image;  // of the file before the change
   std::vector<std::string> before;
   std::vector<std::string> after;
-  int unchanged = 0;
-  int changed = 0;
-  int hotJournals = 0;
-  int rolledBack = 0;
-  int awaited = 0;
-  int takenOver = 0;
 };
 
 TEST_F(TracedKillTest, AnUpsertIsDoneWhollyOrNotAtAll) {
@@ -334,7 +304,6 @@ TEST_F(TracedKillTest, AWaitingUpsertGoesOnAfterOneThatIsKilled) {
 // Of all rows.
 TEST_F(TracedKillTest, AnUpdateIsDoneWhollyOrNotAtAll) {
   KillAtEachBoundary([&] {
-    Database database;
     return operations::Run("Update", database, file,
                            {{"table", note_table::kTable},
                             {"column", note_table::kText},
@@ -345,19 +314,18 @@ TEST_F(TracedKillTest, AnUpdateIsDoneWhollyOrNotAtAll) {
 }
 
 TEST_F(TracedKillTest, ADeleteIsDoneWhollyOrNotAtAll) {
-  KillAtEachBoundary([&] { return note_table::Run({"Delete", "", ""}, file); });
+  KillAtEachBoundary([&] { return Run({"Delete"}); });
 }
 
 TEST_F(TracedKillTest, ATableIsCreatedWhollyOrNotAtAll) {
   KillAtEachBoundary([&] {
-    Database database;
     return operations::Run("CreateTable", database, file,
                            operations::Get("CreateTable").PlainTexts());
   });
 }
 
 TEST_F(TracedKillTest, ATableIsDroppedWhollyOrNotAtAll) {
-  KillAtEachBoundary([&] { return note_table::Run({"DropTable", "", ""}, file); });
+  KillAtEachBoundary([&] { return Run({"DropTable"}); });
 }
 
 }  // namespace

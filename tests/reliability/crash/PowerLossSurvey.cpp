@@ -17,33 +17,31 @@ using note_table::Step;
 // place, or from there; bytes around it stay as they are; and a file may grow before the
 // bytes arrive that it grows by.
 
-using Arrival = std::vector<Extent>;
-using Span = SimulatedDisk::Span;
-using Growth = PowerLoss::Growth;
+using Arrival = SimulatedDisk::Arrival;
+using Change = SimulatedDisk::Change;
+using Fate = SimulatedDisk::Fate;
 
 constexpr std::size_t kSector = 512;
 
-Arrival Lost(const Span& /*span*/) { return {}; }
+Arrival Lost(const Change& /*change*/) { return {}; }
 
-Arrival Whole(const Span& span) { return {{0, span.size}}; }
+Arrival Whole(const Change& change) { return {{0, change.data.size()}}; }
 
-std::vector<Arrival> All(const std::vector<Span>& spans, Arrival (*fate)(const Span&)) {
-  std::vector<Arrival> arrivals(spans.size());
-  std::transform(spans.begin(), spans.end(), arrivals.begin(), fate);
-  return arrivals;
-}
+Arrival FirstHalf(const Change& change) { return {{0, change.data.size() / 2}}; }
+
+Arrival SecondHalf(const Change& change) { return {{change.data.size() / 2, change.data.size()}}; }
 
 std::size_t Below(std::size_t limit, std::mt19937& random) {
   return std::uniform_int_distribution<std::size_t>(0, limit - 1)(random);
 }
 
 // Each sector, as they are counted in the file, arrives or doesn't.
-Arrival SomeSectors(const Span& span, std::mt19937& random) {
+Arrival SomeSectors(const Change& change, std::mt19937& random) {
   Arrival arrival;
   std::size_t begin = 0;
-  while (begin < span.size) {
-    const std::size_t rest = kSector - (span.offset + begin) % kSector;
-    const std::size_t end = std::min(begin + rest, span.size);
+  while (begin < change.data.size()) {
+    const std::size_t rest = kSector - (change.offset + begin) % kSector;
+    const std::size_t end = std::min(begin + rest, change.data.size());
     if (Below(2, random) == 0) {
       arrival.push_back({begin, end});
     }
@@ -52,78 +50,23 @@ Arrival SomeSectors(const Span& span, std::mt19937& random) {
   return arrival;
 }
 
-Arrival RandomFate(const Span& span, std::mt19937& random) {
-  const std::size_t cut = Below(span.size, random);
+Arrival RandomFate(const Change& change, std::mt19937& random) {
+  const std::size_t cut = Below(change.data.size(), random);
   switch (Below(5, random)) {
     case 0:
-      return Lost(span);
+      return Lost(change);
     case 1:
-      return Whole(span);
+      return Whole(change);
     case 2:
       return {{0, cut}};
     case 3:
-      return {{cut, span.size}};
+      return {{cut, change.data.size()}};
     default:
-      return SomeSectors(span, random);
+      return SomeSectors(change, random);
   }
-}
-
-// All or nothing of what is pending arrives; files may have grown all the same.
-std::vector<PowerLoss> PlainLosses(const SimulatedDisk& disk, std::size_t directoryChanges) {
-  const std::vector<Span> pending = disk.Pending(directoryChanges);
-  return {{directoryChanges, All(pending, Lost), Growth::kNothing},
-          {directoryChanges, All(pending, Lost), Growth::kZeros},
-          {directoryChanges, All(pending, Lost), Growth::kGarbage},
-          {directoryChanges, All(pending, Whole), Growth::kNothing}};
-}
-
-// Each pending change in turn meets another fate than all the others, or is torn.
-std::vector<PowerLoss> LossesOfEachChange(const SimulatedDisk& disk, std::size_t directoryChanges) {
-  const std::vector<Span> pending = disk.Pending(directoryChanges);
-  std::vector<PowerLoss> losses;
-  for (std::size_t index = 0; index < pending.size(); ++index) {
-    const auto add = [&](std::vector<Arrival> arrivals, Arrival fate, Growth growth) {
-      arrivals[index] = std::move(fate);
-      losses.push_back({directoryChanges, std::move(arrivals), growth});
-    };
-    const Span& span = pending[index];
-    const std::size_t middle = span.size / 2;
-    add(All(pending, Lost), Whole(span), Growth::kNothing);
-    add(All(pending, Whole), Lost(span), Growth::kGarbage);
-    add(All(pending, Lost), {{0, middle}}, Growth::kGarbage);
-    add(All(pending, Whole), {{0, middle}}, Growth::kZeros);
-    add(All(pending, Whole), {{middle, span.size}}, Growth::kNothing);
-  }
-  return losses;
-}
-
-// Every pending change meets a fate of its own.
-PowerLoss RandomLoss(const SimulatedDisk& disk, std::size_t directoryChanges,
-                     std::mt19937& random) {
-  std::vector<Arrival> arrivals;
-  for (const Span& span : disk.Pending(directoryChanges)) {
-    arrivals.push_back(RandomFate(span, random));
-  }
-  constexpr Growth kGrowths[] = {Growth::kNothing, Growth::kZeros, Growth::kGarbage};
-  return {directoryChanges, std::move(arrivals), kGrowths[Below(3, random)]};
 }
 
 // What is found then.
-
-std::string IntegrityOf(const std::string& path) {
-  sqlite3* db = nullptr;
-  std::string answer;
-  sqlite3_open(path.c_str(), &db);
-  const auto append = [](void* text, int, char** values, char**) {
-    *static_cast<std::string*>(text) += values[0];
-    return 0;
-  };
-  if (sqlite3_exec(db, "PRAGMA integrity_check", append, &answer, nullptr) != SQLITE_OK) {
-    answer += sqlite3_errmsg(db);
-  }
-  sqlite3_close(db);
-  return answer;
-}
 
 // A query that has nothing to repair leaves the file as it is.
 Content ReadAndWatch(const TemporaryDatabase& database, int& result, bool& isRepaired) {
@@ -136,14 +79,15 @@ Content ReadAndWatch(const TemporaryDatabase& database, int& result, bool& isRep
   return note_table::Read(database, result);
 }
 
-std::string ChangeAgain(const TemporaryDatabase& database, const Content& content) {
+std::string ChangeAgain(const TemporaryDatabase& file, const Content& content) {
   const Step step =
-      content ? Step{"Upsert", "when the power is back", "it works"} : Step{"CreateTable", "", ""};
-  if (const int result = note_table::Run(step, database); result != 0) {
+      content ? Step{"Upsert", "when the power is back", "it works"} : Step{"CreateTable"};
+  Database database;
+  if (const int result = note_table::Run(step, file, database); result != 0) {
     return "the next operation gives " + std::to_string(result);
   }
   int result = 0;
-  const bool holds = note_table::Read(database, result) == note_table::After(step, content);
+  const bool holds = note_table::Read(file, result) == note_table::After(step, content);
   return holds ? "" : "the next operation does not hold";
 }
 
@@ -171,9 +115,10 @@ void WriteFiles(const Image& image, const TemporaryDatabase& database) {
   }
 }
 
-PowerLossSurvey::PowerLossSurvey(const History& history, DirectoryChanges directory)
+PowerLossSurvey::PowerLossSurvey(const History& history, DirectoryChanges directory, int stride)
     : m_history(history),
       m_directory(directory),
+      m_stride(stride),
       m_disk(history.before),
       m_random(test_numbers::Seed()) {}
 
@@ -203,26 +148,48 @@ void PowerLossSurvey::LosePower(bool inAllWays) {
   const std::size_t end = isAtOnce ? pending + 1 : pending;
   m_result.boundaries += first < end ? 1 : 0;
   for (std::size_t changes = first; changes < end; ++changes) {
-    for (const PowerLoss& loss : PlainLosses(m_disk, changes)) {
-      Lose(loss);
-    }
+    // All or nothing of what is pending arrives; files may have grown all the same.
+    Lose(changes, Lost, Growth::kNothing);
+    Lose(changes, Lost, Growth::kZeros);
+    Lose(changes, Lost, Growth::kGarbage);
+    Lose(changes, Whole, Growth::kNothing);
     if (inAllWays) {
-      for (const PowerLoss& loss : LossesOfEachChange(m_disk, changes)) {
-        Lose(loss);
-      }
+      LoseEach(changes);
     }
     for (int count = test_numbers::Scaled(inAllWays ? 8 : 1); count > 0; --count) {
-      Lose(RandomLoss(m_disk, changes, m_random));
+      constexpr Growth kGrowths[] = {Growth::kNothing, Growth::kZeros, Growth::kGarbage};
+      const Growth growth = kGrowths[Below(3, m_random)];
+      Lose(
+          changes, [this](const Change& change) { return RandomFate(change, m_random); }, growth);
     }
   }
 }
 
-void PowerLossSurvey::Lose(const PowerLoss& loss) {
+// Each pending change in turn meets another fate than all the others, or is torn.
+void PowerLossSurvey::LoseEach(std::size_t directoryChanges) {
+  for (std::size_t left = m_disk.Pending(directoryChanges); left > 0; --left) {
+    const auto lose = [&](const Fate& others, const Fate& own, Growth growth) {
+      std::size_t until = left;
+      Lose(
+          directoryChanges,
+          [&](const Change& change) { return --until == 0 ? own(change) : others(change); },
+          growth);
+    };
+    lose(Lost, Whole, Growth::kNothing);
+    lose(Whole, Lost, Growth::kGarbage);
+    lose(Lost, FirstHalf, Growth::kGarbage);
+    lose(Whole, FirstHalf, Growth::kZeros);
+    lose(Whole, SecondHalf, Growth::kNothing);
+  }
+}
+
+void PowerLossSurvey::Lose(std::size_t directoryChanges, const Fate& fate, Growth growth) {
   ++m_result.losses;
   // What its own operation has deleted may be back without harm.
-  const bool journalIsBack = !m_hasDeleted && m_disk.RestoresFile(loss.directoryChanges);
-  const auto [image, isNew] = m_seen.emplace(journalIsBack, m_disk.After(loss));
-  if (isNew) {
+  const bool journalIsBack = !m_hasDeleted && m_disk.RestoresFile(directoryChanges);
+  const auto [image, isNew] =
+      m_seen.emplace(journalIsBack, m_disk.After(directoryChanges, fate, growth));
+  if (isNew && m_new++ % m_stride == 0) {
     Examine(image->second, journalIsBack);
   }
 }
@@ -239,8 +206,9 @@ void PowerLossSurvey::Examine(const Image& image, bool journalIsBack) {
   if (complaint.empty()) {
     complaint = Judge(found, journalIsBack);
   }
-  if (const std::string integrity = IntegrityOf(m_database.Path()); integrity != "ok") {
-    complaint = integrity;
+  const Answer integrity = m_database.Ask("PRAGMA integrity_check");
+  if (integrity.cells != decltype(integrity.cells){{"integrity_check", {"ok"}}}) {
+    complaint = "the file is not sound: " + integrity.message;
   }
   if (complaint.empty()) {
     complaint = ChangeAgain(m_database, found);

@@ -39,29 +39,33 @@ class PowerLossSurvey {
   struct Result {
     int losses = 0;
     int boundaries = 0;  // between events, where power was lost
-    int images = 0;      // that differ, of those that the losses left
+    int images = 0;      // that were looked at
     int repairs = 0;     // of images, which the library's first query has made
     int undone = 0;      // images without the last acknowledged change
     int damages = 0;     // images that fail the checks
     std::string firstDamage;
   };
 
-  PowerLossSurvey(const History& history, DirectoryChanges directory);
+  // Of the images that differ, every so many are looked at.
+  PowerLossSurvey(const History& history, DirectoryChanges directory, int stride);
   Result Run();
 
  private:
   void LosePower(bool inAllWays);
-  void Lose(const PowerLoss& loss);
+  void LoseEach(std::size_t directoryChanges);
+  void Lose(std::size_t directoryChanges, const SimulatedDisk::Fate& fate, Growth growth);
   void Examine(const Image& image, bool journalIsBack);
   std::string Judge(const note_table::Content& found, bool journalIsBack);
   void Proceed(const DiskEvent& event);
 
   const History& m_history;
   const DirectoryChanges m_directory;
+  const int m_stride;
   const TemporaryDatabase m_database;  // one for all images: new directories cost time
   SimulatedDisk m_disk;
   std::mt19937 m_random;
   std::set<std::pair<bool, Image>> m_seen;  // since the last acknowledgement
+  int m_new = 0;
   std::size_t m_acknowledged = 0;
   bool m_isRunning = false;   // the next operation
   bool m_hasDeleted = false;  // the next operation, its journal

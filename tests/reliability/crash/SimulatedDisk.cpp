@@ -4,7 +4,9 @@
 
 namespace {
 
-std::vector<Extent> Whole(const std::string& data) { return {{0, data.size()}}; }
+SimulatedDisk::Arrival Whole(const SimulatedDisk::Change& change) {
+  return {{0, change.data.size()}};
+}
 
 // As a file system does, a write behind the end fills what is between.
 void Put(std::string& content, std::size_t offset, const std::string& data, char filling) {
@@ -44,11 +46,7 @@ void SimulatedDisk::Apply(const DiskEvent& event) {
       break;
     case DiskEvent::Kind::kSync: {
       File& file = Named(event.file);
-      std::vector<std::vector<Extent>> all;
-      for (const Change& change : file.pending) {
-        all.push_back(Whole(change.data));
-      }
-      file.durable = Write(file, all.data(), PowerLoss::Growth::kNothing);
+      file.durable = Write(file, Whole, Growth::kNothing);
       file.pending.clear();
       break;
     }
@@ -62,32 +60,20 @@ bool SimulatedDisk::RestoresFile(std::size_t directoryChanges) const {
                      m_pending.end(), [](const DirectoryChange& change) { return !change.file; });
 }
 
-std::vector<SimulatedDisk::Span> SimulatedDisk::Pending(std::size_t directoryChanges) const {
-  std::vector<Span> spans;
+std::size_t SimulatedDisk::Pending(std::size_t directoryChanges) const {
+  std::size_t count = 0;
   for (const auto& [name, number] : DirectoryAfter(directoryChanges)) {
-    for (const Change& change : m_files[number].pending) {
-      spans.push_back({change.offset, change.data.size()});
-    }
+    count += m_files[number].pending.size();
   }
-  return spans;
+  return count;
 }
 
-Image SimulatedDisk::Now() const {
-  SimulatedDisk synced = *this;
-  for (const auto& [name, number] : DirectoryAfter(m_pending.size())) {
-    synced.Apply({DiskEvent::Kind::kSync, name, 0, ""});
-  }
-  synced.Apply({DiskEvent::Kind::kSyncDirectory, "", 0, ""});
-  return synced.After({0, {}, PowerLoss::Growth::kNothing});
-}
+Image SimulatedDisk::Now() const { return After(m_pending.size(), Whole, Growth::kNothing); }
 
-Image SimulatedDisk::After(const PowerLoss& loss) const {
+Image SimulatedDisk::After(std::size_t directoryChanges, const Fate& fate, Growth growth) const {
   Image image;
-  const std::vector<Extent>* arrivals = loss.arrivals.data();
-  for (const auto& [name, number] : DirectoryAfter(loss.directoryChanges)) {
-    const File& file = m_files[number];
-    image[name] = Write(file, arrivals, loss.growth);
-    arrivals += file.pending.size();
+  for (const auto& [name, number] : DirectoryAfter(directoryChanges)) {
+    image[name] = Write(m_files[number], fate, growth);
   }
   return image;
 }
@@ -108,14 +94,12 @@ SimulatedDisk::File& SimulatedDisk::Named(const std::string& name) {
   return m_files[DirectoryAfter(m_pending.size()).at(name)];
 }
 
-// `arrivals` has as many elements as there are pending changes.
-std::string SimulatedDisk::Write(const File& file, const std::vector<Extent>* arrivals,
-                                 PowerLoss::Growth growth) {
-  const char filling = growth == PowerLoss::Growth::kGarbage ? '\xA5' : '\0';
+std::string SimulatedDisk::Write(const File& file, const Fate& fate, Growth growth) {
+  const char filling = growth == Growth::kGarbage ? '\xA5' : '\0';
   std::string content = file.durable;
   std::size_t sizeWhenWhole = content.size();
   for (const Change& change : file.pending) {
-    for (const Extent& extent : *arrivals) {
+    for (const Extent& extent : fate(change)) {
       if (change.truncates) {
         content.resize(change.offset, filling);
       } else {
@@ -125,9 +109,8 @@ std::string SimulatedDisk::Write(const File& file, const std::vector<Extent>* ar
     }
     sizeWhenWhole = change.truncates ? change.offset
                                      : std::max(sizeWhenWhole, change.offset + change.data.size());
-    ++arrivals;
   }
-  if (growth != PowerLoss::Growth::kNothing && content.size() < sizeWhenWhole) {
+  if (growth != Growth::kNothing && content.size() < sizeWhenWhole) {
     content.resize(sizeWhenWhole, filling);
   }
   return content;

@@ -4,20 +4,20 @@
 #define VORN_TESTS_CRASH_SIMULATEDDISK_H
 
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
-// What a program does to the files of the directory, and when it has told its user
-// that an operation is done.
+// A change that a program makes to the files of the directory, or the end of its operation.
 struct DiskEvent {
   enum class Kind { kCreate, kWrite, kTruncate, kSync, kDelete, kSyncDirectory, kAcknowledge };
 
   Kind kind = Kind::kAcknowledge;
-  std::string file;
+  std::string file = {};
   std::size_t offset = 0;  // of a write; the size to truncate to
-  std::string data;        // that is written
+  std::string data = {};   // that is written
 };
 
 // The files by name, with all that is in them.
@@ -29,22 +29,21 @@ struct Extent {
   std::size_t end;
 };
 
-// What becomes of the changes that are pending when the power goes.
-struct PowerLoss {
-  // What a file grows by, where nothing of the writes behind its old end arrives.
-  enum class Growth { kNothing, kZeros, kGarbage };
-
-  // The first so many changes of the directory arrive; it never shows a later one
-  // without those before it.
-  std::size_t directoryChanges;
-  // For each change in SimulatedDisk::Pending, what of it arrives: in any order,
-  // whole, in parts or not at all.
-  std::vector<std::vector<Extent>> arrivals;
-  Growth growth;
-};
+// What a file grows by, where nothing of the writes behind its old end arrives.
+enum class Growth { kNothing, kZeros, kGarbage };
 
 class SimulatedDisk {
  public:
+  // A change of a file. A truncation counts as a write of one byte.
+  struct Change {
+    bool truncates;
+    std::size_t offset;
+    std::string data;
+  };
+  // The parts of a change that arrive: all, some or none.
+  using Arrival = std::vector<Extent>;
+  using Fate = std::function<Arrival(const Change&)>;
+
   // All of these files are durable.
   explicit SimulatedDisk(const Image& files);
 
@@ -55,26 +54,18 @@ class SimulatedDisk {
   // Whether a file is back when only the first so many of them arrive.
   bool RestoresFile(std::size_t directoryChanges) const;
 
-  // Where in its file a change is made; a truncation counts as a write of one byte.
-  struct Span {
-    std::size_t offset;
-    std::size_t size;
-  };
-  // The changes of files that no sync of theirs has followed, file by file, of those
-  // files that are there when the first changes of the directory arrive.
-  std::vector<Span> Pending(std::size_t directoryChanges) const;
+  // How many changes of files no sync of theirs has followed, in those files that are there
+  // when the first so many changes of the directory arrive.
+  std::size_t Pending(std::size_t directoryChanges) const;
 
-  // What a program finds.
+  // The files as a program finds them.
   Image Now() const;
-  // What is found when the power is back.
-  Image After(const PowerLoss& loss) const;
+  // The files after a loss of power. The first so many changes of the directory arrive; it
+  // never shows a later one without those before it. The fate is asked for each pending
+  // change, file by file.
+  Image After(std::size_t directoryChanges, const Fate& fate, Growth growth) const;
 
  private:
-  struct Change {
-    bool truncates;
-    std::size_t offset;
-    std::string data;
-  };
   struct File {
     std::string durable;
     std::vector<Change> pending;
@@ -88,8 +79,7 @@ class SimulatedDisk {
 
   Directory DirectoryAfter(std::size_t changes) const;
   File& Named(const std::string& name);
-  static std::string Write(const File& file, const std::vector<Extent>* arrivals,
-                           PowerLoss::Growth growth);
+  static std::string Write(const File& file, const Fate& fate, Growth growth);
 
   std::vector<File> m_files;
   Directory m_directory;  // that is durable

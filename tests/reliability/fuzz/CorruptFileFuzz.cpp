@@ -161,81 +161,39 @@ const Files& TheFiles() {
   return files;
 }
 
-// SQLite's answer to a query of the test's own: the cells by the columns' names.
-struct Answer {
-  std::vector<std::string> columns;
-  CellMap cells;
-};
-
-void AddRow(sqlite3_stmt* stmt, Answer& answer) {
-  const bool isFirst = answer.columns.empty();
-  for (int column = 0; column < sqlite3_column_count(stmt); ++column) {
-    const std::string name = sqlite3_column_name(stmt, column);
-    const int type = sqlite3_column_type(stmt, column);
-    const bool isText = type != SQLITE_NULL && type != SQLITE_BLOB;
-    const auto* const text =
-        isText ? reinterpret_cast<const char*>(sqlite3_column_text(stmt, column)) : "";
-    answer.cells[name].emplace_back(text);
-    if (isFirst) {
-      answer.columns.push_back(name);
-    }
-  }
-}
-
-// The rows up to the end, or to where stepping fails.
-Answer Ask(const std::string& sql) {
-  Answer answer;
-  sqlite3* db = nullptr;
-  sqlite3_stmt* stmt = nullptr;
-  EXPECT_EQ(SQLITE_OK, sqlite3_open(TheFiles().Database().Path().c_str(), &db));
-  sqlite3_prepare_v2(db, sql.c_str(), -1, &stmt, nullptr);
-  while (stmt != nullptr && sqlite3_step(stmt) == SQLITE_ROW) {
-    AddRow(stmt, answer);
-  }
-  sqlite3_finalize(stmt);
-  sqlite3_close(db);
-  return answer;
-}
-
 // The operations on the good file, in the order of their numbers. Those that are not among
 // them follow with the texts of the catalogue, whose tables the file has in part.
-struct Subject {
-  std::string member;
-  Texts texts;
-};
+using Subject = std::pair<std::string, Texts>;
 
 std::vector<Subject> MakeSubjects() {
+  const Texts contact = {{"table", "contact"},
+                         {"column", "kind"},
+                         {"value", "another"},
+                         {"whereColumn", "kind"},
+                         {"whereValue", "2"}};
+  const Texts note = {{"table", "note"},
+                      {"column", "owner"},
+                      {"value", "7"},
+                      {"column2", "day"},
+                      {"value2", "7"},
+                      {"column3", "body"},
+                      {"value3", std::string(1000, 'b')}};
+  const Texts join = {
+      {"table", "contact"}, {"column", "_ID"}, {"table2", "note"}, {"column2", "owner"}};
+  const Texts fresh = {{"table", "fresh"},
+                       {"key", "uid"},
+                       {"keyType", "TEXT"},
+                       {"column", "name"},
+                       {"type", "TEXT"}};
   std::vector<Subject> subjects = {
-      {"CheckExistTable", {{"table", "contact"}}},
-      {"Select", {{"table", "contact"}, {"whereColumn", "kind"}, {"whereValue", "1"}}},
-      {"JoinSelect",
-       {{"table", "contact"}, {"column", "_ID"}, {"table2", "note"}, {"column2", "owner"}}},
-      {"Upsert",
-       {{"table", "note"},
-        {"column", "owner"},
-        {"value", "7"},
-        {"column2", "day"},
-        {"value2", "7"},
-        {"column3", "body"},
-        {"value3", std::string(1000, 'b')}}},
-      {"Update",
-       {{"table", "contact"},
-        {"column", "kind"},
-        {"value", "another"},
-        {"whereColumn", "kind"},
-        {"whereValue", "2"}}},
-      {"Delete", {{"table", "contact"}, {"whereColumn", "kind"}, {"whereValue", "0"}}},
-      {"CreateTable",
-       {{"table", "fresh"},
-        {"key", "uid"},
-        {"keyType", "TEXT"},
-        {"column", "name"},
-        {"type", "TEXT"}}},
-      {"DropTable", {{"table", "contact"}}}};
+      {"CheckExistTable", contact}, {"Select", contact.With("whereValue", "1")},
+      {"JoinSelect", join},         {"Upsert", note},
+      {"Update", contact},          {"Delete", contact.With("whereValue", "0")},
+      {"CreateTable", fresh},       {"DropTable", contact}};
   for (const Operation& operation : operations::All()) {
     if (std::none_of(subjects.begin(), subjects.end(),
-                     [&](const Subject& each) { return each.member == operation.member; })) {
-      subjects.push_back({operation.member, operation.PlainTexts()});
+                     [&](const Subject& each) { return each.first == operation.member; })) {
+      subjects.emplace_back(operation.member, operation.PlainTexts());
     }
   }
   return subjects;
@@ -272,22 +230,22 @@ void ExpectOutcome(const Operation& operation, int result) {
 // had before; likewise the flag.
 void ExpectAnswer(const Operation& operation, operations::Call& call, int result) {
   if (operation.kind == operations::Kind::kFillsCursor) {
-    const Answer expected =
-        result == SQLITE_OK ? Ask(call.Sql()) : Answer{{"before"}, {{"before", {}}}};
+    const Answer expected = result == SQLITE_OK ? TheFiles().Database().Ask(call.Sql(), 1)
+                                                : Answer{0, "", {"before"}, {{"before", {}}}};
     std::vector<std::string> columns;
     call.cursor.GetColumn(columns);
     EXPECT_EQ(expected.columns, columns);
     EXPECT_EQ(expected.cells, CellMapOf(call.cursor));
   } else if (operation.kind == operations::Kind::kSetsFlag) {
-    const Answer expected =
-        Ask("SELECT name FROM sqlite_master WHERE type = 'table' AND name = 'contact'");
+    const Answer expected = TheFiles().Database().Ask(
+        "SELECT name FROM sqlite_master WHERE type = 'table' AND name = 'contact'");
     EXPECT_EQ(result != SQLITE_OK || !expected.columns.empty(), call.exists);
   }
 }
 
 void Run(const Subject& subject) {
-  const Operation& operation = operations::Get(subject.member);
-  operations::Call call(operation, TheFiles().Database(), subject.texts);
+  const Operation& operation = operations::Get(subject.first);
+  operations::Call call(operation, TheFiles().Database(), subject.second);
   call.cursor.SetColumn("before");
   call.exists = true;
   journal::Clear();

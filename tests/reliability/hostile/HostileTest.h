@@ -1,11 +1,9 @@
-// Runs an operation of the library on one file, and the statement that it should
-// make of it on a copy of that file, over a connection of the test's own. Both must
-// come to the same.
+// Runs an operation of the library on one file, and its statement on a copy of that file, over
+// a connection of the test's own. Both must come to the same.
 
 #ifndef VORN_TESTS_HOSTILE_HOSTILETEST_H
 #define VORN_TESTS_HOSTILE_HOSTILETEST_H
 
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -15,14 +13,6 @@
 
 using operations::Strings;
 using operations::Texts;
-
-// What SQLite, asked directly, says to a statement.
-struct Verdict {
-  int code = 0;
-  std::string message;        // empty when it accepts
-  Strings columns;            // of a query that has rows
-  std::vector<Strings> rows;  // NULL as an empty text
-};
 
 // The tables of operations::Schema(), and the objects of a caller.
 class HostileTest : public LibraryTest {
@@ -35,13 +25,13 @@ class HostileTest : public LibraryTest {
   // Runs an operation.
   int Run(const std::string& member, const Texts& texts);
 
-  // Runs an operation and expects exactly what SQLite makes of its statement. The caller's
-  // objects must be usable afterwards. Returns SQLite's verdict.
-  Verdict Expect(const operations::Operation& operation, const Texts& texts);
+  // Runs an operation and expects exactly SQLite's own answer to its statement, which is
+  // returned. The caller's objects must be usable afterwards.
+  Answer Expect(const operations::Operation& operation, const Texts& texts);
   // A case of the catalogue with another text.
-  Verdict Expect(const std::string& name, const std::string& slot, const std::string& text);
+  Answer Expect(const std::string& name, const std::string& slot, const std::string& text);
   // The same of an operation that has run.
-  Verdict ExpectVerdict(const std::string& member, const std::string& sql, int code);
+  Answer ExpectAnswer(const std::string& member, const std::string& sql, int code);
 
   bool IsUntouched() const;
   Strings Tables() const;
@@ -54,9 +44,8 @@ class HostileTest : public LibraryTest {
 
  private:
   void ExpectCalls(const operations::Operation& operation, const std::string& sql) const;
-  void ExpectLog(const operations::Operation& operation, const Verdict& verdict) const;
-  void ExpectResult(const operations::Operation& operation, const Verdict& verdict);
-  void ExpectUsable();
+  void ExpectLog(const operations::Operation& operation, const Answer& answer) const;
+  void ExpectCursor(const Answer& answer);
 
   TemporaryDatabase m_copy;
   std::string m_pristine;

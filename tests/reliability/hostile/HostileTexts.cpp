@@ -1,15 +1,11 @@
 #include "HostileTexts.h"
 
-namespace {
+#include "TestNumbers.h"
 
-constexpr std::size_t kMebibyte = 1024 * 1024;
-
-using namespace std::string_literals;
-
-}  // namespace
-
-const std::vector<std::string>& HostileTexts() {
-  static const std::vector<std::string> texts = {
+std::vector<std::string> HostileTexts(std::size_t number) {
+  using namespace std::string_literals;
+  constexpr std::size_t kMebibyte = 1024 * 1024;
+  static const std::vector<std::string> all = {
       // Nothing hostile: the cases below are not refused for another reason.
       "uid", "contact", "note", "7", "TEXT",
       // Hardly a text.
@@ -43,6 +39,11 @@ const std::vector<std::string>& HostileTexts() {
       "uid\0'; DROP TABLE note; --"s, "\0uid"s,
       // Lengthy.
       std::string(kMebibyte, 'a'), std::string(kMebibyte, '\''), std::string(kMebibyte, '\x80')};
+  const auto stride = static_cast<std::size_t>(test_numbers::Stride());
+  std::vector<std::string> texts;
+  for (std::size_t index = number % stride; index < all.size(); index += stride) {
+    texts.push_back(all[index]);
+  }
   return texts;
 }
 

@@ -7,8 +7,9 @@
 #include <string>
 #include <vector>
 
-// One of them may hold a NUL: nobody who takes a `const char*` sees what follows.
-const std::vector<std::string>& HostileTexts();
+// Under a stride some of them, with another number others. One of them may hold a NUL: nobody
+// who takes a `const char*` sees what follows.
+std::vector<std::string> HostileTexts(std::size_t number = 0);
 
 // As it is seen through a `const char*`.
 inline std::string UpToNul(const std::string& text) { return text.c_str(); }

@@ -10,7 +10,6 @@
 #include "HostileTest.h"
 #include "HostileTexts.h"
 #include "OperationLines.h"
-#include "SqlGenerator.h"
 
 namespace {
 
@@ -134,15 +133,6 @@ TEST_F(PathsTest, OpenDBOpensTheDirectoryUpToItsNul) {
   EXPECT_EQ(SQLITE_CANTOPEN, database.OpenDB(db, directory.Path() + "\0x"s, "app.db"));
   EXPECT_THAT(sqlite_spy::Calls(),
               ElementsAre("sqlite3_open(" + directory.Path() + ")", "sqlite3_errmsg()"));
-}
-
-TEST_F(PathsTest, TheGeneratorKeepsNulsInPathsAndInTheNameOfATable) {
-  SqlGenerator generator;
-  std::string text;
-  generator.GetDBPath("a\0b"s, "c\0d"s, text);
-  EXPECT_EQ("a\0b/c\0d"s, text);
-  generator.GetCheckTableSql("a\0b"s, text);
-  EXPECT_EQ("SELECT COUNT(*) from sqlite_master WHERE TYPE='table' AND NAME='a\0b'"s, text);
 }
 
 }  // namespace

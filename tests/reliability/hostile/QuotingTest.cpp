@@ -1,5 +1,5 @@
-// The safe way to hand on values and names of others: what has been quoted by the
-// caller arrives as it was, whatever it is.
+// The safe way to hand on values and names of others: quoted by the caller, any of them
+// arrives as it was.
 
 #include "safe.h"
 
@@ -13,7 +13,6 @@
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 class QuotingTest : public HostileTest {
  protected:
@@ -38,19 +37,26 @@ class QuotingTest : public HostileTest {
 
 // Values.
 
-TEST_F(QuotingTest, AQuotedValueArrivesAsItWas) {
+TEST_F(QuotingTest, AQuotedValueIsWrittenFoundUpdatedAndDeletedAsItWas) {
   for (const std::string& text : HostileTexts()) {
     SCOPED_TRACE(Excerpt(text));
     StartAfresh();
     const std::string value = UpToNul(text);
-    ASSERT_EQ(0, Run("Upsert", {{"table", "contact"},
-                                {"column", "uid"},
-                                {"value", "1"},
-                                {"column2", "name"},
-                                {"value2", Quoted(value)}}));
+    const std::string quoted = Quoted(value);
+    const Texts row = {{"table", "contact"}, {"column", "uid"}, {"value", "1"}};
+    ASSERT_EQ(0, Run("Upsert", row.With("column2", "name").With("value2", quoted)));
     ASSERT_EQ(0, SelectByName(value));
     EXPECT_TRUE(value == Cell("name"));
     EXPECT_EQ("1", Cell("uid"));
+    ASSERT_EQ(0, Delete("name", quoted));
+    EXPECT_THAT(Contacts(), ElementsAre("2"));
+
+    StartAfresh();
+    ASSERT_EQ(0, Run("Update", operations::Get("Update").PlainTexts().With("value", quoted)));
+    ASSERT_EQ(0, SelectByName(value));
+    EXPECT_EQ("1", Cell("uid"));
+    EXPECT_THAT(file.Rows("SELECT name FROM contact WHERE uid = '2'"), ElementsAre("Lee"));
+    EXPECT_THAT(file.Rows("SELECT count(*) FROM note"), ElementsAre("3"));
   }
 }
 
@@ -61,19 +67,6 @@ TEST_F(QuotingTest, InvalidUtf8IsReplacedInAFileOfUtf16) {
   ASSERT_EQ(0, Run("Upsert", {{"table", "contact"}, {"column", "name"}, {"value", "a\xff"}}));
   ASSERT_EQ(0, SelectByName("a\xff"));
   EXPECT_EQ("a\xef\xbf\xbd", Cell("name"));
-}
-
-TEST_F(QuotingTest, AQuotedValueIsUpdatedAndDeletedAndNothingElseIs) {
-  for (const std::string& text : HostileTexts()) {
-    SCOPED_TRACE(Excerpt(text));
-    StartAfresh();
-    const std::string quoted = Quoted(UpToNul(text));
-    ASSERT_EQ(0, Run("Update", operations::Get("Update").PlainTexts().With("value", quoted)));
-    EXPECT_THAT(file.Rows("SELECT name FROM contact WHERE uid = '2'"), ElementsAre("Lee"));
-    ASSERT_EQ(0, Delete("name", quoted));
-    EXPECT_THAT(Contacts(), ElementsAre("2"));
-    EXPECT_THAT(file.Rows("SELECT count(*) FROM note"), ElementsAre("3"));
-  }
 }
 
 // Names.
@@ -125,31 +118,24 @@ TEST_F(QuotingTest, BothKeysOfACompositeKeyMayBeQuoted) {
               ElementsAre("order", "say \"hi\"", "label"));
 }
 
-// In a condition SQLite takes a quoted name that is no column's for a text.
-TEST_F(QuotingTest, AQuotedNameOfNoColumnIsComparedAsAText) {
-  EXPECT_EQ(0, Delete(QuotedName("nosuch"), "1"));
-  EXPECT_THAT(Contacts(), ElementsAre("1", "2"));
-  EXPECT_EQ(0, Delete(QuotedName("nosuch"), "nosuch"));
-  EXPECT_THAT(Contacts(), IsEmpty());
-}
-
-TEST_F(QuotingTest, AQuotedNameBehindItsTableIsAColumnOrRefused) {
-  EXPECT_EQ(SQLITE_ERROR, Delete("contact." + QuotedName("nosuch"), "nosuch"));
-  EXPECT_THAT(Contacts(), ElementsAre("1", "2"));
-  EXPECT_EQ(0, Delete("contact." + QuotedName("uid"), "1"));
-  EXPECT_THAT(Contacts(), ElementsAre("2"));
-}
-
-// Single quotes make a text of a name, too.
-TEST_F(QuotingTest, ANameInSingleQuotesIsATextInACondition) {
-  EXPECT_EQ(0, Delete("'uid'", "uid"));
-  EXPECT_THAT(Contacts(), IsEmpty());
-}
-
-// Two spellings are one column to SQLite, whose names ignore the case of ASCII.
-TEST_F(QuotingTest, QuotesDoNotMakeANameSensitiveToCase) {
-  EXPECT_EQ(0, Delete(QuotedName("UID"), "1"));
-  EXPECT_THAT(Contacts(), ElementsAre("2"));
+// To SQLite, a quoted name of no column is a text in a condition, unless it follows its table;
+// a name in single quotes is always one. Names ignore the case of ASCII.
+TEST_F(QuotingTest, AQuotedNameInAConditionIsAColumnOrAText) {
+  const struct {
+    std::string name, value;
+    int code;
+    Strings contacts;
+  } conditions[] = {{QuotedName("nosuch"), "1", SQLITE_OK, {"1", "2"}},
+                    {QuotedName("nosuch"), "nosuch", SQLITE_OK, {}},
+                    {"contact." + QuotedName("nosuch"), "nosuch", SQLITE_ERROR, {"1", "2"}},
+                    {"contact." + QuotedName("uid"), "1", SQLITE_OK, {"2"}},
+                    {"'uid'", "uid", SQLITE_OK, {}},
+                    {QuotedName("UID"), "1", SQLITE_OK, {"2"}}};
+  for (const auto& condition : conditions) {
+    StartAfresh();
+    EXPECT_EQ(condition.code, Delete(condition.name, condition.value));
+    EXPECT_EQ(condition.contacts, Contacts()) << condition.name << "='" << condition.value << "'";
+  }
 }
 
 // A number is handed on as a text, and the column's type decides.

@@ -4,7 +4,7 @@
 
 namespace note_table {
 
-int Run(const Step& step, const TemporaryDatabase& file) {
+int Run(const Step& step, const TemporaryDatabase& file, Database& database) {
   operations::Texts texts = {{"table", kTable}};
   if (step.member == "CreateTable") {
     texts = texts.With("key", kUid).With("keyType", "TEXT").With("column", kText);
@@ -16,7 +16,6 @@ int Run(const Step& step, const TemporaryDatabase& file) {
     texts = texts.With("whereColumn", kUid).With("whereValue", step.uid);
     texts = texts.With("column", kText).With("value", step.text);
   }
-  Database database;
   return operations::Run(step.member, database, file, texts);
 }
 
@@ -45,15 +44,27 @@ Content Read(const TemporaryDatabase& file, int& result) {
   }
   operations::Call select(operations::Get("Select"), file, {{"table", kTable}});
   result = select.Run(database);
-  Content content(std::in_place);
+  return RowsOf(select.cursor);
+}
+
+Rows RowsOf(Cursor& cursor) {
+  Rows rows;
   std::string uid;
   std::string text;
-  while (select.cursor.MoveToNext() == 0) {
-    select.cursor.GetString(kUid, uid);
-    select.cursor.GetString(kText, text);
-    content->emplace(uid, text);
+  while (cursor.MoveToNext() == 0) {
+    cursor.GetString(kUid, uid);
+    cursor.GetString(kText, text);
+    rows.emplace(uid, text);
   }
-  return content;
+  return rows;
+}
+
+std::string TextOf(int version, std::size_t size) {
+  std::string text;
+  while (text.size() < size) {
+    text += std::to_string(version) + ",";
+  }
+  return text;
 }
 
 }  // namespace note_table
