@@ -20,7 +20,6 @@
 #include "Terminal.h"
 #include "UpdateRequest.h"
 #include "UpsertRequest.h"
-#include "log/ExplainLog.h"
 
 namespace vorndb {
 
@@ -102,11 +101,11 @@ std::vector<std::string> Fill(CreateRequest& request, const Arguments& arguments
 }
 
 void Show(const Arguments& arguments, const CallResult& call, Cursor& cursor) {
-  Result result(cursor, call.log);
+  Result result = ReadResult(cursor, call.log);
   Write(result, arguments.format, arguments.wide ? std::nullopt : TerminalWidth(STDOUT_FILENO),
         std::cout);
   std::cout.flush();
-  for (const std::string& doubt : result.Doubts()) {
+  for (const std::string& doubt : result.doubts) {
     Tell("warning: " + doubt);
   }
   ExpectComplete(arguments.file, call);
@@ -156,12 +155,8 @@ void Delete(const Arguments& arguments) {
   if (!arguments.sql && !arguments.all && arguments.where.empty()) {
     const auto meant =
         Ask("Delete every row of " + arguments.table + " in " + arguments.file + "?");
-    if (!meant) {
-      throw UsageError("delete without --where takes every row; if that is meant, give --all");
-    }
-    if (!*meant) {
-      throw Failure("nothing is deleted");
-    }
+    RefuseIf(!meant, "delete without --where takes every row; if that is meant, give --all");
+    FailIf(!*meant, "nothing is deleted");
   }
   WriteRows(arguments, &SqlGenerator::GetDeleteSql, &Database::Delete);
 }
@@ -212,32 +207,14 @@ void Drop(const Arguments& arguments) {
              &Database::DropTable);
 }
 
-void Explain(const Arguments& arguments) {
-  RefuseIf(arguments.sql || !arguments.file.empty(),
-           "explain-log reads a log, and no database: it takes neither -f nor --sql");
-  ReadInput(arguments.path, [](std::istream& log, const std::string& name) {
-    const bool found = ExplainLog(log, std::cout);
-    FailIf(log.bad(), "cannot read " + name);
-    FailIf(!found, name + " has no line of the library's log");
-  });
-}
-
-void LogReference(const Arguments& arguments) {
-  if (arguments.sql || !arguments.file.empty()) {
-    throw UsageError("log-reference reads no database: it takes neither -f nor --sql");
+std::istream& OpenInput(std::string& name, std::ifstream& file) {
+  if (name == "-") {
+    name = "standard input";
+    return std::cin;
   }
-  WriteLogReference(std::cout);
-}
-
-void ReadInput(const std::string& path,
-               const std::function<void(std::istream&, const std::string&)>& read) {
-  if (path == "-") {
-    read(std::cin, "standard input");
-    return;
-  }
-  std::ifstream file(path, std::ios::binary);
-  FailIf(!file, "cannot read " + path);
-  read(file, path);
+  file.open(name, std::ios::binary);
+  FailIf(!file, "cannot read " + name);
+  return file;
 }
 
 }  // namespace vorndb

@@ -3,8 +3,7 @@
 #ifndef VORNDB_COMMANDS_H
 #define VORNDB_COMMANDS_H
 
-#include <functional>
-#include <istream>
+#include <iosfwd>
 #include <optional>
 #include <string>
 #include <vector>
@@ -56,9 +55,8 @@ void LogReference(const Arguments& arguments);
 // nothing.
 std::optional<CallResult> RunSelect(const Arguments& arguments, Cursor& cursor);
 
-// Calls a function with a file, or with standard input for "-", and its name.
-void ReadInput(const std::string& path,
-               const std::function<void(std::istream&, const std::string&)>& read);
+// Opens a file, or standard input for "-", and makes the name one for messages.
+std::istream& OpenInput(std::string& name, std::ifstream& file);
 
 }  // namespace vorndb
 

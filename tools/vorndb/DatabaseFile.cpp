@@ -37,6 +37,31 @@ CallResult CheckTable(const std::string& file, const std::string& table, bool& e
   return Observe([&] { return Database().CheckExistTable(location, name.c_str(), exists); });
 }
 
+// SQLite's text for the failure of an operation, or nothing.
+std::string FailureIn(const Log& log) {
+  std::string text;
+  for (const LogLine& line : log) {
+    if (line.event == LogEvent::kFailed || line.event == LogEvent::kOpenFailed) {
+      text = line.text;
+    }
+  }
+  return text;
+}
+
+// The reason why a result is truncated, or nothing if it is complete.
+std::string BreakIn(const Log& log) {
+  for (const LogLine& line : log) {
+    if (line.event == LogEvent::kStepFailed || line.event == LogEvent::kExistStepFailed) {
+      return "reading stopped" + (line.text.empty() ? "" : " with: " + line.text);
+    }
+    // Only the wait for a row truncates a result; elsewhere the last attempt decides.
+    if (line.event == LogEvent::kBusyLimit && line.file == "DatabasePasrser.cpp") {
+      return "the file stayed busy";
+    }
+  }
+  return "";
+}
+
 // SQLite's words where they say as much as the tool could.
 std::string Explain(const std::string& file, const std::vector<std::string>& tables, int result,
                     const std::string& message) {

@@ -9,14 +9,12 @@
 namespace vorndb {
 
 // Wrong use: exit status 2, and nothing has been done.
-class UsageError : public std::runtime_error {
- public:
+struct UsageError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
 // An operation that failed, in plain words: exit status 1.
-class Failure : public std::runtime_error {
- public:
+struct Failure : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 

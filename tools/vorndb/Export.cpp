@@ -12,7 +12,7 @@
 #include "DatabaseFile.h"
 #include "Errors.h"
 #include "Result.h"
-#include "Text.h"
+#include "Terminal.h"
 
 namespace vorndb {
 
@@ -54,9 +54,8 @@ class OutputFile {
   OutputFile(const std::string& path, bool overwrite) : m_path(path) {
     std::error_code ignored;
     const std::filesystem::file_status status = std::filesystem::status(path, ignored);
-    if (!overwrite && std::filesystem::exists(status)) {
-      throw Failure(path + " exists; to write over it, give --force");
-    }
+    FailIf(!overwrite && std::filesystem::exists(status),
+           path + " exists; to write over it, give --force");
     FailIf(std::filesystem::is_directory(status), path + " is a folder");
     FailIf(std::filesystem::exists(status) && !std::filesystem::is_regular_file(status),
            path + " is not a plain file");
@@ -109,9 +108,8 @@ void RefuseDatabase(const Arguments& arguments) {
 }  // namespace
 
 void Export(const Arguments& arguments) {
-  if (arguments.path == "-") {
-    throw UsageError("export writes a file; for standard output there is select --format");
-  }
+  RefuseIf(arguments.path == "-",
+           "export writes a file; for standard output there is select --format");
   const std::string format =
       arguments.format.empty() ? FormatOfFile(arguments.path) : arguments.format;
   std::optional<OutputFile> output;
@@ -122,14 +120,14 @@ void Export(const Arguments& arguments) {
   Cursor cursor;
   if (const auto call = RunSelect(arguments, cursor)) {
     ExpectComplete(arguments.file, *call);
-    Result result(cursor, call->log);
+    Result result = ReadResult(cursor, call->log);
     Write(result, format, std::nullopt, output->Stream());
     // A file cannot warn of its gaps.
-    if (!result.Doubts().empty()) {
-      throw Failure("nothing is exported: " + result.Doubts().front());
+    if (!result.doubts.empty()) {
+      throw Failure("nothing is exported: " + result.doubts.front());
     }
     output->Keep();
-    std::cout << CountedRows(result.RowCount()) << " written to " << arguments.path << '\n';
+    std::cout << CountedRows(result.rowCount) << " written to " << arguments.path << '\n';
   }
 }
 

@@ -8,33 +8,29 @@
 
 #include "Errors.h"
 #include "Result.h"
-#include "Text.h"
+#include "Terminal.h"
 
 namespace vorndb {
 
 namespace {
 
-using Row = std::vector<std::string>;
+using Texts = std::vector<std::string>;
+using Width = std::optional<std::size_t>;
 
 constexpr std::size_t kGap = 2;
 constexpr std::size_t kNarrowest = 4;
 
-Row CellsOf(Result& result, std::size_t row, const char* unknown) {
-  Row cells;
-  for (std::size_t column = 0; column < result.Columns().size(); ++column) {
-    cells.push_back(result.Cell(row, column).value_or(unknown));
-  }
-  return cells;
-}
-
 // --- For people -------------------------------------------------------------------------
 
-Row PrintableCells(Row row) {
-  std::transform(row.begin(), row.end(), row.begin(), Printable);
-  return row;
+Texts PrintableTexts(const Row& row) {
+  Texts texts;
+  for (const auto& cell : row) {
+    texts.push_back(Printable(cell.value_or("?")));
+  }
+  return texts;
 }
 
-void Widen(std::vector<std::size_t>& widths, const Row& row) {
+void Widen(std::vector<std::size_t>& widths, const Texts& row) {
   for (std::size_t column = 0; column < widths.size(); ++column) {
     widths[column] = std::max(widths[column], DisplayWidth(row[column]));
   }
@@ -55,7 +51,7 @@ void Fit(std::vector<std::size_t>& widths, std::size_t available) {
   }
 }
 
-void WriteTableRow(const Row& row, const std::vector<std::size_t>& widths, std::ostream& output) {
+void WriteTableRow(const Texts& row, const std::vector<std::size_t>& widths, std::ostream& output) {
   std::string line;
   for (std::size_t column = 0; column < row.size(); ++column) {
     const std::string cell = CutToWidth(row[column], widths[column]);
@@ -67,29 +63,28 @@ void WriteTableRow(const Row& row, const std::vector<std::size_t>& widths, std::
   output << line << '\n';
 }
 
-void WriteTable(Result& result, std::optional<std::size_t> width, std::ostream& output) {
-  if (result.Columns().empty()) {
+void WriteTable(Result& result, Width width, std::ostream& output) {
+  if (result.columns.empty()) {
     output << "(no rows)\n";
     return;
   }
-  const auto cells = [&](std::size_t row) { return PrintableCells(CellsOf(result, row, "?")); };
-  const Row header = PrintableCells(result.Columns());
+  const Texts header = PrintableTexts({result.columns.begin(), result.columns.end()});
   std::vector<std::size_t> widths(header.size(), 0);
   Widen(widths, header);
-  for (std::size_t row = 0; row < result.RowCount(); ++row) {
-    Widen(widths, cells(row));
+  for (std::size_t row = 0; row < result.rowCount; ++row) {
+    Widen(widths, PrintableTexts(RowOf(result, row)));
   }
   if (width) {
     Fit(widths, *width);
   }
-  Row rules;
+  Texts rules;
   for (const std::size_t columnWidth : widths) {
     rules.emplace_back(columnWidth, '-');
   }
   WriteTableRow(header, widths, output);
   WriteTableRow(rules, widths, output);
-  for (std::size_t row = 0; row < result.RowCount(); ++row) {
-    WriteTableRow(cells(row), widths, output);
+  for (std::size_t row = 0; row < result.rowCount; ++row) {
+    WriteTableRow(PrintableTexts(RowOf(result, row)), widths, output);
   }
 }
 
@@ -109,47 +104,42 @@ void WriteCsvField(const std::string& text, std::ostream& output) {
 void WriteCsvRow(const Row& row, std::ostream& output) {
   for (std::size_t column = 0; column < row.size(); ++column) {
     output << (column == 0 ? "" : ",");
-    WriteCsvField(row[column], output);
+    WriteCsvField(row[column].value_or(""), output);
   }
   output << '\n';
 }
 
-void WriteCsv(Result& result, std::optional<std::size_t> /*width*/, std::ostream& output) {
-  if (!result.Columns().empty()) {
-    WriteCsvRow(result.Columns(), output);
+void WriteCsv(Result& result, Width /*width*/, std::ostream& output) {
+  if (!result.columns.empty()) {
+    WriteCsvRow({result.columns.begin(), result.columns.end()}, output);
   }
-  for (std::size_t row = 0; row < result.RowCount(); ++row) {
-    WriteCsvRow(CellsOf(result, row, ""), output);
-  }
-}
-
-// JSON is UTF-8 by its own rules.
-std::string Dump(const nlohmann::ordered_json& object, bool& rewritten) {
-  try {
-    return object.dump();
-  } catch (const nlohmann::ordered_json::type_error&) {
-    rewritten = true;
-    return object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+  for (std::size_t row = 0; row < result.rowCount; ++row) {
+    WriteCsvRow(RowOf(result, row), output);
   }
 }
 
-// Row by row, since the whole is in memory once already.
-void WriteJson(Result& result, std::optional<std::size_t> /*width*/, std::ostream& output) {
+// Row by row, since the whole is in memory once already. JSON is UTF-8 by its own rules.
+void WriteJson(Result& result, Width /*width*/, std::ostream& output) {
+  using Json = nlohmann::ordered_json;
   bool rewritten = false;
   output << '[';
-  for (std::size_t row = 0; row < result.RowCount(); ++row) {
-    auto object = nlohmann::ordered_json::object();
-    for (std::size_t column = 0; column < result.Columns().size(); ++column) {
-      auto& value = object[result.Columns()[column]];
-      if (const auto cell = result.Cell(row, column)) {
-        value = *cell;
+  for (std::size_t row = 0; row < result.rowCount; ++row) {
+    Json object = Json::object();
+    const Row cells = RowOf(result, row);
+    for (std::size_t column = 0; column < cells.size(); ++column) {
+      auto& value = object[result.columns[column]];
+      if (cells[column]) {
+        value = *cells[column];
       }
     }
-    output << (row == 0 ? "\n  " : ",\n  ") << Dump(object, rewritten);
+    const auto dump = [&](auto handler) { return object.dump(-1, ' ', false, handler); };
+    const std::string text = dump(Json::error_handler_t::replace);
+    rewritten = rewritten || text != dump(Json::error_handler_t::ignore);
+    output << (row == 0 ? "\n  " : ",\n  ") << text;
   }
-  output << (result.RowCount() == 0 ? "]\n" : "\n]\n");
+  output << (result.rowCount == 0 ? "]\n" : "\n]\n");
   if (rewritten) {
-    result.AddDoubt("JSON holds UTF-8 only; bytes that are none are written as U+FFFD.");
+    result.doubts.emplace_back("JSON holds UTF-8 only; bytes that are none are written as U+FFFD.");
   }
 }
 
@@ -157,28 +147,25 @@ std::string OneLine(const std::string& text) {
   constexpr std::string_view kEscaped = "\n\r\\";
   std::string line;
   for (const char c : text) {
-    if (const std::size_t index = kEscaped.find(c); index != std::string_view::npos) {
-      line += '\\';
-      line += "nr\\"[index];
-    } else {
-      line += c;
-    }
+    const std::size_t index = kEscaped.find(c);
+    line += index == std::string_view::npos ? std::string(1, c) : std::string("\\") + "nr\\"[index];
   }
   return line;
 }
 
-void WriteLines(Result& result, std::optional<std::size_t> /*width*/, std::ostream& output) {
-  for (std::size_t row = 0; row < result.RowCount(); ++row) {
+void WriteLines(Result& result, Width /*width*/, std::ostream& output) {
+  for (std::size_t row = 0; row < result.rowCount; ++row) {
     output << (row == 0 ? "" : "\n");
-    for (std::size_t column = 0; column < result.Columns().size(); ++column) {
-      if (const auto cell = result.Cell(row, column)) {
-        output << OneLine(result.Columns()[column]) << '=' << OneLine(*cell) << '\n';
+    const Row cells = RowOf(result, row);
+    for (std::size_t column = 0; column < cells.size(); ++column) {
+      if (cells[column]) {
+        output << OneLine(result.columns[column]) << '=' << OneLine(*cells[column]) << '\n';
       }
     }
   }
 }
 
-using Writer = void (*)(Result&, std::optional<std::size_t>, std::ostream&);
+using Writer = void (*)(Result&, Width, std::ostream&);
 
 const std::map<std::string, Writer>& Writers() {
   static const std::map<std::string, Writer> writers{
@@ -189,21 +176,16 @@ const std::map<std::string, Writer>& Writers() {
 }  // namespace
 
 void RequireFormat(const std::string& text) {
-  if (Writers().count(text) == 0) {
-    throw UsageError("'" + text + "' is no format; there are table, csv, json and lines");
-  }
+  RefuseIf(Writers().count(text) == 0,
+           "'" + text + "' is no format; there are table, csv, json and lines");
 }
 
 std::string FormatOfFile(const std::string& path) {
   const std::size_t dot = path.rfind('.');
-  std::string ending = dot == std::string::npos ? "" : path.substr(dot + 1);
-  if (ending == "csv" || ending == "json") {
-    return ending;
-  }
-  if (ending != "txt") {
-    throw UsageError("'" + path + "' does not tell a format by .csv, .json or .txt; give --format");
-  }
-  return "lines";
+  const std::string ending = dot == std::string::npos ? "" : path.substr(dot + 1);
+  RefuseIf(ending != "csv" && ending != "json" && ending != "txt",
+           "'" + path + "' does not tell a format by .csv, .json or .txt; give --format");
+  return ending == "txt" ? "lines" : ending;
 }
 
 void Write(Result& result, const std::string& format, std::optional<std::size_t> width,

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <fstream>
 #include <iostream>
 #include <new>
 #include <optional>
@@ -12,7 +13,6 @@
 #include "DatabaseFile.h"
 #include "Errors.h"
 #include "Terminal.h"
-#include "Text.h"
 
 namespace vorndb {
 
@@ -184,16 +184,16 @@ std::size_t ImportRows(Arguments upsert, CsvReader& reader, std::uintmax_t total
 }  // namespace
 
 void Import(const Arguments& arguments) {
-  ReadInput(arguments.path, [&](std::istream& input, const std::string& name) {
-    std::error_code unknown;
-    const bool isFile = name == arguments.path;
-    const std::uintmax_t size = isFile ? std::filesystem::file_size(name, unknown) : 0;
-    CsvReader reader(input, name);
-    const std::size_t count = ImportRows(arguments, reader, unknown ? 0 : size);
-    if (!arguments.sql) {
-      std::cout << CountedRows(count) << " written to " << arguments.table << '\n';
-    }
-  });
+  std::string name = arguments.path;
+  std::ifstream file;
+  std::istream& input = OpenInput(name, file);
+  CsvReader reader(input, name);
+  std::error_code unknown;
+  const std::uintmax_t size = file.is_open() ? std::filesystem::file_size(name, unknown) : 0;
+  const std::size_t count = ImportRows(arguments, reader, unknown ? 0 : size);
+  if (!arguments.sql) {
+    std::cout << CountedRows(count) << " written to " << arguments.table << '\n';
+  }
 }
 
 }  // namespace vorndb

@@ -68,14 +68,13 @@ TableColumn::TableColumn(const std::string& text) {
   RequirePlainName("column", column);
 }
 
-Assignment JoinCondition(const std::string& text) {
-  const auto [column, value] = Split(text, '=', "COLUMN=VALUE");
+JoinCondition::JoinCondition(const std::string& text) {
+  std::tie(column, value) = Split(text, '=', "COLUMN=VALUE");
   if (column.find('.') == std::string::npos) {
     RequirePlainName("column", column);
   } else {
     TableColumn{column};
   }
-  return {column, value};
 }
 
 void RequireDistinct(const std::vector<std::string>& columns) {

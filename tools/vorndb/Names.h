@@ -44,7 +44,10 @@ struct TableColumn {
 };
 
 // A condition of a join, whose column may be TABLE.COLUMN.
-Assignment JoinCondition(const std::string& text);
+struct JoinCondition : Assignment {
+  JoinCondition() = default;
+  explicit JoinCondition(const std::string& text);
+};
 
 // Throws UsageError when two of the names are one to SQLite, which does not mind case.
 void RequireDistinct(const std::vector<std::string>& columns);

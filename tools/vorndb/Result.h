@@ -5,42 +5,33 @@
 #define VORNDB_RESULT_H
 
 #include <cstddef>
+#include <iosfwd>
 #include <map>
 #include <optional>
-#include <ostream>
 #include <string>
 #include <vector>
 
-#include "Cursor.h"
 #include "log/LogSink.h"
+
+class Cursor;
 
 namespace vorndb {
 
-class Result {
- public:
-  // Reads from the cursor, which has to live as long and is moved. The log is the query's.
-  Result(Cursor& cursor, const Log& log);
-
-  const std::vector<std::string>& Columns() const { return m_columns; }
-  std::size_t RowCount() const { return m_rowCount; }
-
-  // The cell, or nothing in a column whose cells are unknown.
-  std::optional<std::string> Cell(std::size_t row, std::size_t column);
-
+struct Result {
+  Cursor& cursor;  // the rows are in it
+  std::vector<std::string> columns = {};
+  std::map<std::string, std::size_t> counts = {};  // how often there is a column of each name
+  std::size_t rowCount = 0;
   // Why the result does not show everything as it is in the database; a sentence each.
-  const std::vector<std::string>& Doubts() const { return m_doubts; }
-  void AddDoubt(const std::string& doubt) { m_doubts.push_back(doubt); }
-
- private:
-  void CountRows();
-  void AddDoubtsOfLog(const Log& log);
-
-  Cursor& m_cursor;
-  std::vector<std::string> m_columns;
-  std::map<std::string, std::size_t> m_counts;  // how often there is a column of each name
-  std::vector<std::string> m_doubts;
-  std::size_t m_rowCount = 0;
+  std::vector<std::string> doubts = {};
 };
+
+// Cells, or nothing in a column whose cells are unknown.
+using Row = std::vector<std::optional<std::string>>;
+
+// The cursor has to live as long, and is moved. The log is the query's.
+Result ReadResult(Cursor& cursor, const Log& log);
+Row RowOf(const Result& result, std::size_t row);
 
 // Throws UsageError for a text that is no format.
 void RequireFormat(const std::string& text);

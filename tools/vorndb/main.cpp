@@ -1,10 +1,8 @@
 // vorndb: every operation of the library, on any database file, from the command line.
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <exception>
 #include <iostream>
-#include <iterator>
 #include <new>
 
 #include "Commands.h"
@@ -20,160 +18,155 @@ namespace {
 
 using Run = void (*)(const Arguments&);
 
-CLI::App* AddCommand(CLI::App& app, Arguments& arguments, const std::string& name, Run run,
-                     const std::string& description, const std::string& example) {
-  CLI::App* const command = app.add_subcommand(name, description);
-  // The options of all commands may also follow the command.
-  command->fallthrough();
-  command->footer("Example:\n  " + example);
-  command->callback([&arguments, run] {
-    if (!arguments.sql && run != Explain && run != LogReference) {
-      RequireFileName(arguments.file);
-    }
-    ShowLog(arguments.verbose);
-    run(arguments);
-  });
-  return command;
-}
-
-CLI::App* AddOnTable(CLI::App& app, Arguments& arguments, const std::string& name, Run run,
-                     const std::string& description, const std::string& example) {
-  CLI::App* const command = AddCommand(app, arguments, name, run, description, example);
-  command->add_option("TABLE", arguments.table, "The table")
-      ->type_name("")
-      ->required()
-      ->each([](const std::string& table) { RequirePlainName("table", table); });
-  return command;
-}
-
-void AddValues(CLI::App* command, Arguments& arguments) {
-  command->add_option("VALUES", arguments.values, "What to write: COLUMN=VALUE…")
-      ->type_name("")
-      ->required();
-}
-
-void AddWhere(CLI::App* command, Arguments& arguments) {
-  command->add_option("--where", arguments.where, "Only rows with these values, all of them")
-      ->type_name("COLUMN=VALUE");
-}
-
-void AddFormat(CLI::App* command, Arguments& arguments) {
-  command->add_option("--format", arguments.format, "table (the default), csv, json or lines")
-      ->type_name("NAME")
-      ->each(RequireFormat);
-}
-
-void AddWide(CLI::App* command, Arguments& arguments) {
-  command->add_flag("--wide", arguments.wide, "Cut no cells to the terminal's width");
-}
-
-void AddPath(CLI::App* command, Arguments& arguments, const char* name, const char* description) {
-  command->add_option(name, arguments.path, description)->type_name("")->required();
-}
-
-void DeclareWrites(CLI::App& app, Arguments& arguments) {
-  CLI::App* command =
-      AddOnTable(app, arguments, "create", Create, "Create a table, unless it exists",
-                 "vorndb -f app.db create contact name:TEXT age:INTEGER --key uid:TEXT");
-  command->add_option("COLUMNS", arguments.columns, "Its columns: COLUMN:TYPE…")->type_name("");
-  command->add_option("--key", arguments.key, "The primary key; without it there is a column _ID")
-      ->type_name("COLUMN:TYPE");
-  command->add_option("--composite", arguments.composite, "A second column of the primary key")
-      ->type_name("COLUMN:TYPE");
-
-  command = AddOnTable(app, arguments, "upsert", Upsert,
-                       "Write a row, in the place of one with the same key",
-                       "vorndb -f app.db upsert contact uid=7 name=\"Miles O'Brien\" age=42");
-  AddValues(command, arguments);
-
-  command = AddOnTable(app, arguments, "update", Update, "Change rows",
-                       "vorndb -f app.db update contact age=43 --where uid=7");
-  AddValues(command, arguments);
-  AddWhere(command, arguments);
-
-  command = AddOnTable(app, arguments, "delete", Delete, "Delete rows",
-                       "vorndb -f app.db delete contact --where uid=7");
-  AddWhere(command, arguments);
-  command->add_flag("--all", arguments.all, "Every row, without asking");
-}
-
-void DeclareReads(CLI::App& app, Arguments& arguments) {
-  CLI::App* command = AddOnTable(app, arguments, "select", Select, "Read rows",
-                                 "vorndb -f app.db select contact --where name=Kim age=42");
-  AddWhere(command, arguments);
-  AddFormat(command, arguments);
-  AddWide(command, arguments);
-
-  command = AddCommand(app, arguments, "join", Join,
-                       "Read the rows of two tables that have a value in common",
-                       "vorndb -f app.db join contact.uid note.owner --where note.kind=2");
-  command->add_option("LEFT", arguments.left, "TABLE.COLUMN")->type_name("")->required();
-  command->add_option("RIGHT", arguments.right, "TABLE.COLUMN")->type_name("")->required();
-  using Texts = std::vector<std::string>;
-  const auto keep = [&arguments](const Texts& texts) {
-    std::transform(texts.begin(), texts.end(), std::back_inserter(arguments.where), JoinCondition);
-  };
-  command
-      ->add_option_function<Texts>(
-          "--where", keep, "Only rows with these values, all of them; a column may be TABLE.COLUMN")
-      ->type_name("COLUMN=VALUE");
-  AddFormat(command, arguments);
-  AddWide(command, arguments);
-
-  AddOnTable(app, arguments, "exists", Exists, "Tell whether there is a table: yes or no",
-             "vorndb -f app.db exists contact");
-}
-
-void DeclareOthers(CLI::App& app, Arguments& arguments) {
-  AddOnTable(app, arguments, "drop", Drop, "Remove a table with all its rows",
-             "vorndb -f app.db drop contact");
-
-  CLI::App* command =
-      AddOnTable(app, arguments, "import", Import, "Write the rows of a CSV file into a table",
-                 "vorndb -f app.db import contact contacts.csv");
-  AddPath(command, arguments, "CSV",
-          "The file, whose first line names the columns; - for standard input");
-
-  command = AddOnTable(app, arguments, "export", Export, "Write rows of a table into a file",
-                       "vorndb -f app.db export contact contacts.json --where age=42");
-  AddPath(command, arguments, "OUT", "The file; .csv, .json or .txt (lines) tells its format");
-  AddWhere(command, arguments);
-  AddFormat(command, arguments);
-  command->add_flag("--force", arguments.force, "Write over a file that exists");
-
-  command =
-      AddCommand(app, arguments, "explain-log", Explain,
-                 "Tell what happened from a log of the library", "vorndb explain-log captured.log");
-  AddPath(command, arguments, "LOG", "The captured log; - for standard input");
-  AddCommand(app, arguments, "log-reference", LogReference,
-             "Print every message of the library's log with its meaning, in Markdown",
-             "vorndb log-reference");
-}
-
-// Runs the command, or prints help or the version.
-void RunCommandLine(int argc, const char* const* argv) {
-  CLI::App app("Keeps and reads rows in SQLite files with the library vorndatabase.", "vorndb");
-  Arguments arguments;
-  app.set_version_flag("--version", "vorndb " VORNDB_VERSION);
-  app.require_subcommand(1);
-  app.footer(
-      "Exit status: 0, 1 for an operation that failed, 2 for wrong use.\n"
-      "An example for each command: vorndb COMMAND --help");
-  app.add_option("-f,--file", arguments.file, "The database file")->type_name("FILE");
-  app.add_flag("--sql", arguments.sql, "Print the statement that would be run, and run nothing");
-  app.add_flag("-v,--verbose", arguments.verbose, "Show the library's log on standard error");
-  DeclareWrites(app, arguments);
-  DeclareReads(app, arguments);
-  DeclareOthers(app, arguments);
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::Success& help) {
-    app.exit(help, std::cout, std::cerr);
-  } catch (const CLI::ParseError& error) {
-    const bool unknown = app.get_subcommands().empty() && app.remaining_size() > 0;
-    throw UsageError(unknown ? "'" + app.remaining().front() + "' is no command" : error.what());
+// The declaration of all commands: each option is one of the command that was added last.
+class CommandLine {
+ public:
+  CommandLine() {
+    m_app.set_version_flag("--version", "vorndb " VORNDB_VERSION);
+    m_app.require_subcommand(1);
+    m_app.footer(
+        "Exit status: 0, 1 for an operation that failed, 2 for wrong use.\n"
+        "An example for each command: vorndb COMMAND --help");
+    Add("-f,--file", "FILE", m_arguments.file, "The database file");
+    AddFlag("--sql", m_arguments.sql, "Print the statement that would be run, and run nothing");
+    AddFlag("-v,--verbose", m_arguments.verbose, "Show the library's log on standard error");
+    DeclareWrites();
+    DeclareReads();
+    DeclareOthers();
   }
-}
+
+  // Runs the command, or prints help or the version.
+  void Parse(int argc, const char* const* argv) {
+    try {
+      m_app.parse(argc, argv);
+    } catch (const CLI::Success& help) {
+      m_app.exit(help, std::cout, std::cerr);
+    } catch (const CLI::ParseError& error) {
+      const bool unknown = m_app.get_subcommands().empty() && m_app.remaining_size() > 0;
+      throw UsageError(unknown ? "'" + m_app.remaining().front() + "' is no command"
+                               : error.what());
+    }
+  }
+
+ private:
+  void AddCommand(const char* name, Run run, const char* description, const std::string& example) {
+    m_command = m_app.add_subcommand(name, description);
+    // The options of all commands may also follow the command.
+    m_command->fallthrough();
+    m_command->footer("Example:\n  vorndb " + example);
+    m_command->callback([this, run] {
+      if (!m_arguments.sql && run != Explain && run != LogReference) {
+        RequireFileName(m_arguments.file);
+      }
+      ShowLog(m_arguments.verbose);
+      run(m_arguments);
+    });
+  }
+
+  // The texts have to be those of a `Form`.
+  template <typename Value, typename Form = Value>
+  CLI::Option* Add(const char* name, const char* type, Value& value, const char* description) {
+    return m_command->add_option<Value, Form>(name, value, description)->type_name(type);
+  }
+
+  void AddFlag(const char* name, bool& value, const char* description) {
+    m_command->add_flag(name, value, description);
+  }
+
+  // For an argument without a name of its own.
+  template <typename Value>
+  CLI::Option* AddPlace(const char* name, Value& value, const char* description) {
+    return Add(name, "", value, description)->required();
+  }
+
+  void AddOnTable(const char* name, Run run, const char* description, const std::string& example) {
+    AddCommand(name, run, description, example);
+    AddPlace("TABLE", m_arguments.table, "The table")->each([](const std::string& table) {
+      RequirePlainName("table", table);
+    });
+  }
+
+  void AddValues() { AddPlace("VALUES", m_arguments.values, "What to write: COLUMN=VALUE…"); }
+
+  void AddWhere() {
+    Add("--where", "COLUMN=VALUE", m_arguments.where, "Only rows with these values, all of them");
+  }
+
+  void AddFormat() {
+    Add("--format", "NAME", m_arguments.format, "table (the default), csv, json or lines")
+        ->each(RequireFormat);
+  }
+
+  void AddWide() { AddFlag("--wide", m_arguments.wide, "Cut no cells to the terminal's width"); }
+
+  void DeclareWrites() {
+    AddOnTable("create", Create, "Create a table, unless it exists",
+               "-f app.db create contact name:TEXT age:INTEGER --key uid:TEXT");
+    Add("COLUMNS", "", m_arguments.columns, "Its columns: COLUMN:TYPE…");
+    Add("--key", "COLUMN:TYPE", m_arguments.key,
+        "The primary key; without it there is a column _ID");
+    Add("--composite", "COLUMN:TYPE", m_arguments.composite, "A second column of the primary key");
+
+    AddOnTable("upsert", Upsert, "Write a row, in the place of one with the same key",
+               "-f app.db upsert contact uid=7 name=\"Miles O'Brien\" age=42");
+    AddValues();
+
+    AddOnTable("update", Update, "Change rows", "-f app.db update contact age=43 --where uid=7");
+    AddValues();
+    AddWhere();
+
+    AddOnTable("delete", Delete, "Delete rows", "-f app.db delete contact --where uid=7");
+    AddWhere();
+    AddFlag("--all", m_arguments.all, "Every row, without asking");
+  }
+
+  void DeclareReads() {
+    AddOnTable("select", Select, "Read rows", "-f app.db select contact --where name=Kim age=42");
+    AddWhere();
+    AddFormat();
+    AddWide();
+
+    AddCommand("join", Join, "Read the rows of two tables that have a value in common",
+               "-f app.db join contact.uid note.owner --where note.kind=2");
+    AddPlace("LEFT", m_arguments.left, "TABLE.COLUMN");
+    AddPlace("RIGHT", m_arguments.right, "TABLE.COLUMN");
+    Add<std::vector<Assignment>, std::vector<JoinCondition>>(
+        "--where", "COLUMN=VALUE", m_arguments.where,
+        "Only rows with these values, all of them; a column may be TABLE.COLUMN");
+    AddFormat();
+    AddWide();
+
+    AddOnTable("exists", Exists, "Tell whether there is a table: yes or no",
+               "-f app.db exists contact");
+  }
+
+  void DeclareOthers() {
+    AddOnTable("drop", Drop, "Remove a table with all its rows", "-f app.db drop contact");
+
+    AddOnTable("import", Import, "Write the rows of a CSV file into a table",
+               "-f app.db import contact contacts.csv");
+    AddPlace("CSV", m_arguments.path,
+             "The file, whose first line names the columns; - for standard input");
+
+    AddOnTable("export", Export, "Write rows of a table into a file",
+               "-f app.db export contact contacts.json --where age=42");
+    AddPlace("OUT", m_arguments.path, "The file; .csv, .json or .txt (lines) tells its format");
+    AddWhere();
+    AddFormat();
+    AddFlag("--force", m_arguments.force, "Write over a file that exists");
+
+    AddCommand("explain-log", Explain, "Tell what happened from a log of the library",
+               "explain-log captured.log");
+    AddPlace("LOG", m_arguments.path, "The captured log; - for standard input");
+    AddCommand("log-reference", LogReference,
+               "Print every message of the library's log with its meaning, in Markdown",
+               "log-reference");
+  }
+
+  CLI::App m_app{"Keeps and reads rows in SQLite files with the library vorndatabase.", "vorndb"};
+  CLI::App* m_command = &m_app;
+  Arguments m_arguments;
+};
 
 enum ExitStatus { kDone = 0, kFailed = 1, kWrongUse = 2 };
 
@@ -192,7 +185,7 @@ int Fail(const char* problem, ExitStatus status) {
 
 int main(int argc, char** argv) {
   try {
-    vorndb::RunCommandLine(argc, argv);
+    vorndb::CommandLine().Parse(argc, argv);
     // A full disk shows here at the latest.
     if (!std::cout.flush()) {
       throw vorndb::Failure("cannot write to standard output");

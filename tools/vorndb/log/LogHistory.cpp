@@ -1,10 +1,11 @@
 #include "log/LogHistory.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <string_view>
+#include <utility>
 
-#include "Text.h"
-#include "log/LogTable.h"
+#include "Terminal.h"
 
 namespace vorndb {
 
@@ -67,8 +68,6 @@ std::string PathOf(const std::string& logged) {
   }
   return Printable(path + logged.substr(space + 1));
 }
-
-}  // namespace
 
 // The operations of one thread, in which they never overlap. Without the names of threads
 // this is a whole process.
@@ -282,20 +281,111 @@ class LogThread {
   std::set<std::string> m_opens;  // the line numbers of the current operation's OpenDB
 };
 
-void AddLine(LogHistory& history, const LogLine& line) {
-  const auto& [time, process, name, priority] = line.prefix;
-  ++history.own;
-  history.unreadable += line.unreadable ? 1 : 0;
-  history.lacksThreads = history.lacksThreads || name.empty();
-  if (line.event == LogEvent::kEntered || line.event == LogEvent::kSucceeded ||
-      line.event == LogEvent::kSelectNotOpened || line.event == LogEvent::kMoved) {
-    history.successes.insert(process);
+// Reads a line, without its end. The rest of an endless one is left out, so that a file
+// that is no log does not fill the memory.
+bool ReadLine(std::istream& log, std::string& line) {
+  constexpr std::size_t kLimit = 65536;
+  line.clear();
+  for (char next = '\0'; log.get(next) && next != '\n';) {
+    if (line.size() < kLimit) {
+      line += next;
+    }
   }
-  std::shared_ptr<LogThread>& thread = history.threads[process + ' ' + name];
-  if (!thread) {
-    thread = std::make_shared<LogThread>(history);
+  const bool isLine = log || !line.empty();
+  if (!line.empty() && line.back() == '\r') {
+    line.pop_back();
   }
-  thread->Add(line);
+  return isLine;
+}
+
+// SQLite quotes the parts of a statement in its texts.
+bool HasOpenQuote(const std::string& text) {
+  return std::count(text.begin(), text.end(), '"') % 2 != 0;
+}
+
+// The line's text is from SQLite and goes on in the next line.
+bool IsOpen(const LogLine& line) {
+  return (line.event == LogEvent::kFailed || line.event == LogEvent::kOpenFailed ||
+          line.event == LogEvent::kStepFailed) &&
+         HasOpenQuote(line.text);
+}
+
+// Sorts lines into the library's and others.
+class Explanation {
+ public:
+  void Add(const std::string& text) {
+    std::optional<LogLine> line = ParseLogLine(text);
+    if (m_open && !line && MayGoOn(text)) {
+      return;
+    }
+    CommitOpen();
+    if (!line || !SetMeaning(*line)) {
+      ++m_history.foreign;
+    } else if (m_open = line; !IsOpen(*line)) {
+      CommitOpen();
+    }
+  }
+
+  LogHistory Finish() {
+    CommitOpen();
+    return std::move(m_history);
+  }
+
+ private:
+  // A statement may contain line ends; its line of the log then goes on in the next ones,
+  // as one with the other end of the quote shows.
+  bool MayGoOn(const std::string& text) {
+    constexpr int kMost = 100;
+    if (m_held == kMost || ParseLogPrefix(text).priority != '\0') {
+      return false;
+    }
+    ++m_held;
+    m_rest += '\n' + text;
+    if (HasOpenQuote(text)) {
+      m_open->text += m_rest;
+      m_history.continued += std::exchange(m_held, 0);
+      CommitOpen();
+    }
+    return true;
+  }
+
+  void CommitOpen() {
+    if (m_open) {
+      m_history.foreign += std::exchange(m_held, 0);
+      AddRecord(*m_open);
+    }
+    m_open.reset();
+    m_rest.clear();
+  }
+
+  void AddRecord(const LogLine& line) {
+    const auto& [time, process, name, priority] = line.prefix;
+    ++m_history.own;
+    m_history.unreadable += line.unreadable ? 1 : 0;
+    m_history.lacksThreads = m_history.lacksThreads || name.empty();
+    if (line.event == LogEvent::kEntered || line.event == LogEvent::kSucceeded ||
+        line.event == LogEvent::kSelectNotOpened || line.event == LogEvent::kMoved) {
+      m_history.successes.insert(process);
+    }
+    m_threads.try_emplace(process + ' ' + name, m_history).first->second.Add(line);
+  }
+
+  LogHistory m_history;
+  std::map<std::string, LogThread> m_threads;
+  std::optional<LogLine> m_open;
+  // Lines that may belong to the open one, and their texts.
+  int m_held = 0;
+  std::string m_rest;
+};
+
+}  // namespace
+
+LogHistory ReadHistory(std::istream& log) {
+  Explanation explanation;
+  for (std::string line; ReadLine(log, line);) {
+    explanation.Add(line);
+  }
+  return explanation.Finish();
 }
 
 Outcome OutcomeOf(const LogHistory& history, const Operation& operation) {

@@ -4,10 +4,9 @@
 #define VORNDB_LOG_LOGHISTORY_H
 
 #include <deque>
+#include <istream>
 #include <map>
-#include <memory>
 #include <optional>
-#include <ostream>
 #include <set>
 #include <string>
 #include <vector>
@@ -15,8 +14,6 @@
 #include "log/LogLine.h"
 
 namespace vorndb {
-
-class LogThread;
 
 // The end of an operation, as far as its records show.
 enum class Outcome {
@@ -69,15 +66,11 @@ struct LogHistory {
   int unnamedLocks = 0;
   bool lacksThreads = false;        // there are lines without a thread
   std::set<std::string> successes;  // the processes with records of priority 4 or lower
-  std::map<std::string, std::shared_ptr<LogThread>> threads;
 };
 
-// Adds the next line of the library.
-void AddLine(LogHistory& history, const LogLine& line);
+LogHistory ReadHistory(std::istream& log);
 
 Outcome OutcomeOf(const LogHistory& history, const Operation& operation);
-
-void WriteReport(const LogHistory& history, std::ostream& output);
 
 }  // namespace vorndb
 

@@ -1,4 +1,4 @@
-// One record of a captured log.
+// The records of a captured log, with their meaning by the table that the library logs through.
 
 #ifndef VORNDB_LOG_LOGLINE_H
 #define VORNDB_LOG_LOGLINE_H
@@ -6,8 +6,11 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace vorndb {
+
+enum LogPriority { kDebug = 3, kInfo, kWarning, kError };
 
 // The message of a record, or one of several with the same meaning.
 enum class LogEvent {
@@ -48,6 +51,15 @@ std::optional<LogLine> ParseLogLine(std::string_view text);
 
 // Text behind the prefix is ignored.
 LogPrefix ParseLogPrefix(std::string_view text);
+
+// False for a line that the library does not write. The line may be protected or damaged.
+bool SetMeaning(LogLine& line);
+
+// The letter that log readers show.
+char LetterOf(int priority);
+
+// The members of Database that log a failure but no success.
+const std::vector<std::string>& Queries();
 
 }  // namespace vorndb
 

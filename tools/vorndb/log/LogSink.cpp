@@ -2,23 +2,18 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
 #include <memory>
-#include <optional>
 #include <utility>
 
-#include "Text.h"
-#include "log/LogTable.h"
+#include "Terminal.h"
 
 namespace vorndb {
 
 namespace {
-
-constexpr int kWarning = 5;
 
 // The process has one log, as it has one standard error.
 struct Sink {
@@ -50,35 +45,6 @@ void Receive(int priority, const std::string& tag, const std::string& message) {
 void ShowLog(bool show) { TheSink().show = show; }
 
 Log TakeLog() { return std::exchange(TheSink().log, {}); }
-
-std::string FailureIn(const Log& log) {
-  std::string text;
-  for (const LogLine& line : log) {
-    if (line.event == LogEvent::kFailed || line.event == LogEvent::kOpenFailed) {
-      text = line.text;
-    }
-  }
-  return text;
-}
-
-std::string BreakIn(const Log& log) {
-  for (const LogLine& line : log) {
-    if (line.event == LogEvent::kStepFailed || line.event == LogEvent::kExistStepFailed) {
-      return "reading stopped" + (line.text.empty() ? "" : " with: " + line.text);
-    }
-    // Only the wait for a row truncates a result; elsewhere the last attempt decides.
-    if (line.event == LogEvent::kBusyLimit && line.file == "DatabasePasrser.cpp") {
-      return "the file stayed busy";
-    }
-  }
-  return "";
-}
-
-std::size_t CountInRows(const Log& log, LogEvent event) {
-  return static_cast<std::size_t>(std::count_if(log.begin(), log.end(), [&](const LogLine& line) {
-    return line.event == event && line.function == "ParseDatabase";
-  }));
-}
 
 }  // namespace vorndb
 

@@ -1,16 +1,46 @@
-#include "log/LogTable.h"
-
 #include <algorithm>
 #include <charconv>
 #include <cstddef>
-#include <optional>
-#include <string_view>
+#include <functional>
+#include <iostream>
+#include <map>
+#include <sstream>
+
+#include "Commands.h"
+#include "Errors.h"
+#include "log/LogLine.h"
 
 namespace vorndb {
 
 namespace {
 
-enum Priority { kDebug = 3, kInfo, kWarning, kError };
+// "FILE: FUNCTION FUNCTION; FILE: FUNCTION", as pairs of file and function.
+using Sites = std::vector<std::pair<std::string, std::string>>;
+
+struct LogMessage {
+  const char* chapter;  // of the log reference
+  LogEvent event;
+  int priority;
+  const char* priorityName;
+  std::string format;
+  Sites sites;
+  const char* meaning;
+  const char* remedy;
+};
+
+Sites SitesOf(const std::string& text) {
+  Sites sites;
+  std::string file;
+  std::istringstream words(text);
+  for (std::string word; words >> word;) {
+    if (word.back() == ':') {
+      file = word.substr(0, word.size() - 1);
+    } else {
+      sites.emplace_back(file, word.substr(0, word.find(';')));
+    }
+  }
+  return sites;
+}
 
 // Example arguments of the formats.
 constexpr int kNumber = 0;
@@ -21,16 +51,13 @@ const char* FormatOf(const char* format, Examples... /*arguments*/) {
   return format;
 }
 
-constexpr char kDatabase[] = "Database.cpp: ";
-
 // The outcome of operation X is XSucceeded or XFailed; the messages of Cursor.cpp are
 // about reading.
-LogEvent EventOf(LogEvent own, const std::string& name, Priority priority,
-                 const std::string& sites) {
-  if (sites.rfind("Cursor.cpp", 0) == 0) {
+LogEvent EventOf(LogEvent own, const std::string& name, LogPriority priority, const Sites& sites) {
+  const auto& [file, operation] = sites.front();
+  if (file == "Cursor.cpp") {
     return priority == kError ? LogEvent::kReadFailed : LogEvent::kMoved;
   }
-  const std::string operation = sites.substr(std::min(sites.size(), sizeof kDatabase - 1));
   if (name == operation + "Succeeded") {
     return LogEvent::kSucceeded;
   }
@@ -40,22 +67,24 @@ LogEvent EventOf(LogEvent own, const std::string& name, Priority priority,
 std::vector<LogMessage> MakeMessages() {
   std::vector<LogMessage> messages;
   const char* chapter = "";
+  const auto add = [&](LogEvent own, const char* name, LogPriority priority,
+                       const char* priorityName, const char* format, const char* text,
+                       const char* meaning, const char* remedy) {
+    const Sites sites = SitesOf(text);
+    messages.push_back({chapter, EventOf(own, name, priority, sites), priority, priorityName,
+                        format, sites, meaning, remedy});
+  };
 #define VORN_LOG_CHAPTER(title) chapter = title;
-#define VORN_LOG_MESSAGE(name, priority, message, sites, meaning, remedy)                    \
-  messages.push_back({chapter, EventOf(LogEvent::k##name, #name, priority, sites), priority, \
-                      &#priority[1], FormatOf message, sites, (meaning), (remedy)});
+#define VORN_LOG_MESSAGE(name, priority, message, sites, meaning, remedy) \
+  add(LogEvent::k##name, #name, priority, &#priority[1], FormatOf message, sites, meaning, remedy);
 #include "private/LogMessages.h"
   return messages;
 }
 
-bool IsSite(const std::string& sites, const LogLine& line) {
-  const std::size_t file = (' ' + sites).find(' ' + line.file + ": ");
-  if (file == std::string::npos) {
-    return false;
-  }
-  const std::size_t begin = file + line.file.size() + 1;
-  const std::string functions = sites.substr(begin, sites.find(';', begin) - begin) + ' ';
-  return functions.find(' ' + line.function + ' ') != std::string::npos;
+// In the order of the log reference.
+const std::vector<LogMessage>& LogMessages() {
+  static const std::vector<LogMessage> messages = MakeMessages();
+  return messages;
 }
 
 // The format with the call site, if it names that once more.
@@ -92,12 +121,25 @@ bool Matches(std::string_view format, LogLine& line) {
   return !format.empty() || message.empty();
 }
 
-}  // namespace
-
-const std::vector<LogMessage>& LogMessages() {
-  static const std::vector<LogMessage> messages = MakeMessages();
-  return messages;
+// "Error (6, E)"
+std::string PriorityOf(const LogMessage& message) {
+  return std::string(message.priorityName) + " (" + std::to_string(message.priority) + ", " +
+         LetterOf(message.priority) + ')';
 }
+
+// "`FILE`: `FUNCTION`, `FUNCTION`; `FILE`: `FUNCTION`"
+std::string TextOf(const Sites& sites) {
+  std::string text;
+  const std::string* last = nullptr;
+  for (const auto& [file, function] : sites) {
+    const bool isNew = last == nullptr || *last != file;
+    text += (isNew ? (last == nullptr ? "`" : "; `") + file + "`: `" : ", `") + function + '`';
+    last = &file;
+  }
+  return text;
+}
+
+}  // namespace
 
 char LetterOf(int priority) {
   constexpr char kLetters[] = "VVVDIWEF";
@@ -105,10 +147,11 @@ char LetterOf(int priority) {
 }
 
 bool SetMeaning(LogLine& line) {
+  const Sites::value_type site(line.file, line.function);
   bool known = false;
   std::optional<LogEvent> only;  // the one of this call site and priority
   for (const LogMessage& message : LogMessages()) {
-    if (!IsSite(message.sites, line)) {
+    if (std::count(message.sites.begin(), message.sites.end(), site) == 0) {
       continue;
     }
     known = true;
@@ -137,12 +180,37 @@ const std::vector<std::string>& Queries() {
       };
       if (failure.event == LogEvent::kFailed &&
           std::none_of(LogMessages().begin(), LogMessages().end(), isSuccess)) {
-        members.push_back(failure.sites.substr(sizeof kDatabase - 1));
+        members.push_back(failure.sites.front().second);
       }
     }
     return members;
   }();
   return queries;
+}
+
+void LogReference(const Arguments& arguments) {
+  RefuseIf(arguments.sql || !arguments.file.empty(),
+           "log-reference reads no database: it takes neither -f nor --sql");
+  std::map<int, std::string, std::greater<>> rows;
+  for (const LogMessage& message : LogMessages()) {
+    std::string& row = rows[message.priority];
+    row += row.empty() ? "| " + PriorityOf(message) + " | " : ", ";
+    row += '`' + message.format + '`';
+  }
+  std::cout << "# Messages of the log\n\n| Priority | Messages |\n|---|---|\n";
+  for (const auto& [priority, row] : rows) {
+    std::cout << row << " |\n";
+  }
+  std::string chapter;
+  for (const LogMessage& message : LogMessages()) {
+    if (chapter != message.chapter) {
+      chapter = message.chapter;
+      std::cout << "\n## " << chapter << '\n';
+    }
+    std::cout << "\n### `" << message.format << "`\n\n**" << PriorityOf(message) << "** from "
+              << TextOf(message.sites) << ".\n\n"
+              << message.meaning << "\n\n*Action:* " << message.remedy << '\n';
+  }
 }
 
 }  // namespace vorndb
