@@ -6,49 +6,73 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <ios>
+#include <iterator>
+#include <limits>
+#include <locale>
+#include <map>
 #include <optional>
+#include <sstream>
 #include <stdexcept>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "Cursor.h"
 #include "FakePlatform.h"
 #include "Journal.h"
-#include "NumberModel.h"
 
-// Everything that a cursor holds, as plainly as it can be written: columns with their cells
-// in the order of their first declaration, and whatever became a name.
+// Everything that a cursor holds, as plainly as it can be written: cells by columns, which
+// std::string orders by their bytes as unsigned characters, and whatever became a name.
 struct CursorModel {
-  struct Column {
-    std::string name;
-    std::vector<std::string> cells;
-  };
+  using Texts = std::vector<std::string>;
 
-  Column* Find(const std::string& name) {
-    const auto column = std::find_if(columns.begin(), columns.end(),
-                                     [&](const Column& each) { return each.name == name; });
-    return column == columns.end() ? nullptr : &*column;
-  }
-
-  // std::string compares bytes as unsigned characters.
   int Count() const {
     if (columns.size() < 2) {
       return columns.empty() ? -1 : static_cast<int>(names.size());
     }
-    std::vector<Column> sorted = columns;
-    std::sort(sorted.begin(), sorted.end(),
-              [](const Column& left, const Column& right) { return left.name < right.name; });
-    return static_cast<int>(sorted[1].cells.size());
+    return static_cast<int>(std::next(columns.begin())->second.size());
   }
 
   bool IsRow(int number) const { return 0 <= number && number < Count(); }
 
-  std::vector<Column> columns;
-  std::vector<std::string> names;
+  std::map<std::string, Texts> columns;
+  Texts names;
   int position = -1;
 };
+
+// Which number a cell's text holds, by the rule of the standard library's streams: the part of
+// them that decides, without a stream.
+namespace number_model {
+
+// The number at the start of the text, behind white space; none where there is no
+// number or none that the type can hold. What follows does not matter.
+template <typename Number>
+std::optional<Number> NumberIn(const std::string& text) {
+  const std::size_t start = text.find_first_not_of(" \t\n\v\f\r");
+  if (start == std::string::npos) {
+    return std::nullopt;
+  }
+  std::stringbuf buffer(text.substr(start));
+  std::ios format(nullptr);
+  std::ios_base::iostate state = std::ios_base::goodbit;
+  Number number{};
+  std::use_facet<std::num_get<char>>(std::locale::classic())
+      .get(std::istreambuf_iterator<char>(&buffer), {}, format, state, number);
+  return (state & std::ios_base::failbit) == 0 ? std::make_optional(number) : std::nullopt;
+}
+
+inline std::optional<double> DoubleIn(const std::string& text) { return NumberIn<double>(text); }
+
+inline std::optional<int> IntIn(const std::string& text) {
+  const auto number = NumberIn<long long>(text);
+  if (!number || *number < std::numeric_limits<int>::min() ||
+      *number > std::numeric_limits<int>::max()) {
+    return std::nullopt;
+  }
+  return static_cast<int>(*number);
+}
+
+}  // namespace number_model
 
 class CursorSession {
  public:
@@ -71,9 +95,7 @@ class CursorSession {
     }
     m_cursor.SetColumn(name);
     m_model.names.emplace_back(name);
-    if (m_model.Find(name) == nullptr) {
-      m_model.columns.push_back({name, {}});
-    }
+    m_model.columns[name];
   }
 
   void SetData(const char* name, const char* value) {
@@ -82,8 +104,8 @@ class CursorSession {
       return;
     }
     m_cursor.SetData(name, value);
-    CursorModel::Column* const column = m_model.Find(name);
-    (column != nullptr ? column->cells : m_model.names).emplace_back(value);
+    const auto column = m_model.columns.find(name);
+    (column != m_model.columns.end() ? column->second : m_model.names).emplace_back(value);
   }
 
   void Initialize() {
@@ -129,10 +151,10 @@ class CursorSession {
   }
 
   void GetColumn() {
-    using Texts = std::vector<std::string>;
-    Texts columns{"before"};
+    CursorModel::Texts columns{"before"};
+    const CursorModel::Texts expected = m_model.names.empty() ? columns : m_model.names;
     EXPECT_EQ(m_model.names.empty() ? 1 : 0, m_cursor.GetColumn(columns));
-    EXPECT_EQ(m_model.names.empty() ? Texts{"before"} : m_model.names, columns);
+    EXPECT_EQ(expected, columns);
     AddTrace("GetColumn");
   }
 
@@ -174,17 +196,17 @@ class CursorSession {
       AddTrace(function);
       return;
     }
-    const CursorModel::Column* const column = m_model.Find(name);
+    const auto column = m_model.columns.find(name);
     const auto row = static_cast<std::size_t>(m_model.position);
     std::optional<Value> expected;
-    if (column == nullptr) {
+    if (column == m_model.columns.end()) {
       failure = "NO MATCHED ERROR!!!";
     } else if (!m_model.IsRow(m_model.position)) {
       failure = "CURSOR RANGE ERROR!!!";
-    } else if (row >= column->cells.size()) {
+    } else if (row >= column->second.size()) {
       return;  // a column with fewer cells than there are rows: nothing is promised
     } else {
-      expected = valueOf(column->cells[row]);
+      expected = valueOf(column->second[row]);
     }
     EXPECT_EQ(expected ? 0 : 1, (m_cursor.*read)(name, value));
     EXPECT_EQ(expected.value_or(before), value);

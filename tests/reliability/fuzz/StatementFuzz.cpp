@@ -18,16 +18,15 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstring>
-#include <iterator>
 #include <map>
 #include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Containers.h"
@@ -38,16 +37,18 @@
 
 namespace {
 
-using Texts = std::vector<std::string>;
-
 constexpr std::size_t kSlots = 16;
 
-std::string Join(const Texts& items, const std::string& separator) {
-  std::string text;
-  for (std::size_t i = 0; i < items.size(); ++i) {
-    text += (i == 0 ? "" : separator) + items[i];
-  }
-  return text;
+// None: a null pointer.
+using Text = std::optional<std::string>;
+
+Text TextOf(const char* text) { return text == nullptr ? std::nullopt : Text(text); }
+
+// As a stream with its default settings writes it.
+std::string TextOf(double number) {
+  std::array<char, 64> text{};
+  std::snprintf(text.data(), text.size(), "%g", number);
+  return text.data();
 }
 
 // The text before the last occurrence of the part; all of it where there is none.
@@ -61,146 +62,110 @@ std::string BeforeLast(const std::string& text, const std::string& part) {
   return before;
 }
 
-// The model: each statement, as plainly as it can be written.
+// A column with its value, its condition or its type.
+struct Entry {
+  Text name;
+  std::string value;
+};
+std::string NameOf(const Entry& entry) { return entry.name.value(); }
+std::string ValueOf(const Entry& entry) { return "'" + entry.value + "'"; }
 
-// A name that a statement holds. The generator throws for a null one.
-struct NullName {};
-std::string Named(const std::optional<std::string>& name) {
-  return name ? *name : throw NullName();
+// The first entry of each slot; that of the null name is beyond the others.
+using Entries = std::map<std::size_t, Entry>;
+
+template <typename Format>
+std::string Join(const Entries& entries, const std::string& separator, Format format) {
+  std::string text;
+  for (const auto& [slot, entry] : entries) {
+    text += format(entry) + separator;
+  }
+  return text.substr(0, text.size() - (entries.empty() ? 0 : separator.size()));
 }
 
-// The entries of one map in the order of their slots, each with the first value set.
-struct Entries {
-  struct Entry {
-    std::optional<std::string> name;
-    std::string value;
-  };
+std::string JoinPairs(const Entries& entries, const std::string& separator,
+                      const std::string& sign) {
+  return Join(entries, separator,
+              [&](const Entry& entry) { return NameOf(entry) + sign + ValueOf(entry); });
+}
 
-  Texts Names() const {
-    return Items([](const Entry& entry) { return Named(entry.name); });
-  }
-  Texts Values() const {
-    return Items([](const Entry& entry) { return "'" + entry.value + "'"; });
-  }
-  Texts Pairs(const std::string& sign) const {
-    return Items(
-        [&](const Entry& entry) { return Named(entry.name) + sign + "'" + entry.value + "'"; });
-  }
-  template <typename Format>
-  Texts Items(Format format) const {
-    Texts items;
-    for (const auto& [slot, entry] : bySlot) {
-      items.push_back(format(entry));
-    }
-    return items;
-  }
-
-  std::map<std::size_t, Entry> bySlot;  // the null name's is beyond the others
-};
-
-// The texts of a field, none where they were not set. Of a pair both count, or none.
-struct Field {
-  std::string First() const { return IsWhole() ? *first : ""; }
-  std::string Second() const { return IsWhole() ? second.value_or("") : ""; }
-  bool IsWhole() const { return first && (second || !isPair); }
-  bool IsKey() const { return !First().empty() && !Second().empty(); }
-
-  bool isPair = true;
-  std::optional<std::string> first;
-  std::optional<std::string> second;
-};
-
+// The model: each statement, as plainly as it can be written. A name that is null throws.
 struct Model {
-  std::string Table() const { return At("Table").First(); }
-  std::string Conditions() const { return Join(where.Pairs("="), " AND "); }
-  std::string WhereIfAny() const { return where.bySlot.empty() ? "" : " WHERE " + Conditions(); }
+  // A text of a field. Of a pair both count, or none.
+  std::string At(const std::string& name, std::size_t number = 0) const {
+    const auto field = fields.find(name);
+    const bool counts =
+        field != fields.end() && field->second[0] && (field->second[1] || name == "Table");
+    return counts ? *field->second[number] : "";
+  }
+  std::string Key(const std::string& name) const { return At(name) + " " + At(name, 1); }
+  bool HasKey(const std::string& name) const { return !At(name).empty() && !At(name, 1).empty(); }
 
-  std::string Select() const { return "SELECT * FROM " + Table() + WhereIfAny(); }
-  std::string Delete() const { return "DELETE  FROM " + Table() + WhereIfAny(); }
+  std::string Conditions() const { return JoinPairs(where, " AND ", "="); }
+  std::string WhereIfAny() const { return where.empty() ? "" : " WHERE " + Conditions(); }
+
+  std::string Select() const { return "SELECT * FROM " + At("Table") + WhereIfAny(); }
+  std::string Delete() const { return "DELETE  FROM " + At("Table") + WhereIfAny(); }
 
   std::string JoinSelect() const {
-    const Field left = At("LeftJoin");
-    const Field right = At("RightJoin");
-    return "SELECT  * FROM " + left.First() + " INNER JOIN " + right.First() + " ON " +
-           left.First() + "." + left.Second() + " = " + right.First() + "." + right.Second() +
-           WhereIfAny();
+    const std::string left = At("LeftJoin");
+    const std::string right = At("RightJoin");
+    return "SELECT  * FROM " + left + " INNER JOIN " + right + " ON " + left + "." +
+           At("LeftJoin", 1) + " = " + right + "." + At("RightJoin", 1) + WhereIfAny();
   }
 
   std::string Upsert() const {
-    return "INSERT OR REPLACE INTO " + Table() + " (" + Join(data.Names(), ", ") + ") VALUES (" +
-           Join(data.Values(), ", ") + ")";
+    return "INSERT OR REPLACE INTO " + At("Table") + " (" + Join(data, ", ", NameOf) +
+           ") VALUES (" + Join(data, ", ", ValueOf) + ")";
   }
 
   // Both cuts are made always, also where nothing was appended that they could end.
   std::string Update() const {
-    const std::string start = "UPDATE " + Table() + " SET ";
+    const std::string start = "UPDATE " + At("Table") + " SET ";
     const std::string set =
-        data.bySlot.empty() ? BeforeLast(start, ", ") : start + Join(data.Pairs(" = "), ", ");
-    return where.bySlot.empty() ? BeforeLast(set + " WHERE ", " AND")
-                                : set + " WHERE " + Conditions();
+        data.empty() ? BeforeLast(start, ", ") : start + JoinPairs(data, ", ", " = ");
+    return where.empty() ? BeforeLast(set + " WHERE ", " AND") : set + " WHERE " + Conditions();
   }
 
   std::string CreateTable() const {
-    const Field primary = At("PrimaryKey");
-    const Field composite = At("CompositeKey");
-    const bool isComposite = primary.IsKey() && composite.IsKey();
-    const std::string column = primary.First() + " " + primary.Second();
-    Texts items;
-    if (isComposite) {
-      items = {column, composite.First() + " " + composite.Second()};
-    } else {
-      items = {primary.IsKey() ? column + " NOT NULL PRIMARY KEY" : "_ID INTEGER PRIMARY KEY"};
+    const bool hasKey = HasKey("PrimaryKey");
+    const bool hasTwo = hasKey && HasKey("CompositeKey");
+    std::string items = hasKey ? Key("PrimaryKey") : "_ID INTEGER PRIMARY KEY";
+    items += hasTwo ? ", " + Key("CompositeKey") : hasKey ? " NOT NULL PRIMARY KEY" : "";
+    for (const Entry& column : columns) {
+      items += ", " + NameOf(column) + " " + column.value;
     }
-    std::transform(columns.begin(), columns.end(), std::back_inserter(items), Named);
-    if (isComposite) {
-      items.push_back("PRIMARY KEY(" + primary.First() + ", " + composite.First() + ")");
-    }
-    return "CREATE TABLE IF NOT EXISTS " + Table() + " (" + Join(items, ", ") + ")";
+    items += hasTwo ? ", PRIMARY KEY(" + At("PrimaryKey") + ", " + At("CompositeKey") + ")" : "";
+    return "CREATE TABLE IF NOT EXISTS " + At("Table") + " (" + items + ")";
   }
 
   // None where the generator throws. A statement of a table alone is the catalogue's.
-  std::optional<std::string> Sql(const operations::Operation& operation) const {
+  Text Sql(const operations::Operation& operation) const {
     static const std::map<std::string, std::string (Model::*)() const> statements = {
         {"Select", &Model::Select}, {"JoinSelect", &Model::JoinSelect},
         {"Delete", &Model::Delete}, {"Upsert", &Model::Upsert},
         {"Update", &Model::Update}, {"CreateTable", &Model::CreateTable}};
     const auto own = statements.find(operation.member);
     try {
-      return own != statements.end() ? (this->*own->second)() : operation.Sql({{"table", Table()}});
-    } catch (const NullName&) {
+      return own != statements.end() ? (this->*own->second)()
+                                     : operation.Sql({{"table", At("Table")}});
+    } catch (const std::bad_optional_access&) {
       return std::nullopt;
     }
   }
 
-  Field At(const std::string& name) const {
-    const auto field = fields.find(name);
-    return field == fields.end() ? Field() : field->second;
-  }
-
-  std::map<std::string, Field> fields;
-  std::vector<std::optional<std::string>> columns;  // null: one of a null name
+  std::map<std::string, std::array<Text, 2>> fields;
+  std::vector<Entry> columns;
   Entries data;
   Entries where;
 };
-
-// As a stream with its default settings writes it.
-std::string TextOf(double number) {
-  std::array<char, 64> text{};
-  std::snprintf(text.data(), text.size(), "%g", number);
-  return text.data();
-}
-
-std::optional<std::string> TextOf(const char* text) {
-  return text == nullptr ? std::nullopt : std::make_optional<std::string>(text);
-}
 
 // All requests, filled alike, beside the model.
 class Session {
  public:
   Session() {
     for (const operations::Operation& operation : operations::All()) {
-      m_requests.push_back({&operation, operation.request.make()});
-      if (auto* const set = dynamic_cast<BaseSet*>(m_requests.back().request.get())) {
+      m_requests.emplace_back(&operation, operation.request.make());
+      if (auto* const set = dynamic_cast<BaseSet*>(m_requests.back().second.get())) {
         m_sets.push_back(set);
       }
     }
@@ -211,7 +176,7 @@ class Session {
                                                         {'K', "PrimaryKey"}, {'X', "CompositeKey"},
                                                         {'L', "LeftJoin"},   {'R', "RightJoin"}};
     if (const auto field = kFields.find(line.Letter()); field != kFields.end()) {
-      m_given[line.Letter()] = {line.Text(0), line.Text(1)};
+      ExpectGenerated(line);
       SetField(field->second, line);
     } else if (line.Letter() == 'C') {
       SetColumnKey(line);
@@ -221,49 +186,51 @@ class Session {
   }
 
   void ExpectTexts() {
-    ExpectPath();
-    ExpectCheckTable();
-    for (const Filled& each : m_requests) {
-      if (each.operation->request.generate) {
-        ExpectSql(each);
+    for (const auto& [operation, request] : m_requests) {
+      if (operation->request.generate) {
+        ExpectSql(*operation, *request);
       } else {
-        ExpectStoredPath(*each.request);
+        ExpectStoredPath(*request);
       }
     }
   }
 
  private:
-  struct Filled {
-    const operations::Operation* operation;
-    std::unique_ptr<BasePath> request;
-  };
+  // The generator takes a path and a table's name as they are given, NULs included.
+  static void ExpectGenerated(const InputLine& line) {
+    const std::string first = line.Text(0);
+    const bool needsSlash = !first.empty() && first.back() != '/';
+    std::string path = "before";
+    SqlGenerator().GetDBPath(first, line.Text(1), path);
+    EXPECT_EQ(first + (needsSlash ? "/" : "") + line.Text(1), path);
+    std::string sql = "before";
+    SqlGenerator().GetCheckTableSql(first, sql);
+    EXPECT_EQ("SELECT COUNT(*) from sqlite_master WHERE TYPE='table' AND NAME='" + first + "'",
+              sql);
+  }
 
   // A request leaks a text that is replaced. So each is set once, and null afterwards,
   // which changes nothing.
-  static const char* Once(std::optional<std::string>& text, const char* given) {
-    if (given == nullptr || text) {
-      return nullptr;
-    }
-    text = given;
-    return given;
-  }
-
   void SetField(const std::string& name, const InputLine& line) {
-    Field& model = m_model.fields[name];
-    const char* const first = Once(model.first, line.Pointer(0));
-    const char* const second = Once(model.second, line.Pointer(1));
-    for (const Filled& each : m_requests) {
-      for (const auto& field : each.operation->request.fields) {
+    std::array<Text, 2>& model = m_model.fields[name];
+    std::array<const char*, 2> given{};
+    for (std::size_t number = 0; number < 2; ++number) {
+      if (!model[number]) {
+        given[number] = line.Pointer(number);
+        model[number] = TextOf(given[number]);
+      }
+    }
+    for (const auto& [operation, request] : m_requests) {
+      for (const auto& field : operation->request.fields) {
         if (field.name == name) {
-          model.isPair = field.isPair;
-          field.set(*each.request, first, second);
+          field.set(*request, given[0], given[1]);
         }
       }
     }
   }
 
   // The name that its slot has, cut where it is too long; null for the null name.
-  const char* NameOf(const InputLine& line, std::size_t field) {
+  const char* NameIn(const InputLine& line, std::size_t field) {
     const char* const given = line.Pointer(field + 1);
     const std::size_t slot = line.Index(field, kSlots);
     auto& name = m_names[slot];
@@ -275,30 +242,27 @@ class Session {
   }
 
   void SetColumnKey(const InputLine& line) {
-    const char* const name = NameOf(line, 0);
+    const char* const name = NameIn(line, 0);
     const char* const type = line.Pointer(2);
     if (type == nullptr) {
       return;  // no type at all: nothing is promised
     }
-    for (const Filled& each : m_requests) {
-      if (auto* const create = dynamic_cast<CreateRequest*>(each.request.get())) {
+    for (const auto& each : m_requests) {
+      if (auto* const create = dynamic_cast<CreateRequest*>(each.second.get())) {
         create->SetColumnKey(name, type);
       }
     }
-    m_model.columns.push_back(TextOf(name));
-    if (name != nullptr) {
-      *m_model.columns.back() += std::string(" ") + type;
-    }
+    m_model.columns.push_back({TextOf(name), type});
   }
 
   // Calls the setter that the line names.
   void SetEntry(const InputLine& line) {
     const bool isData = line.Letter() == 'd';
     const std::string kind = line.Text(0);
-    const char* const name = NameOf(line, 1);
+    const char* const name = NameIn(line, 1);
     const char* const text = line.Pointer(3);
     const double real = std::strtod(line.Text(3).c_str(), nullptr);
-    std::optional<std::string> value;
+    Text value;
     for (BaseSet* const set : m_sets) {
       const auto call = [&](auto given) {
         isData ? set->SetData(name, given) : set->SetWhere(name, given);
@@ -319,52 +283,34 @@ class Session {
         value = line.Text(3).c_str();
       }
     }
-    Entries& entries = isData ? m_model.data : m_model.where;
     if (value) {
       const std::size_t slot = name == nullptr ? kSlots : line.Index(1, kSlots);
-      entries.bySlot.insert({slot, {TextOf(name), *value}});
+      (isData ? m_model.data : m_model.where).insert({slot, {TextOf(name), *value}});
     }
   }
 
-  // The generator takes both as they are given, NULs included.
-  void ExpectPath() {
-    const auto& [directory, file] = m_given['P'];
-    const bool needsSlash = !directory.empty() && directory.back() != '/';
-    std::string path = "before";
-    SqlGenerator().GetDBPath(directory, file, path);
-    EXPECT_EQ(directory + (needsSlash ? "/" : "") + file, path);
-  }
-
-  void ExpectCheckTable() {
-    const std::string& table = m_given['T'].first;
-    std::string sql = "before";
-    SqlGenerator().GetCheckTableSql(table, sql);
-    EXPECT_EQ("SELECT COUNT(*) from sqlite_master WHERE TYPE='table' AND NAME='" + table + "'",
-              sql);
-  }
-
   void ExpectStoredPath(BasePath& request) {
-    const Field path = m_model.At("Path");
+    const auto& [first, second] = m_model.fields["Path"];
     std::string directory = "before";
     std::string file = "before";
-    if (path.IsWhole()) {
+    if (first && second) {
       request.GetPath(directory, file);
     } else {
       EXPECT_THROW(request.GetPath(directory, file), std::logic_error);
     }
-    EXPECT_EQ(path.first.value_or("before"), directory);
-    EXPECT_EQ(path.first ? path.second.value_or("before") : "before", file);
+    EXPECT_EQ(first.value_or("before"), directory);
+    EXPECT_EQ(first ? second.value_or("before") : "before", file);
   }
 
   // Twice, since a request may be run again.
-  void ExpectSql(const Filled& own) {
-    const auto expected = m_model.Sql(*own.operation);
+  void ExpectSql(const operations::Operation& operation, BasePath& request) const {
+    const Text expected = m_model.Sql(operation);
     for (int time = 0; time < 2; ++time) {
       std::string sql = "before";
       if (expected) {
-        own.operation->request.generate(*own.request, sql);
+        operation.request.generate(request, sql);
       } else {
-        EXPECT_THROW(own.operation->request.generate(*own.request, sql), std::logic_error);
+        EXPECT_THROW(operation.request.generate(request, sql), std::logic_error);
       }
       EXPECT_EQ(expected.value_or("before"), sql);
     }
@@ -373,9 +319,8 @@ class Session {
   // Names of columns at ascending addresses, which live as long as requests read them.
   std::array<std::array<char, 64>, kSlots> m_names{};
   std::array<bool, kSlots> m_isNamed{};
-  std::map<char, std::pair<std::string, std::string>> m_given;
   Model m_model;
-  std::vector<Filled> m_requests;
+  std::vector<std::pair<const operations::Operation*, std::unique_ptr<BasePath>>> m_requests;
   std::vector<BaseSet*> m_sets;  // among them
 };
 

@@ -8,7 +8,6 @@
 #include <chrono>
 #include <cinttypes>
 #include <cstdio>
-#include <memory>
 #include <string>
 #include <thread>
 
@@ -23,6 +22,7 @@
 
 namespace {
 
+using ::testing::ElementsAre;
 using ::testing::SizeIs;
 
 constexpr int kThreads = 8;
@@ -46,9 +46,11 @@ class ThreadsTest : public ::testing::Test {
   }
 };
 
+// An exception leaves the map usable.
 TEST_F(ThreadsTest, FillOneSet) {
   UpsertRequest request;
   OnEachColumn([&](const char* column, int round) {
+    EXPECT_ANY_THROW(request.SetData(column, static_cast<const char*>(nullptr)));
     request.SetData(column, round);
     request.SetWhere(column, 0.5);
   });
@@ -70,33 +72,24 @@ TEST_F(ThreadsTest, FillOneColumnList) {
 
 TEST_F(ThreadsTest, FillOneCursor) {
   Cursor cursor;
-  cursor.SetColumn("a");
-  cursor.SetColumn("b");
-  RunOnThreads(kThreads, [&](int thread) {
-    for (int round = 0; round < kRounds; ++round) {
-      cursor.SetData(thread % 2 == 0 ? "a" : "b", std::to_string(round).c_str());
-    }
-  });
-  EXPECT_EQ(kThreads / 2 * kRounds, cursor.GetCount());
-}
-
-TEST_F(ThreadsTest, NameTheColumnsOfOneCursor) {
-  Cursor cursor;
+  cursor.SetColumn("shared");
   RunOnThreads(kThreads, [&](int thread) {
     for (int round = 0; round < kRounds; ++round) {
       const std::string name = std::to_string(thread) + "of" + std::to_string(round);
       cursor.SetColumn(name.c_str());
       cursor.SetData(name.c_str(), name.c_str());
+      cursor.SetData("shared", name.c_str());
     }
   });
   std::vector<std::string> columns;
   cursor.GetColumn(columns);
-  EXPECT_THAT(columns, SizeIs(kThreads * kRounds));
-  cursor.MoveToNext();
-  for (const std::string& column : columns) {
-    std::string value;
-    EXPECT_EQ(0, cursor.GetString(column.c_str(), value));
-    EXPECT_EQ(column, value);
+  EXPECT_THAT(columns, SizeIs(1 + kThreads * kRounds));
+  CellMap& cells = CellMapOf(cursor);
+  EXPECT_THAT(cells, SizeIs(columns.size()));
+  EXPECT_THAT(cells["shared"], SizeIs(kThreads * kRounds));
+  cells.erase("shared");
+  for (const auto& [name, own] : cells) {
+    EXPECT_THAT(own, ElementsAre(name));
   }
 }
 
@@ -116,17 +109,6 @@ TEST_F(ThreadsTest, FillAndEmptyOneCursor) {
   });
   cursor.Initialize();
   EXPECT_EQ(-1, cursor.GetCount());
-}
-
-TEST_F(ThreadsTest, AnExceptionLeavesTheContainerUsable) {
-  UpsertRequest request;
-  OnEachColumn([&](const char* column, int) {
-    EXPECT_ANY_THROW(request.SetData(column, static_cast<const char*>(nullptr)));
-    request.SetData(column, "value");
-  });
-  BaseSet::ColumnMap map;
-  request.GetDataMap(map);
-  EXPECT_THAT(map, SizeIs(kThreads * kRounds));
 }
 
 // A holder of the data map's lock keeps SetData out, and SetWhere not.
@@ -165,25 +147,6 @@ TEST_F(ThreadsTest, OneDatabaseObjectServesThemOnFilesOfTheirOwn) {
       EXPECT_EQ(operation.Plain().contents, operations::Contents(file));
     }
   });
-}
-
-// The wait is real here: the file's holder lets go while the library retries.
-TEST_F(ThreadsTest, AQueryWaitsForALockedFile) {
-  TemporaryDatabase file;
-  file.Run(operations::Schema());
-  operations::Call call(operations::Get("Select"), file, operations::Get("Select").PlainTexts());
-  Database database;
-  auto locker = std::make_unique<Locker>(file, "BEGIN EXCLUSIVE");
-  const auto start = std::chrono::steady_clock::now();
-  std::thread release([&] {
-    std::this_thread::sleep_for(std::chrono::milliseconds(150));
-    locker.reset();
-  });
-  EXPECT_EQ(0, call.Run(database));
-  const auto waited = std::chrono::steady_clock::now() - start;
-  release.join();
-  EXPECT_GE(waited, std::chrono::milliseconds(150));
-  EXPECT_EQ(operations::Get("Select").Plain().answer, call.Answer());
 }
 
 }  // namespace
