@@ -4,6 +4,7 @@
 #include <stdlib.h>
 
 #include <filesystem>
+#include <functional>
 
 namespace {
 
@@ -16,19 +17,24 @@ sqlite3* Open(const std::string& path) {
   return db;
 }
 
-void AddRow(sqlite3_stmt* stmt, Answer& answer) {
-  const bool isFirst = answer.columns.empty();
-  for (int column = 0; column < sqlite3_column_count(stmt); ++column) {
-    const std::string name = sqlite3_column_name(stmt, column);
-    const int type = sqlite3_column_type(stmt, column);
-    const bool isText = type != SQLITE_NULL && type != SQLITE_BLOB;
-    const auto* const text =
-        isText ? reinterpret_cast<const char*>(sqlite3_column_text(stmt, column)) : "";
-    answer.cells[name].emplace_back(text);
-    if (isFirst) {
-      answer.columns.push_back(name);
+// Runs a text's first statements, or all, up to one that fails. Gives SQLite's result.
+int Step(sqlite3* db, const char* sql, int statements,
+         const std::function<void(sqlite3_stmt*)>& visitRow) {
+  int rc = SQLITE_OK;
+  for (; rc == SQLITE_OK && *sql != '\0' && statements != 0; --statements) {
+    sqlite3_stmt* stmt = nullptr;
+    rc = sqlite3_prepare_v2(db, sql, -1, &stmt, &sql);
+    while (stmt != nullptr && (rc = sqlite3_step(stmt)) == SQLITE_ROW) {
+      visitRow(stmt);
     }
+    rc = rc == SQLITE_DONE ? SQLITE_OK : rc;
+    sqlite3_finalize(stmt);
   }
+  return rc;
+}
+
+const char* TextAt(sqlite3_stmt* stmt, int column) {
+  return reinterpret_cast<const char*>(sqlite3_column_text(stmt, column));
 }
 
 }  // namespace
@@ -53,25 +59,15 @@ void TemporaryDatabase::Run(const std::string& sql) const { Rows(sql); }
 std::vector<std::string> TemporaryDatabase::Rows(const std::string& sql) const {
   sqlite3* const db = Open(Path());
   std::vector<std::string> rows;
-  const char* rest = sql.c_str();
-  while (*rest != '\0') {
-    sqlite3_stmt* stmt = nullptr;
-    EXPECT_EQ(SQLITE_OK, sqlite3_prepare_v2(db, rest, -1, &stmt, &rest)) << sql;
-    if (stmt == nullptr) {
-      break;
+  const auto addRow = [&rows](sqlite3_stmt* stmt) {
+    std::string row;
+    for (int column = 0; column < sqlite3_column_count(stmt); ++column) {
+      const char* const text = TextAt(stmt, column);
+      row += (column == 0 ? "" : "|") + std::string(text == nullptr ? "NULL" : text);
     }
-    int rc = SQLITE_OK;
-    while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
-      std::string row;
-      for (int column = 0; column < sqlite3_column_count(stmt); ++column) {
-        const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(stmt, column));
-        row += (column == 0 ? "" : "|") + std::string(text == nullptr ? "NULL" : text);
-      }
-      rows.push_back(row);
-    }
-    EXPECT_EQ(SQLITE_DONE, rc) << sql;
-    sqlite3_finalize(stmt);
-  }
+    rows.push_back(row);
+  };
+  EXPECT_EQ(SQLITE_OK, Step(db, sql.c_str(), -1, addRow)) << sql;
   sqlite3_close_v2(db);
   return rows;
 }
@@ -80,17 +76,19 @@ Answer TemporaryDatabase::Ask(const std::string& sql, int statements) const {
   Answer answer;
   sqlite3* db = nullptr;
   sqlite3_open(Path().c_str(), &db);
-  const char* rest = sql.c_str();
-  for (; answer.code == SQLITE_OK && *rest != '\0' && statements != 0; --statements) {
-    sqlite3_stmt* stmt = nullptr;
-    answer = {sqlite3_prepare_v2(db, rest, -1, &stmt, &rest)};
-    while (stmt != nullptr && (answer.code = sqlite3_step(stmt)) == SQLITE_ROW) {
-      AddRow(stmt, answer);
+  answer.code = Step(db, sql.c_str(), statements, [&answer](sqlite3_stmt* stmt) {
+    const bool isFirst = answer.columns.empty();
+    for (int column = 0; column < sqlite3_column_count(stmt); ++column) {
+      const std::string name = sqlite3_column_name(stmt, column);
+      const int type = sqlite3_column_type(stmt, column);
+      const bool isText = type != SQLITE_NULL && type != SQLITE_BLOB;
+      answer.cells[name].emplace_back(isText ? TextAt(stmt, column) : "");
+      if (isFirst) {
+        answer.columns.push_back(name);
+      }
     }
-    answer.code = answer.code == SQLITE_DONE ? SQLITE_OK : answer.code;
-    answer.message = answer.code == SQLITE_OK ? "" : sqlite3_errmsg(db);
-    sqlite3_finalize(stmt);
-  }
+  });
+  answer.message = answer.code == SQLITE_OK ? "" : sqlite3_errmsg(db);
   sqlite3_close(db);
   return answer;
 }

@@ -26,7 +26,7 @@ class TemporaryDirectory {
 struct Answer {
   int code = SQLITE_OK;
   std::string message = {};  // of a failure
-  // The rows of the last statement: cells by column, NULL and blobs as empty texts.
+  // The rows: cells by column, NULL and blobs as empty texts.
   std::vector<std::string> columns = {};
   std::map<std::string, std::vector<std::string>> cells = {};
 };

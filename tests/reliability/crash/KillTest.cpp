@@ -4,8 +4,12 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/ptrace.h>
+#include <sys/wait.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
@@ -13,7 +17,9 @@
 #include <map>
 #include <optional>
 #include <random>
+#include <stdexcept>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -24,7 +30,6 @@
 #include "RealWait.h"
 #include "TemporaryDatabase.h"
 #include "TestNumbers.h"
-#include "Tracer.h"
 #include "WholeFile.h"
 
 namespace {
@@ -145,19 +150,89 @@ TEST_F(RandomKillTest, EveryAcknowledgedRowIsThereAndTheOneInFlightWhollyOrNotAt
   EXPECT_GT(version, unacknowledged);
 }
 
+using Change = std::function<int()>;
+
+// A process that makes a change, as far as a boundary of a system call.
+class TracedChange {
+ public:
+  // Why no process can be traced here, if so.
+  static std::error_code Obstacle() {
+    ChildProcess child([](Channel& parent) {
+      parent.Send(ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) == 0 ? 0 : errno);
+    });
+    return {child.Link().Receive(kPatience).value_or(ECHILD), std::generic_category()};
+  }
+
+  // The child stands still afterwards.
+  TracedChange(int boundary, const Change& change)
+      : m_child([&](Channel& parent) {
+          Request(PTRACE_TRACEME, 0, 0);
+          raise(SIGSTOP);
+          parent.Send(change());
+          raise(SIGSTOP);
+        }) {
+    EXPECT_EQ(SIGSTOP, WaitForStop());
+    Request(PTRACE_SETOPTIONS, m_child.Id(), PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL);
+    for (; m_isReached && boundary > 0; --boundary) {
+      m_isReached = RunToBoundary();
+    }
+  }
+
+  // False when the change has ended before.
+  bool IsAtBoundary() const { return m_isReached; }
+
+  // Answers the result of the change, if there was one.
+  std::optional<int> Kill() {
+    m_child.Kill();
+    return m_child.Link().Receive(milliseconds(0));
+  }
+
+ private:
+  static void Request(decltype(PTRACE_TRACEME) request, pid_t process, long data) {
+    if (ptrace(request, process, nullptr, data) != 0) {
+      throw std::system_error(errno, std::generic_category(), "ptrace");
+    }
+  }
+
+  // To the next entry into a system call or exit from one, or to the end of the change.
+  bool RunToBoundary() const {
+    constexpr int kSystemCall = SIGTRAP | 0x80;  // no signal
+    int signal = 0;
+    do {
+      Request(PTRACE_SYSCALL, m_child.Id(), signal);
+      signal = WaitForStop();
+    } while (signal != kSystemCall && signal != SIGSTOP);
+    return signal == kSystemCall;
+  }
+
+  int WaitForStop() const {
+    int status = 0;
+    while (waitpid(m_child.Id(), &status, 0) != m_child.Id()) {
+      if (errno != EINTR) {
+        throw std::system_error(errno, std::generic_category(), "waitpid");
+      }
+    }
+    if (!WIFSTOPPED(status)) {
+      throw std::runtime_error("The child has ended while it was traced.");
+    }
+    return WSTOPSIG(status);
+  }
+
+  ChildProcess m_child;
+  bool m_isReached = true;
+};
+
 class TracedKillTest : public KillTest {
  protected:
   void SetUp() override {
     // Emulators, some containers and sanitizers do not let a process be traced.
-    if (const std::string obstacle = Tracer::Obstacle(); !obstacle.empty()) {
-      GTEST_SKIP() << "No process can be traced here: " << obstacle;
+    if (const std::error_code obstacle = TracedChange::Obstacle()) {
+      GTEST_SKIP() << "No process can be traced here: " << obstacle.message();
     }
     for (int key = 0; key < 5; ++key) {
       ASSERT_EQ(0, Upsert(key, 0));
     }
   }
-
-  using Change = std::function<int()>;
 
   // Kills a process at every boundary of a system call of one change, from the first on until
   // the change runs to its end.
@@ -183,35 +258,6 @@ class TracedKillTest : public KillTest {
   }
 
  private:
-  // A process that makes a change, as far as a boundary.
-  class Changer {
-   public:
-    Changer(int boundary, const Change& change)
-        : m_child([&](Channel& parent) {
-            BeginTraced();
-            parent.Send(change());
-            EndTraced();
-          }) {
-      Tracer tracer(m_child.Id());
-      for (; m_isReached && boundary > 0; --boundary) {
-        m_isReached = tracer.RunToBoundary();
-      }
-    }
-
-    // False when the change has ended before.
-    bool IsAtBoundary() const { return m_isReached; }
-
-    // Answers the result of the change, if there was one.
-    std::optional<int> Kill() {
-      m_child.Kill();
-      return m_child.Link().Receive(milliseconds(0));
-    }
-
-   private:
-    ChildProcess m_child;
-    bool m_isReached = true;
-  };
-
   void Prepare(const Change& change, const Change& others) {
     image = ReadWholeFile(file.Path());
     ASSERT_EQ(0, others());
@@ -225,7 +271,7 @@ class TracedKillTest : public KillTest {
   // False when the change has no such boundary.
   bool KillAt(int boundary, const Change& change) {
     Restore();
-    Changer changer(boundary, change);
+    TracedChange changer(boundary, change);
     const std::optional<int> result = changer.Kill();
     if (!changer.IsAtBoundary()) {
       EXPECT_EQ(0, result);
@@ -244,7 +290,7 @@ class TracedKillTest : public KillTest {
 
   bool KillBesideAnotherAt(int boundary, const Change& change, const Change& others) {
     Restore();
-    Changer changer(boundary, change);
+    TracedChange changer(boundary, change);
     if (!changer.IsAtBoundary()) {
       return false;
     }

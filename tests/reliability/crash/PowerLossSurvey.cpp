@@ -18,25 +18,26 @@ using note_table::Step;
 // bytes arrive that it grows by.
 
 using Arrival = SimulatedDisk::Arrival;
-using Change = SimulatedDisk::Change;
 using Fate = SimulatedDisk::Fate;
 
 constexpr std::size_t kSector = 512;
 
-Arrival Lost(const Change& /*change*/) { return {}; }
+Arrival Lost(const DiskEvent& /*change*/) { return {}; }
 
-Arrival Whole(const Change& change) { return {{0, change.data.size()}}; }
+Arrival Whole(const DiskEvent& change) { return {{0, change.data.size()}}; }
 
-Arrival FirstHalf(const Change& change) { return {{0, change.data.size() / 2}}; }
+Arrival FirstHalf(const DiskEvent& change) { return {{0, change.data.size() / 2}}; }
 
-Arrival SecondHalf(const Change& change) { return {{change.data.size() / 2, change.data.size()}}; }
+Arrival SecondHalf(const DiskEvent& change) {
+  return {{change.data.size() / 2, change.data.size()}};
+}
 
 std::size_t Below(std::size_t limit, std::mt19937& random) {
   return std::uniform_int_distribution<std::size_t>(0, limit - 1)(random);
 }
 
 // Each sector, as they are counted in the file, arrives or doesn't.
-Arrival SomeSectors(const Change& change, std::mt19937& random) {
+Arrival SomeSectors(const DiskEvent& change, std::mt19937& random) {
   Arrival arrival;
   std::size_t begin = 0;
   while (begin < change.data.size()) {
@@ -50,7 +51,7 @@ Arrival SomeSectors(const Change& change, std::mt19937& random) {
   return arrival;
 }
 
-Arrival RandomFate(const Change& change, std::mt19937& random) {
+Arrival RandomFate(const DiskEvent& change, std::mt19937& random) {
   const std::size_t cut = Below(change.data.size(), random);
   switch (Below(5, random)) {
     case 0:
@@ -160,7 +161,8 @@ void PowerLossSurvey::LosePower(bool inAllWays) {
       constexpr Growth kGrowths[] = {Growth::kNothing, Growth::kZeros, Growth::kGarbage};
       const Growth growth = kGrowths[Below(3, m_random)];
       Lose(
-          changes, [this](const Change& change) { return RandomFate(change, m_random); }, growth);
+          changes, [this](const DiskEvent& change) { return RandomFate(change, m_random); },
+          growth);
     }
   }
 }
@@ -172,7 +174,7 @@ void PowerLossSurvey::LoseEach(std::size_t directoryChanges) {
       std::size_t until = left;
       Lose(
           directoryChanges,
-          [&](const Change& change) { return --until == 0 ? own(change) : others(change); },
+          [&](const DiskEvent& change) { return --until == 0 ? own(change) : others(change); },
           growth);
     };
     lose(Lost, Whole, Growth::kNothing);

@@ -79,7 +79,7 @@ class DiskRecorder {
       const auto size = static_cast<std::size_t>(event.amount);
       const bool isWrite = event.call == FileCall::kWrite;
       events.push_back({kind->second, name, static_cast<std::size_t>(event.offset),
-                        isWrite ? std::string(static_cast<const char*>(event.data), size) : ""});
+                        isWrite ? std::string(static_cast<const char*>(event.data), size) : "t"});
     }
   }
 

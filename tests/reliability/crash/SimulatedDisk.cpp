@@ -4,9 +4,7 @@
 
 namespace {
 
-SimulatedDisk::Arrival Whole(const SimulatedDisk::Change& change) {
-  return {{0, change.data.size()}};
-}
+SimulatedDisk::Arrival Whole(const DiskEvent& change) { return {{0, change.data.size()}}; }
 
 // As a file system does, a write behind the end fills what is between.
 void Put(std::string& content, std::size_t offset, const std::string& data, char filling) {
@@ -39,10 +37,8 @@ void SimulatedDisk::Apply(const DiskEvent& event) {
       m_pending.clear();
       break;
     case DiskEvent::Kind::kWrite:
-      Named(event.file).pending.push_back({false, event.offset, event.data});
-      break;
     case DiskEvent::Kind::kTruncate:
-      Named(event.file).pending.push_back({true, event.offset, "t"});
+      Named(event.file).pending.push_back(event);
       break;
     case DiskEvent::Kind::kSync: {
       File& file = Named(event.file);
@@ -98,17 +94,18 @@ std::string SimulatedDisk::Write(const File& file, const Fate& fate, Growth grow
   const char filling = growth == Growth::kGarbage ? '\xA5' : '\0';
   std::string content = file.durable;
   std::size_t sizeWhenWhole = content.size();
-  for (const Change& change : file.pending) {
+  for (const DiskEvent& change : file.pending) {
+    const bool truncates = change.kind == DiskEvent::Kind::kTruncate;
     for (const Extent& extent : fate(change)) {
-      if (change.truncates) {
+      if (truncates) {
         content.resize(change.offset, filling);
       } else {
         Put(content, change.offset + extent.begin,
             change.data.substr(extent.begin, extent.end - extent.begin), filling);
       }
     }
-    sizeWhenWhole = change.truncates ? change.offset
-                                     : std::max(sizeWhenWhole, change.offset + change.data.size());
+    sizeWhenWhole =
+        truncates ? change.offset : std::max(sizeWhenWhole, change.offset + change.data.size());
   }
   if (growth != Growth::kNothing && content.size() < sizeWhenWhole) {
     content.resize(sizeWhenWhole, filling);

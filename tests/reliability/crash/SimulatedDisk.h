@@ -17,7 +17,7 @@ struct DiskEvent {
   Kind kind = Kind::kAcknowledge;
   std::string file = {};
   std::size_t offset = 0;  // of a write; the size to truncate to
-  std::string data = {};   // that is written
+  std::string data = {};   // that is written; a truncation counts as a write of one byte
 };
 
 // The files by name, with all that is in them.
@@ -34,15 +34,9 @@ enum class Growth { kNothing, kZeros, kGarbage };
 
 class SimulatedDisk {
  public:
-  // A change of a file. A truncation counts as a write of one byte.
-  struct Change {
-    bool truncates;
-    std::size_t offset;
-    std::string data;
-  };
   // The parts of a change that arrive: all, some or none.
   using Arrival = std::vector<Extent>;
-  using Fate = std::function<Arrival(const Change&)>;
+  using Fate = std::function<Arrival(const DiskEvent& change)>;
 
   // All of these files are durable.
   explicit SimulatedDisk(const Image& files);
@@ -68,7 +62,7 @@ class SimulatedDisk {
  private:
   struct File {
     std::string durable;
-    std::vector<Change> pending;
+    std::vector<DiskEvent> pending;
   };
   using FileNumber = std::size_t;  // in m_files, where deleted ones stay
   using Directory = std::map<std::string, FileNumber>;

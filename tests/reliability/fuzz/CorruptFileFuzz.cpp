@@ -130,35 +130,24 @@ int Bound(sqlite3* db, char** /*error*/, const struct sqlite3_api_routines* /*ap
   return SQLITE_OK;
 }
 
-// The file's place, and the good content.
-class Files {
- public:
-  Files() {
-    m_database.Run(kGoodFile);
-    m_goodContent = ReadWholeFile(m_database.Path());
-    EXPECT_EQ(SQLITE_OK, sqlite3_auto_extension(reinterpret_cast<void (*)()>(&Bound)));
+const TemporaryDatabase& TheFile() {
+  static const TemporaryDatabase file;
+  return file;
+}
+
+std::string GoodContent() {
+  TheFile().Run(kGoodFile);
+  EXPECT_EQ(SQLITE_OK, sqlite3_auto_extension(reinterpret_cast<void (*)()>(&Bound)));
+  return ReadWholeFile(TheFile().Path());
+}
+
+// The only file that there is.
+void Write(const std::string& content) {
+  for (const char* suffix : {"-journal", "-wal", "-shm"}) {
+    std::error_code ignored;
+    std::filesystem::remove(TheFile().Path() + suffix, ignored);
   }
-
-  const std::string& GoodContent() const { return m_goodContent; }
-  const TemporaryDatabase& Database() const { return m_database; }
-
-  // The only file that there is.
-  void Write(const std::string& content) const {
-    for (const char* suffix : {"-journal", "-wal", "-shm"}) {
-      std::error_code ignored;
-      std::filesystem::remove(m_database.Path() + suffix, ignored);
-    }
-    WriteWholeFile(m_database.Path(), content);
-  }
-
- private:
-  TemporaryDatabase m_database;
-  std::string m_goodContent;
-};
-
-const Files& TheFiles() {
-  static const Files files;
-  return files;
+  WriteWholeFile(TheFile().Path(), content);
 }
 
 // The operations on the good file, in the order of their numbers. Those that are not among
@@ -230,22 +219,22 @@ void ExpectOutcome(const Operation& operation, int result) {
 // had before; likewise the flag.
 void ExpectAnswer(const Operation& operation, operations::Call& call, int result) {
   if (operation.kind == operations::Kind::kFillsCursor) {
-    const Answer expected = result == SQLITE_OK ? TheFiles().Database().Ask(call.Sql(), 1)
+    const Answer expected = result == SQLITE_OK ? TheFile().Ask(call.Sql(), 1)
                                                 : Answer{0, "", {"before"}, {{"before", {}}}};
     std::vector<std::string> columns;
     call.cursor.GetColumn(columns);
     EXPECT_EQ(expected.columns, columns);
     EXPECT_EQ(expected.cells, CellMapOf(call.cursor));
   } else if (operation.kind == operations::Kind::kSetsFlag) {
-    const Answer expected = TheFiles().Database().Ask(
-        "SELECT name FROM sqlite_master WHERE type = 'table' AND name = 'contact'");
+    const Answer expected =
+        TheFile().Ask("SELECT name FROM sqlite_master WHERE type = 'table' AND name = 'contact'");
     EXPECT_EQ(result != SQLITE_OK || !expected.columns.empty(), call.exists);
   }
 }
 
 void Run(const Subject& subject) {
   const Operation& operation = operations::Get(subject.first);
-  operations::Call call(operation, TheFiles().Database(), subject.second);
+  operations::Call call(operation, TheFile(), subject.second);
   call.cursor.SetColumn("before");
   call.exists = true;
   journal::Clear();
@@ -271,8 +260,9 @@ void Run(const Subject& subject) {
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const std::vector<Subject> subjects = MakeSubjects();
-  const Damage damage = ReadDamage(InputReader(data, size), TheFiles().GoodContent());
-  TheFiles().Write(damage.content);
+  static const std::string goodContent = GoodContent();
+  const Damage damage = ReadDamage(InputReader(data, size), goodContent);
+  Write(damage.content);
   for (std::size_t number = 0; number < subjects.size(); ++number) {
     Run(subjects[(damage.firstOperation + number) % subjects.size()]);
   }
