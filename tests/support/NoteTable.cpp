@@ -5,34 +5,28 @@
 namespace note_table {
 
 int Run(const Step& step, const TemporaryDatabase& file, Database& database) {
-  operations::Texts texts = {{"table", kTable}};
-  if (step.member == "CreateTable") {
-    texts = texts.With("key", kUid).With("keyType", "TEXT").With("column", kText);
-    texts = texts.With("type", "TEXT");
-  } else if (step.member == "Upsert") {
-    texts = texts.With("column", kUid).With("value", step.uid);
-    texts = texts.With("column2", kText).With("value2", step.text);
-  } else if (!step.uid.empty()) {
+  operations::Texts texts = {{"table", kTable}, {"key", kUid},       {"keyType", "TEXT"},
+                             {"column", kText}, {"type", "TEXT"},    {"value", step.text},
+                             {"column2", kUid}, {"value2", step.uid}};
+  if (!step.uid.empty()) {
     texts = texts.With("whereColumn", kUid).With("whereValue", step.uid);
-    texts = texts.With("column", kText).With("value", step.text);
   }
   return operations::Run(step.member, database, file, texts);
 }
 
-Content After(const Step& step, Content content) {
+Content After(const Step& step, const Content& content) {
   if (step.member == "DropTable") {
     return std::nullopt;
   }
-  if (!content) {
-    content.emplace();
+  Rows rows = content.value_or(Rows{});
+  if (step.member == "Upsert" || (step.member == "Update" && rows.count(step.uid) != 0)) {
+    rows[step.uid] = step.text;
+  } else if (step.member == "Delete" && step.uid.empty()) {
+    rows.clear();
+  } else if (step.member == "Delete") {
+    rows.erase(step.uid);
   }
-  if (step.member == "Upsert" || content->count(step.uid) != 0) {
-    (*content)[step.uid] = step.text;
-  }
-  if (step.member == "Delete") {
-    step.uid.empty() ? content->clear() : static_cast<void>(content->erase(step.uid));
-  }
-  return content;
+  return rows;
 }
 
 Content Read(const TemporaryDatabase& file, int& result) {

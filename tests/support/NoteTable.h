@@ -32,7 +32,7 @@ using Rows = std::map<std::string, std::string>;
 using Content = std::optional<Rows>;
 
 // The content after a successful operation.
-Content After(const Step& step, Content content);
+Content After(const Step& step, const Content& content);
 
 // Asks the library for the content, and gives the result of its first query that fails.
 Content Read(const TemporaryDatabase& file, int& result);

@@ -25,7 +25,6 @@
 #include <sqlite3.h>
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <filesystem>
 #include <string>

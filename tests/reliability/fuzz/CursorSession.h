@@ -61,8 +61,6 @@ std::optional<Number> NumberIn(const std::string& text) {
   return (state & std::ios_base::failbit) == 0 ? std::make_optional(number) : std::nullopt;
 }
 
-inline std::optional<double> DoubleIn(const std::string& text) { return NumberIn<double>(text); }
-
 inline std::optional<int> IntIn(const std::string& text) {
   const auto number = NumberIn<long long>(text);
   if (!number || *number < std::numeric_limits<int>::min() ||
@@ -171,7 +169,7 @@ class CursorSession {
 
   void GetDouble(const char* name) {
     Read<double>(name, &Cursor::GetDouble, "GetDouble", 77, "CONVERT TO DOUBLE ERROR!!!",
-                 number_model::DoubleIn);
+                 number_model::NumberIn<double>);
   }
 
  private:

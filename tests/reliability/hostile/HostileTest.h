@@ -5,7 +5,6 @@
 #define VORN_TESTS_HOSTILE_HOSTILETEST_H
 
 #include <string>
-#include <vector>
 
 #include "LibraryTest.h"
 #include "Operations.h"

@@ -46,10 +46,3 @@ std::vector<std::string> HostileTexts(std::size_t number) {
   }
   return texts;
 }
-
-std::string Excerpt(const std::string& text) {
-  constexpr std::size_t kLength = 60;
-  return text.size() <= kLength
-             ? "[" + text + "]"
-             : "[" + text.substr(0, kLength) + "...] of " + std::to_string(text.size());
-}

@@ -14,7 +14,9 @@ std::vector<std::string> HostileTexts(std::size_t number = 0);
 // As it is seen through a `const char*`.
 inline std::string UpToNul(const std::string& text) { return text.c_str(); }
 
-// Short enough for a failure message.
-std::string Excerpt(const std::string& text);
+// Its beginning, for a failure message.
+inline std::string Excerpt(const std::string& text) {
+  return "[" + text.substr(0, 60) + "] of " + std::to_string(text.size()) + " bytes";
+}
 
 #endif  // VORN_TESTS_HOSTILE_HOSTILETEXTS_H

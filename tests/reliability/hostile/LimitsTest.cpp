@@ -79,17 +79,18 @@ std::string Joined(const Names& names, const std::string& before, const std::str
 
 class LimitsTest : public HostileTest {
  protected:
-  template <typename Request>
-  void Address(Request& request, const char* table) const {
+  // Fills a request on a table, with an entry for each name.
+  template <typename Request, typename Fill>
+  void Prepare(Request& request, const char* table, const Names& names, Fill fill) const {
     file.Locate(request);
     request.SetTable(table);
+    for (const Name& name : names) {
+      fill(name.data());
+    }
   }
   Answer CreateWide(const Names& names) {
     CreateRequest request;
-    Address(request, "wide");
-    for (const Name& name : names) {
-      request.SetColumnKey(name.data(), "TEXT");
-    }
+    Prepare(request, "wide", names, [&](auto name) { request.SetColumnKey(name, "TEXT"); });
     return ExpectAnswer("CreateTable",
                         "CREATE TABLE IF NOT EXISTS wide (_ID INTEGER PRIMARY KEY, " +
                             Joined(names, "", " TEXT", ", ") + ")",
@@ -97,10 +98,7 @@ class LimitsTest : public HostileTest {
   }
   Answer UpsertWide(const Names& names) {
     UpsertRequest request;
-    Address(request, "wide");
-    for (const Name& name : names) {
-      request.SetData(name.data(), name.data());
-    }
+    Prepare(request, "wide", names, [&](auto name) { request.SetData(name, name); });
     return ExpectAnswer("Upsert",
                         "INSERT OR REPLACE INTO wide (" + Joined(names, "", "", ", ") +
                             ") VALUES (" + Joined(names, "'", "'", ", ") + ")",
@@ -108,10 +106,7 @@ class LimitsTest : public HostileTest {
   }
   Answer UpdateWide(const Names& names) {
     UpdateRequest request;
-    Address(request, "wide");
-    for (const Name& name : names) {
-      request.SetData(name.data(), "8");
-    }
+    Prepare(request, "wide", names, [&](auto name) { request.SetData(name, "8"); });
     request.SetWhere("_ID", 1);
     return ExpectAnswer("Update",
                         "UPDATE wide SET " + Joined(names, "", " = '8'", ", ") + " WHERE _ID='1'",
@@ -121,10 +116,7 @@ class LimitsTest : public HostileTest {
   Answer SelectWhere(int conditions) {
     const Names names = Repeated({"uid"}, conditions);
     SelectRequest request;
-    Address(request, "contact");
-    for (const Name& name : names) {
-      request.SetWhere(name.data(), "1");
-    }
+    Prepare(request, "contact", names, [&](auto name) { request.SetWhere(name, "1"); });
     return ExpectAnswer("Select",
                         "SELECT * FROM contact WHERE " + Joined(names, "", "='1'", " AND "),
                         database.Select(request, cursor));

@@ -173,18 +173,15 @@ bool MaySee(int value, const Note& read, const std::vector<const Note*>& writes)
   });
 }
 
-struct Crowd {
-  int processes;
-  int threads;  // of each process, with one Database object for all of them
-};
-
 class ContentionTest : public ::testing::Test {
  protected:
   ContentionTest() { EXPECT_EQ(0, note_table::Run({"CreateTable"}, file, database)); }
 
-  // Runs them all against each other, and fits their notes together.
-  void Run(Crowd members) {
-    crowd = members;
+  // Runs the threads of all processes against each other, and fits their notes together. The
+  // threads of a process share one Database object.
+  void Run(int processCount, int threadCount) {
+    processes = processCount;
+    threads = threadCount;
     const int rounds = test_numbers::Scaled(1);
     for (int round = 0; round < rounds; ++round) {
       EXPECT_EQ(0, note_table::Run({"Delete"}, file, database));
@@ -199,13 +196,13 @@ class ContentionTest : public ::testing::Test {
                 rounds * CountWriters() * kOperations, waits, busyResults, rowsRead);
   }
 
-  int CountWriters() const { return crowd.processes * crowd.threads; }
+  int CountWriters() const { return processes * threads; }
 
   // Lets the first operation of each thread meet a lock that outlasts it. The others
   // meet each other.
   void RunProcesses(unsigned seed) {
     std::vector<std::unique_ptr<ChildProcess>> children;
-    for (int process = 0; process < crowd.processes; ++process) {
+    for (int process = 0; process < processes; ++process) {
       children.push_back(std::make_unique<ChildProcess>(
           [=](Channel& parent) { RunProcess(process, seed, parent); }));
     }
@@ -215,7 +212,7 @@ class ContentionTest : public ::testing::Test {
         ASSERT_TRUE(child->Link().Send(1));
       }
       for (int writer = 0; writer < CountWriters(); ++writer) {
-        ChildProcess& child = *children[static_cast<std::size_t>(writer / crowd.threads)];
+        ChildProcess& child = *children[static_cast<std::size_t>(writer / threads)];
         ASSERT_EQ(SQLITE_BUSY, child.Link().Receive(kPatience));
       }
     }
@@ -226,8 +223,8 @@ class ContentionTest : public ::testing::Test {
 
   void RunProcess(int process, unsigned seed, Channel& parent) {
     parent.Receive(kPatience);
-    RunOnThreads(crowd.threads, [&](int thread) {
-      const int number = process * crowd.threads + thread;
+    RunOnThreads(threads, [&](int thread) {
+      const int number = process * threads + thread;
       Writer writer(database, file, number, seed + static_cast<unsigned>(number), *notes);
       parent.Send(writer.RunNext());
       while (!writer.IsDone()) {
@@ -287,7 +284,8 @@ class ContentionTest : public ::testing::Test {
     }
   }
 
-  Crowd crowd{};
+  int processes = 0;
+  int threads = 0;  // of each
   TemporaryDatabase file;
   Database database;
   const std::unique_ptr<Notes, void (*)(Notes*)> notes = ShareNotes();
@@ -296,8 +294,8 @@ class ContentionTest : public ::testing::Test {
   int rowsRead = 0;
 };
 
-TEST_F(ContentionTest, ProcessesLeaveTheRowsOfTheirSuccessfulWrites) { Run({8, 4}); }
+TEST_F(ContentionTest, ProcessesLeaveTheRowsOfTheirSuccessfulWrites) { Run(8, 4); }
 
-TEST_F(ContentionTest, ThreadsLeaveTheRowsOfTheirSuccessfulWrites) { Run({1, 8}); }
+TEST_F(ContentionTest, ThreadsLeaveTheRowsOfTheirSuccessfulWrites) { Run(1, 8); }
 
 }  // namespace
