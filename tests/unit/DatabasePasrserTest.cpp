@@ -40,18 +40,6 @@ class DatabaseParserTest : public LibraryTest {
     return fake::Line(6, "DatabasePasrser.cpp", function, message);
   }
 
-  // Expects the events of a loop whose steps stay busy: 17 steps, 15 waits.
-  static void ExpectBusyToTheLimit() {
-    std::vector<std::string> events;
-    for (const std::string& line : fake::BusyLines("DatabasePasrser.cpp", 16)) {
-      events.push_back(line);
-      events.emplace_back("usleep 100000");
-    }
-    events.pop_back();  // none after the limit
-    EXPECT_EQ(events, journal::Of({Kind::kLog, Kind::kSleep}));
-    EXPECT_EQ(17, CountCalls("sqlite3_step"));
-  }
-
   sqlite3* db = nullptr;
   sqlite3_stmt* stmt = nullptr;
   DatabaseParser parser;
@@ -119,24 +107,18 @@ TEST_F(ParseDatabaseTest, ReadsNameAndTypeAfreshForEveryCell) {
 
 TEST_F(ParseDatabaseTest, EmptiesTheCursorBeforeTheFirstStep) {
   cursor.SetColumn("old");
-  Prepare(oneRow);
-  Parse();
-  EXPECT_EQ("sqlite3_step()", journal::Of({Kind::kMutex, Kind::kSqlite})[4]);
-  EXPECT_THAT(Columns(), ElementsAre("id", "other"));
-}
-
-TEST_F(ParseDatabaseTest, AQueryWithoutRowsLeavesNoColumns) {
-  cursor.SetColumn("old");
   Prepare("SELECT 1 AS id WHERE 0");
   EXPECT_EQ(SQLITE_DONE, Parse());
-  EXPECT_EQ(-1, cursor.GetCount());
+  EXPECT_EQ("sqlite3_step()", journal::Of({Kind::kMutex, Kind::kSqlite})[4]);
   EXPECT_THAT(Columns(), IsEmpty());
 }
 
 TEST_F(ParseDatabaseTest, NullAndBlobArriveAsEmptyTextsAndOnlyTheBlobIsReported) {
   Prepare("SELECT NULL AS n, x'414243' AS b, 'x' AS t");
   EXPECT_EQ(SQLITE_DONE, Parse());
-  EXPECT_THAT(fake::Lines(), ElementsAre(ErrorLine("ParseDatabase", "UNKNOWN TYPE")));
+  const auto events = journal::Of({Kind::kLog, Kind::kMutex});
+  ASSERT_THAT(events, SizeIs(4 * (1 + 3 + 3) + 1));  // emptying, columns, cells; the line
+  EXPECT_EQ(ErrorLine("ParseDatabase", "UNKNOWN TYPE"), events[4 * (1 + 3 + 1)]);
   EXPECT_THAT(Cells("n"), ElementsAre(""));
   EXPECT_THAT(Cells("b"), ElementsAre(""));
   EXPECT_THAT(Cells("t"), ElementsAre("x"));
@@ -152,22 +134,12 @@ TEST_F(ParseDatabaseTest, ACellOfAnUnknownTypeIsTakenLikeABlob) {
   EXPECT_EQ(0, CountCalls("sqlite3_column_text"));
 }
 
-TEST_F(ParseDatabaseTest, ReportsAnUnknownTypeBeforeItStoresTheCell) {
-  Prepare("SELECT x'00' AS b");
-  Parse();
-  const auto events = journal::Of({Kind::kLog, Kind::kMutex});
-  ASSERT_THAT(events, SizeIs(4 + 4 + 1 + 4));  // emptying, one column, the line, one cell
-  EXPECT_EQ(ErrorLine("ParseDatabase", "UNKNOWN TYPE"), events[8]);
-}
-
 TEST_F(ParseDatabaseTest, NumbersArriveInSqlitesOwnRendering) {
-  Prepare("SELECT 2.5 AS a, 9007199254740993 AS b, 3.14159265358979 AS c, 1e100 AS d, -0.0 AS e");
-  EXPECT_EQ(SQLITE_DONE, Parse());
-  EXPECT_THAT(Cells("a"), ElementsAre("2.5"));
-  EXPECT_THAT(Cells("b"), ElementsAre("9007199254740993"));
-  EXPECT_THAT(Cells("c"), ElementsAre("3.14159265358979"));
-  EXPECT_THAT(Cells("d"), ElementsAre("1.0e+100"));
-  EXPECT_THAT(Cells("e"), ElementsAre("0.0"));
+  for (const char* number : {"2.5", "9007199254740993", "3.14159265358979", "1.0e+100", "0.0"}) {
+    Prepare(std::string("SELECT ") + number + " AS a, 1 AS other");
+    EXPECT_EQ(SQLITE_DONE, Parse());
+    EXPECT_THAT(Cells("a"), ElementsAre(number));
+  }
 }
 
 TEST_F(ParseDatabaseTest, ATextEndsAtItsFirstNul) {
@@ -181,20 +153,6 @@ TEST_F(ParseDatabaseTest, ColumnsOfEqualNameShareTheirCells) {
   EXPECT_EQ(SQLITE_DONE, Parse());
   EXPECT_THAT(Columns(), ElementsAre("id", "id", "z"));
   EXPECT_EQ(1, cursor.GetCount());
-}
-
-TEST_F(ParseDatabaseTest, StaysBusyFor17StepsAnd15Waits) {
-  Prepare(oneRow);
-  Script("sqlite3_step", 40, Answer(SQLITE_BUSY));
-  EXPECT_EQ(SQLITE_BUSY, Parse());
-  ExpectBusyToTheLimit();
-}
-
-TEST_F(ParseDatabaseTest, GoesOnAfterBusySteps) {
-  Prepare(oneRow);
-  Script("sqlite3_step", 2, Answer(SQLITE_BUSY));
-  EXPECT_EQ(SQLITE_DONE, Parse());
-  EXPECT_THAT(Cells("id"), ElementsAre("1"));
 }
 
 TEST_F(ParseDatabaseTest, CountsBusyStepsOverTheWholeParse) {
@@ -216,35 +174,17 @@ TEST_F(ParseDatabaseTest, ARowFromTheStepAfterTheLimitIsNotCopied) {
   EXPECT_EQ(-1, cursor.GetCount());
 }
 
+// Neither a busy step nor another error is looked at after an error.
 TEST_F(ParseDatabaseTest, AfterAnErrorMakesOneMoreStepAndReturnsItsCode) {
   Prepare(oneRow);
-  sqlite_spy::SetErrorText("no luck");
-  Script("sqlite3_step", {Answer(SQLITE_ERROR), Answer(SQLITE_CORRUPT)});
-  EXPECT_EQ(SQLITE_CORRUPT, Parse());
-  EXPECT_EQ(2, CountCalls("sqlite3_step"));
-  EXPECT_THAT(fake::Lines(),
-              ElementsAre(ErrorLine("ParseDatabase", "SQLITE STEP ERROR!!! no luck")));
-}
-
-TEST_F(ParseDatabaseTest, AnErrorIsConvertedWithSqlitesTextWhenMessagesAreProtected) {
-  Prepare(oneRow);
-  sqlite_spy::SetErrorText("no luck");
-  Script("sqlite3_step", {Answer(SQLITE_ERROR), Answer(SQLITE_DONE)});
-  fake::SetEncryption(true);
-  EXPECT_EQ(SQLITE_DONE, Parse());
-  EXPECT_THAT(fake::Lines(),
-              ElementsAre(ErrorLine("ParseDatabase", "secure(SQLITE STEP ERROR!!! no luck)")));
-}
-
-// Neither a busy step nor another error is looked at after an error.
-TEST_F(ParseDatabaseTest, TheStepAfterAnErrorIsTheLast) {
-  Prepare(oneRow);
-  for (const int code : {SQLITE_BUSY, SQLITE_ERROR}) {
+  for (const int code : {SQLITE_CORRUPT, SQLITE_BUSY, SQLITE_ERROR, SQLITE_DONE}) {
     ForgetEvents();
+    sqlite_spy::SetErrorText("no luck");
     Script("sqlite3_step", {Answer(SQLITE_ERROR), Answer(code)});
     EXPECT_EQ(code, Parse());
     EXPECT_EQ(2, CountCalls("sqlite3_step"));
-    EXPECT_THAT(journal::Of({Kind::kLog, Kind::kSleep}), SizeIs(1));
+    EXPECT_THAT(journal::Of({Kind::kLog, Kind::kSleep}),
+                ElementsAre(ErrorLine("ParseDatabase", "SQLITE STEP ERROR!!! no luck")));
   }
 }
 
@@ -283,30 +223,44 @@ TEST_F(ParseDatabaseTest, ANameOrTextThatSqliteCannotGiveThrows) {
   }
 }
 
+TEST_F(ParseDatabaseTest, BothLoopsStayBusyFor17StepsAnd15Waits) {
+  std::vector<std::string> events;
+  for (const std::string& line : fake::BusyLines("DatabasePasrser.cpp", 16)) {
+    events.push_back(line);
+    events.emplace_back("usleep 100000");
+  }
+  events.pop_back();  // none after the limit
+  for (const bool checks : {false, true}) {
+    Prepare("SELECT 1");
+    Script("sqlite3_step", 40, Answer(SQLITE_BUSY));
+    bool exists = true;
+    EXPECT_EQ(SQLITE_BUSY, checks ? parser.ParseExistTable(stmt, exists) : Parse());
+    EXPECT_NE(checks, exists);
+    EXPECT_EQ(events, journal::Of({Kind::kLog, Kind::kSleep}));
+    EXPECT_EQ(17, CountCalls("sqlite3_step"));
+  }
+}
+
 class ParseExistTableTest : public DatabaseParserTest {
  protected:
   int ParseExist() { return parser.ParseExistTable(stmt, exists); }
-  // Of the rows of a query that steps to its end.
-  bool Exists(const char* sql, bool before) {
-    Prepare(sql);
-    exists = before;
-    EXPECT_EQ(SQLITE_DONE, ParseExist());
-    EXPECT_THAT(fake::Lines(), IsEmpty());
-    return exists;
-  }
   bool exists = true;
 };
 
-TEST_F(ParseExistTableTest, ACountOfZeroIsFalse) { EXPECT_FALSE(Exists("SELECT 0", true)); }
-
-TEST_F(ParseExistTableTest, ACountOfOneIsTrue) { EXPECT_TRUE(Exists("SELECT 1", false)); }
-
-TEST_F(ParseExistTableTest, ANegativeCountIsFalse) { EXPECT_FALSE(Exists("SELECT -1", true)); }
-
-TEST_F(ParseExistTableTest, NoRowIsFalse) { EXPECT_FALSE(Exists("SELECT 1 WHERE 0", true)); }
-
-TEST_F(ParseExistTableTest, OncePositiveStaysTrue) {
-  EXPECT_TRUE(Exists("SELECT 0 UNION ALL SELECT 1 UNION ALL SELECT 0", false));
+TEST_F(ParseExistTableTest, IsTrueIfAnyRowIsPositive) {
+  const std::vector<std::pair<const char*, bool>> queries = {
+      {"SELECT 0", false},
+      {"SELECT 1", true},
+      {"SELECT -1", false},
+      {"SELECT 1 WHERE 0", false},
+      {"SELECT 0 UNION ALL SELECT 1 UNION ALL SELECT 0", true}};
+  for (const auto& [sql, expected] : queries) {
+    Prepare(sql);
+    exists = !expected;
+    EXPECT_EQ(SQLITE_DONE, ParseExist());
+    EXPECT_EQ(expected, exists) << sql;
+    EXPECT_THAT(fake::Lines(), IsEmpty());
+  }
 }
 
 // It neither finalizes nor closes.
@@ -317,13 +271,16 @@ TEST_F(ParseExistTableTest, ReadsTheFirstColumnOfEveryRow) {
               ElementsAre("sqlite3_step()", "sqlite3_column_int(0)", "sqlite3_step()"));
 }
 
-TEST_F(ParseExistTableTest, AnErrorIsLoggedWithoutTextAndOneMoreStepIsMade) {
-  Prepare("SELECT 0");
-  Script("sqlite3_step", {Answer(SQLITE_ERROR), Answer(SQLITE_CORRUPT)});
-  EXPECT_EQ(SQLITE_CORRUPT, ParseExist());
-  EXPECT_FALSE(exists);
-  EXPECT_THAT(fake::Lines(), ElementsAre(ErrorLine("ParseExistTable", "SQLITE STEP ERROR!!!")));
-  EXPECT_EQ(2, CountCalls("sqlite3_step"));
+TEST_F(ParseExistTableTest, AnErrorIsLoggedWithoutTextAndTheLastStepAfterItDoesNotCount) {
+  Prepare("SELECT 1");
+  for (const int code : {SQLITE_ROW, SQLITE_CORRUPT}) {
+    ForgetEvents();
+    Script("sqlite3_step", {Answer(SQLITE_ERROR), Answer(code)});
+    EXPECT_EQ(code, ParseExist());
+    EXPECT_FALSE(exists);
+    EXPECT_THAT(fake::Lines(), ElementsAre(ErrorLine("ParseExistTable", "SQLITE STEP ERROR!!!")));
+    EXPECT_EQ(2, CountCalls("sqlite3_step"));
+  }
 }
 
 TEST_F(ParseExistTableTest, WritesItsAnswerOnlyWhenItReturns) {
@@ -335,21 +292,6 @@ TEST_F(ParseExistTableTest, WritesItsAnswerOnlyWhenItReturns) {
   });
   EXPECT_EQ(SQLITE_DONE, ParseExist());
   EXPECT_TRUE(existsAtTheLine);
-  EXPECT_FALSE(exists);
-}
-
-TEST_F(ParseExistTableTest, StaysBusyFor17StepsAnd15Waits) {
-  Prepare("SELECT 1");
-  Script("sqlite3_step", 40, Answer(SQLITE_BUSY));
-  EXPECT_EQ(SQLITE_BUSY, ParseExist());
-  ExpectBusyToTheLimit();
-  EXPECT_FALSE(exists);
-}
-
-TEST_F(ParseExistTableTest, TheRowOfTheStepAfterAnErrorDoesNotCount) {
-  Prepare("SELECT 1");
-  Script("sqlite3_step", {Answer(SQLITE_ERROR)});
-  EXPECT_EQ(SQLITE_ROW, ParseExist());
   EXPECT_FALSE(exists);
 }
 

@@ -1,416 +1,287 @@
 #include "SqlGenerator.h"
 
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
+#include <vector>
 
 #include "Containers.h"
-#include "CreateRequest.h"
-#include "DeleteRequest.h"
-#include "DropRequest.h"
 #include "JoinRequest.h"
 #include "LibraryTest.h"
-#include "SelectRequest.h"
-#include "UpdateRequest.h"
-#include "UpsertRequest.h"
+#include "Operations.h"
 
 namespace {
 
+using operations::RequestClass;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 static_assert(std::has_virtual_destructor_v<SqlGenerator>);
 static_assert(sizeof(SqlGenerator) == sizeof(void*), "no data members");
 
+// Column names at ascending addresses.
+constexpr char kNames[] = "uid\0name\0kind\0uid";
+constexpr const char* kUid = kNames;
+constexpr const char* kName = kNames + 4;
+constexpr const char* kKind = kNames + 9;
+constexpr const char* kUidAgain = kNames + 14;
+
+// One call of a setter.
+using Setting = std::function<void(BasePath&)>;
+
+template <typename Request, typename Value>
+Setting Calling(void (Request::*set)(const char*, Value), const char* name, Value value) {
+  return [=](BasePath& request) { (static_cast<Request&>(request).*set)(name, value); };
+}
+template <typename Value>
+Setting Data(const char* column, Value value) {
+  return Calling<BaseSet, Value>(&BaseSet::SetData, column, value);
+}
+template <typename Value>
+Setting Where(const char* column, Value value) {
+  return Calling<BaseSet, Value>(&BaseSet::SetWhere, column, value);
+}
+Setting Key(const char* name, const char* type) {
+  return Calling(&CreateRequest::SetPrimaryKey, name, type);
+}
+Setting Key2(const char* name, const char* type) {
+  return Calling(&CreateRequest::SetCompositeKey, name, type);
+}
+Setting Column(const char* name, const char* type) {
+  return Calling(&CreateRequest::SetColumnKey, name, type);
+}
+Setting Left(const char* table, const char* column) {
+  return Calling(&JoinRequest::SetLeftJoin, table, column);
+}
+Setting Right(const char* table, const char* column) {
+  return Calling(&JoinRequest::SetRightJoin, table, column);
+}
+
 class SqlGeneratorTest : public LibraryTest {
  protected:
-  // Column names at ascending addresses.
-  static constexpr char kNames[] = "uid\0name\0kind\0uid";
-  static constexpr const char* kUid = kNames;
-  static constexpr const char* kName = kNames + 4;
-  static constexpr const char* kKind = kNames + 9;
-  static constexpr const char* kUidAgain = kNames + 14;
-
-  template <typename Request>
-  std::string SqlBy(void (SqlGenerator::*generate)(Request&, std::string&), Request& request) {
+  // The statement of a member of Database. A request with a table has this one.
+  static std::string Sql(const std::string& member, const std::vector<Setting>& settings,
+                         const char* table = "contact") {
+    const RequestClass& requestClass = operations::Get(member).request;
+    const auto request = requestClass.make();
+    if (requestClass.fields.front().name == "Table") {
+      requestClass.fields.front().set(*request, table, nullptr);
+    }
+    for (const Setting& setting : settings) {
+      setting(*request);
+    }
     std::string sql = "old text";
-    (generator.*generate)(request, sql);
+    requestClass.generate(*request, sql);
     return sql;
   }
-  std::string Sql(CreateRequest& r) { return SqlBy(&SqlGenerator::GetCreateTableSql, r); }
-  std::string Sql(DeleteRequest& r) { return SqlBy(&SqlGenerator::GetDeleteSql, r); }
-  std::string Sql(DropRequest& r) { return SqlBy(&SqlGenerator::GetDropTableSql, r); }
-  std::string Sql(JoinRequest& r) { return SqlBy(&SqlGenerator::GetJoinSql, r); }
-  std::string Sql(SelectRequest& r) { return SqlBy(&SqlGenerator::GetSelectSql, r); }
-  std::string Sql(UpdateRequest& r) { return SqlBy(&SqlGenerator::GetUpdateSql, r); }
-  std::string Sql(UpsertRequest& r) { return SqlBy(&SqlGenerator::GetUpsertSql, r); }
 
   SqlGenerator generator;
 };
 
-// The path.
-
-class DBPathTest : public SqlGeneratorTest {
- protected:
-  std::string Path(const std::string& directory, const std::string& file) {
+TEST_F(SqlGeneratorTest, JoinsDirectoryAndFileWithASlashUnlessThereIsOneOrNoDirectory) {
+  const std::vector<std::vector<std::string>> paths = {
+      {"/opt/data", "main.db", "/opt/data/main.db"},
+      {"/opt/data/", "main.db", "/opt/data/main.db"},
+      {"/opt/data//", "main.db", "/opt/data//main.db"},
+      {"/", "main.db", "/main.db"},
+      {"data", "main.db", "data/main.db"},
+      {"", "main.db", "main.db"},
+      {"/opt/data", "", "/opt/data/"},
+      {"", "", ""}};
+  for (const auto& texts : paths) {
     std::string path = "old path";
-    generator.GetDBPath(directory, file, path);
-    return path;
+    generator.GetDBPath(texts[0], texts[1], path);
+    EXPECT_EQ(texts[2], path);
   }
-};
-
-TEST_F(DBPathTest, JoinsDirectoryAndFileWithOneSlash) {
-  EXPECT_EQ("/opt/data/main.db", Path("/opt/data", "main.db"));
-  EXPECT_EQ("/opt/data/main.db", Path("/opt/data/", "main.db"));
-  EXPECT_EQ("/main.db", Path("/", "main.db"));
-  EXPECT_EQ("data/main.db", Path("data", "main.db"));
-}
-
-TEST_F(DBPathTest, OfAnEmptyDirectoryIsTheFileName) {
-  EXPECT_EQ("main.db", Path("", "main.db"));
-  EXPECT_EQ("", Path("", ""));
-}
-
-TEST_F(DBPathTest, OfAnEmptyFileNameEndsInASlash) {
-  EXPECT_EQ("/opt/data/", Path("/opt/data", ""));
-}
-
-TEST_F(DBPathTest, KeepsADoubledSlash) {
-  EXPECT_EQ("/opt/data//main.db", Path("/opt/data//", "main.db"));
-}
-
-// The schema statements.
-
-class CreateTableSqlTest : public SqlGeneratorTest {
- protected:
-  CreateTableSqlTest() { request.SetTable("contact"); }
-  void AddColumns() {
-    request.SetColumnKey("name", "TEXT");
-    request.SetColumnKey("age", "INTEGER");
-  }
-  void ExpectTableOf(const std::string& definitions) {
-    EXPECT_EQ("CREATE TABLE IF NOT EXISTS contact (" + definitions + ")", Sql(request));
-  }
-  CreateRequest request;
-};
-
-TEST_F(CreateTableSqlTest, WithoutKeysTheTableGetsAnIdColumn) {
-  ExpectTableOf("_ID INTEGER PRIMARY KEY");
-  AddColumns();
-  ExpectTableOf("_ID INTEGER PRIMARY KEY, name TEXT, age INTEGER");
-}
-
-TEST_F(CreateTableSqlTest, WithPrimaryKey) {
-  request.SetPrimaryKey("uid", "TEXT");
-  ExpectTableOf("uid TEXT NOT NULL PRIMARY KEY");
-  AddColumns();
-  ExpectTableOf("uid TEXT NOT NULL PRIMARY KEY, name TEXT, age INTEGER");
-}
-
-TEST_F(CreateTableSqlTest, WithCompositeKey) {
-  request.SetPrimaryKey("uid", "TEXT");
-  request.SetCompositeKey("device", "TEXT");
-  ExpectTableOf("uid TEXT, device TEXT, PRIMARY KEY(uid, device)");
-  AddColumns();
-  ExpectTableOf("uid TEXT, device TEXT, name TEXT, age INTEGER, PRIMARY KEY(uid, device)");
-}
-
-TEST_F(CreateTableSqlTest, APrimaryKeyWithoutTypeDoesNotCount) {
-  request.SetPrimaryKey("uid", nullptr);
-  ExpectTableOf("_ID INTEGER PRIMARY KEY");
-}
-
-TEST_F(CreateTableSqlTest, APrimaryKeyWithAnEmptyTypeDoesNotCount) {
-  request.SetPrimaryKey("uid", "");
-  ExpectTableOf("_ID INTEGER PRIMARY KEY");
-}
-
-TEST_F(CreateTableSqlTest, APrimaryKeyWithAnEmptyNameDoesNotCount) {
-  request.SetPrimaryKey("", "TEXT");
-  ExpectTableOf("_ID INTEGER PRIMARY KEY");
-}
-
-TEST_F(CreateTableSqlTest, ACompositeKeyAloneIsIgnored) {
-  request.SetCompositeKey("device", "TEXT");
-  ExpectTableOf("_ID INTEGER PRIMARY KEY");
-}
-
-TEST_F(CreateTableSqlTest, ACompositeKeyWithAnEmptyTypeIsIgnored) {
-  request.SetPrimaryKey("uid", "TEXT");
-  request.SetCompositeKey("device", "");
-  ExpectTableOf("uid TEXT NOT NULL PRIMARY KEY");
-}
-
-TEST_F(CreateTableSqlTest, TheSameColumnTwiceIsWrittenTwice) {
-  request.SetColumnKey("name", "TEXT");
-  request.SetColumnKey("name", "TEXT");
-  ExpectTableOf("_ID INTEGER PRIMARY KEY, name TEXT, name TEXT");
-}
-
-TEST_F(CreateTableSqlTest, TypesAreWrittenAsTheyStand) {
-  request.SetColumnKey("price", "NUMERIC(8, 2) DEFAULT 0");
-  ExpectTableOf("_ID INTEGER PRIMARY KEY, price NUMERIC(8, 2) DEFAULT 0");
-}
-
-TEST_F(CreateTableSqlTest, NamesAreReadThroughTheCallersPointer) {
-  char name[] = "age";
-  request.SetColumnKey(name, "TEXT");
-  name[0] = 'A';
-  ExpectTableOf("_ID INTEGER PRIMARY KEY, Age TEXT");
-}
-
-TEST_F(SqlGeneratorTest, DropsTheTable) {
-  DropRequest request;
-  request.SetTable("contact");
-  EXPECT_EQ("DROP TABLE contact", Sql(request));
 }
 
 TEST_F(SqlGeneratorTest, ChecksTheTableWithoutDoublingQuotes) {
-  std::string sql = "old text";
-  generator.GetCheckTableSql("contact", sql);
-  EXPECT_EQ("SELECT COUNT(*) from sqlite_master WHERE TYPE='table' AND NAME='contact'", sql);
-  generator.GetCheckTableSql("o'clock", sql);
-  EXPECT_EQ("SELECT COUNT(*) from sqlite_master WHERE TYPE='table' AND NAME='o'clock'", sql);
+  for (const std::string table : {"contact", "o'clock"}) {
+    std::string sql = "old text";
+    generator.GetCheckTableSql(table, sql);
+    EXPECT_EQ("SELECT COUNT(*) from sqlite_master WHERE TYPE='table' AND NAME='" + table + "'",
+              sql);
+  }
 }
 
-// The data statements.
-
-class DataSqlTest : public SqlGeneratorTest {
- protected:
-  DataSqlTest() {
-    select.SetTable("contact");
-    upsert.SetTable("contact");
-    update.SetTable("contact");
-    remove.SetTable("contact");
-  }
-  SelectRequest select;
-  UpsertRequest upsert;
-  UpdateRequest update;
-  DeleteRequest remove;
+// The statement of a request of the table "contact".
+struct Statement {
+  std::string name;
+  std::string member;
+  std::vector<Setting> settings;
+  std::string sql;
 };
 
-TEST_F(DataSqlTest, SelectsAllRowsWithoutConditions) {
-  EXPECT_EQ("SELECT * FROM contact", Sql(select));
+void PrintTo(const Statement& statement, std::ostream* stream) { *stream << statement.name; }
+
+Statement Create(const std::string& name, const std::vector<Setting>& settings,
+                 const std::string& definitions) {
+  return {name, "CreateTable", settings,
+          "CREATE TABLE IF NOT EXISTS contact (" + definitions + ")"};
 }
 
-TEST_F(DataSqlTest, SelectsByConditionsInAddressOrder) {
-  select.SetWhere(kKind, 2);
-  select.SetWhere(kUid, 7);
-  EXPECT_EQ("SELECT * FROM contact WHERE uid='7' AND kind='2'", Sql(select));
+Statement Join(const std::string& name, std::vector<Setting> settings, const std::string& end) {
+  settings.insert(settings.end(), {Left("person", "uid"), Right("note", "owner")});
+  return {name, "JoinSelect", settings,
+          "SELECT  * FROM person INNER JOIN note ON person.uid = note.owner" + end};
 }
 
-TEST_F(DataSqlTest, SelectIgnoresValues) {
-  select.SetData(kUid, 7);
-  EXPECT_EQ("SELECT * FROM contact", Sql(select));
+Statement Of(const std::string& name, const std::string& member,
+             const std::vector<Setting>& settings, const std::string& sql) {
+  return {name, member, settings, sql};
 }
 
-TEST_F(DataSqlTest, TwoPointersToOneNameMakeTwoConditions) {
-  select.SetWhere(kUidAgain, 2);
-  select.SetWhere(kUid, 1);
-  EXPECT_EQ("SELECT * FROM contact WHERE uid='1' AND uid='2'", Sql(select));
+std::vector<Statement> Statements() {
+  return {
+      Create("WithoutKeysTheTableGetsAnIdColumn", {}, "_ID INTEGER PRIMARY KEY"),
+      Create("WithPrimaryKeyAlone", {Key("uid", "TEXT")}, "uid TEXT NOT NULL PRIMARY KEY"),
+      Create("WithPrimaryKey", {Key("uid", "TEXT"), Column("name", "TEXT"), Column("age", "INT")},
+             "uid TEXT NOT NULL PRIMARY KEY, name TEXT, age INT"),
+      Create("WithCompositeKeyAlone", {Key("uid", "TEXT"), Key2("device", "TEXT")},
+             "uid TEXT, device TEXT, PRIMARY KEY(uid, device)"),
+      Create("WithCompositeKey",
+             {Key("uid", "TEXT"), Key2("device", "TEXT"), Column("name", "TEXT")},
+             "uid TEXT, device TEXT, name TEXT, PRIMARY KEY(uid, device)"),
+      Create("APrimaryKeyWithoutTypeDoesNotCount", {Key("uid", nullptr)},
+             "_ID INTEGER PRIMARY KEY"),
+      Create("APrimaryKeyWithAnEmptyTypeDoesNotCount", {Key("uid", "")}, "_ID INTEGER PRIMARY KEY"),
+      Create("APrimaryKeyWithAnEmptyNameDoesNotCount", {Key("", "TEXT")},
+             "_ID INTEGER PRIMARY KEY"),
+      Create("ACompositeKeyAloneIsIgnored", {Key2("device", "TEXT")}, "_ID INTEGER PRIMARY KEY"),
+      Create("ACompositeKeyWithAnEmptyTypeIsIgnored", {Key("uid", "TEXT"), Key2("device", "")},
+             "uid TEXT NOT NULL PRIMARY KEY"),
+      Create("TheSameColumnTwiceIsWrittenTwice", {Column("name", "TEXT"), Column("name", "TEXT")},
+             "_ID INTEGER PRIMARY KEY, name TEXT, name TEXT"),
+      Create("TypesAreWrittenAsTheyStand", {Column("price", "NUMERIC(8, 2) DEFAULT 0")},
+             "_ID INTEGER PRIMARY KEY, price NUMERIC(8, 2) DEFAULT 0"),
+
+      Of("DropsTheTable", "DropTable", {}, "DROP TABLE contact"),
+
+      Of("SelectsAllRowsWithoutConditions", "Select", {}, "SELECT * FROM contact"),
+      Of("SelectIgnoresValues", "Select", {Data(kUid, 7)}, "SELECT * FROM contact"),
+      Of("SelectsByConditionsInAddressOrder", "Select", {Where(kKind, 2), Where(kUid, 7)},
+         "SELECT * FROM contact WHERE uid='7' AND kind='2'"),
+      Of("TwoPointersToOneNameMakeTwoConditions", "Select", {Where(kUidAgain, 2), Where(kUid, 1)},
+         "SELECT * FROM contact WHERE uid='1' AND uid='2'"),
+      Of("ConditionsKeepSeparatorsInNamesAndValues", "Select",
+         {Where("a AND b", "Salt AND Pepper, mixed")},
+         "SELECT * FROM contact WHERE a AND b='Salt AND Pepper, mixed'"),
+      Of("NothingIsEscaped", "Select", {Where("name", "O'Brien")},
+         "SELECT * FROM contact WHERE name='O'Brien'"),
+      Of("NumbersAreQuotedLikeText", "Select", {Where(kUid, 42), Where(kName, -0.5)},
+         "SELECT * FROM contact WHERE uid='42' AND name='-0.5'"),
+
+      Of("InsertsOrReplacesValuesInAddressOrder", "Upsert", {Data(kName, "Kim"), Data(kUid, 7)},
+         "INSERT OR REPLACE INTO contact (uid, name) VALUES ('7', 'Kim')"),
+      Of("InsertsOrReplacesOneValueWithSeparatorsInIt", "Upsert", {Data(kUid, "a, b AND c")},
+         "INSERT OR REPLACE INTO contact (uid) VALUES ('a, b AND c')"),
+      Of("UpsertIgnoresConditions", "Upsert", {Data(kUid, 7), Where(kName, "Kim")},
+         "INSERT OR REPLACE INTO contact (uid) VALUES ('7')"),
+      Of("UpsertWithoutValuesHasEmptyLists", "Upsert", {},
+         "INSERT OR REPLACE INTO contact () VALUES ()"),
+      // No setter stores such a value; an application that fills the map otherwise might.
+      Of("ValuesAreWrittenUpToTheirFirstNul", "Upsert", {[](BasePath& request) {
+           DataMapOf(static_cast<BaseSet&>(request)).emplace(kUid, std::string("ab\0cd\0ef", 8));
+         }},
+         "INSERT OR REPLACE INTO contact (uid) VALUES ('ab')"),
+
+      Of("UpdatesWithSpacesInSetAndNoneInWhere", "Update", {Data(kName, "Lee"), Where(kUid, 7)},
+         "UPDATE contact SET name = 'Lee' WHERE uid='7'"),
+      Of("UpdatesSeveralColumnsBySeveralConditions", "Update",
+         {Data(kKind, 3), Data(kName, "Lee, AND so on"), Where(kUidAgain, 8), Where(kUid, 7)},
+         "UPDATE contact SET name = 'Lee, AND so on', kind = '3' WHERE uid='7' AND uid='8'"),
+      Of("UpdateWithoutConditionsIsIncomplete", "Update", {Data(kName, "Lee")},
+         "UPDATE contact SET name = 'Lee' WHERE "),
+      Of("UpdateWithoutConditionsIsCutAtAnAndInsideAValue", "Update",
+         {Data("x", "Salt AND Pepper")}, "UPDATE contact SET x = 'Salt"),
+      Of("UpdateWithoutValuesHasTwoSpacesAfterSet", "Update", {Where(kUid, 7)},
+         "UPDATE contact SET  WHERE uid='7'"),
+
+      Of("DeletesWithTwoSpacesBeforeFrom", "Delete", {Where(kUid, 7)},
+         "DELETE  FROM contact WHERE uid='7'"),
+      Of("DeleteWithoutConditionsDeletesEveryRow", "Delete", {Data(kUid, 7)},
+         "DELETE  FROM contact"),
+
+      Join("JoinsWithTwoSpacesAfterSelect", {}, ""),
+      Join("JoinWritesQualifiedConditionsAsGiven", {Where("note.kind", "2")},
+           " WHERE note.kind='2'"),
+      Join("JoinIgnoresValues", {Data(kUid, 7)}, ""),
+      Of("JoinOfUnsetSidesHasEmptyNames", "JoinSelect", {Left("person", nullptr)},
+         "SELECT  * FROM  INNER JOIN  ON . = ."),
+  };
 }
 
-TEST_F(DataSqlTest, ConditionsKeepSeparatorsInNamesAndValues) {
-  select.SetWhere("a AND b", "Salt AND Pepper, mixed");
-  EXPECT_EQ("SELECT * FROM contact WHERE a AND b='Salt AND Pepper, mixed'", Sql(select));
+class StatementTest : public SqlGeneratorTest, public ::testing::WithParamInterface<Statement> {};
+
+TEST_P(StatementTest, IsGenerated) {
+  EXPECT_EQ(GetParam().sql, Sql(GetParam().member, GetParam().settings));
 }
 
-TEST_F(DataSqlTest, NothingIsEscaped) {
-  select.SetWhere("name", "O'Brien");
-  EXPECT_EQ("SELECT * FROM contact WHERE name='O'Brien'", Sql(select));
-}
-
-TEST_F(DataSqlTest, NumbersAreQuotedLikeText) {
-  select.SetWhere(kUid, 42);
-  select.SetWhere(kName, -0.5);
-  EXPECT_EQ("SELECT * FROM contact WHERE uid='42' AND name='-0.5'", Sql(select));
-}
-
-TEST_F(DataSqlTest, ColumnNamesAreReadThroughTheCallersPointer) {
-  char name[] = "uid";
-  select.SetWhere(name, 1);
-  name[0] = 'U';
-  EXPECT_EQ("SELECT * FROM contact WHERE Uid='1'", Sql(select));
-}
-
-TEST_F(DataSqlTest, InsertsOrReplacesValuesInAddressOrder) {
-  upsert.SetData(kName, "Kim");
-  upsert.SetData(kUid, 7);
-  EXPECT_EQ("INSERT OR REPLACE INTO contact (uid, name) VALUES ('7', 'Kim')", Sql(upsert));
-}
-
-TEST_F(DataSqlTest, InsertsOrReplacesOneValueWithSeparatorsInIt) {
-  upsert.SetData(kUid, "a, b AND c");
-  EXPECT_EQ("INSERT OR REPLACE INTO contact (uid) VALUES ('a, b AND c')", Sql(upsert));
-}
-
-TEST_F(DataSqlTest, UpsertIgnoresConditions) {
-  upsert.SetData(kUid, 7);
-  upsert.SetWhere(kName, "Kim");
-  EXPECT_EQ("INSERT OR REPLACE INTO contact (uid) VALUES ('7')", Sql(upsert));
-}
-
-TEST_F(DataSqlTest, UpsertWithoutValuesHasEmptyLists) {
-  EXPECT_EQ("INSERT OR REPLACE INTO contact () VALUES ()", Sql(upsert));
-}
-
-// No setter stores such a value; a host that fills the map otherwise might.
-TEST_F(DataSqlTest, ValuesAreWrittenUpToTheirFirstNul) {
-  DataMapOf(upsert).emplace(kUid, std::string("ab\0cd\0ef", 8));
-  EXPECT_EQ("INSERT OR REPLACE INTO contact (uid) VALUES ('ab')", Sql(upsert));
-}
-
-TEST_F(DataSqlTest, UpdatesWithSpacesInSetAndNoneInWhere) {
-  update.SetData(kName, "Lee");
-  update.SetWhere(kUid, 7);
-  EXPECT_EQ("UPDATE contact SET name = 'Lee' WHERE uid='7'", Sql(update));
-}
-
-TEST_F(DataSqlTest, UpdatesSeveralColumnsBySeveralConditions) {
-  update.SetData(kKind, 3);
-  update.SetData(kName, "Lee, AND so on");
-  update.SetWhere(kUidAgain, 8);
-  update.SetWhere(kUid, 7);
-  EXPECT_EQ("UPDATE contact SET name = 'Lee, AND so on', kind = '3' WHERE uid='7' AND uid='8'",
-            Sql(update));
-}
-
-TEST_F(DataSqlTest, UpdateWithoutConditionsIsIncomplete) {
-  update.SetData(kName, "Lee");
-  EXPECT_EQ("UPDATE contact SET name = 'Lee' WHERE ", Sql(update));
-}
-
-TEST_F(DataSqlTest, UpdateWithoutConditionsIsCutAtAnAndInsideAValue) {
-  update.SetData("x", "Salt AND Pepper");
-  EXPECT_EQ("UPDATE contact SET x = 'Salt", Sql(update));
-}
-
-TEST_F(DataSqlTest, UpdateWithoutValuesHasTwoSpacesAfterSet) {
-  update.SetWhere(kUid, 7);
-  EXPECT_EQ("UPDATE contact SET  WHERE uid='7'", Sql(update));
-}
+INSTANTIATE_TEST_SUITE_P(, StatementTest, ::testing::ValuesIn(Statements()),
+                         [](const auto& test) { return test.param.name; });
 
 TEST_F(SqlGeneratorTest, UpdateWithoutValuesIsCutAtACommaInTheTableName) {
-  UpdateRequest update;
-  update.SetTable("a, b");
-  update.SetWhere(kUid, 7);
-  EXPECT_EQ("UPDATE a WHERE uid='7'", Sql(update));
+  EXPECT_EQ("UPDATE a WHERE uid='7'", Sql("Update", {Where(kUid, 7)}, "a, b"));
 }
 
-TEST_F(DataSqlTest, DeletesWithTwoSpacesBeforeFrom) {
-  remove.SetWhere(kUid, 7);
-  EXPECT_EQ("DELETE  FROM contact WHERE uid='7'", Sql(remove));
-}
-
-TEST_F(DataSqlTest, DeleteWithoutConditionsDeletesEveryRow) {
-  remove.SetData(kUid, 7);
-  EXPECT_EQ("DELETE  FROM contact", Sql(remove));
-}
-
-class JoinSqlTest : public SqlGeneratorTest {
- protected:
-  void SetSides() {
-    join.SetLeftJoin("person", "uid");
-    join.SetRightJoin("note", "owner");
+TEST_F(SqlGeneratorTest, AnUnsetTableIsEmpty) {
+  const std::vector<std::vector<std::string>> statements = {
+      {"CreateTable", "CREATE TABLE IF NOT EXISTS  (_ID INTEGER PRIMARY KEY)"},
+      {"Select", "SELECT * FROM "},
+      {"Delete", "DELETE  FROM "},
+      {"Upsert", "INSERT OR REPLACE INTO  () VALUES ()"},
+      {"Update", "UPDATE  SET  WHERE "},
+      {"DropTable", "DROP TABLE "}};
+  for (const auto& texts : statements) {
+    EXPECT_EQ(texts[1], Sql(texts[0], {}, nullptr));
   }
-  const std::string joined = "SELECT  * FROM person INNER JOIN note ON person.uid = note.owner";
-  JoinRequest join;
-};
-
-TEST_F(JoinSqlTest, JoinsWithTwoSpacesAfterSelect) {
-  SetSides();
-  EXPECT_EQ(joined, Sql(join));
 }
 
-TEST_F(JoinSqlTest, WritesQualifiedConditionsAsGiven) {
-  SetSides();
-  join.SetWhere("note.kind", "2");
-  EXPECT_EQ(joined + " WHERE note.kind='2'", Sql(join));
+TEST_F(SqlGeneratorTest, NamesAreReadThroughTheCallersPointer) {
+  char name[] = "uid";
+  const Setting rename = [&name](BasePath&) { name[0] = 'U'; };
+  EXPECT_EQ("SELECT * FROM contact WHERE Uid='1'", Sql("Select", {Where(name, 1), rename}));
+  name[0] = 'u';
+  EXPECT_EQ("CREATE TABLE IF NOT EXISTS contact (_ID INTEGER PRIMARY KEY, Uid TEXT)",
+            Sql("CreateTable", {Column(name, "TEXT"), rename}));
 }
-
-TEST_F(JoinSqlTest, IgnoresValues) {
-  SetSides();
-  join.SetData(kUid, 7);
-  EXPECT_EQ(joined, Sql(join));
-}
-
-TEST_F(JoinSqlTest, OfUnsetSidesHasEmptyNames) {
-  EXPECT_EQ("SELECT  * FROM  INNER JOIN  ON . = .", Sql(join));
-  join.SetLeftJoin("person", nullptr);
-  EXPECT_EQ("SELECT  * FROM  INNER JOIN  ON . = .", Sql(join));
-}
-
-// All statements.
 
 TEST_F(SqlGeneratorTest, ANullColumnNameThrowsAndLeavesTheOutput) {
-  std::string sql = "old text";
-  const auto expectThrow = [&](auto& request, auto generate) {
-    EXPECT_THROW((generator.*generate)(request, sql), std::logic_error);
-    EXPECT_EQ("old text", sql);
-  };
-  CreateRequest create;
-  create.SetColumnKey(nullptr, "TEXT");
-  expectThrow(create, &SqlGenerator::GetCreateTableSql);
-  UpsertRequest upsert;
-  upsert.SetData(nullptr, 1);
-  expectThrow(upsert, &SqlGenerator::GetUpsertSql);
-  UpdateRequest update;
-  update.SetData(nullptr, 1);
-  expectThrow(update, &SqlGenerator::GetUpdateSql);
-  UpdateRequest condition;
-  condition.SetWhere(nullptr, 1);
-  expectThrow(condition, &SqlGenerator::GetUpdateSql);
-  SelectRequest select;
-  select.SetWhere(nullptr, 1);
-  expectThrow(select, &SqlGenerator::GetSelectSql);
-  DeleteRequest remove;
-  remove.SetWhere(nullptr, 1);
-  expectThrow(remove, &SqlGenerator::GetDeleteSql);
-  JoinRequest join;
-  join.SetWhere(nullptr, 1);
-  expectThrow(join, &SqlGenerator::GetJoinSql);
+  const std::vector<std::pair<std::string, Setting>> cases = {
+      {"CreateTable", Column(nullptr, "TEXT")},
+      {"Upsert", Data(nullptr, 1)},
+      {"Update", Data(nullptr, 1)},
+      {"Update", Where(nullptr, 1)},
+      {"Select", Where(nullptr, 1)},
+      {"Delete", Where(nullptr, 1)},
+      {"JoinSelect", Where(nullptr, 1)}};
+  for (const auto& [member, setting] : cases) {
+    const RequestClass& requestClass = operations::Get(member).request;
+    const auto request = requestClass.make();
+    setting(*request);
+    std::string sql = "old text";
+    EXPECT_THROW(requestClass.generate(*request, sql), std::logic_error) << member;
+    EXPECT_EQ("old text", sql) << member;
+  }
 }
 
-// The name is read into a fresh text, not over the output's.
-TEST_F(SqlGeneratorTest, AnUnsetTableIsEmpty) {
-  CreateRequest create;
-  EXPECT_EQ("CREATE TABLE IF NOT EXISTS  (_ID INTEGER PRIMARY KEY)", Sql(create));
-  SelectRequest select;
-  EXPECT_EQ("SELECT * FROM ", Sql(select));
-  DeleteRequest remove;
-  EXPECT_EQ("DELETE  FROM ", Sql(remove));
-  UpsertRequest upsert;
-  EXPECT_EQ("INSERT OR REPLACE INTO  () VALUES ()", Sql(upsert));
-  UpdateRequest update;
-  EXPECT_EQ("UPDATE  SET  WHERE ", Sql(update));
-  DropRequest drop;
-  EXPECT_EQ("DROP TABLE ", Sql(drop));
-}
-
-TEST_F(DataSqlTest, ARequestGivesTheSameStatementEachTime) {
-  update.SetData(kName, "Lee");
-  update.SetWhere(kUid, 7);
-  const std::string first = Sql(update);
-  EXPECT_EQ(first, Sql(update));
-}
-
-TEST_F(DataSqlTest, LogsOnlyTheGettersOfTheRequestsAndLocksNothing) {
-  update.SetData(kName, "Lee");
-  update.SetWhere(kUid, 7);
+TEST_F(SqlGeneratorTest, LogsOnlyTheGettersOfTheRequestsAndLocksNothing) {
+  const operations::Operation& update = operations::Get("Update");
+  const auto request = update.request.make();
+  update.fill(*request, update.PlainTexts());
   ForgetEvents();
-  Sql(update);
-  EXPECT_THAT(fake::Lines(), ElementsAre(fake::Trace("UpdateRequest.cpp", "GetTable")));
-  EXPECT_THAT(journal::Of({journal::Kind::kMutex}), IsEmpty());
-}
-
-TEST_F(SqlGeneratorTest, LogsNothingOfItsOwn) {
-  {
-    SqlGenerator other;
+  for (int time = 0; time < 2; ++time) {
     std::string text;
+    SqlGenerator other;
     other.GetDBPath("/a", "b", text);
     other.GetCheckTableSql("t", text);
+    update.request.generate(*request, text);
+    EXPECT_EQ(update.Sql(update.PlainTexts()), text);
   }
-  EXPECT_THAT(fake::Lines(), IsEmpty());
+  const std::string getter = fake::Trace("UpdateRequest.cpp", "GetTable");
+  EXPECT_THAT(fake::Lines(), ElementsAre(getter, getter));
+  EXPECT_THAT(journal::Of({journal::Kind::kMutex}), IsEmpty());
 }
 
 }  // namespace
