@@ -19,7 +19,6 @@ namespace {
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 using ::testing::Not;
 
 class LockTest : public LibraryTest {
@@ -175,39 +174,6 @@ TEST_F(LockTest, ACursorThatCannotBeLockedKeepsRowsAndPosition) {
   EXPECT_THROW(cursor.Initialize(), std::bad_alloc);
   EXPECT_EQ(0, cursor.GetPosition());
   EXPECT_EQ(1, cursor.GetCount());
-}
-
-TEST_F(LockTest, ReadersAndDestructorsTakeNoLock) {
-  {
-    BaseSet set;
-    CreateRequest create;
-    Cursor cursor;
-    cursor.SetColumn("a");
-    cursor.SetData("a", "1");
-    journal::Clear();
-
-    BaseSet::ColumnMap map;
-    set.GetDataMap(map);
-    set.GetWhereMap(map);
-    CreateRequest::ColumnKeys keys;
-    create.GetColumnKey(keys);
-    std::vector<std::string> columns;
-    cursor.GetColumn(columns);
-    int integer = 0;
-    double number = 0;
-    cursor.MoveToNext();
-    cursor.GetString("a", columns[0]);
-    cursor.GetInt("a", integer);
-    cursor.GetDouble("a", number);
-    cursor.MoveToPrev();
-    cursor.MoveToPosition(0);
-    cursor.MoveToFirst();
-    cursor.MoveToLast();
-    cursor.GetCount();
-    cursor.GetPosition();
-    cursor.ShowDataLog();
-  }
-  EXPECT_THAT(LockEvents(), IsEmpty());
 }
 
 }  // namespace

@@ -1,8 +1,11 @@
-// The table of log messages against the library: each entry has a record at each of its call
-// sites, and there is no other record.
+// All records of the library against the table of log messages and against the sources: each
+// entry has a record at each of its call sites, and there is no other record.
 
 #include <algorithm>
+#include <filesystem>
+#include <fstream>
 #include <iterator>
+#include <map>
 #include <memory>
 #include <set>
 #include <sstream>
@@ -118,23 +121,53 @@ std::vector<Record> Without(const std::set<Record>& records, const std::set<Reco
   return rest;
 }
 
-class LogMessagesTest : public LibraryTest {};
+class LogMessagesTest : public LibraryTest {
+ protected:
+  // Makes every record.
+  LogMessagesTest() {
+    fake::FailLockNames(-1);
+    for (const operations::RequestClass& requestClass : operations::RequestClasses()) {
+      UseFields(requestClass);
+    }
+    for (const Operation& operation : operations::All()) {
+      RunWithFailures(operation);
+    }
+    MisreadCursor();
+  }
+};
 
 TEST_F(LogMessagesTest, TheTableHasExactlyTheRecordsOfTheLibrary) {
-  fake::FailLockNames(-1);
-  for (const operations::RequestClass& requestClass : operations::RequestClasses()) {
-    UseFields(requestClass);
-  }
-  for (const Operation& operation : operations::All()) {
-    RunWithFailures(operation);
-  }
-  MisreadCursor();
   std::set<Record> records;
   for (const fake::LogLine& line : fake::LogLines()) {
     records.emplace(line.file, line.function, line.priority, line.format);
   }
   EXPECT_THAT(Without(records, TableRecords()), ::testing::IsEmpty()) << "not in the table";
   EXPECT_THAT(Without(TableRecords(), records), ::testing::IsEmpty()) << "not logged";
+}
+
+// The lines of the sources, by the files' names.
+std::map<std::string, std::vector<std::string>> Sources() {
+  std::map<std::string, std::vector<std::string>> sources;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(VORN_SOURCE_DIR "/src")) {
+    std::ifstream stream(entry.path());
+    for (std::string line; std::getline(stream, line);) {
+      sources[entry.path().filename()].push_back(line);
+    }
+  }
+  return sources;
+}
+
+TEST_F(LogMessagesTest, EveryRecordNamesALineOfTheSourcesThatLogs) {
+  std::set<std::pair<std::string, std::size_t>> sites;
+  for (const fake::LogLine& line : fake::LogLines()) {
+    sites.emplace(line.file, static_cast<std::size_t>(line.line));
+  }
+  auto sources = Sources();
+  for (const auto& [file, line] : sites) {
+    ASSERT_LE(line, sources[file].size()) << file;
+    EXPECT_THAT(sources[file][line - 1], ::testing::ContainsRegex("VORN_(TRACE|LOG|HERE)"))
+        << file << ":" << line;
+  }
 }
 
 }  // namespace

@@ -1,18 +1,11 @@
 // The log record, seen through public members that write one.
 
-#include <filesystem>
-#include <fstream>
-#include <map>
 #include <string>
 #include <vector>
 
 #include "Cursor.h"
 #include "Database.h"
 #include "LibraryTest.h"
-#include "Operations.h"
-#include "SelectRequest.h"
-#include "TemporaryDatabase.h"
-#include "UpsertRequest.h"
 
 namespace {
 
@@ -124,74 +117,6 @@ TEST_F(LongMessageTest, ProtectedPathCutsTheMessageTo598CharactersInABufferOf599
 
 TEST_F(LongMessageTest, DirectPathPrintsTheMessageWhole) {
   EXPECT_THAT(TextOfFailedOpen(false), EndsWith("> " + whole));
-}
-
-// Where records come from: the lines of the sources by the files' names.
-class LogSiteTest : public LibraryTest {
- protected:
-  using Sources = std::map<std::string, std::vector<std::string>>;
-
-  static Sources ReadSources() {
-    Sources sources;
-    for (const auto& entry :
-         std::filesystem::recursive_directory_iterator(VORN_SOURCE_DIR "/src")) {
-      const auto& path = entry.path();
-      std::ifstream stream(path);
-      if (path.extension() == ".cpp" && path.parent_path().filename() != "private") {
-        for (std::string line; std::getline(stream, line);) {
-          sources[path.filename()].push_back(line);
-        }
-      }
-    }
-    return sources;
-  }
-
-  static auto Logs() { return ::testing::ContainsRegex("VORN_(TRACE|LOG|HERE)"); }
-};
-
-// Each record names an existing file, and there a line that logs. The session has records
-// of every file that logs.
-TEST_F(LogSiteTest, EveryRecordNamesACallSiteInTheSources) {
-  TemporaryDatabase file;
-  file.Run("CREATE TABLE t (a TEXT, b BLOB); INSERT INTO t VALUES (NULL, x'00')");
-  {
-    for (const auto& request : operations::RequestClasses()) {
-      request.make();
-    }
-    UpsertRequest upsert;
-    file.Locate(upsert);
-    upsert.SetTable("t");
-    upsert.SetData("nosuch", 1);
-    fake::FailLockNames(0);
-    upsert.SetWhere("nosuch", 1);
-    SelectRequest select;
-    file.Locate(select);
-    select.SetTable("t");
-    Cursor cursor;
-    Database database;
-    EXPECT_EQ(1, database.Upsert(upsert));
-    EXPECT_EQ(0, database.Select(select, cursor));
-    int number = 0;
-    cursor.GetInt("a", number);
-    cursor.MoveToPosition(0);
-    cursor.GetInt("a", number);
-    cursor.GetInt("c", number);
-    cursor.MoveToPosition(9);
-    int busy = 0;
-    database.IsRetryLimit(busy);
-  }
-  Sources sources = ReadSources();
-  for (const LogLine& record : fake::LogLines()) {
-    const std::vector<std::string>& lines = sources[record.file];
-    const auto number = static_cast<std::size_t>(record.line);
-    ASSERT_LE(number, lines.size()) << record.text;
-    EXPECT_THAT(lines[number - 1], Logs()) << record.text;
-  }
-  for (const auto& [name, lines] : sources) {
-    if (::testing::Matches(Contains(Logs()))(lines)) {
-      EXPECT_THAT(fake::LogLines(), Contains(Field(&LogLine::file, name)));
-    }
-  }
 }
 
 }  // namespace

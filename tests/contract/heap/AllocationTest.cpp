@@ -73,29 +73,21 @@ TEST_F(AllocationTest, TheProtectedLogPathBuildsOneTextAndReleasesTheConvertedOn
               ElementsAre("allocate", "ConvertToSecureLog", "release", "log", "release"));
 }
 
-TEST_F(AllocationTest, SetDataBuildsBothTextsUnderTheLockAndReleasesAfterIt) {
-  FillUpToRoomForOne(longColumn);
-  EXPECT_THAT(EventsOf([&] { cursor.SetData(longColumn, longValue); }),
-              ElementsAre("make", "lock", "allocate", "allocate", "unlock", "release", "destroy"));
-}
-
-TEST_F(AllocationTest, AShortCellTakesNothingBeyondTheGrowthOfItsColumn) {
+TEST_F(AllocationTest, ACellIsAppendedUnderTheLock) {
   FillUpToRoomForOne("x");
   EXPECT_THAT(EventsOf([&] { cursor.SetData("x", "fits in place"); }),
               ElementsAre("make", "lock", "unlock", "destroy"));
-}
-
-TEST_F(AllocationTest, ALongCellTakesOneBlock) {
-  FillUpToRoomForOne("x");
+  EXPECT_THAT(EventsOf([&] { cursor.SetData("x", "short"); }),
+              ElementsAre("make", "lock", "allocate", "release", "unlock", "destroy"));
   EXPECT_THAT(EventsOf([&] { cursor.SetData("x", longValue); }),
               ElementsAre("make", "lock", "allocate", "unlock", "destroy"));
 }
 
-TEST_F(AllocationTest, AColumnGrowsUnderTheLock) {
-  FillUpToRoomForOne("x");
-  cursor.SetData("x", "short");
-  EXPECT_THAT(EventsOf([&] { cursor.SetData("x", "short"); }),
-              ElementsAre("make", "lock", "allocate", "release", "unlock", "destroy"));
+// The text of its name is released after the lock.
+TEST_F(AllocationTest, SetDataBuildsBothTextsUnderTheLockAndReleasesAfterIt) {
+  FillUpToRoomForOne(longColumn);
+  EXPECT_THAT(EventsOf([&] { cursor.SetData(longColumn, longValue); }),
+              ElementsAre("make", "lock", "allocate", "allocate", "unlock", "release", "destroy"));
 }
 
 TEST_F(AllocationTest, AnEntryIsTakenUnderTheLockUnlessTheValueIsIgnored) {
@@ -127,21 +119,16 @@ TEST_F(AllocationTest, InitializeReleasesTheContentUnderTheLock) {
       ElementsAre("make", "lock", "release", "release", "release", "release", "unlock", "destroy"));
 }
 
-TEST_F(AllocationTest, SetColumnKeyAppendsUnderTheLock) {
-  CreateRequest request;
-  EXPECT_THAT(EventsOf([&] { request.SetColumnKey("age", "TEXT"); }),
-              ElementsAre("log", "make", "lock", "allocate", "unlock", "destroy"));
-}
-
 TEST_F(AllocationTest, ACursorTracesBeforeItReleases) {
   std::optional<Cursor> other(std::in_place);
   other->SetColumn("a");
   EXPECT_THAT(EventsOf([&] { other.reset(); }), ElementsAre("log", "release", "release"));
 }
 
-TEST_F(AllocationTest, AColumnListIsCopiedAfterTheTrace) {
+TEST_F(AllocationTest, AColumnListGrowsUnderTheLockAndIsCopiedAfterTheTrace) {
   CreateRequest request;
-  request.SetColumnKey("age", "TEXT");
+  EXPECT_THAT(EventsOf([&] { request.SetColumnKey("age", "TEXT"); }),
+              ElementsAre("log", "make", "lock", "allocate", "unlock", "destroy"));
   CreateRequest::ColumnKeys keys;
   EXPECT_THAT(EventsOf([&] { request.GetColumnKey(keys); }), ElementsAre("log", "allocate"));
   cursor.SetColumn("age");

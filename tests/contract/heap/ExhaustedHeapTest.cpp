@@ -41,45 +41,43 @@ INSTANTIATE_TEST_SUITE_P(, ExhaustedPairTest, ::testing::ValuesIn(FieldCases([](
                          })),
                          NameOf);
 
-class ExhaustedStatementTest : public LibraryTest,
-                               public ::testing::WithParamInterface<operations::Operation> {};
-
-// Every allocation fails in turn.
-TEST_P(ExhaustedStatementTest, LeavesTheOutput) {
-  operations::Texts texts = GetParam().PlainTexts();
-  for (const auto& slot : GetParam().PlainTexts().Slots()) {
-    texts = texts.With(slot.first, kLongText);
-  }
-  const auto request = GetParam().request.make();
-  GetParam().fill(*request, texts);
-  std::string sql = "old text";
-  int successes = 0;
-  for (bool hasFailed = true; hasFailed; ++successes) {
-    hasFailed = false;
-    heap_spy::FailAfter(successes);
-    try {
-      GetParam().request.generate(*request, sql);
-    } catch (const std::bad_alloc&) {
-      hasFailed = true;
+class ExhaustedStatementTest : public LibraryTest {
+ protected:
+  // Every allocation fails in turn.
+  static void ExpectTheOutputIsLeft(const operations::Operation& operation) {
+    operations::Texts texts = operation.PlainTexts();
+    for (const auto& slot : operation.PlainTexts().Slots()) {
+      texts = texts.With(slot.first, kLongText);
     }
-    heap_spy::FailNever();
-    if (hasFailed) {
-      EXPECT_EQ("old text", sql);
-      std::string("old text").swap(sql);  // without room to grow into
+    const auto request = operation.request.make();
+    operation.fill(*request, texts);
+    std::string sql = "old text";
+    int successes = 0;
+    for (bool hasFailed = true; hasFailed; ++successes) {
+      hasFailed = false;
+      heap_spy::FailAfter(successes);
+      try {
+        operation.request.generate(*request, sql);
+      } catch (const std::bad_alloc&) {
+        hasFailed = true;
+      }
+      heap_spy::FailNever();
+      if (hasFailed) {
+        EXPECT_EQ("old text", sql);
+        std::string("old text").swap(sql);  // without room to grow into
+      }
+    }
+    EXPECT_GT(successes, 1);
+  }
+};
+
+TEST_F(ExhaustedStatementTest, LeavesTheOutput) {
+  for (const operations::Operation& operation : operations::All()) {
+    if (operation.request.generate) {
+      SCOPED_TRACE(operation.member);
+      ExpectTheOutputIsLeft(operation);
     }
   }
-  EXPECT_GT(successes, 1);
 }
-
-std::vector<operations::Operation> OperationsWithRequest() {
-  std::vector<operations::Operation> all = operations::All();
-  all.erase(std::remove_if(all.begin(), all.end(),
-                           [](const auto& each) { return !each.request.generate; }),
-            all.end());
-  return all;
-}
-
-INSTANTIATE_TEST_SUITE_P(, ExhaustedStatementTest, ::testing::ValuesIn(OperationsWithRequest()),
-                         [](const auto& test) { return test.param.member; });
 
 }  // namespace

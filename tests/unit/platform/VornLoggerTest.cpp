@@ -15,8 +15,6 @@
 
 namespace {
 
-using ::testing::HasSubstr;
-using ::testing::Not;
 using ::testing::SizeIs;
 
 TEST(VornLoggerTest, IsOnePerProcess) {
@@ -33,16 +31,11 @@ TEST(VornLoggerTest, DoesNotConvertUnlessTold) {
   EXPECT_FALSE(logger->GetEncryptionFlag());
 }
 
-TEST(VornLoggerTest, TheProtectedFormIsVisiblyDifferentAndOfOneRule) {
-  const std::string converted = VornLogger::GetInstance()->ConvertToSecureLog("Last Row");
-  EXPECT_EQ("<protected 8 776f52207473614c>", converted);
-  EXPECT_THAT(converted, Not(HasSubstr("Last")));
-  EXPECT_EQ("<protected 0 >", VornLogger::GetInstance()->ConvertToSecureLog(""));
-}
-
-TEST(VornLoggerTest, TakesEveryByte) {
-  EXPECT_EQ("<protected 3 ff00c3>",
-            VornLogger::GetInstance()->ConvertToSecureLog(std::string("\xC3\0\xFF", 3)));
+TEST(VornLoggerTest, TheProtectedFormHasEveryByteAndNoText) {
+  VornLogger* const logger = VornLogger::GetInstance();
+  EXPECT_EQ("<protected 8 776f52207473614c>", logger->ConvertToSecureLog("Last Row"));
+  EXPECT_EQ("<protected 3 ff00c3>", logger->ConvertToSecureLog(std::string("\xC3\0\xFF", 3)));
+  EXPECT_EQ("<protected 0 >", logger->ConvertToSecureLog(""));
 }
 
 TEST(VornLoggerTest, HasATag) { EXPECT_STREQ("VORN", VornLogger::GetInstance()->GetLogTag()); }
