@@ -16,12 +16,12 @@
 
 namespace operations {
 
-namespace {
-
 Strings operator+(Strings left, const Strings& right) {
   left.insert(left.end(), right.begin(), right.end());
   return left;
 }
+
+namespace {
 
 const Strings kContacts = {"contact", "1|Kim", "2|Lee"};
 const Strings kNotes = {"note", "10|1|first", "11|1|second", "12|2|third"};

@@ -20,6 +20,7 @@
 namespace operations {
 
 using Strings = std::vector<std::string>;
+Strings operator+(Strings left, const Strings& right);
 
 // The texts of a request by slot, such as "table". They lie at ascending addresses: a
 // statement holds its columns in the order of the addresses of their names.

@@ -25,6 +25,7 @@ namespace {
 
 using journal::Kind;
 using operations::Operation;
+using operations::operator+;
 using operations::Strings;
 using operations::Texts;
 using sqlite_spy::Answer;
@@ -42,14 +43,6 @@ static_assert(std::is_empty_v<Database>);
 static_assert(std::is_copy_constructible_v<Database> && std::is_copy_assignable_v<Database>);
 
 constexpr const char* kMissingDirectory = "/nonexistent-directory";
-
-Strings Joined(std::initializer_list<Strings> parts) {
-  Strings joined;
-  for (const Strings& part : parts) {
-    joined.insert(joined.end(), part.begin(), part.end());
-  }
-  return joined;
-}
 
 class DatabaseTest : public LibraryTest {
  protected:
@@ -133,9 +126,8 @@ TEST_F(OpenDBTest, StaysBusyForUpTo17AttemptsAnd15Waits) {
     EXPECT_EQ(std::min(busy + 1, 17), CountCalls("sqlite3_open"));
     EXPECT_EQ(static_cast<std::size_t>(std::min(busy, 15)), Waits());
     const std::string failure = "DB open failed. Error no(" + std::to_string(code) + "): no luck";
-    EXPECT_EQ(Joined({OpenLines(folder),
-                      fake::BusyLines("Database.cpp", std::min(busy, 16)),
-                      {Line(6, "OpenDB", failure)}}),
+    EXPECT_EQ(OpenLines(folder) + fake::BusyLines("Database.cpp", std::min(busy, 16)) +
+                  Strings{Line(6, "OpenDB", failure)},
               fake::Lines());
   }
 }
@@ -188,8 +180,8 @@ class OperationTest : public DatabaseTest, public ::testing::WithParamInterface<
   }
   // The request is read once, after the file is open.
   Strings LinesToStatement() const {
-    return Joined({operations::OpeningLines(operation, file.Directory(), file.FileName()),
-                   operations::GetterLines(operation)});
+    return operations::OpeningLines(operation, file.Directory(), file.FileName()) +
+           operations::GetterLines(operation);
   }
 
   const Operation& operation = GetParam();
@@ -199,7 +191,7 @@ class OperationTest : public DatabaseTest, public ::testing::WithParamInterface<
 
 TEST_P(OperationTest, SuccessOpensRunsLogsTheResultReleasesAndCloses) {
   EXPECT_EQ(0, call.Run(database));
-  EXPECT_EQ(Joined({LinesToStatement(), operations::SuccessLines(operation)}), fake::Lines());
+  EXPECT_EQ(LinesToStatement() + operations::SuccessLines(operation), fake::Lines());
   Strings calls = sqlite_spy::Calls();
   const auto isParsers = [](const std::string& each) {
     return each.find("sqlite3_step") == 0 || each.find("sqlite3_column") == 0;
@@ -207,20 +199,20 @@ TEST_P(OperationTest, SuccessOpensRunsLogsTheResultReleasesAndCloses) {
   EXPECT_EQ(operation.IsWrite(), std::none_of(calls.begin(), calls.end(), isParsers));
   const Strings releases = CallsToRelease(operation.IsWrite() ? "null" : "");
   calls.erase(std::remove_if(calls.begin(), calls.end(), isParsers), calls.end());
-  EXPECT_EQ(Joined({CallsToStatement(), releases}), calls);
-  ExpectLastEvents(Joined({operations::SuccessLines(operation), releases}));
+  EXPECT_EQ(CallsToStatement() + releases, calls);
+  ExpectLastEvents(operations::SuccessLines(operation) + releases);
 }
 
 TEST_P(OperationTest, AFailedStatementIsReportedWithSqlitesTextAndLeavesTheResult) {
   sqlite_spy::SetErrorText("100%d %s");
   Script(StatementFunction(), {Answer(SQLITE_CORRUPT)});
   EXPECT_EQ(SQLITE_CORRUPT, call.Run(database));
-  const std::string line = operations::FailureLine(operation, SQLITE_CORRUPT, "100%d %s");
-  EXPECT_EQ(Joined({LinesToStatement(), {line}}), fake::Lines());
+  const Strings line = {operations::FailureLine(operation, SQLITE_CORRUPT, "100%d %s")};
+  EXPECT_EQ(LinesToStatement() + line, fake::Lines());
   const Strings errmsg = operation.IsWrite() ? Strings() : Strings{"sqlite3_errmsg()"};
   const Strings releases = CallsToRelease(operation.IsWrite() ? "" : "null");
-  EXPECT_EQ(Joined({CallsToStatement(), errmsg, releases}), sqlite_spy::Calls());
-  ExpectLastEvents(Joined({{line}, releases}));
+  EXPECT_EQ(CallsToStatement() + errmsg + releases, sqlite_spy::Calls());
+  ExpectLastEvents(line + releases);
   EXPECT_EQ(answerBefore, call.Answer());
 }
 
@@ -228,10 +220,10 @@ TEST_P(OperationTest, AFailedOpenReadsAndRunsNothingAndLeavesTheHandle) {
   operations::Call unopened(operation, kMissingDirectory, "app.db", operation.PlainTexts());
   Prepare(unopened);
   EXPECT_EQ(SQLITE_CANTOPEN, unopened.Run(database));
-  EXPECT_EQ(Joined({operations::OpeningLines(operation, kMissingDirectory, "app.db"),
-                    operations::OpenFailureLines(operation, SQLITE_CANTOPEN,
-                                                 "unable to open database file")}),
-            fake::Lines());
+  EXPECT_EQ(
+      operations::OpeningLines(operation, kMissingDirectory, "app.db") +
+          operations::OpenFailureLines(operation, SQLITE_CANTOPEN, "unable to open database file"),
+      fake::Lines());
   EXPECT_THAT(sqlite_spy::Calls(),
               ElementsAre("sqlite3_open(" + std::string(kMissingDirectory) + "/app.db)",
                           "sqlite3_errmsg()"));
@@ -354,9 +346,10 @@ TEST_F(DatabaseTest, UpsertReplacesTheRowOfTheSameKey) {
   EXPECT_THAT(Contacts(), ElementsAre("1|Ann", "2|Lee"));
 }
 
-TEST_F(DatabaseTest, CreateTableCreatesTheTableOnceAndSucceedsAgain) {
-  for (int time = 0; time < 2; ++time) {
-    EXPECT_EQ(0, Run("CreateTable", Plain("CreateTable")));
+TEST_F(DatabaseTest, CreateTableOfATableThatExistsSucceedsAndChangesNothing) {
+  const Texts keys = Plain("CreateTable");
+  for (const Texts& texts : {keys, keys, keys.Without("key")}) {
+    EXPECT_EQ(0, Run("CreateTable", texts));
     EXPECT_THAT(file.Rows("SELECT name, type, pk FROM pragma_table_info('device')"),
                 ElementsAre("uid|TEXT|1", "serial|INTEGER|2", "label|TEXT|0"));
   }

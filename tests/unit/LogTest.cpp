@@ -46,9 +46,6 @@ TEST_F(LogTest, DirectPathHandsFormatAndArgumentsToTheSystemLog) {
   EXPECT_EQ("%s: %s(%d) > SQLITE BUSY[%d]", line.format);
   EXPECT_EQ("Database.cpp: IsRetryLimit(" + std::to_string(line.line) + ") > SQLITE BUSY[3]",
             line.text);
-}
-
-TEST_F(LogTest, DirectPathTakesAMessageWithoutArguments) {
   LogLastRow();
   EXPECT_EQ("%s: %s(%d) > Last Row", LastLine().format);
 }
@@ -82,41 +79,27 @@ TEST_F(LogTest, ProtectedPathAsksForTheLoggerFourTimes) {
 TEST_F(LogTest, ProtectedPathPrintsTheConvertedTextAsAnArgument) {
   fake::SetEncryption(true);
   fake::SetConversion([](const std::string&) { return "100%d %s%n"; });
-  LogBusy(1);
+  LogLastRow();
+  EXPECT_THAT(Events(), Contains("ConvertToSecureLog(Last Row)"));
   EXPECT_EQ("%s: %s(%d) > %s", LastLine().format);
   EXPECT_THAT(LastLine().text, EndsWith("> 100%d %s%n"));
 }
 
-TEST_F(LogTest, ProtectedPathTakesAMessageWithoutArgumentsWhole) {
-  fake::SetEncryption(true);
-  LogLastRow();
-  EXPECT_THAT(Events(), Contains("ConvertToSecureLog(Last Row)"));
-}
-
-// A message of any length: SQLite's text in a failed open.
-class LongMessageTest : public LibraryTest {
- protected:
-  static std::string TextOfFailedOpen(bool encryption) {
-    sqlite_spy::SetErrorText(std::string(700, 'x'));
+// SQLite's text in a failed open is of any length.
+TEST_F(LogTest, ProtectedPathCutsTheMessageTo598CharactersInABufferOf599) {
+  const std::string text(700, 'x');
+  const std::string message = "DB open failed. Error no(14): " + text;
+  for (const bool encryption : {false, true}) {
+    sqlite_spy::SetErrorText(text);
     sqlite_spy::Script("sqlite3_open", {sqlite_spy::Answer(14)});
     fake::SetEncryption(encryption);
-    fake::SetConversion([](const std::string& message) { return message; });
-    Database database;
+    fake::SetConversion([](const std::string& converted) { return converted; });
     sqlite3* db = nullptr;
     EXPECT_EQ(14, database.OpenDB(db, "/nowhere", "app.db"));
-    return fake::LogLines().back().text;
+    EXPECT_THAT(LastLine().text, EndsWith("> " + (encryption ? message.substr(0, 598) : message)));
   }
-  const std::string whole = "DB open failed. Error no(14): " + std::string(700, 'x');
-};
-
-TEST_F(LongMessageTest, ProtectedPathCutsTheMessageTo598CharactersInABufferOf599) {
-  EXPECT_THAT(TextOfFailedOpen(true), EndsWith("> " + whole.substr(0, 598)));
   EXPECT_EQ('\0', fake::Buffer()[598]);
   EXPECT_EQ('~', fake::Buffer()[599]);
-}
-
-TEST_F(LongMessageTest, DirectPathPrintsTheMessageWhole) {
-  EXPECT_THAT(TextOfFailedOpen(false), EndsWith("> " + whole));
 }
 
 }  // namespace
