@@ -8,8 +8,7 @@
 //   t size          cuts the file, or fills it up with zeros
 //   w               takes all that follows for the file
 //
-// Fields follow the letter and are separated by tabs. Offsets beyond the end begin
-// again at its start.
+// Offsets beyond the end begin again at its start.
 //
 // Two things are bounded here that the library leaves open. To it they are failures
 // like any other:

@@ -1,16 +1,5 @@
-// A sequence of calls on a cursor. One call per line:
-//
-//   C name         SetColumn, "~" for null
-//   D name value   SetData, likewise
-//   I              Initialize
-//   < > n p        MoveToFirst, MoveToLast, MoveToNext, MoveToPrev
-//   m number       MoveToPosition
-//   v number       IsValidPosition
-//   s i d name     GetString, GetInt, GetDouble
-//   k              GetColumn
-//   S              ShowDataLog
-//
-// Fields follow the letter and are separated by tabs.
+// A sequence of calls on a cursor, one per line: the letter of a call below, and the name, the
+// value or the number that it takes.
 
 #include "CursorSession.h"
 #include "FuzzTarget.h"

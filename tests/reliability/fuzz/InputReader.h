@@ -1,5 +1,5 @@
-// Fuzz inputs are lines, so that people can read and write them: a letter, which
-// says what is to be done, then the fields that it needs, with tabs between them.
+// Fuzz inputs are lines, so that people can read and write them: a letter, and fields that are
+// separated by tabs. The field "~" is null.
 
 #ifndef VORN_TESTS_FUZZ_INPUTREADER_H
 #define VORN_TESTS_FUZZ_INPUTREADER_H

@@ -12,8 +12,7 @@
 //                       t (text), i (int), d (double) or r (a text that may hold a
 //                       NUL, which no setter takes)
 //
-// Fields follow the letter and are separated by tabs; "~" is null. A slot is the
-// place of a column's name in memory, from 0 to 15: the first name given to it
+// A slot is the place of a column's name in memory, from 0 to 15: the first name given to it
 // stays, and the order of the slots is that of their addresses.
 
 #include <gtest/gtest.h>
