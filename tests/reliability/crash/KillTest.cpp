@@ -163,7 +163,7 @@ class TracedChange {
     return {child.Link().Receive(kPatience).value_or(ECHILD), std::generic_category()};
   }
 
-  // The child stands still afterwards.
+  // The child is stopped afterwards.
   TracedChange(int boundary, const Change& change)
       : m_child([&](Channel& parent) {
           Request(PTRACE_TRACEME, 0, 0);

@@ -266,7 +266,8 @@ class Session {
       };
       if (set == nullptr) {
         continue;
-      } else if (kind == "t" && text == nullptr) {
+      }
+      if (kind == "t" && text == nullptr) {
         EXPECT_THROW(call(text), std::logic_error);
       } else if (kind == "t") {
         call(text);

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-// Under a stride some of them, with another number others. One of them may hold a NUL: nobody
-// who takes a `const char*` sees what follows.
+// All of them; under a stride every so many, beginning at another one for another number. One of
+// them may hold a NUL, which ends a `const char*`.
 std::vector<std::string> HostileTexts(std::size_t number = 0);
 
 // As it is seen through a `const char*`.
