@@ -30,10 +30,6 @@ function(vorn_target target)
       target_compile_options(${target} PRIVATE -Wno-maybe-uninitialized)
     endif()
   endif()
-  # Only what is instrumented guides the fuzzer.
-  if(VORN_FUZZ)
-    target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link)
-  endif()
   # What is built does not tell in which folder: two builds are the same. A host's
   # debugger has to find the sources, however.
   if(PROJECT_IS_TOP_LEVEL)
@@ -49,6 +45,10 @@ endfunction()
 function(vorn_shared_library target)
   vorn_target(${target})
   vorn_harden(${target})
+  # Only what is instrumented guides the fuzzer.
+  if(VORN_FUZZ)
+    target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link)
+  endif()
   if(NOT (VORN_SANITIZE AND CMAKE_CXX_COMPILER_ID MATCHES "Clang"))
     target_link_options(${target} PRIVATE -Wl,--no-undefined)
   endif()

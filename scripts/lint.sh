@@ -20,8 +20,8 @@ on() {
 
 run_quietly '== lint: clang-format' on '*.h *.cpp' clang-format --dry-run -Werror
 # Headers are checked with the sources that include them.
-run_quietly '== lint: configure' cmake --preset clang -B build/lint -DVORN_BUILD_TESTS=OFF \
-  -DCMAKE_UNITY_BUILD=OFF
+run_quietly '== lint: configure' cmake --preset release -B build/lint \
+  -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_UNITY_BUILD=OFF -DVORN_BUILD_TESTS=OFF
 run_quietly '== lint: clang-tidy' on 'src/*.cpp platform/*.cpp examples/*.cpp tools/*.cpp' \
   -n 1 -P "$(nproc)" clang-tidy --quiet -p build/lint
 # Which parameters are passed by value is the binary interface's decision.

@@ -15,7 +15,7 @@ require_arguments 'armhf|armel' "$@"
 architecture=$1
 sysroot=$PWD/build/sysroot/$1
 packages=(libsqlite3-0 libsqlite3-dev libcli11-dev nlohmann-json3-dev libcsv3 libcsv-dev
-  libutf8proc2 libutf8proc-dev)
+  libutf8proc2 libutf8proc-dev libgtest-dev libgmock-dev)
 # The dependencies of our packages are derived from these. They are in shlibs/NAME, where no
 # compiler looks.
 shlibs=(libc6 libgcc-s1 libsqlite3-0 libstdc++6 libcsv3 libutf8proc2)

@@ -11,7 +11,7 @@ source "${BASH_SOURCE[0]%/*}/run.sh"
   test_packages=("${build_packages[@]}" "${tool_packages[@]}" libgtest-dev libgmock-dev
     sqlite3 tzdata abigail-tools python3 python3-pytest)
   armhf_packages=(g++-arm-linux-gnueabihf qemu-user)
-  arm_packages=("${armhf_packages[@]}" g++-arm-linux-gnueabi googletest)
+  arm_packages=("${armhf_packages[@]}" g++-arm-linux-gnueabi)
   package_packages=(git dpkg-dev file rpm lintian elfutils cpio)
   fuzz_packages=(clang libclang-rt-dev)
   coverage_packages=(gcovr)
