@@ -186,12 +186,15 @@ void PowerLossSurvey::LoseEach(std::size_t directoryChanges) {
 }
 
 void PowerLossSurvey::Lose(std::size_t directoryChanges, const Fate& fate, Growth growth) {
+  if (m_losses++ % m_stride != 0) {
+    return;
+  }
   ++m_result.losses;
   // What its own operation has deleted may be back without harm.
   const bool journalIsBack = !m_hasDeleted && m_disk.RestoresFile(directoryChanges);
   const auto [image, isNew] =
       m_seen.emplace(journalIsBack, m_disk.After(directoryChanges, fate, growth));
-  if (isNew && m_new++ % m_stride == 0) {
+  if (isNew) {
     Examine(image->second, journalIsBack);
   }
 }

@@ -39,14 +39,14 @@ class PowerLossSurvey {
   struct Result {
     int losses = 0;
     int boundaries = 0;  // between events, where power was lost
-    int images = 0;      // that were looked at
+    int images = 0;      // that differ, of those that the losses left
     int repairs = 0;     // of images, which the library's first query has made
     int undone = 0;      // images without the last acknowledged change
     int damages = 0;     // images that fail the checks
     std::string firstDamage;
   };
 
-  // Of the images that differ, every so many are looked at.
+  // Of all losses it takes every so many.
   PowerLossSurvey(const History& history, DirectoryChanges directory, int stride);
   Result Run();
 
@@ -65,7 +65,7 @@ class PowerLossSurvey {
   SimulatedDisk m_disk;
   std::mt19937 m_random;
   std::set<std::pair<bool, Image>> m_seen;  // since the last acknowledgement
-  int m_new = 0;
+  int m_losses = 0;                         // with those that are left out
   std::size_t m_acknowledged = 0;
   bool m_isRunning = false;   // the next operation
   bool m_hasDeleted = false;  // the next operation, its journal
