@@ -1,21 +1,19 @@
 // Does to a database what a log is to be captured of; see make_logs.sh.
 
 #include <VornLogger.h>
-#include <fcntl.h>
 #include <sqlite3.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <csignal>
-#include <cstdlib>
-#include <fstream>
 #include <iostream>
 #include <map>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "ChildProcess.h"
 #include "Cursor.h"
 #include "Database.h"
 #include "DatabaseParser.h"
@@ -50,52 +48,19 @@ Texts Row(const char* uid, const char* name) {
       .With("value2", name);
 }
 
-// Another process that has locked a file until it is told to give it back.
-class FileLocker {
- public:
-  explicit FileLocker(const char* file) {
-    int ready[2];
-    int done[2];
-    if (pipe(ready) != 0 || pipe(done) != 0) {
-      throw std::runtime_error("pipe");
-    }
-    m_process = fork();
-    if (m_process == 0) {
-      close(done[1]);
-      sqlite3* db = nullptr;
-      sqlite3_open(file, &db);
-      const int rc = sqlite3_exec(db, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr);
-      const char byte = static_cast<char>(rc);
-      char end = 0;
-      if (write(ready[1], &byte, 1) == 1 && read(done[0], &end, 1) >= 0) {
-        sqlite3_close(db);
-      }
-      _exit(0);
-    }
-    char byte = 1;
-    if (read(ready[0], &byte, 1) != 1 || byte != 0) {
-      throw std::runtime_error("cannot lock");
-    }
-    close(ready[0]);
-    close(ready[1]);
-    close(done[0]);
-    m_done = done[1];
+// Another process that holds a lock on a file while it lives.
+std::unique_ptr<ChildProcess> Lock(const char* file) {
+  auto locker = std::make_unique<ChildProcess>([file](Channel& parent) {
+    sqlite3* db = nullptr;
+    sqlite3_open(file, &db);
+    parent.Send(sqlite3_exec(db, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr));
+    parent.Receive(kPatience);
+  });
+  if (locker->Link().Receive(kPatience) != SQLITE_OK) {
+    throw std::runtime_error("cannot lock");
   }
-
-  void Release() {
-    if (m_done >= 0) {
-      close(m_done);
-      m_done = -1;
-      waitpid(m_process, nullptr, 0);
-    }
-  }
-
-  ~FileLocker() { Release(); }
-
- private:
-  pid_t m_process = 0;
-  int m_done = -1;
-};
+  return locker;
+}
 
 // One of each operation, and what is done with its result.
 void Tour() {
@@ -193,7 +158,7 @@ void FetchBusyRows(Database& database) {
   database.OpenDB(db, ".", "app.db");
   sqlite3_prepare(db, "SELECT * FROM contact", -1, &stmt, nullptr);
   {
-    const FileLocker locker("app.db");
+    const auto locker = Lock("app.db");
     Cursor cursor;
     DatabaseParser().ParseDatabase(db, stmt, cursor);
   }
@@ -207,19 +172,19 @@ void Busy() {
   Database database;
   Run(database, "CreateTable", kTable);
   {
-    FileLocker locker("app.db");
+    auto locker = Lock("app.db");
     std::thread release([&locker] {
       usleep(350000);
-      locker.Release();
+      locker.reset();
     });
     Run(database, "Upsert", Row("1", "Kim"));
     release.join();
   }
-  FileLocker locker("app.db");
+  auto locker = Lock("app.db");
   Run(database, "Upsert", Row("2", "Lee"));
   Run(database, "Select", kContact);
   Run(database, "CheckExistTable", kContact);
-  locker.Release();
+  locker.reset();
   FetchBusyRows(database);
   Run(database, "Upsert", Row("2", "Lee"));
 }
@@ -252,15 +217,9 @@ void Crowd() {
 void Killed() {
   Database database;
   Run(database, "CreateTable", kTable);
-  FileLocker locker("app.db");
-  const pid_t child = fork();
-  if (child == 0) {
-    Run(database, "Upsert", Row("1", "Kim"));
-    _exit(0);
-  }
+  const auto locker = Lock("app.db");
+  const ChildProcess writer([&](Channel&) { Run(database, "Upsert", Row("1", "Kim")); });
   usleep(250000);
-  kill(child, SIGKILL);
-  waitpid(child, nullptr, 0);
 }
 
 }  // namespace

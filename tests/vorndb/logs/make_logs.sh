@@ -18,7 +18,7 @@ cmake --build --preset release --target vorndatabase timezone_picker
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 g++ -std=c++17 -Wall -Wextra -I include -I platform/vornutil -I tests/support \
-  "$logs/Scenarios.cpp" tests/support/{Operations,TemporaryDatabase}.cpp \
+  "$logs/Scenarios.cpp" tests/support/{ChildProcess,Operations,TemporaryDatabase}.cpp \
   -o "$work/scenarios" -lgtest -L "$build/src" -L "$build/platform" -lvorndatabase -lvornutil -lsqlite3 \
   -pthread -Wl,-rpath,"$build/src:$build/platform"
 
