@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "log/LogSink.h"
+#include "log/LogLine.h"
 
 class BasePath;
 

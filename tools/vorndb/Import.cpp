@@ -135,7 +135,7 @@ std::vector<Assignment> ReadHeader(CsvReader& reader) {
             "the name of a column holds a NUL; is the file UTF-16? It has to be UTF-8");
       }
       RequirePlainName("column", name);
-      columns.emplace_back(name, "");
+      columns.emplace_back().column = name;
     }
     RequireDistinct(header->fields);
   } catch (const UsageError& error) {

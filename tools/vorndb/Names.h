@@ -5,7 +5,6 @@
 #define VORNDB_NAMES_H
 
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace vorndb {
@@ -17,8 +16,6 @@ void RequirePlainName(const std::string& kind, const std::string& name);
 // COLUMN=VALUE
 struct Assignment {
   Assignment() = default;
-  Assignment(std::string name, std::string text)
-      : column(std::move(name)), value(std::move(text)) {}
   explicit Assignment(const std::string& text);
 
   std::string column;

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "log/LogSink.h"
+#include "log/LogLine.h"
 
 class Cursor;
 

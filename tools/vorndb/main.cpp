@@ -10,7 +10,7 @@
 #include "Errors.h"
 #include "Result.h"
 #include "Terminal.h"
-#include "log/LogSink.h"
+#include "log/LogLine.h"
 
 namespace vorndb {
 

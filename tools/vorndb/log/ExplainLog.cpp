@@ -78,6 +78,14 @@ std::string Count(int count, const std::string& noun) {
   return std::to_string(count) + ' ' + noun + (count == 1 ? "" : "s");
 }
 
+// A line about that many, unless there is none.
+void WriteCount(const char* before, int count, const char* noun, const char* after,
+                std::ostream& output) {
+  if (count > 0) {
+    output << before << Count(count, noun) << after << '\n';
+  }
+}
+
 std::string Times(int count) { return count == 1 ? "once" : std::to_string(count) + " times"; }
 
 std::string Seconds(int waits) {
@@ -119,10 +127,8 @@ void WriteWaits(const Operation& operation, std::ostream& output) {
            << (operation.limits > 0 ? ", up to the limit" : "")
            << (operation.limits > 1 ? ' ' + Times(operation.limits) : "") << '\n';
   }
-  if (operation.busyUnreadable > 0) {
-    output << "   met the busy file: " << Count(operation.busyUnreadable, "unreadable line")
-           << " of a wait or of the limit\n";
-  }
+  WriteCount("   met the busy file: ", operation.busyUnreadable, "unreadable line",
+             " of a wait or of the limit", output);
 }
 
 void WriteRows(const Operation& operation, std::ostream& output) {
@@ -135,14 +141,12 @@ void WriteRows(const Operation& operation, std::ostream& output) {
   if (operation.stepLimits > 0) {
     output << "   the limit was met while fetching rows" << doubt;
   }
-  if (operation.blobs > 0) {
-    output << "   " << Count(operation.blobs, "cell")
-           << (operation.blobs == 1 ? " is a blob" : " are blobs") << " and empty in the cursor\n";
-  }
-  if (operation.stepUnreadable > 0) {
-    output << "   fetching rows: " << Count(operation.stepUnreadable, "unreadable line")
-           << " of a failure or a blob\n";
-  }
+  WriteCount("   ", operation.blobs, "cell",
+             operation.blobs == 1 ? " is a blob and empty in the cursor"
+                                  : " are blobs and empty in the cursor",
+             output);
+  WriteCount("   fetching rows: ", operation.stepUnreadable, "unreadable line",
+             " of a failure or a blob", output);
 }
 
 void WriteReadFailures(const std::map<std::string, int>& failures, const char* indent,
@@ -175,14 +179,8 @@ struct Summary {
 void WriteSummary(const LogHistory& history, const Summary& summary, std::ostream& output) {
   output << "\nSummary\n  " << Count(history.own, "line") << " of the library, " << history.foreign
          << " of others\n";
-  if (history.unreadable > 0) {
-    output << "  unreadable, since protected or damaged: " << Count(history.unreadable, "line")
-           << '\n';
-  }
-  if (history.continued > 0) {
-    output << "  going on with a text of the line before: " << Count(history.continued, "line")
-           << '\n';
-  }
+  WriteCount("  unreadable, since protected or damaged: ", history.unreadable, "line", "", output);
+  WriteCount("  going on with a text of the line before: ", history.continued, "line", "", output);
   for (const auto& [kind, outcomes] : summary.kinds) {
     output << "  " << kind;
     const char* separator = ": ";

@@ -61,6 +61,16 @@ char LetterOf(int priority);
 // The members of Database that log a failure but no success.
 const std::vector<std::string>& Queries();
 
+// The library logs to this program instead of to the system's log: its records have the
+// causes of failures, and the errors of queries that return 0.
+using Log = std::vector<LogLine>;
+
+// Whether every line is also written to standard error.
+void ShowLog(bool show);
+
+// The warnings and errors since the last call.
+Log TakeLog();
+
 }  // namespace vorndb
 
 #endif  // VORNDB_LOG_LOGLINE_H

@@ -1,5 +1,3 @@
-#include "log/LogSink.h"
-
 #include <unistd.h>
 
 #include <cstdarg>
@@ -10,6 +8,7 @@
 #include <utility>
 
 #include "Terminal.h"
+#include "log/LogLine.h"
 
 namespace vorndb {
 

@@ -130,11 +130,11 @@ std::string PriorityOf(const LogMessage& message) {
 // "`FILE`: `FUNCTION`, `FUNCTION`; `FILE`: `FUNCTION`"
 std::string TextOf(const Sites& sites) {
   std::string text;
-  const std::string* last = nullptr;
+  std::string last;
   for (const auto& [file, function] : sites) {
-    const bool isNew = last == nullptr || *last != file;
-    text += (isNew ? (last == nullptr ? "`" : "; `") + file + "`: `" : ", `") + function + '`';
-    last = &file;
+    text += text.empty() ? "" : (file == last ? ", " : "; ");
+    text.append(file == last ? "" : '`' + file + "`: ").append('`' + function + '`');
+    last = file;
   }
   return text;
 }
