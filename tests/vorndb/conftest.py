@@ -41,13 +41,14 @@ class Tool:
         """The names of the files in the folder."""
         return sorted(file.name for file in self.folder.iterdir())
 
-    def start(self, *arguments, **options):
-        """The process, as subprocess.run gives it, in the folder and with texts as bytes."""
+    def start(self, *arguments, prefix=(), **options):
+        """The process, as subprocess.run gives it, in the folder and with texts as bytes.
+        Another program that is to start it may come first."""
         pipe = subprocess.PIPE
         options = {"env": self.environment, "stdout": pipe, "stderr": pipe, **options}
         if "input" not in options:
             options["stdin"] = subprocess.DEVNULL
-        command = [*PROGRAM, *arguments]
+        command = [*prefix, *PROGRAM, *arguments]
         return subprocess.run(command, cwd=self.folder, check=False, timeout=250, **options)
 
     def run(self, *arguments, status=DONE, **options):

@@ -7,12 +7,10 @@ import re
 
 import pytest
 
-from conftest import DONE, FAILED, SOURCE, WRONG_USE
+from conftest import DONE, FAILED, SOURCE
 
 LOGS = SOURCE / "tests/vorndb/logs"
 KEPT = sorted(path.stem for path in LOGS.glob("*.log"))
-CAPTURED = [name for name in KEPT if name.startswith("captured_") and "protected" not in name]
-FORMS = [name for name in KEPT if name.startswith("form_") and "protected" not in name]
 NO_LINE = "has no line of the library's log"
 
 
@@ -34,41 +32,11 @@ def operations(text):
     return [re.sub(r"^\d+\. ", "", block) for block in re.split(r"\n(?=\d+\. )", part)[1:]]
 
 
-def without_origin(text):
-    """The operations without process, thread and time."""
-    return [re.sub(r" \[[^]]*\](?=: )", "", block) for block in operations(text)]
-
-
-def counted(text, outcome):
-    """The operations of an outcome, by the summary."""
-    summary = text.split("\n\nSummary\n")[1].split("\n\nNotes\n")[0]
-    return sum(map(int, re.findall(rf"[:,] (\d+) {outcome}(?=,|\n|$)", summary)))
-
-
 @pytest.mark.parametrize("name", KEPT)
 def test_a_log_is_explained_as_it_was_read(tool, name):
     ended = tool.start("explain-log", str(LOGS / f"{name}.log"))
     assert (ended.returncode, ended.stderr) == (DONE, b"")
     assert ended.stdout.decode() == (LOGS / f"{name}.txt").read_text()
-
-
-@pytest.mark.parametrize("name", CAPTURED)
-def test_the_summary_counts_the_records(tool, name):
-    log = kept(name)
-    text = explain(tool, log)
-    assert counted(text, "succeeded") == log.count(b" SUCCESS[")
-    assert counted(text, "failed") == log.count(b" FAILED[")
-    assert counted(text, "not opened") == log.count(b"DB open failed")
-    named = [block for block in operations(text) if "not named" not in block]
-    assert len(named) == log.count(b"DB file: ")
-
-
-@pytest.mark.parametrize("name", ["captured_busy", "captured_crowd", "captured_killed"])
-def test_waits_are_a_tenth_of_a_second_for_each_busy_line(tool, name):
-    log = kept(name)
-    waited = re.findall(r"  waited for \S+: (\d+)\.(\d) s", explain(tool, log))
-    tenths = sum(10 * int(seconds) + int(tenth) for seconds, tenth in waited)
-    assert tenths == log.count(b"SQLITE BUSY[") > 0
 
 
 def every_line(tool):
@@ -117,12 +85,6 @@ def test_threads_are_told_apart_however_their_lines_mix(tool):
     assert lines != apart
     mixed = operations(explain(tool, b"".join(lines)))
     assert sorted(mixed) == sorted(operations(explain(tool, b"".join(apart))))
-
-
-@pytest.mark.parametrize("name", FORMS)
-def test_prefixes_of_log_readers_change_nothing_else(tool, name):
-    expected = without_origin(explain(tool, kept("captured_failures_info")))
-    assert without_origin(explain(tool, kept(name))) == expected
 
 
 def test_a_log_of_the_tool_itself(contacts):
@@ -196,9 +158,3 @@ def mutated(chance, log):
             other = chance.randrange(len(part) + 1)
             part[place:place] = part[other : other + chance.randrange(200)]
     return bytes(part)
-
-
-def test_the_reference_takes_no_database(tool):
-    ended = tool.start("-f", "app.db", "log-reference")
-    assert (ended.returncode, ended.stdout) == (WRONG_USE, b"")
-    assert b"log-reference reads no database" in ended.stderr

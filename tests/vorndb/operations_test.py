@@ -1,6 +1,7 @@
 """Each operation does what it says, as the sqlite3 shell sees it."""
 
 import re
+import shlex
 import socket
 
 import pytest
@@ -74,13 +75,6 @@ def test_no_file_name_has_a_meaning_of_its_own(tool, name):
     assert (tool.folder / name).is_file()
 
 
-def test_upsert_writes_and_replaces_a_row(contacts):
-    assert contacts.done("upsert", "contact", "uid=9", "name=Ann", "age=44") == ""
-    assert contacts.sql("SELECT * FROM contact WHERE uid = '9'") == "9|Ann|44\n"
-    contacts.done("upsert", "contact", "uid=7", "age=1")
-    assert contacts.sql("SELECT * FROM contact WHERE uid = '7'") == "7||1\n"
-
-
 @pytest.mark.parametrize(
     "value",
     [
@@ -118,28 +112,21 @@ def test_columns_are_in_the_order_given(tool):
 @pytest.mark.parametrize(
     "arguments, rows",
     [
-        ("name=O'Kim --where uid=7", "7|O'Kim|42\n8|Lee|43\n"),
-        ("name=N age=1 --where uid=7 age=42", "7|N|1\n8|Lee|43\n"),
-        ("name=N age=1 --where uid=8 --where age=9", "7|Kim|42\n8|Lee|43\n"),
-        ("age=1 --where uid=nobody", "7|Kim|42\n8|Lee|43\n"),
+        ("upsert contact uid=9 name=Ann age=44", "7|Kim|42\n8|Lee|43\n9|Ann|44\n"),
+        ("upsert contact uid=7 age=1", "7||1\n8|Lee|43\n"),
+        ('update contact "name=O\'Kim" --where uid=7', "7|O'Kim|42\n8|Lee|43\n"),
+        ("update contact name=N age=1 --where uid=7 age=42", "7|N|1\n8|Lee|43\n"),
+        ("update contact name=N age=1 --where uid=8 --where age=9", "7|Kim|42\n8|Lee|43\n"),
+        ("update contact age=1 --where uid=nobody", "7|Kim|42\n8|Lee|43\n"),
+        # Values that would complete a statement, or change it.
+        ('update contact "name=x\' AND" --where uid=7', "7|x' AND|42\n8|Lee|43\n"),
+        ("delete contact --where uid=7", "8|Lee|43\n"),
+        ("delete contact --where \"uid=' OR '1'='1\"", "7|Kim|42\n8|Lee|43\n"),
     ],
 )
-def test_update(contacts, arguments, rows):
-    assert contacts.done("update", "contact", *arguments.split()) == ""
-    assert contacts.sql("SELECT * FROM contact") == rows
-
-
-def test_a_value_that_would_complete_the_statement_does_not(contacts):
-    contacts.done("update", "contact", "name=x' AND", "--where", "uid=7")
-    assert contacts.sql("SELECT * FROM contact") == "7|x' AND|42\n8|Lee|43\n"
-
-
-@pytest.mark.parametrize(
-    "arguments, rows", [(["--where", "uid=7"], "8\n"), (["--where", "uid=' OR '1'='1"], "7\n8\n")]
-)
-def test_delete(contacts, arguments, rows):
-    assert contacts.done("delete", "contact", *arguments) == ""
-    assert contacts.sql("SELECT uid FROM contact") == rows
+def test_write(contacts, arguments, rows):
+    assert contacts.done(*shlex.split(arguments)) == ""
+    assert contacts.sql("SELECT * FROM contact ORDER BY uid") == rows
 
 
 def test_delete_takes_every_row_only_if_that_is_said(contacts):

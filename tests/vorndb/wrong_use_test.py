@@ -65,6 +65,8 @@ def refused(contacts):
         ("--all and --where contradict", "-f app.db delete contact --all --where uid=7"),
         ("explain-log reads a log", "-f app.db explain-log x.log"),
         ("explain-log reads a log", "explain-log x.log --sql"),
+        ("log-reference reads no database", "-f app.db log-reference"),
+        ("log-reference reads no database", "log-reference --sql"),
         ("export writes a file", "-f app.db export contact -"),
         ("'xml' is no format", "-f app.db select contact --format xml"),
         ("'x' does not tell a format", "-f app.db export contact x"),
