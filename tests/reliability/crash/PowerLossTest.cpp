@@ -282,13 +282,12 @@ TEST(PowerLossTest, WithoutSyncsThereIsDamage) {
       {"sync app.db-journal", DirectoryChanges::kDurableAtOnce},
       {"sync app.db", DirectoryChanges::kDurableAtOnce},
       {"sync directory", DirectoryChanges::kDurableWhenSynced}};
-  for (const auto& [line, directory] : ignored) {
+  for (const auto& each : ignored) {
     History history = Record({"", "", 2});
     Events& events = history.events;
-    events.erase(std::remove_if(events.begin(), events.end(),
-                                [&](const DiskEvent& event) { return LineOf(event) == line; }),
-                 events.end());
-    EXPECT_GT(Survey(history, directory).damages, 0) << line;
+    const auto isIgnored = [&](const DiskEvent& event) { return LineOf(event) == each.first; };
+    events.erase(std::remove_if(events.begin(), events.end(), isIgnored), events.end());
+    EXPECT_GT(Survey(history, each.second).damages, 0) << each.first;
   }
 }
 
