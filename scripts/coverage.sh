@@ -17,8 +17,9 @@ run_quietly '== release: build' cmake --build --preset release
 rm -rf "$build"
 run_quietly '== coverage: configure' cmake --preset coverage
 run_quietly '== coverage: build' cmake --build --preset coverage
-# The tests that run the library in their own process load the instrumented one.
-LD_LIBRARY_PATH=$build/src:$build/platform run_quietly '== coverage: test' \
+# The tests that run the library in their own process load the instrumented one. A part of
+# the injected failures reaches every branch.
+LD_LIBRARY_PATH=$build/src:$build/platform VORN_TEST_STRIDE=8 run_quietly '== coverage: test' \
   ctest --preset release -L '^(unit|heap|leaks|threads|fault|stress)$'
 # Where an inline function is never called, gcov does not mark what only an exception takes.
 gcovr --root . --filter src/ --exclude-throw-branches --exclude-unreachable-branches \
