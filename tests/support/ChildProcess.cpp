@@ -19,23 +19,18 @@ extern "C" const char* __tsan_default_options() { return "halt_on_error=1"; }
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 [[noreturn]] void ThrowErrno(const char* what) {
   throw std::system_error(errno, std::generic_category(), what);
 }
 
 // Whether one of the events, or the end of the connection, comes in time.
 bool Comes(int socket, short events, std::chrono::milliseconds limit) {
-  const Clock::time_point end = Clock::now() + limit;
-  for (;;) {
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
-    pollfd request{socket, events, 0};
-    const int count = poll(&request, 1, left.count() > 0 ? static_cast<int>(left.count()) : 0);
-    if (count >= 0 || errno != EINTR) {
-      return count > 0;
-    }
-  }
+  pollfd request{socket, events, 0};
+  int count = -1;
+  do {
+    count = poll(&request, 1, static_cast<int>(limit.count()));
+  } while (count < 0 && errno == EINTR);
+  return count > 0;
 }
 
 // The child's life. An exception ends it, and the parent's destructors do not run.

@@ -1,14 +1,4 @@
 // A test's function in a process of its own, and numbers sent to and fro.
-//
-//   ChildProcess child([&](Channel& parent) {
-//     const Locker locker(database, "BEGIN EXCLUSIVE");
-//     parent.Send(1);              // the lock is held
-//     parent.Receive(kPatience);   // until the parent has seen enough
-//   });
-//   ASSERT_EQ(1, child.Link().Receive(kPatience));
-//   ...
-//   child.Link().Send(1);
-//   EXPECT_TRUE(child.EndsWell(kPatience));
 
 #ifndef VORN_TESTS_SUPPORT_CHILDPROCESS_H
 #define VORN_TESTS_SUPPORT_CHILDPROCESS_H

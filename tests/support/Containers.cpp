@@ -3,43 +3,37 @@
 namespace {
 
 // An explicit instantiation may name a private member; the friend hands it out.
-template <typename Tag, typename Tag::Type Member>
+template <typename Tag, auto Member>
 struct PrivateMember {
-  friend typename Tag::Type MemberOf(Tag) { return Member; }
+  friend decltype(Member) MemberOf(Tag) { return Member; }
 };
 
-struct DataMap {
-  using Type = BaseSet::ColumnMap BaseSet::*;
-  friend Type MemberOf(DataMap);
+struct Data {
+  friend BaseSet::ColumnMap BaseSet::*MemberOf(Data);
 };
-template struct PrivateMember<DataMap, &BaseSet::m_data>;
-
-struct WhereMap {
-  using Type = BaseSet::ColumnMap BaseSet::*;
-  friend Type MemberOf(WhereMap);
+struct Where {
+  friend BaseSet::ColumnMap BaseSet::*MemberOf(Where);
 };
-template struct PrivateMember<WhereMap, &BaseSet::m_where>;
-
-struct ColumnKeyList {
-  using Type = CreateRequest::ColumnKeys CreateRequest::*;
-  friend Type MemberOf(ColumnKeyList);
+struct Keys {
+  friend CreateRequest::ColumnKeys CreateRequest::*MemberOf(Keys);
 };
-template struct PrivateMember<ColumnKeyList, &CreateRequest::m_columnKeys>;
-
 struct Cells {
-  using Type = CellMap Cursor::*;
-  friend Type MemberOf(Cells);
+  friend CellMap Cursor::*MemberOf(Cells);
 };
+
+template struct PrivateMember<Data, &BaseSet::m_data>;
+template struct PrivateMember<Where, &BaseSet::m_where>;
+template struct PrivateMember<Keys, &CreateRequest::m_columnKeys>;
 template struct PrivateMember<Cells, &Cursor::m_cells>;
 
 }  // namespace
 
-BaseSet::ColumnMap& DataMapOf(BaseSet& set) { return set.*MemberOf(DataMap()); }
+BaseSet::ColumnMap& DataMapOf(BaseSet& set) { return set.*MemberOf(Data()); }
 
-BaseSet::ColumnMap& WhereMapOf(BaseSet& set) { return set.*MemberOf(WhereMap()); }
+BaseSet::ColumnMap& WhereMapOf(BaseSet& set) { return set.*MemberOf(Where()); }
 
 CreateRequest::ColumnKeys& ColumnKeysOf(CreateRequest& request) {
-  return request.*MemberOf(ColumnKeyList());
+  return request.*MemberOf(Keys());
 }
 
 CellMap& CellMapOf(Cursor& cursor) { return cursor.*MemberOf(Cells()); }

@@ -6,14 +6,13 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cinttypes>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <map>
 #include <new>
-#include <thread>
+#include <optional>
 #include <utility>
 
 #include "HeapPause.h"
@@ -28,13 +27,11 @@ using journal::Kind;
 struct State {
   std::vector<LogLine> logLines;
   bool encryption = false;
-  bool sleepsForReal = false;
   std::function<std::string(const std::string&)> convert = [](const std::string& message) {
     return "secure(" + message + ")";
   };
   std::string buffer = std::string(kBufferSize, '~');
   std::optional<int> lockNameResult;
-  std::optional<LockNameCall> lockNameCall;
   std::map<const VornMutex*, std::string> mutexNames;
   int loggerCallsToThrow = 0;  // until the one that throws; 0: none does
 };
@@ -47,6 +44,11 @@ void NoteLoggerCall(const char* call) {
   if (state.loggerCallsToThrow > 0 && --state.loggerCallsToThrow == 0) {
     throw std::bad_alloc();
   }
+}
+
+void NoteMutexCall(const char* call, const VornMutex* mutex) {
+  const HeapPause pause;
+  journal::Add(Kind::kMutex, call + state.mutexNames[mutex]);
 }
 
 void ReplaceAll(std::string& text, const std::string& from, const std::string& to) {
@@ -79,13 +81,7 @@ std::string Formatted(const char* format, va_list arguments) {
 
 std::vector<LogLine> LogLines() { return state.logLines; }
 
-std::vector<std::string> Lines() {
-  std::vector<std::string> lines;
-  for (const LogLine& line : state.logLines) {
-    lines.push_back(Normalised(line));
-  }
-  return lines;
-}
+std::vector<std::string> Lines() { return journal::Of({Kind::kLog}); }
 
 std::string Line(int priority, const std::string& file, const std::string& function,
                  const std::string& message) {
@@ -118,13 +114,7 @@ char* Buffer() { return state.buffer.data(); }
 
 void ThrowAtLoggerCall(int number) { state.loggerCallsToThrow = number; }
 
-void SleepForReal() { state.sleepsForReal = true; }
-
 void FailLockNames(int result) { state.lockNameResult = result; }
-
-std::optional<LockNameCall> LastLockNameCall() { return state.lockNameCall; }
-
-void ForgetLockNameCall() { state.lockNameCall.reset(); }
 
 void ResetPlatform() { state = State(); }
 
@@ -200,19 +190,13 @@ VornMutex::VornMutex(const char* name) : m_shard(nullptr) {
 
 VornMutex::~VornMutex() {
   const HeapPause pause;
-  journal::Add(Kind::kMutex, "destroy " + state.mutexNames[this]);
+  fake::NoteMutexCall("destroy ", this);
   state.mutexNames.erase(this);
 }
 
-void VornMutex::Lock() {
-  const HeapPause pause;
-  journal::Add(Kind::kMutex, "lock " + state.mutexNames[this]);
-}
+void VornMutex::Lock() { fake::NoteMutexCall("lock ", this); }
 
-void VornMutex::Unlock() {
-  const HeapPause pause;
-  journal::Add(Kind::kMutex, "unlock " + state.mutexNames[this]);
-}
+void VornMutex::Unlock() { fake::NoteMutexCall("unlock ", this); }
 
 // The system library.
 
@@ -223,7 +207,7 @@ namespace {
 int Format(char* output, std::size_t size, const char* format, va_list arguments) {
   const HeapPause pause;
   if (std::strcmp(format, "%" PRIxPTR) == 0) {
-    state.lockNameCall = fake::LockNameCall{size, format};
+    journal::Add(Kind::kFormat, std::to_string(size) + " " + format);
     if (state.lockNameResult) {
       return *state.lockNameResult;
     }
@@ -236,9 +220,6 @@ int Format(char* output, std::size_t size, const char* format, va_list arguments
 int usleep(useconds_t microseconds) {
   const HeapPause pause;
   journal::Add(Kind::kSleep, "usleep " + std::to_string(microseconds));
-  if (state.sleepsForReal) {
-    std::this_thread::sleep_for(std::chrono::microseconds(microseconds));
-  }
   return 0;
 }
 

@@ -5,7 +5,6 @@
 #define VORN_TESTS_SUPPORT_FAKEPLATFORM_H
 
 #include <functional>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -45,20 +44,9 @@ char* Buffer();
 // that back.
 void ThrowAtLoggerCall(int number);
 
-// Lets the calling thread sleep as long as usleep is told to; without it, a wait is
-// noted and takes no time.
-void SleepForReal();
-
-// What the formatting call for lock names answers instead of formatting.
+// What the formatting call for lock names answers instead of formatting. The journal has its
+// size and format.
 void FailLockNames(int result);
-// Size and format of the last formatting call for a lock name.
-struct LockNameCall {
-  std::size_t size;
-  std::string format;
-};
-std::optional<LockNameCall> LastLockNameCall();
-void ForgetLockNameCall();
-
 // Puts all fakes back into their first state.
 void ResetPlatform();
 

@@ -8,39 +8,39 @@ class FaultPoint {
   enum class Kind { kOnce, kAlways };
 
   // The call after the next `successes` fails: it alone, or it and all that follow.
-  void Set(int successes, Kind kind) {
+  void Set(int successes, Kind kind = Kind::kOnce) {
+    *this = FaultPoint();
     m_isSet = true;
     m_successes = successes;
     m_kind = kind;
-    m_failures = 0;
   }
 
-  // No call fails any more.
-  void Clear() { m_isSet = false; }
+  // No call fails any more. Answers how many have failed.
+  int Clear() {
+    m_isSet = false;
+    return m_failures;
+  }
+
+  // Since Set.
+  int Calls() const { return m_calls; }
+  int Failures() const { return m_failures; }
 
   // To be asked at every call.
   bool Fails() {
     if (!m_isSet) {
       return false;
     }
-    if (m_successes > 0) {
-      --m_successes;
-      return false;
-    }
-    if (m_failures > 0 && m_kind == Kind::kOnce) {
-      return false;
-    }
-    ++m_failures;
-    return true;
+    const int before = m_calls++;
+    const bool fails = before == m_successes || (before > m_successes && m_kind == Kind::kAlways);
+    m_failures += fails ? 1 : 0;
+    return fails;
   }
-
-  // How many calls have failed since Set.
-  int Failures() const { return m_failures; }
 
  private:
   bool m_isSet = false;
-  int m_successes = 0;
   Kind m_kind = Kind::kOnce;
+  int m_successes = 0;
+  int m_calls = 0;
   int m_failures = 0;
 };
 

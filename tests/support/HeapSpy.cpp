@@ -1,7 +1,6 @@
 #include "HeapSpy.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdlib>
 #include <new>
@@ -17,13 +16,9 @@ struct Array {
   std::size_t size;
 };
 
-// Of fixed size, since they are written while the heap is in use.
-std::array<Array, 64> arrays;
-std::size_t arrayCount = 0;
-std::array<std::size_t, 64> released;
-std::size_t releasedCount = 0;
-std::array<const char*, 256> events;
-std::size_t eventCount = 0;
+std::vector<Array> arrays;
+std::vector<std::size_t> released;
+std::vector<std::string> events;
 thread_local bool watching = false;
 thread_local FaultPoint faultPoint;
 thread_local unsigned watch = 0;  // the number of the present one
@@ -69,33 +64,30 @@ void Release(void* block) {
 
 void AddArray(void* block, std::size_t size) {
   if (IsWatching()) {
-    if (arrayCount == arrays.size()) {
-      std::abort();
-    }
-    arrays[arrayCount++] = {block, size};
+    const HeapPause pause;
+    arrays.push_back({block, size});
   }
 }
 
 void RemoveArray(void* block) {
-  const auto end = arrays.begin() + static_cast<std::ptrdiff_t>(arrayCount);
-  const auto found = std::find_if(arrays.begin(), end,
-                                  [block](const Array& array) { return array.block == block; });
-  if (found == end) {
+  if (!IsWatching()) {
     return;
   }
-  if (releasedCount < released.size()) {
-    released[releasedCount++] = found->size;
+  const HeapPause pause;
+  const auto found = std::find_if(arrays.begin(), arrays.end(),
+                                  [block](const Array& array) { return array.block == block; });
+  if (found != arrays.end()) {
+    released.push_back(found->size);
+    arrays.erase(found);
   }
-  std::move(found + 1, end, found);
-  --arrayCount;
 }
 
 }  // namespace
 
 void Start() {
-  arrayCount = 0;
-  releasedCount = 0;
-  eventCount = 0;
+  arrays.clear();
+  released.clear();
+  events.clear();
   blocksHeld = 0;
   ++watch;
   watching = true;
@@ -110,34 +102,28 @@ int BlocksHeld() { return blocksHeld; }
 std::vector<std::size_t> ArraysHeld() {
   const HeapPause pause;
   std::vector<std::size_t> sizes;
-  for (std::size_t i = 0; i < arrayCount; ++i) {
-    sizes.push_back(arrays[i].size);
+  for (const Array& array : arrays) {
+    sizes.push_back(array.size);
   }
   return sizes;
 }
 
 std::vector<std::size_t> ArraysReleased() {
   const HeapPause pause;
-  return std::vector<std::size_t>(released.begin(),
-                                  released.begin() + static_cast<std::ptrdiff_t>(releasedCount));
+  return released;
 }
 
-void FailAfter(int successes, FaultPoint::Kind kind) { faultPoint.Set(successes, kind); }
-
-int FailNever() {
-  faultPoint.Clear();
-  return faultPoint.Failures();
-}
+FaultPoint& Point() { return faultPoint; }
 
 std::vector<std::string> Events() {
   const HeapPause pause;
-  return std::vector<std::string>(events.begin(),
-                                  events.begin() + static_cast<std::ptrdiff_t>(eventCount));
+  return events;
 }
 
 void Note(const char* word) {
-  if (watching && eventCount < events.size()) {
-    events[eventCount++] = word;
+  if (watching) {
+    const HeapPause pause;
+    events.emplace_back(word);
   }
 }
 

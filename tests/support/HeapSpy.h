@@ -1,5 +1,4 @@
-// Watches what goes through operator new and delete, between two points, and makes
-// the former fail.
+// Watches operator new and delete between two points, and makes the former fail.
 
 #ifndef VORN_TESTS_SUPPORT_HEAPSPY_H
 #define VORN_TESTS_SUPPORT_HEAPSPY_H
@@ -25,18 +24,15 @@ std::vector<std::size_t> ArraysHeld();
 // order of their release.
 std::vector<std::size_t> ArraysReleased();
 
-// What happened since Start, in order: "allocate", "release", and the words of
-// Note, which must be literals and may come from the fakes.
+// What happened since Start, in order: "allocate", "release", and the words of Note.
 std::vector<std::string> Events();
 void Note(const char* word);
 
 // Blocks taken since Start and not released.
 int BlocksHeld();
 
-// Makes the calling thread's allocation after the next `successes` throw.
-void FailAfter(int successes, FaultPoint::Kind kind = FaultPoint::Kind::kOnce);
-// Takes that back, if it still has to come. Answers how many have failed.
-int FailNever();
+// Makes an allocation of the calling thread throw.
+FaultPoint& Point();
 
 }  // namespace heap_spy
 

@@ -11,7 +11,7 @@
 
 namespace journal {
 
-enum class Kind { kLog, kLogger, kMutex, kSleep, kSqlite };
+enum class Kind { kFormat, kLog, kLogger, kMutex, kSleep, kSqlite };
 
 void Clear();
 void Add(Kind kind, const std::string& text);

@@ -72,6 +72,7 @@ void SetRun(Operation& operation, int (Database::*member)(Request&, Cursor&)) {
 template <typename Request, typename Member>
 Operation OperationOf(const std::string& member, Member run, const std::string& request,
                       void (SqlGenerator::*generate)(Request&, std::string&),
+                      const std::string& logName, std::vector<TextField> fields,
                       void (*fill)(Request&, const Texts&)) {
   static_assert(!std::is_copy_constructible_v<Request> && !std::is_copy_assignable_v<Request>,
                 "a copy would release the same text twice");
@@ -79,6 +80,12 @@ Operation OperationOf(const std::string& member, Member run, const std::string& 
   Operation operation;
   operation.member = member;
   SetRun(operation, run);
+  operation.success = operation.IsWrite() ? logName + " SUCCESS[%d]" : "";
+  operation.failure = logName + " FAILED[%d]: %s";
+  for (const TextField& field : fields) {
+    operation.getters.push_back("Get" + field.name);
+  }
+  operation.request.fields = std::move(fields);
   operation.request.name = request;
   operation.request.isTraced = true;
   operation.request.isSet = std::is_base_of_v<BaseSet, Request>;
@@ -102,17 +109,13 @@ void SetWhere(Request& request, const Texts& texts) {
 // The entries.
 
 Operation Update() {
-  Operation own = OperationOf<UpdateRequest>("Update", &Database::Update, "UpdateRequest",
-                                             &SqlGenerator::GetUpdateSql,
-                                             [](UpdateRequest& request, const Texts& texts) {
-                                               request.SetTable(texts["table"]);
-                                               request.SetData(texts["column"], texts["value"]);
-                                               SetWhere(request, texts);
-                                             });
-  own.success = "update SUCCESS[%d]";
-  own.failure = "update FAILED[%d]: %s";
-  own.getters = {"GetTable"};
-  own.request.fields = {TableField<UpdateRequest>()};
+  Operation own = OperationOf<UpdateRequest>(
+      "Update", &Database::Update, "UpdateRequest", &SqlGenerator::GetUpdateSql, "update",
+      {TableField<UpdateRequest>()}, [](UpdateRequest& request, const Texts& texts) {
+        request.SetTable(texts["table"]);
+        request.SetData(texts["column"], texts["value"]);
+        SetWhere(request, texts);
+      });
   own.statements = {{"UPDATE {table} SET {column} = '{value}' WHERE {whereColumn}='{whereValue}'"}};
   const Texts texts = {{"table", "contact"},
                        {"column", "name"},
@@ -125,16 +128,12 @@ Operation Update() {
 }
 
 Operation Delete() {
-  Operation own = OperationOf<DeleteRequest>("Delete", &Database::Delete, "DeleteRequest",
-                                             &SqlGenerator::GetDeleteSql,
-                                             [](DeleteRequest& request, const Texts& texts) {
-                                               request.SetTable(texts["table"]);
-                                               SetWhere(request, texts);
-                                             });
-  own.success = "delete SUCCESS[%d]";
-  own.failure = "delete FAILED[%d]: %s";
-  own.getters = {"GetTable"};
-  own.request.fields = {TableField<DeleteRequest>()};
+  Operation own = OperationOf<DeleteRequest>(
+      "Delete", &Database::Delete, "DeleteRequest", &SqlGenerator::GetDeleteSql, "delete",
+      {TableField<DeleteRequest>()}, [](DeleteRequest& request, const Texts& texts) {
+        request.SetTable(texts["table"]);
+        SetWhere(request, texts);
+      });
   own.statements = {{"DELETE  FROM {table}", {"whereColumn"}},
                     {"DELETE  FROM {table} WHERE {whereColumn}='{whereValue}'"}};
   const Texts all = {{"table", "contact"}};
@@ -147,8 +146,8 @@ Operation Delete() {
 
 Operation Upsert() {
   Operation own = OperationOf<UpsertRequest>(
-      "Upsert", &Database::Upsert, "UpsertRequest", &SqlGenerator::GetUpsertSql,
-      [](UpsertRequest& request, const Texts& texts) {
+      "Upsert", &Database::Upsert, "UpsertRequest", &SqlGenerator::GetUpsertSql, "Upsert",
+      {TableField<UpsertRequest>()}, [](UpsertRequest& request, const Texts& texts) {
         request.SetTable(texts["table"]);
         for (const std::string number : {"", "2", "3"}) {
           if (texts["column" + number] != nullptr) {
@@ -156,10 +155,6 @@ Operation Upsert() {
           }
         }
       });
-  own.success = "Upsert SUCCESS[%d]";
-  own.failure = "Upsert FAILED[%d]: %s";
-  own.getters = {"GetTable"};
-  own.request.fields = {TableField<UpsertRequest>()};
   own.statements = {
       {"INSERT OR REPLACE INTO {table} ({column}) VALUES ('{value}')", {"column2"}},
       {"INSERT OR REPLACE INTO {table} ({column}, {column2}) VALUES ('{value}', '{value2}')"}};
@@ -173,19 +168,17 @@ Operation Upsert() {
 Operation CreateTable() {
   Operation own = OperationOf<CreateRequest>(
       "CreateTable", &Database::CreateTable, "CreateRequest", &SqlGenerator::GetCreateTableSql,
+      "createTable",
+      {TableField<CreateRequest>(),
+       PairField("PrimaryKey", &CreateRequest::SetPrimaryKey, &CreateRequest::GetPrimaryKey),
+       PairField("CompositeKey", &CreateRequest::SetCompositeKey, &CreateRequest::GetCompositeKey)},
       [](CreateRequest& request, const Texts& texts) {
         request.SetTable(texts["table"]);
         request.SetPrimaryKey(texts["key"], texts["keyType"]);
         request.SetCompositeKey(texts["key2"], texts["keyType2"]);
         request.SetColumnKey(texts["column"], texts["type"]);
       });
-  own.success = "createTable SUCCESS[%d]";
-  own.failure = "createTable FAILED[%d]: %s";
-  own.getters = {"GetTable", "GetPrimaryKey", "GetCompositeKey", "GetColumnKey"};
-  own.request.fields = {
-      TableField<CreateRequest>(),
-      PairField("PrimaryKey", &CreateRequest::SetPrimaryKey, &CreateRequest::GetPrimaryKey),
-      PairField("CompositeKey", &CreateRequest::SetCompositeKey, &CreateRequest::GetCompositeKey)};
+  own.getters.push_back("GetColumnKey");  // of a list
   own.statements = {
       {"CREATE TABLE IF NOT EXISTS {table} (_ID INTEGER PRIMARY KEY, {column} {type})",
        {"key", "keyType"},
@@ -208,12 +201,9 @@ Operation CreateTable() {
 
 Operation DropTable() {
   Operation own = OperationOf<DropRequest>(
-      "DropTable", &Database::DropTable, "DropRequest", &SqlGenerator::GetDropTableSql,
+      "DropTable", &Database::DropTable, "DropRequest", &SqlGenerator::GetDropTableSql, "DropTable",
+      {TableField<DropRequest>()},
       [](DropRequest& request, const Texts& texts) { request.SetTable(texts["table"]); });
-  own.success = "DropTable SUCCESS[%d]";
-  own.failure = "DropTable FAILED[%d]: %s";
-  own.getters = {"GetTable"};
-  own.request.fields = {TableField<DropRequest>()};
   own.statements = {{"DROP TABLE {table}"}};
   own.cases = {{"DropTable", {{"table", "note"}}, kContacts}};
   own.worksOnce = true;
@@ -221,16 +211,13 @@ Operation DropTable() {
 }
 
 Operation Select() {
-  Operation own = OperationOf<SelectRequest>("Select", &Database::Select, "SelectRequest",
-                                             &SqlGenerator::GetSelectSql,
-                                             [](SelectRequest& request, const Texts& texts) {
-                                               request.SetTable(texts["table"]);
-                                               SetWhere(request, texts);
-                                             });
-  own.failure = "SELECT FAILED[%d]: %s";
+  Operation own = OperationOf<SelectRequest>(
+      "Select", &Database::Select, "SelectRequest", &SqlGenerator::GetSelectSql, "SELECT",
+      {TableField<SelectRequest>()}, [](SelectRequest& request, const Texts& texts) {
+        request.SetTable(texts["table"]);
+        SetWhere(request, texts);
+      });
   own.openFailure = "OpenDB Error: %d";
-  own.getters = {"GetTable"};
-  own.request.fields = {TableField<SelectRequest>()};
   own.statements = {{"SELECT * FROM {table}", {"whereColumn"}},
                     {"SELECT * FROM {table} WHERE {whereColumn}='{whereValue}'"}};
   const Texts all = {{"table", "contact"}};
@@ -242,17 +229,14 @@ Operation Select() {
 
 Operation JoinSelect() {
   Operation own = OperationOf<JoinRequest>(
-      "JoinSelect", &Database::JoinSelect, "JoinRequest", &SqlGenerator::GetJoinSql,
+      "JoinSelect", &Database::JoinSelect, "JoinRequest", &SqlGenerator::GetJoinSql, "JoinSelect",
+      {PairField("LeftJoin", &JoinRequest::SetLeftJoin, &JoinRequest::GetLeftJoin),
+       PairField("RightJoin", &JoinRequest::SetRightJoin, &JoinRequest::GetRightJoin)},
       [](JoinRequest& request, const Texts& texts) {
         request.SetLeftJoin(texts["table"], texts["column"]);
         request.SetRightJoin(texts["table2"], texts["column2"]);
         SetWhere(request, texts);
       });
-  own.failure = "JoinSelect FAILED[%d]: %s";
-  own.getters = {"GetLeftJoin", "GetRightJoin"};
-  own.request.fields = {
-      PairField("LeftJoin", &JoinRequest::SetLeftJoin, &JoinRequest::GetLeftJoin),
-      PairField("RightJoin", &JoinRequest::SetRightJoin, &JoinRequest::GetRightJoin)};
   const std::string sql =
       "SELECT  * FROM {table} INNER JOIN {table2} ON {table}.{column} = {table2}.{column2}";
   own.statements = {{sql, {"whereColumn"}}, {sql + " WHERE {whereColumn}='{whereValue}'"}};
@@ -405,10 +389,12 @@ const char* Schema() {
 }
 
 Strings Contents(const TemporaryDatabase& file) {
+  const Locker reader(file, "");
   Strings contents;
   for (const std::string& table :
-       file.Rows("SELECT name FROM sqlite_master WHERE type = 'table' ORDER BY name")) {
-    contents = contents + Strings{table} + file.Rows("SELECT * FROM \"" + table + "\" ORDER BY 1");
+       reader.Rows("SELECT name FROM sqlite_master WHERE type = 'table' ORDER BY name")) {
+    contents =
+        contents + Strings{table} + reader.Rows("SELECT * FROM \"" + table + "\" ORDER BY 1");
   }
   return contents;
 }

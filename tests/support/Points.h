@@ -35,11 +35,11 @@ class Table : public ::testing::Environment {
   std::map<std::string, std::map<std::string, int>> m_counts;
 };
 
-// So many points of one subject, such as "Upsert", and one kind of failure.
-inline void Add(const std::string& subject, const std::string& kind, int count = 1) {
+// The points of one subject, such as "Upsert", and one kind of failure.
+inline int& Count(const std::string& subject, const std::string& kind) {
   static auto* const table =
       static_cast<Table*>(::testing::AddGlobalTestEnvironment(new Table));  // which owns it
-  table->Count(subject, kind) += count;
+  return table->Count(subject, kind);
 }
 
 }  // namespace points

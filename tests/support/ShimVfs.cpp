@@ -38,82 +38,60 @@ int Perform(int answer, Call call) {
   return answer < SQLITE_OK ? -answer : rc;
 }
 
+// What a method's arguments say about its call.
+void Describe(FileEvent& event, void* /*buffer*/, int amount, sqlite3_int64 offset) {
+  event.amount = amount;
+  event.offset = offset;
+}
+
+void Describe(FileEvent& event, const void* data, int amount, sqlite3_int64 offset) {
+  event.data = data;
+  event.amount = amount;
+  event.offset = offset;
+}
+
+void Describe(FileEvent& event, sqlite3_int64 size) { event.offset = size; }
+
+void Describe(FileEvent& event, int flags) { event.flags = flags; }
+
+void Describe(FileEvent& /*event*/, void* /*result*/) {}
+
 template <auto Method, typename... Arguments>
-int PerformOn(sqlite3_file* file, const FileEvent& event, Arguments... arguments) {
-  return Perform(AskFile(file, event),
-                 [&] { return (RealFile(file)->pMethods->*Method)(RealFile(file), arguments...); });
+int Forward(sqlite3_file* file, Arguments... arguments) {
+  return (RealFile(file)->pMethods->*Method)(RealFile(file), arguments...);
+}
+
+template <auto Method, FileCall Call, typename... Arguments>
+int AskAndForward(sqlite3_file* file, Arguments... arguments) {
+  FileEvent event = {Call};
+  Describe(event, arguments...);
+  return Perform(AskFile(file, event), [&] { return Forward<Method>(file, arguments...); });
 }
 
 int Close(sqlite3_file* file) {
   AskFile(file, {FileCall::kClose});
-  return RealFile(file)->pMethods->xClose(RealFile(file));
-}
-
-int Read(sqlite3_file* file, void* buffer, int amount, sqlite3_int64 offset) {
-  return PerformOn<&sqlite3_io_methods::xRead>(file, {FileCall::kRead, "", offset, amount}, buffer,
-                                               amount, offset);
-}
-
-int Write(sqlite3_file* file, const void* data, int amount, sqlite3_int64 offset) {
-  return PerformOn<&sqlite3_io_methods::xWrite>(file, {FileCall::kWrite, "", offset, amount, data},
-                                                data, amount, offset);
-}
-
-int Truncate(sqlite3_file* file, sqlite3_int64 size) {
-  return PerformOn<&sqlite3_io_methods::xTruncate>(file, {FileCall::kTruncate, "", size}, size);
-}
-
-int Sync(sqlite3_file* file, int flags) {
-  return PerformOn<&sqlite3_io_methods::xSync>(file, {FileCall::kSync, "", 0, 0, nullptr, flags},
-                                               flags);
-}
-
-int FileSize(sqlite3_file* file, sqlite3_int64* size) {
-  return PerformOn<&sqlite3_io_methods::xFileSize>(file, {FileCall::kFileSize}, size);
-}
-
-int Lock(sqlite3_file* file, int kind) {
-  return PerformOn<&sqlite3_io_methods::xLock>(file, {FileCall::kLock, "", 0, 0, nullptr, kind},
-                                               kind);
-}
-
-int Unlock(sqlite3_file* file, int kind) {
-  return PerformOn<&sqlite3_io_methods::xUnlock>(file, {FileCall::kUnlock, "", 0, 0, nullptr, kind},
-                                                 kind);
-}
-
-int CheckReservedLock(sqlite3_file* file, int* result) {
-  return PerformOn<&sqlite3_io_methods::xCheckReservedLock>(file, {FileCall::kCheckReservedLock},
-                                                            result);
-}
-
-int FileControl(sqlite3_file* file, int operation, void* argument) {
-  return RealFile(file)->pMethods->xFileControl(RealFile(file), operation, argument);
-}
-
-int SectorSize(sqlite3_file* file) { return RealFile(file)->pMethods->xSectorSize(RealFile(file)); }
-
-int DeviceCharacteristics(sqlite3_file* file) {
-  return RealFile(file)->pMethods->xDeviceCharacteristics(RealFile(file));
+  return Forward<&sqlite3_io_methods::xClose>(file);
 }
 
 // Of the first version: without write-ahead logs and memory mapping, which the
 // library never asks for.
 sqlite3_io_methods FirstVersion() {
-  sqlite3_io_methods methods{};
+  using Methods = sqlite3_io_methods;
+  Methods methods{};
   methods.iVersion = 1;
   methods.xClose = Close;
-  methods.xRead = Read;
-  methods.xWrite = Write;
-  methods.xTruncate = Truncate;
-  methods.xSync = Sync;
-  methods.xFileSize = FileSize;
-  methods.xLock = Lock;
-  methods.xUnlock = Unlock;
-  methods.xCheckReservedLock = CheckReservedLock;
-  methods.xFileControl = FileControl;
-  methods.xSectorSize = SectorSize;
-  methods.xDeviceCharacteristics = DeviceCharacteristics;
+  methods.xRead = AskAndForward<&Methods::xRead, FileCall::kRead>;
+  methods.xWrite = AskAndForward<&Methods::xWrite, FileCall::kWrite>;
+  methods.xTruncate = AskAndForward<&Methods::xTruncate, FileCall::kTruncate>;
+  methods.xSync = AskAndForward<&Methods::xSync, FileCall::kSync>;
+  methods.xFileSize = AskAndForward<&Methods::xFileSize, FileCall::kFileSize>;
+  methods.xLock = AskAndForward<&Methods::xLock, FileCall::kLock>;
+  methods.xUnlock = AskAndForward<&Methods::xUnlock, FileCall::kUnlock>;
+  methods.xCheckReservedLock =
+      AskAndForward<&Methods::xCheckReservedLock, FileCall::kCheckReservedLock>;
+  methods.xFileControl = Forward<&Methods::xFileControl>;
+  methods.xSectorSize = Forward<&Methods::xSectorSize>;
+  methods.xDeviceCharacteristics = Forward<&Methods::xDeviceCharacteristics>;
   return methods;
 }
 

@@ -20,7 +20,6 @@ namespace {
 
 std::map<std::string, std::deque<Step>> scripts;
 std::optional<std::string> errorText;
-std::vector<std::string> calls;
 std::vector<Reply> replies;
 std::function<void(const std::string&, int)> observe;
 std::vector<sqlite3*> connections;
@@ -30,9 +29,16 @@ std::vector<char*> errorTexts;
 // The tests' own calls, and SQLite's calls to itself, pass through here too. They are
 // many, and dladdr would look up a symbol for each.
 bool IsFromLibrary(const void* caller) {
+  static const link_map* library = nullptr;
   dl_find_object object;
-  return _dl_find_object(const_cast<void*>(caller), &object) == 0 &&
-         std::strstr(object.dlfo_link_map->l_name, "libvorndatabase.so") != nullptr;
+  if (_dl_find_object(const_cast<void*>(caller), &object) != 0) {
+    return false;
+  }
+  if (library == nullptr &&
+      std::strstr(object.dlfo_link_map->l_name, "libvorndatabase.so") != nullptr) {
+    library = object.dlfo_link_map;
+  }
+  return object.dlfo_link_map == library;
 }
 
 template <typename Function>
@@ -55,17 +61,10 @@ Step Next(const std::string& function) {
   return step;
 }
 
-void Note(const std::string& function, const std::string& arguments) {
-  calls.push_back(function + "(" + arguments + ")");
-  journal::Add(journal::Kind::kSqlite, calls.back());
-}
-
-void NoteReply(const std::string& function, int result) {
-  replies.push_back({function, result, std::nullopt, false});
-}
-
-void NoteReply(const std::string& function, const char* text) {
-  replies.push_back({function, 0, TextOrNone(text), false});
+Reply& Note(const std::string& function, const std::string& arguments) {
+  replies.push_back({function, function + "(" + arguments + ")", 0, std::nullopt, false});
+  journal::Add(journal::Kind::kSqlite, replies.back().call);
+  return replies.back();
 }
 
 template <typename Handle>
@@ -77,15 +76,15 @@ void Remove(std::vector<Handle>& handles, Handle handle) {
 // null can be scripted.
 template <typename RealCall>
 auto Run(const std::string& function, const std::string& arguments, RealCall real) {
-  Note(function, arguments);
+  Reply& reply = Note(function, arguments);
   const Step step = Next(function);
   auto result = step.callsReal ? real() : decltype(real()){};
   if constexpr (std::is_pointer_v<decltype(real())>) {
     result = step.answer ? nullptr : result;
-    NoteReply(function, reinterpret_cast<const char*>(result));
+    reply.text = TextOrNone(reinterpret_cast<const char*>(result));
   } else {
     result = step.answer.value_or(result);
-    NoteReply(function, result);
+    reply.result = result;
     if (observe) {
       observe(function, result);
     }
@@ -111,13 +110,19 @@ void Script(const std::string& function, int count, Step step) {
 
 void SetErrorText(std::string text) { errorText = std::move(text); }
 
-std::vector<std::string> Calls() { return calls; }
+std::vector<std::string> Calls() {
+  std::vector<std::string> calls;
+  for (const Reply& reply : replies) {
+    calls.push_back(reply.call);
+  }
+  return calls;
+}
 
 std::vector<Reply> Replies() { return replies; }
 
 int CountCalls(const std::string& function) {
-  return static_cast<int>(std::count_if(calls.begin(), calls.end(), [&](const std::string& call) {
-    return call.compare(0, function.size() + 1, function + "(") == 0;
+  return static_cast<int>(std::count_if(replies.begin(), replies.end(), [&](const Reply& reply) {
+    return reply.function == function;
   }));
 }
 
@@ -155,7 +160,6 @@ int MemoryBlocks() {
 void Reset() {
   scripts.clear();
   errorText.reset();
-  calls.clear();
   replies.clear();
   observe = nullptr;
 }
@@ -220,16 +224,15 @@ int sqlite3_exec(sqlite3* db, const char* sql, int (*callback)(void*, int, char*
 void sqlite3_free(void* memory) {
   SPY(sqlite3_free, memory)
   Note("sqlite3_free", memory == nullptr ? "null" : "");
-  NoteReply("sqlite3_free", 0);
   Remove(errorTexts, static_cast<char*>(memory));
   real(memory);
 }
 
 const char* sqlite3_errmsg(sqlite3* db) {
   SPY(sqlite3_errmsg, db)
-  Note("sqlite3_errmsg", db == nullptr ? "null" : "");
+  Reply& reply = Note("sqlite3_errmsg", db == nullptr ? "null" : "");
   const char* const text = errorText ? errorText->c_str() : real(db);
-  NoteReply("sqlite3_errmsg", text);
+  reply.text = TextOrNone(text);
   return text;
 }
 
@@ -256,32 +259,22 @@ int sqlite3_finalize(sqlite3_stmt* stmt) {
   });
 }
 
-int sqlite3_step(sqlite3_stmt* stmt) {
-  SPY(sqlite3_step, stmt)
-  return Run("sqlite3_step", "", [&] { return real(stmt); });
-}
+#define SPY_ON_STATEMENT(function)                         \
+  int function(sqlite3_stmt* stmt) {                       \
+    SPY(function, stmt)                                    \
+    return Run(#function, "", [&] { return real(stmt); }); \
+  }
 
-int sqlite3_column_count(sqlite3_stmt* stmt) {
-  SPY(sqlite3_column_count, stmt)
-  return Run("sqlite3_column_count", "", [&] { return real(stmt); });
-}
+SPY_ON_STATEMENT(sqlite3_step)
+SPY_ON_STATEMENT(sqlite3_column_count)
 
-const char* sqlite3_column_name(sqlite3_stmt* stmt, int column) {
-  SPY(sqlite3_column_name, stmt, column)
-  return Run("sqlite3_column_name", std::to_string(column), [&] { return real(stmt, column); });
-}
+#define SPY_ON_COLUMN(Result, function)                                                \
+  Result function(sqlite3_stmt* stmt, int column) {                                    \
+    SPY(function, stmt, column)                                                        \
+    return Run(#function, std::to_string(column), [&] { return real(stmt, column); }); \
+  }
 
-int sqlite3_column_type(sqlite3_stmt* stmt, int column) {
-  SPY(sqlite3_column_type, stmt, column)
-  return Run("sqlite3_column_type", std::to_string(column), [&] { return real(stmt, column); });
-}
-
-const unsigned char* sqlite3_column_text(sqlite3_stmt* stmt, int column) {
-  SPY(sqlite3_column_text, stmt, column)
-  return Run("sqlite3_column_text", std::to_string(column), [&] { return real(stmt, column); });
-}
-
-int sqlite3_column_int(sqlite3_stmt* stmt, int column) {
-  SPY(sqlite3_column_int, stmt, column)
-  return Run("sqlite3_column_int", std::to_string(column), [&] { return real(stmt, column); });
-}
+SPY_ON_COLUMN(const char*, sqlite3_column_name)
+SPY_ON_COLUMN(const unsigned char*, sqlite3_column_text)
+SPY_ON_COLUMN(int, sqlite3_column_type)
+SPY_ON_COLUMN(int, sqlite3_column_int)

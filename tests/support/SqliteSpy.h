@@ -43,7 +43,7 @@ int CountCalls(const std::string& function);
 
 // What came back from each of these calls.
 struct Reply {
-  std::string function;
+  std::string function, call;
   int result;                       // 0 where there is none
   std::optional<std::string> text;  // of functions that give one, unless it is null
   bool hasHandle;                   // of an open: whether there is a connection

@@ -57,19 +57,7 @@ TemporaryDirectory::~TemporaryDirectory() {
 void TemporaryDatabase::Run(const std::string& sql) const { Rows(sql); }
 
 std::vector<std::string> TemporaryDatabase::Rows(const std::string& sql) const {
-  sqlite3* const db = Open(Path());
-  std::vector<std::string> rows;
-  const auto addRow = [&rows](sqlite3_stmt* stmt) {
-    std::string row;
-    for (int column = 0; column < sqlite3_column_count(stmt); ++column) {
-      const char* const text = TextAt(stmt, column);
-      row += (column == 0 ? "" : "|") + std::string(text == nullptr ? "NULL" : text);
-    }
-    rows.push_back(row);
-  };
-  EXPECT_EQ(SQLITE_OK, Step(db, sql.c_str(), -1, addRow)) << sql;
-  sqlite3_close_v2(db);
-  return rows;
+  return Locker(*this, "").Rows(sql);
 }
 
 Answer TemporaryDatabase::Ask(const std::string& sql, int statements) const {
@@ -100,6 +88,20 @@ Locker::Locker(const TemporaryDatabase& database, const std::string& begin)
 
 int Locker::Run(const std::string& sql) {
   return sqlite3_exec(m_db, sql.c_str(), nullptr, nullptr, nullptr);
+}
+
+std::vector<std::string> Locker::Rows(const std::string& sql) const {
+  std::vector<std::string> rows;
+  const auto addRow = [&rows](sqlite3_stmt* stmt) {
+    std::string row;
+    for (int column = 0; column < sqlite3_column_count(stmt); ++column) {
+      const char* const text = TextAt(stmt, column);
+      row += (column == 0 ? "" : "|") + std::string(text == nullptr ? "NULL" : text);
+    }
+    rows.push_back(row);
+  };
+  EXPECT_EQ(SQLITE_OK, Step(m_db, sql.c_str(), -1, addRow)) << sql;
+  return rows;
 }
 
 Locker::~Locker() { sqlite3_close_v2(m_db); }

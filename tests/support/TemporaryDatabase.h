@@ -57,7 +57,7 @@ class TemporaryDatabase {
   TemporaryDirectory m_directory;
 };
 
-// A connection of the test's own that holds a lock on the file while it lives.
+// A connection of the test's own. A lock that it takes is held while it lives.
 class Locker {
  public:
   // `begin` is such as "BEGIN EXCLUSIVE", or several statements.
@@ -68,6 +68,7 @@ class Locker {
 
   // Runs further statements, without their rows; answers SQLite's result code.
   int Run(const std::string& sql);
+  std::vector<std::string> Rows(const std::string& sql) const;
 
  private:
   sqlite3* m_db = nullptr;

@@ -20,7 +20,7 @@ class ExhaustedPairTest : public LibraryTest, public ::testing::WithParamInterfa
 };
 
 TEST_P(ExhaustedPairTest, SetterLeavesTheFirstOfTwoTextsStored) {
-  heap_spy::FailAfter(1);
+  heap_spy::Point().Set(1);
   EXPECT_THROW(field.set(*request, "first", "second"), std::bad_alloc);
   field.set(*request, nullptr, "later");
   field.get(*request, first, second);
@@ -30,7 +30,7 @@ TEST_P(ExhaustedPairTest, SetterLeavesTheFirstOfTwoTextsStored) {
 
 TEST_P(ExhaustedPairTest, GetterLeavesTheFirstOfTwoTextsRead) {
   field.set(*request, kLongText.c_str(), kLongText.c_str());
-  heap_spy::FailAfter(1);
+  heap_spy::Point().Set(1);
   EXPECT_THROW(field.get(*request, first, second), std::bad_alloc);
   EXPECT_EQ(kLongText, first);
   EXPECT_EQ("old", second);
@@ -55,13 +55,13 @@ class ExhaustedStatementTest : public LibraryTest {
     int successes = 0;
     for (bool hasFailed = true; hasFailed; ++successes) {
       hasFailed = false;
-      heap_spy::FailAfter(successes);
+      heap_spy::Point().Set(successes);
       try {
         operation.request.generate(*request, sql);
       } catch (const std::bad_alloc&) {
         hasFailed = true;
       }
-      heap_spy::FailNever();
+      heap_spy::Point().Clear();
       if (hasFailed) {
         EXPECT_EQ("old text", sql);
         std::string("old text").swap(sql);  // without room to grow into

@@ -5,9 +5,9 @@
 #define VORN_TESTS_FAULT_CONTRACT_H
 
 #include <functional>
-#include <iosfwd>
 #include <map>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "Cursor.h"
@@ -18,14 +18,8 @@ namespace contract {
 
 using operations::Strings;
 
-// Everything that a cursor holds.
-struct CursorImage {
-  Strings names;
-  std::map<std::string, Strings> cells;
-  int position = -1;
-};
-bool operator==(const CursorImage& left, const CursorImage& right);
-std::ostream& operator<<(std::ostream& stream, const CursorImage& image);
+// Everything that a cursor holds: the names of its columns, their cells, its position.
+using CursorImage = std::tuple<Strings, std::map<std::string, Strings>, int>;
 CursorImage ImageOf(Cursor& cursor);
 
 enum class End { kReturned, kBadAlloc, kLogicError };
@@ -35,8 +29,7 @@ struct Run {
   End end = End::kReturned;
   int result = 0;
   Strings lines;
-  Strings locks;
-  std::size_t waits = 0;
+  Strings locks, waits;
   std::vector<sqlite_spy::Reply> replies;
   CursorImage cursorBefore, cursor;
   bool existsBefore = false, exists = false;

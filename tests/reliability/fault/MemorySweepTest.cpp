@@ -2,43 +2,55 @@
 // SQLite's.
 
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 
-#include "FakePlatform.h"
+#include <stdexcept>
+
 #include "HeapSpy.h"
 #include "LibraryTest.h"
-#include "SqliteHeap.h"
 #include "Sweep.h"
 
 namespace {
 
-Fault OwnMemory() {
-  return {"the library's memory", "an allocation", heap_spy::FailAfter, heap_spy::FailNever, true};
+FaultPoint sqlitePoint;
+sqlite3_mem_methods heap;
+
+void* Allocate(int size) { return sqlitePoint.Fails() ? nullptr : heap.xMalloc(size); }
+
+void* Reallocate(void* block, int size) {
+  return sqlitePoint.Fails() ? nullptr : heap.xRealloc(block, size);
 }
 
-// Lines that are converted take memory, too: that of a success comes when all is
-// done.
-Fault OwnMemoryWithProtectedLines() {
-  Fault fault = OwnMemory();
-  fault.kind += " with protected lines";
-  fault.protectsLog = true;
-  fault.mayComeAfterEffect = true;
-  return fault;
-}
-
-Fault SqliteMemory() {
-  return {"SQLite's memory", "an allocation", sqlite_heap::FailAfter, sqlite_heap::FailNever};
-}
+// SQLite takes another heap only before its first use. Without the memory that it keeps in hand
+// for small things, every request can fail.
+const bool kInstalled = [] {
+  bool isDone = sqlite3_config(SQLITE_CONFIG_LOOKASIDE, 0, 0) == SQLITE_OK &&
+                sqlite3_config(SQLITE_CONFIG_GETMALLOC, &heap) == SQLITE_OK;
+  sqlite3_mem_methods methods = heap;
+  methods.xMalloc = Allocate;
+  methods.xRealloc = Reallocate;
+  isDone = isDone && sqlite3_config(SQLITE_CONFIG_MALLOC, &methods) == SQLITE_OK;
+  return isDone ? isDone : throw std::logic_error("SQLite is in use");
+}();
 
 class MemorySweepTest : public LibraryTest,
                         public ::testing::WithParamInterface<operations::Operation> {};
 
-TEST_P(MemorySweepTest, TheLibrarysOwn) { EXPECT_GT(SweepOver(GetParam(), OwnMemory()), 0); }
-
-TEST_P(MemorySweepTest, TheLibrarysOwnWithProtectedLines) {
-  EXPECT_GT(SweepOver(GetParam(), OwnMemoryWithProtectedLines()), 0);
+TEST_P(MemorySweepTest, TheLibrarysOwn) {
+  EXPECT_GT(SweepOver(GetParam(), {"the library's memory", "allocation", heap_spy::Point(), true}),
+            0);
 }
 
-TEST_P(MemorySweepTest, SqliteS) { EXPECT_GT(SweepOver(GetParam(), SqliteMemory()), 0); }
+// Lines that are converted take memory, too: that of a success comes when all is done.
+TEST_P(MemorySweepTest, TheLibrarysOwnWithProtectedLines) {
+  EXPECT_GT(SweepOver(GetParam(), {"the library's memory with protected lines", "an allocation",
+                                   heap_spy::Point(), true, true, true}),
+            0);
+}
+
+TEST_P(MemorySweepTest, SqliteS) {
+  EXPECT_GT(SweepOver(GetParam(), {"SQLite's memory", "allocation", sqlitePoint}), 0);
+}
 
 INSTANTIATE_TEST_SUITE_P(, MemorySweepTest, ::testing::ValuesIn(operations::All()),
                          [](const auto& test) { return test.param.member; });

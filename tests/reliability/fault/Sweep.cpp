@@ -3,13 +3,16 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <iterator>
+#include <limits>
 #include <map>
 #include <memory>
+#include <utility>
 
 #include "Contract.h"
 #include "FakePlatform.h"
 #include "HeapSpy.h"
-#include "OpenFiles.h"
 #include "Points.h"
 #include "ShimVfs.h"
 #include "SqliteSpy.h"
@@ -43,6 +46,11 @@ Texts TextsOf(const Operation& operation) {
   return texts["value"] == nullptr ? texts : texts.With("value", std::string(6000, 'x'));
 }
 
+auto CountOpenFiles() {
+  using Files = std::filesystem::directory_iterator;
+  return std::distance(Files("/proc/self/fd"), Files());
+}
+
 // The database file of a sweep, which every run finds as it was.
 class World {
  public:
@@ -71,10 +79,16 @@ class World {
     }
   }
 
-  // Everything that the file holds. It must be sound, and nobody may lock it.
-  Strings Content() const {
-    EXPECT_EQ(Strings{"ok"}, m_file.Rows("BEGIN EXCLUSIVE; PRAGMA integrity_check"));
-    return operations::Contents(m_file);
+  // Everything that the file holds. It must be sound, and nobody may lock it. What equal bytes
+  // hold is looked up: that takes most of a sweep's time.
+  Strings Content() {
+    RollBack();
+    Strings& content = m_contents[ReadWholeFile(m_file.Path())];
+    if (content.empty()) {
+      EXPECT_EQ(Strings{"ok"}, m_file.Rows("PRAGMA integrity_check"));
+      content = operations::Contents(m_file);
+    }
+    return content;
   }
 
   const TemporaryDatabase& File() const { return m_file; }
@@ -82,6 +96,14 @@ class World {
 
  private:
   std::string JournalPath() const { return m_file.Path() + "-journal"; }
+
+  // Does what an interrupted write has left to do.
+  void RollBack() const {
+    sqlite3* db = nullptr;
+    EXPECT_EQ(SQLITE_OK, sqlite3_open(m_file.Path().c_str(), &db));
+    EXPECT_EQ(SQLITE_OK, sqlite3_exec(db, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr));
+    EXPECT_EQ(SQLITE_OK, sqlite3_close(db));
+  }
 
   // Keeps the files as they are when a write that lets the database grow has only
   // its journal to delete.
@@ -104,26 +126,37 @@ class World {
   std::string m_image;
   std::string m_journal;
   Strings m_before;
+  std::map<std::string, Strings> m_contents;  // by the file's bytes
 };
 
+// An operation on such a file, for all kinds of failures.
 class OperationSweep {
  public:
-  OperationSweep(const Operation& operation, const Fault& fault, Found found)
-      : m_operation(operation), m_fault(fault), m_world(found) {
-    const auto call = Make();
-    m_all = Record(*call, m_database);
+  OperationSweep(const Operation& operation, Found found) : m_operation(operation), m_world(found) {
+    Database database;
+    m_all = Record(*Make(), database);
     EXPECT_EQ(SQLITE_OK, m_all.result);
     m_after = m_world.Content();
   }
 
-  // Answers how many points there were.
-  int Run(FaultPoint::Kind kind) {
-    int points = 0;
-    // One point that fails tells more than a thousand.
-    while (RunPoint(points * test_numbers::Stride(), kind) && !::testing::Test::HasFailure()) {
-      ++points;
+  // Answers how many points there are.
+  int Run(const Fault& fault, int& points) {
+    const auto [known, isNew] = m_calls.try_emplace(fault.kind + fault.call);
+    if (isNew) {
+      EXPECT_EQ(0, FailuresAt(fault, std::numeric_limits<int>::max(), FaultPoint::Kind::kOnce));
+      known->second = fault.point.Calls();
     }
-    return points;
+    const int calls = known->second;
+    // The stride goes on from failure to failure: most have few points. One point that fails
+    // tells more than a thousand.
+    for (auto& [kind, next] : m_next) {
+      for (; next < calls && !::testing::Test::HasFailure(); next += test_numbers::Stride()) {
+        EXPECT_GT(FailuresAt(fault, next, kind), 0);
+        ++points;
+      }
+      next -= calls;
+    }
+    return 2 * calls;
   }
 
  private:
@@ -138,60 +171,56 @@ class OperationSweep {
     return call;
   }
 
-  // Answers whether there was such a point.
-  bool RunPoint(int successes, FaultPoint::Kind kind) {
-    SCOPED_TRACE(m_operation.member + ", " + m_fault.name + ": call " +
-                 std::to_string(successes + 1) +
+  // Answers how many calls have failed.
+  int FailuresAt(const Fault& fault, int successes, FaultPoint::Kind kind) {
+    SCOPED_TRACE(m_operation.member + ": " + fault.call + " " + std::to_string(successes + 1) +
                  (kind == FaultPoint::Kind::kOnce ? " fails" : " and all after it fail"));
+    Database database;
     auto call = Make();
     heap_spy::Start();
     heap_spy::Stop();
-    const int filesBefore = CountOpenFiles();
+    const auto filesBefore = CountOpenFiles();
     const int sqliteBefore = sqlite_spy::MemoryBlocks();
     int failures = 0;
     const contract::Run run = Record(
-        *call, m_database, [&] { StartFault(successes, kind); }, [&] { failures = EndFault(); });
+        *call, database,
+        [&] {
+          fake::SetEncryption(fault.protectsLog);
+          fake::SetConversion([](const std::string& message) { return message; });
+          heap_spy::Resume();
+          fault.point.Set(successes, kind);
+        },
+        [&] {
+          failures = fault.point.Clear();
+          heap_spy::Stop();
+        });
     Judge(m_operation, m_world.File(), run, m_all);
-    EXPECT_EQ(m_fault.isOwnMemory && failures > 0, run.end == contract::End::kBadAlloc);
+    EXPECT_EQ(fault.isOwnMemory && failures > 0, run.end == contract::End::kBadAlloc);
     EXPECT_EQ(filesBefore, CountOpenFiles());
     EXPECT_EQ(sqliteBefore, sqlite_spy::MemoryBlocks());
-    const bool isDone = JudgeEffect(run);
-    JudgeNextRun(*call, isDone);
+    JudgeNextRun(*call, database, JudgeEffect(run, fault.mayComeAfterEffect));
     call.reset();
     EXPECT_EQ(0, heap_spy::BlocksHeld());
-    return failures > 0;
-  }
-
-  void StartFault(int successes, FaultPoint::Kind kind) const {
-    fake::SetEncryption(m_fault.protectsLog);
-    fake::SetConversion([](const std::string& message) { return message; });
-    heap_spy::Resume();
-    m_fault.set(successes, kind);
-  }
-
-  int EndFault() const {
-    const int failures = m_fault.clear();
-    heap_spy::Stop();
     return failures;
   }
 
   // All of the effect, or nothing; all, if the result says so. Answers whether it is there.
-  bool JudgeEffect(const contract::Run& run) const {
+  bool JudgeEffect(const contract::Run& run, bool mayComeAfterEffect) {
     const Strings content = m_world.Content();
     EXPECT_THAT(content, AnyOf(m_world.Before(), m_after));
     const bool isDone = content == m_after;
     if (run.end == contract::End::kReturned && run.result == SQLITE_OK) {
       EXPECT_TRUE(isDone) << "an acknowledged effect is not there";
-    } else if (m_after != m_world.Before() && !m_fault.mayComeAfterEffect) {
+    } else if (m_after != m_world.Before() && !mayComeAfterEffect) {
       EXPECT_FALSE(isDone) << "an effect is there that was not acknowledged";
     }
     return isDone;
   }
 
   // The same objects do their work when nothing fails any more.
-  void JudgeNextRun(Call& call, bool isDone) {
+  void JudgeNextRun(Call& call, Database& database, bool isDone) {
     call.exists = false;
-    const contract::Run run = Record(call, m_database, heap_spy::Resume, heap_spy::Stop);
+    const contract::Run run = Record(call, database, heap_spy::Resume, heap_spy::Stop);
     Judge(m_operation, m_world.File(), run, m_all);
     EXPECT_EQ(isDone && m_operation.worksOnce ? SQLITE_ERROR : SQLITE_OK, run.result);
     EXPECT_EQ(m_after, m_world.Content());
@@ -200,22 +229,24 @@ class OperationSweep {
   }
 
   const Operation& m_operation;
-  const Fault& m_fault;
-  const World m_world;
-  Database m_database;
+  World m_world;
   contract::Run m_all;
   Strings m_after;
+  std::map<std::string, int> m_calls;  // of a kind that a run makes when none fails
+  std::map<FaultPoint::Kind, int> m_next = {
+      {FaultPoint::Kind::kOnce, 0}, {FaultPoint::Kind::kAlways, test_numbers::Stride() / 2}};
 };
 
 }  // namespace
 
 int SweepOver(const Operation& operation, const Fault& fault, Found found) {
-  OperationSweep sweep(operation, fault, found);
-  const int points = sweep.Run(FaultPoint::Kind::kOnce) + sweep.Run(FaultPoint::Kind::kAlways);
+  static std::map<std::pair<std::string, Found>, OperationSweep> sweeps;
+  OperationSweep& sweep =
+      sweeps.try_emplace({operation.member, found}, operations::Get(operation.member), found)
+          .first->second;
   const std::map<Found, std::string> also = {{Found::kFile, ""},
                                              {Found::kHotJournal, " with a hot journal"},
                                              {Found::kAutoVacuum, " with auto_vacuum"},
                                              {Found::kNoFile, " without a file"}};
-  points::Add(operation.member, fault.kind + also.at(found), points);
-  return points;
+  return sweep.Run(fault, points::Count(operation.member, fault.kind + also.at(found)));
 }

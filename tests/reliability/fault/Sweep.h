@@ -3,7 +3,6 @@
 #ifndef VORN_TESTS_FAULT_SWEEP_H
 #define VORN_TESTS_FAULT_SWEEP_H
 
-#include <functional>
 #include <string>
 
 #include "FaultPoint.h"
@@ -12,11 +11,10 @@
 // Something that can be made to fail at a point of a run.
 struct Fault {
   std::string kind;  // of sweep
-  std::string name;  // of what fails
-  std::function<void(int successes, FaultPoint::Kind kind)> set;
-  std::function<int()> clear;  // answers how many calls have failed
-  bool isOwnMemory = false;    // the library's, so that the operation throws
-  bool protectsLog = false;    // lines take the path that builds texts
+  std::string call;  // that fails
+  FaultPoint& point;
+  bool isOwnMemory = false;  // the library's, so that the operation throws
+  bool protectsLog = false;  // lines take the path that builds texts
   // A write may report a failure although it is done: what failed came after.
   bool mayComeAfterEffect = false;
 };
@@ -26,8 +24,8 @@ struct Fault {
 // go, which the library never makes itself; or no file.
 enum class Found { kFile, kHotJournal, kAutoVacuum, kNoFile };
 
-// Fails the operation's first such call, its second, and so on until it makes no
-// more; each alone, and each with all that follow. Answers how many points it met.
+// Fails the operation's first such call, its second, and so on; each alone, and each with all
+// that follow. Answers how many points there are, of which VORN_TEST_STRIDE leaves some out.
 int SweepOver(const operations::Operation& operation, const Fault& fault,
               Found found = Found::kFile);
 

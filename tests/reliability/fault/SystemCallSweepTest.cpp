@@ -10,8 +10,7 @@
 
 #include <cerrno>
 #include <cstdarg>
-#include <ostream>
-#include <string>
+#include <utility>
 #include <vector>
 
 #include "LibraryTest.h"
@@ -20,19 +19,19 @@
 namespace {
 
 FaultPoint point;
-const char* failing = nullptr;  // the call
 int error = 0;
+bool syncsFail = false;
+sqlite3_syscall_ptr real = nullptr;  // what stood in the place of the failing call
 
-bool Fails(const std::string& call) {
-  if (failing == nullptr || call != failing || !point.Fails()) {
-    return false;
-  }
-  errno = error;
-  return true;
+bool Fails() {
+  const bool fails = point.Fails();
+  errno = fails ? error : errno;
+  return fails;
 }
 
-int Open(const char* path, int flags, mode_t mode) {
-  return Fails("open") ? -1 : open64(path, flags, mode);
+template <typename Result, typename... Arguments>
+Result Call(Arguments... arguments) {
+  return Fails() ? -1 : reinterpret_cast<Result (*)(Arguments...)>(real)(arguments...);
 }
 
 // Requests of locks fail, releases do not.
@@ -43,88 +42,59 @@ int Control(int file, int command, ...) {
   va_end(arguments);
   const bool isLock = (command == F_SETLK || command == F_SETLK64) &&
                       static_cast<const struct flock64*>(argument)->l_type != F_UNLCK;
-  return isLock && Fails("lock") ? -1 : fcntl64(file, command, argument);
+  return isLock && Fails() ? -1 : fcntl64(file, command, argument);
 }
-
-int Stat(int file, struct stat64* status) { return Fails("fstat") ? -1 : fstat64(file, status); }
-
-ssize_t Read(int file, void* buffer, size_t size, off64_t offset) {
-  return Fails("pread") ? -1 : pread64(file, buffer, size, offset);
-}
-
-ssize_t Write(int file, const void* data, size_t size, off64_t offset) {
-  return Fails("pwrite") ? -1 : pwrite64(file, data, size, offset);
-}
-
-int Truncate(int file, off64_t size) { return Fails("ftruncate") ? -1 : ftruncate64(file, size); }
-
-int Unlink(const char* path) { return Fails("unlink") ? -1 : unlink(path); }
-
-// While it lives, SQLite makes its calls here. Which of the names it uses for reading and
-// writing depends on how it was built.
-class SystemCalls {
- public:
-  SystemCalls() {
-    Set("open", Open);
-    Set("fcntl", Control);
-    Set("fstat", Stat);
-    Set("pread", Read);
-    Set("pread64", Read);
-    Set("pwrite", Write);
-    Set("pwrite64", Write);
-    Set("ftruncate", Truncate);
-    Set("unlink", Unlink);
-  }
-  ~SystemCalls() { m_vfs->xSetSystemCall(m_vfs, nullptr, nullptr); }
-  SystemCalls(const SystemCalls&) = delete;
-  SystemCalls& operator=(const SystemCalls&) = delete;
-
- private:
-  template <typename Function>
-  void Set(const char* name, Function* function) {
-    m_vfs->xSetSystemCall(m_vfs, name, reinterpret_cast<sqlite3_syscall_ptr>(function));
-  }
-
-  sqlite3_vfs* const m_vfs = sqlite3_vfs_find(nullptr);
-};
 
 struct Failing {
   const char* name;
-  const char* call;
   int error;
+  // The names of SQLite's for the call; which it uses depends on how it was built. None: a call
+  // that it makes directly.
+  std::vector<const char*> calls;
+  sqlite3_syscall_ptr function;
 };
+
+template <typename Function>
+Failing Replacing(const char* name, int code, std::vector<const char*> calls, Function* function) {
+  return {name, code, std::move(calls), reinterpret_cast<sqlite3_syscall_ptr>(function)};
+}
+
+std::vector<Failing> AllFailing() {
+  return {Replacing("Open", EMFILE, {"open"}, Call<int, const char*, int, int>),
+          Replacing("LockBusy", EAGAIN, {"fcntl"}, Control),
+          Replacing("Lock", EIO, {"fcntl"}, Control),
+          Replacing("Stat", EIO, {"fstat"}, Call<int, int, struct stat64*>),
+          Replacing("Read", EIO, {"pread", "pread64"}, Call<ssize_t, int, void*, size_t, off64_t>),
+          Replacing("WriteFull", ENOSPC, {"pwrite", "pwrite64"},
+                    Call<ssize_t, int, const void*, size_t, off64_t>),
+          Replacing("Write", EIO, {"pwrite", "pwrite64"},
+                    Call<ssize_t, int, const void*, size_t, off64_t>),
+          Replacing("Truncate", EIO, {"ftruncate"}, Call<int, int, off64_t>),
+          {"Sync", EIO, {}, nullptr},
+          Replacing("Unlink", EIO, {"unlink"}, Call<int, const char*>)};
+}
 
 class SystemCallSweepTest : public LibraryTest,
                             public ::testing::WithParamInterface<operations::Operation> {};
 
 TEST_P(SystemCallSweepTest, EveryCallWithAHotJournal) {
-  for (const Failing& each : std::vector<Failing>{{"Open", "open", EMFILE},
-                                                  {"LockBusy", "lock", EAGAIN},
-                                                  {"Lock", "lock", EIO},
-                                                  {"Stat", "fstat", EIO},
-                                                  {"Read", "pread", EIO},
-                                                  {"WriteFull", "pwrite", ENOSPC},
-                                                  {"Write", "pwrite", EIO},
-                                                  {"Truncate", "ftruncate", EIO},
-                                                  {"Sync", "fsync", EIO},
-                                                  {"Unlink", "unlink", EIO}}) {
-    const SystemCalls calls;
+  sqlite3_vfs* const vfs = sqlite3_vfs_find(nullptr);
+  for (const Failing& each : AllFailing()) {
     error = each.error;
-    Fault fault;
-    fault.kind = "system calls";
-    fault.name = each.name;
-    fault.set = [&each](int successes, FaultPoint::Kind kind) {
-      failing = each.call;
-      point.Set(successes, kind);
-    };
-    fault.clear = [] {
-      failing = nullptr;
-      return point.Failures();
-    };
+    syncsFail = each.calls.empty();
+    for (const char* call : each.calls) {
+      if (const sqlite3_syscall_ptr function = vfs->xGetSystemCall(vfs, call)) {
+        real = function;
+        vfs->xSetSystemCall(vfs, call, each.function);
+      }
+    }
+    Fault fault = {"system calls", each.name, point};
     // A write that is done lowers its lock, which is a request, too.
-    fault.mayComeAfterEffect = std::string(each.call) == "lock";
+    fault.mayComeAfterEffect = each.function == reinterpret_cast<sqlite3_syscall_ptr>(Control);
     EXPECT_GT(SweepOver(GetParam(), fault, Found::kHotJournal), 0) << each.name;
+    vfs->xSetSystemCall(vfs, nullptr, nullptr);
   }
+  syncsFail = false;
 }
 
 INSTANTIATE_TEST_SUITE_P(, SystemCallSweepTest, ::testing::ValuesIn(operations::All()),
@@ -133,6 +103,6 @@ INSTANTIATE_TEST_SUITE_P(, SystemCallSweepTest, ::testing::ValuesIn(operations::
 }  // namespace
 
 // In front of the C library's. What a test writes need not survive a power failure.
-int fsync(int /*file*/) { return Fails("fsync") ? -1 : 0; }
+int fsync(int /*file*/) { return syncsFail && Fails() ? -1 : 0; }
 
-int fdatasync(int /*file*/) { return Fails("fsync") ? -1 : 0; }
+int fdatasync(int /*file*/) { return syncsFail && Fails() ? -1 : 0; }

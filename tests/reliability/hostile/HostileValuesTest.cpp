@@ -53,7 +53,7 @@ TEST_P(HostileValuesTest, SqliteDecidesAndNothingElseHappens) {
     const bool isAccepted =
         Expect(*subject.operation, subject.own->texts.With(GetParam().slot, text)).code == 0;
     ++accepted[isAccepted];
-    points::Add("texts", isAccepted ? "accepted" : "refused");
+    ++points::Count("texts", isAccepted ? "accepted" : "refused");
     // A statement is done whole or not at all; several of them are not.
     const bool isOneStatement = UpToNul(text).find(';') == std::string::npos;
     if (!subject.operation->IsWrite() || (!isAccepted && isOneStatement)) {
