@@ -52,10 +52,11 @@ def test_forms_of_csv(contacts, load, content, count, rows):
 
 
 def test_standard_input(contacts):
-    assert (
-        contacts.done("import", "contact", "-", input=b"uid\na\n") == "1 row written to contact\n"
-    )
+    output = contacts.done("import", "contact", "-", input=b"uid\na\n")
+    assert output == "1 row written to contact\n"
     assert imported(contacts) == "a||\n"
+    message = "standard input, line 1: there is no line that names the columns"
+    contacts.fails(message, "import", "contact", "-", input=b"")
 
 
 def fails_with(tool, message):
