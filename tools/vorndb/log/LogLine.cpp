@@ -124,8 +124,8 @@ LogPrefix ParseLogPrefix(std::string_view text) {
              IsPriority(word[4])) {  // "P 4711 T 4712 E VORN: "
     prefix.priority = word[4].front();
     SetOrigin(prefix, word[1], word[3]);
-  } else if (!word->empty()) {
-    ParseBrackets(text.substr(static_cast<std::size_t>(word->data() - text.data())), prefix);
+  } else if (const std::string_view first = word[0]; !first.empty()) {
+    ParseBrackets(text.substr(static_cast<std::size_t>(first.data() - text.data())), prefix);
   }
   return prefix;
 }
