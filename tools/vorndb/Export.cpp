@@ -60,12 +60,11 @@ class OutputFile {
     FailIf(std::filesystem::exists(status) && !std::filesystem::is_regular_file(status),
            path + " is not a plain file");
     m_target = Followed(path);
-    const std::string part = m_target + "." + std::to_string(getpid()) + ".part";
+    m_part = m_target + "." + std::to_string(getpid()) + ".part";
     // A loop of links, among others, has no status.
-    FailIf(status.type() == std::filesystem::file_type::none || !MakeAnew(part),
+    FailIf(status.type() == std::filesystem::file_type::none || !MakeAnew(m_part),
            "cannot write " + path);
-    m_part = part;
-    m_stream.open(part, std::ios::binary);
+    m_stream.open(m_part, std::ios::binary);
     TakeOwnerAndMode(m_target, m_part);
   }
 
@@ -99,12 +98,6 @@ class OutputFile {
   std::ofstream m_stream;
 };
 
-void RefuseDatabase(const Arguments& arguments) {
-  std::error_code ignored;
-  FailIf(std::filesystem::equivalent(arguments.path, arguments.file, ignored),
-         arguments.path + " is the database itself");
-}
-
 }  // namespace
 
 void Export(const Arguments& arguments) {
@@ -114,7 +107,9 @@ void Export(const Arguments& arguments) {
       arguments.format.empty() ? FormatOfFile(arguments.path) : arguments.format;
   std::optional<OutputFile> output;
   if (!arguments.sql) {
-    RefuseDatabase(arguments);
+    std::error_code ignored;
+    FailIf(std::filesystem::equivalent(arguments.path, arguments.file, ignored),
+           arguments.path + " is the database itself");
     output.emplace(arguments.path, arguments.force);
   }
   Cursor cursor;
@@ -127,7 +122,7 @@ void Export(const Arguments& arguments) {
       throw Failure("nothing is exported: " + result.doubts.front());
     }
     output->Keep();
-    std::cout << CountedRows(result.rowCount) << " written to " << arguments.path << '\n';
+    std::cout << Counted(result.rowCount, "row") << " written to " << arguments.path << '\n';
   }
 }
 

@@ -20,8 +20,6 @@ using Width = std::optional<std::size_t>;
 constexpr std::size_t kGap = 2;
 constexpr std::size_t kNarrowest = 4;
 
-// --- For people -------------------------------------------------------------------------
-
 Texts PrintableTexts(const Row& row) {
   Texts texts;
   for (const auto& cell : row) {
@@ -87,8 +85,6 @@ void WriteTable(Result& result, Width width, std::ostream& output) {
     WriteTableRow(PrintableTexts(RowOf(result, row)), widths, output);
   }
 }
-
-// --- For programs -----------------------------------------------------------------------
 
 // In quotes only where needed: a reader may also drop spaces at the ends.
 void WriteCsvField(const std::string& text, std::ostream& output) {

@@ -192,7 +192,7 @@ void Import(const Arguments& arguments) {
   const std::uintmax_t size = file.is_open() ? std::filesystem::file_size(name, unknown) : 0;
   const std::size_t count = ImportRows(arguments, reader, unknown ? 0 : size);
   if (!arguments.sql) {
-    std::cout << CountedRows(count) << " written to " << arguments.table << '\n';
+    std::cout << Counted(count, "row") << " written to " << arguments.table << '\n';
   }
 }
 

@@ -33,10 +33,9 @@ bool Matches(const std::string& text, const char* pattern) {
   return matches;
 }
 
-using Parts = std::pair<std::string, std::string>;
-
 // Both sides of the first separator.
-Parts Split(const std::string& text, char separator, const std::string& form) {
+std::pair<std::string, std::string> Split(const std::string& text, char separator,
+                                          const std::string& form) {
   const std::size_t position = text.find(separator);
   RefuseIf(position == std::string::npos, "'" + text + "' is not " + form);
   return {text.substr(0, position), text.substr(position + 1)};

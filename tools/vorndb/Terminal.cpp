@@ -114,8 +114,8 @@ std::string Printable(const std::string& text) {
   return printable;
 }
 
-std::string CountedRows(std::size_t count) {
-  return std::to_string(count) + (count == 1 ? " row" : " rows");
+std::string Counted(std::size_t count, const std::string& noun) {
+  return std::to_string(count) + ' ' + noun + (count == 1 ? "" : "s");
 }
 
 std::size_t DisplayWidth(const std::string& text) { return Measure(text, std::string::npos).width; }

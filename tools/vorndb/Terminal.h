@@ -15,8 +15,8 @@ namespace vorndb {
 // U+FFFD.
 std::string Printable(const std::string& text);
 
-// "1 row", "2 rows".
-std::string CountedRows(std::size_t count);
+// "1 NOUN", "2 NOUNs".
+std::string Counted(std::size_t count, const std::string& noun);
 
 // The number of columns that a printable text takes on a terminal: two for wide
 // characters, none for combining ones.

@@ -54,8 +54,11 @@ class CommandLine {
     // The options of all commands may also follow the command.
     m_command->fallthrough();
     m_command->footer("Example:\n  vorndb " + example);
-    m_command->callback([this, run] {
-      if (!m_arguments.sql && run != Explain && run != LogReference) {
+    m_command->callback([this, run, name] {
+      if (run == Explain || run == LogReference) {
+        RefuseIf(m_arguments.sql || !m_arguments.file.empty(),
+                 std::string(name) + " reads no database: it takes neither -f nor --sql");
+      } else if (!m_arguments.sql) {
         RequireFileName(m_arguments.file);
       }
       ShowLog(m_arguments.verbose);

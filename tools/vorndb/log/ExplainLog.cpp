@@ -73,16 +73,11 @@ std::string NamedCodeOf(const Operation& operation) {
   return CodeOf(operation) + (found == names.end() ? "" : ' ' + found->second);
 }
 
-// "1 NOUN", "2 NOUNs".
-std::string Count(int count, const std::string& noun) {
-  return std::to_string(count) + ' ' + noun + (count == 1 ? "" : "s");
-}
-
 // A line about that many, unless there is none.
-void WriteCount(const char* before, int count, const char* noun, const char* after,
+void WriteCount(const char* before, std::size_t count, const char* noun, const char* after,
                 std::ostream& output) {
   if (count > 0) {
-    output << before << Count(count, noun) << after << '\n';
+    output << before << Counted(count, noun) << after << '\n';
   }
 }
 
@@ -173,12 +168,12 @@ struct Summary {
   std::map<std::string, std::map<Outcome, int>> kinds;
   std::map<Outcome, int> outcomes;
   std::map<std::string, int> codes;
-  std::map<std::string, std::pair<int, int>> waits;  // and their operations, by file
+  std::map<std::string, std::pair<int, std::size_t>> waits;  // and their operations, by file
 };
 
 void WriteSummary(const LogHistory& history, const Summary& summary, std::ostream& output) {
-  output << "\nSummary\n  " << Count(history.own, "line") << " of the library, " << history.foreign
-         << " of others\n";
+  output << "\nSummary\n  " << Counted(history.own, "line") << " of the library, "
+         << history.foreign << " of others\n";
   WriteCount("  unreadable, since protected or damaged: ", history.unreadable, "line", "", output);
   WriteCount("  going on with a text of the line before: ", history.continued, "line", "", output);
   for (const auto& [kind, outcomes] : summary.kinds) {
@@ -195,7 +190,7 @@ void WriteSummary(const LogHistory& history, const Summary& summary, std::ostrea
   }
   for (const auto& [file, waits] : summary.waits) {
     output << "  waited for " << file << ": " << Seconds(waits.first) << " in "
-           << Count(waits.second, "operation") << '\n';
+           << Counted(waits.second, "operation") << '\n';
   }
   if (history.unnamedLocks > 0) {
     output << "  locks that could not be named: " << history.unnamedLocks << '\n';
@@ -245,8 +240,6 @@ void WriteReport(const LogHistory& history, std::ostream& output) {
 }  // namespace
 
 void Explain(const Arguments& arguments) {
-  RefuseIf(arguments.sql || !arguments.file.empty(),
-           "explain-log reads a log, and no database: it takes neither -f nor --sql");
   std::string name = arguments.path;
   std::ifstream file;
   std::istream& log = OpenInput(name, file);

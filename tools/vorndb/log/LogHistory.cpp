@@ -115,8 +115,6 @@ class LogThread {
   }
 
  private:
-  // --- The current operation ----------------------------------------------------------
-
   Operation& Begin(const LogLine& line, const Members& members, bool begun) {
     Leave();
     m_current = m_last = &m_history.operations.emplace_back();
@@ -164,8 +162,6 @@ class LogThread {
     operation.code = line.code;
     operation.text = line.text;
   }
-
-  // --- Lines --------------------------------------------------------------------------
 
   void Enter(const LogLine& line) {
     if (IsOpenMember(line)) {
@@ -232,8 +228,6 @@ class LogThread {
     auto& failures = m_last != nullptr ? m_last->readFailures : m_history.earlyReadFailures;
     ++failures[line.function + ": " + (line.unreadable ? "an unreadable line" : line.text)];
   }
-
-  // --- Lines with several possible meanings -------------------------------------------
 
   void Unreadable(const LogLine& line) {
     if (line.function == "IsRetryLimit") {
@@ -335,7 +329,7 @@ class Explanation {
   // A statement may contain line ends; its line of the log then goes on in the next ones,
   // as one with the other end of the quote shows.
   bool MayGoOn(const std::string& text) {
-    constexpr int kMost = 100;
+    constexpr std::size_t kMost = 100;
     if (m_held == kMost || ParseLogPrefix(text).priority != '\0') {
       return false;
     }
@@ -374,7 +368,7 @@ class Explanation {
   std::map<std::string, LogThread> m_threads;
   std::optional<LogLine> m_open;
   // Lines that may belong to the open one, and their texts.
-  int m_held = 0;
+  std::size_t m_held = 0;
   std::string m_rest;
 };
 

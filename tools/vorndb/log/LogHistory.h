@@ -3,6 +3,7 @@
 #ifndef VORNDB_LOG_LOGHISTORY_H
 #define VORNDB_LOG_LOGHISTORY_H
 
+#include <cstddef>
 #include <deque>
 #include <istream>
 #include <map>
@@ -40,25 +41,25 @@ struct Operation {
   std::optional<Outcome> end;       // if a record shows it
   std::string code;
   std::string text;
-  int waits = 0;            // of 100 ms each
-  int limits = 0;           // how often it did not wait any longer
-  int stepLimits = 0;       // of these, while rows were fetched
-  bool stepped = false;     // rows were fetched
-  bool leftBehind = false;  // its thread went on to something else
-  int busyUnreadable = 0;   // lines of a wait or of the limit
-  int blobs = 0;
+  int waits = 0;                   // of 100 ms each
+  int limits = 0;                  // how often it did not wait any longer
+  int stepLimits = 0;              // of these, while rows were fetched
+  bool stepped = false;            // rows were fetched
+  bool leftBehind = false;         // its thread went on to something else
+  std::size_t busyUnreadable = 0;  // lines of a wait or of the limit
+  std::size_t blobs = 0;
   std::vector<std::string> stepFailures;
-  int stepUnreadable = 0;
+  std::size_t stepUnreadable = 0;
   // Failures to read the cursor before the thread's next operation.
   std::map<std::string, int> readFailures;
 };
 
 struct LogHistory {
   // Lines by kind.
-  int own = 0;         // of the library
-  int unreadable = 0;  // of these, protected or damaged
-  int continued = 0;   // with the rest of a text of the line before
-  int foreign = 0;
+  std::size_t own = 0;         // of the library
+  std::size_t unreadable = 0;  // of these, protected or damaged
+  std::size_t continued = 0;   // with the rest of a text of the line before
+  std::size_t foreign = 0;
 
   std::deque<Operation> operations;  // in the order of their first lines
   // Failures to read a cursor before the first operation of a thread.
