@@ -11,7 +11,6 @@
 namespace {
 
 using journal::Kind;
-using sqlite_spy::Answer;
 using sqlite_spy::CountCalls;
 using sqlite_spy::Script;
 using ::testing::ElementsAre;
@@ -121,7 +120,7 @@ TEST_F(ParseDatabaseTest, NullAndBlobArriveAsEmptyTextsAndOnlyTheBlobIsReported)
 
 TEST_F(ParseDatabaseTest, ACellOfAnUnknownTypeIsTakenLikeABlob) {
   Prepare("SELECT 'x' AS t, 'y' AS u");
-  Script("sqlite3_column_type", {Answer(9), Answer(0)});
+  Script("sqlite3_column_type", {sqlite_spy::Answer(9), sqlite_spy::Answer(0)});
   EXPECT_EQ(SQLITE_DONE, Parse());
   const std::string line = ErrorLine("ParseDatabase", "UNKNOWN TYPE");
   EXPECT_THAT(fake::Lines(), ElementsAre(line, line));
@@ -152,9 +151,9 @@ TEST_F(ParseDatabaseTest, ColumnsOfEqualNameShareTheirCells) {
 
 TEST_F(ParseDatabaseTest, CountsBusyStepsOverTheWholeParse) {
   Prepare(twoRows);
-  std::vector<sqlite_spy::Step> steps(10, Answer(SQLITE_BUSY));
+  std::vector<sqlite_spy::Step> steps(10, sqlite_spy::Answer(SQLITE_BUSY));
   steps.push_back(sqlite_spy::Real());
-  steps.insert(steps.end(), 10, Answer(SQLITE_BUSY));
+  steps.insert(steps.end(), 10, sqlite_spy::Answer(SQLITE_BUSY));
   Script("sqlite3_step", steps);
   // The 16th busy step, the sixth after the row, is the limit; one more follows.
   EXPECT_EQ(SQLITE_BUSY, Parse());
@@ -164,7 +163,7 @@ TEST_F(ParseDatabaseTest, CountsBusyStepsOverTheWholeParse) {
 
 TEST_F(ParseDatabaseTest, ARowFromTheStepAfterTheLimitIsNotCopied) {
   Prepare(oneRow);
-  Script("sqlite3_step", 16, Answer(SQLITE_BUSY));
+  Script("sqlite3_step", 16, sqlite_spy::Answer(SQLITE_BUSY));
   EXPECT_EQ(SQLITE_ROW, Parse());
   EXPECT_EQ(-1, cursor.GetCount());
 }
@@ -174,7 +173,8 @@ TEST_F(ParseDatabaseTest, AfterAnErrorMakesOneMoreStepAndReturnsItsCode) {
   for (const int code : {SQLITE_CORRUPT, SQLITE_BUSY, SQLITE_ERROR, SQLITE_DONE, SQLITE_ROW}) {
     Prepare(twoRows);
     sqlite_spy::SetErrorText("no luck");
-    Script("sqlite3_step", {sqlite_spy::Real(), Answer(SQLITE_ERROR), Answer(code)});
+    Script("sqlite3_step",
+           {sqlite_spy::Real(), sqlite_spy::Answer(SQLITE_ERROR), sqlite_spy::Answer(code)});
     EXPECT_EQ(code, Parse());
     EXPECT_EQ(3, CountCalls("sqlite3_step"));
     EXPECT_THAT(journal::Of({Kind::kLog, Kind::kSleep}),
@@ -185,7 +185,7 @@ TEST_F(ParseDatabaseTest, AfterAnErrorMakesOneMoreStepAndReturnsItsCode) {
 
 TEST_F(ParseDatabaseTest, OtherCodesAreSteppedOverWithoutLimitOrLog) {
   Prepare(oneRow);
-  Script("sqlite3_step", 5000, Answer(SQLITE_MISUSE));
+  Script("sqlite3_step", 5000, sqlite_spy::Answer(SQLITE_MISUSE));
   EXPECT_EQ(SQLITE_DONE, Parse());
   EXPECT_EQ(5002, CountCalls("sqlite3_step"));
   EXPECT_THAT(journal::Of({Kind::kLog, Kind::kSleep}), IsEmpty());
@@ -195,7 +195,7 @@ TEST_F(ParseDatabaseTest, OtherCodesAreSteppedOverWithoutLimitOrLog) {
 TEST_F(ParseDatabaseTest, RowsWithoutColumnsAreSkippedAndCountedOnce) {
   for (const int count : {0, -1}) {
     Prepare("SELECT 1 AS id UNION ALL SELECT 2 UNION ALL SELECT 3");
-    Script("sqlite3_column_count", {Answer(count)});
+    Script("sqlite3_column_count", {sqlite_spy::Answer(count)});
     EXPECT_EQ(SQLITE_DONE, Parse());
     EXPECT_EQ(1, CountCalls("sqlite3_column_count"));
     EXPECT_EQ(0, CountCalls("sqlite3_column_name"));
@@ -211,7 +211,7 @@ TEST_F(ParseDatabaseTest, BothLoopsStayBusyFor17StepsAnd15Waits) {
   events.back() = "sqlite3_step()";  // without a wait after the limit
   for (const bool checks : {false, true}) {
     Prepare("SELECT 1");
-    Script("sqlite3_step", 40, Answer(SQLITE_BUSY));
+    Script("sqlite3_step", 40, sqlite_spy::Answer(SQLITE_BUSY));
     bool exists = true;
     EXPECT_EQ(SQLITE_BUSY, checks ? parser.ParseExistTable(stmt, exists) : Parse());
     EXPECT_NE(checks, exists);
@@ -253,7 +253,7 @@ TEST_F(ParseExistTableTest, AnErrorIsLoggedWithoutTextAndTheLastStepAfterItDoesN
   Prepare("SELECT 1");
   for (const int code : {SQLITE_ROW, SQLITE_CORRUPT}) {
     ForgetEvents();
-    Script("sqlite3_step", {Answer(SQLITE_ERROR), Answer(code)});
+    Script("sqlite3_step", {sqlite_spy::Answer(SQLITE_ERROR), sqlite_spy::Answer(code)});
     EXPECT_EQ(code, ParseExist());
     EXPECT_FALSE(exists);
     EXPECT_THAT(fake::Lines(), ElementsAre(ErrorLine("ParseExistTable", "SQLITE STEP ERROR!!!")));
@@ -264,7 +264,8 @@ TEST_F(ParseExistTableTest, AnErrorIsLoggedWithoutTextAndTheLastStepAfterItDoesN
 TEST_F(ParseExistTableTest, WritesItsAnswerOnlyWhenItReturns) {
   bool existsAtTheLine = false;
   Prepare("SELECT 0");
-  Script("sqlite3_step", {sqlite_spy::Real(), Answer(SQLITE_ERROR), Answer(SQLITE_DONE)});
+  Script("sqlite3_step",
+         {sqlite_spy::Real(), sqlite_spy::Answer(SQLITE_ERROR), sqlite_spy::Answer(SQLITE_DONE)});
   journal::Listen([&](Kind kind, const std::string&) {
     existsAtTheLine = existsAtTheLine || (kind == Kind::kLog && exists);
   });
@@ -275,7 +276,7 @@ TEST_F(ParseExistTableTest, WritesItsAnswerOnlyWhenItReturns) {
 
 TEST_F(ParseExistTableTest, OtherCodesAreTakenAsRowsWithoutLimit) {
   Prepare("SELECT 1");
-  Script("sqlite3_step", 5000, Answer(SQLITE_MISUSE));
+  Script("sqlite3_step", 5000, sqlite_spy::Answer(SQLITE_MISUSE));
   EXPECT_EQ(SQLITE_DONE, ParseExist());
   EXPECT_EQ(5001, CountCalls("sqlite3_column_int"));
   EXPECT_TRUE(exists);

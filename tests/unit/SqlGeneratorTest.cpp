@@ -35,11 +35,11 @@ Setting Calling(void (Request::*set)(const char*, Value), const char* name, Valu
   return [=](BasePath& request) { (static_cast<Request&>(request).*set)(name, value); };
 }
 template <typename Value>
-Setting Data(const char* column, Value value) {
+Setting SetsData(const char* column, Value value) {
   return Calling<BaseSet, Value>(&BaseSet::SetData, column, value);
 }
 template <typename Value>
-Setting Where(const char* column, Value value) {
+Setting SetsWhere(const char* column, Value value) {
   return Calling<BaseSet, Value>(&BaseSet::SetWhere, column, value);
 }
 Setting Key(const char* name, const char* type) {
@@ -159,24 +159,26 @@ std::vector<Statement> Statements() {
       Of("DropsTheTable", "DropTable", {}, "DROP TABLE contact"),
 
       Of("SelectsAllRowsWithoutConditions", "Select", {}, "SELECT * FROM contact"),
-      Of("SelectIgnoresValues", "Select", {Data(kUid, 7)}, "SELECT * FROM contact"),
-      Of("SelectsByConditionsInAddressOrder", "Select", {Where(kKind, 2), Where(kUid, 7)},
+      Of("SelectIgnoresValues", "Select", {SetsData(kUid, 7)}, "SELECT * FROM contact"),
+      Of("SelectsByConditionsInAddressOrder", "Select", {SetsWhere(kKind, 2), SetsWhere(kUid, 7)},
          "SELECT * FROM contact WHERE uid='7' AND kind='2'"),
-      Of("TwoPointersToOneNameMakeTwoConditions", "Select", {Where(kUidAgain, 2), Where(kUid, 1)},
+      Of("TwoPointersToOneNameMakeTwoConditions", "Select",
+         {SetsWhere(kUidAgain, 2), SetsWhere(kUid, 1)},
          "SELECT * FROM contact WHERE uid='1' AND uid='2'"),
       Of("ConditionsKeepSeparatorsInNamesAndValues", "Select",
-         {Where("a AND b", "Salt AND Pepper, mixed")},
+         {SetsWhere("a AND b", "Salt AND Pepper, mixed")},
          "SELECT * FROM contact WHERE a AND b='Salt AND Pepper, mixed'"),
-      Of("NothingIsEscaped", "Select", {Where("name", "O'Brien")},
+      Of("NothingIsEscaped", "Select", {SetsWhere("name", "O'Brien")},
          "SELECT * FROM contact WHERE name='O'Brien'"),
-      Of("NumbersAreQuotedLikeText", "Select", {Where(kUid, 42), Where(kName, -0.5)},
+      Of("NumbersAreQuotedLikeText", "Select", {SetsWhere(kUid, 42), SetsWhere(kName, -0.5)},
          "SELECT * FROM contact WHERE uid='42' AND name='-0.5'"),
 
-      Of("InsertsOrReplacesValuesInAddressOrder", "Upsert", {Data(kName, "Kim"), Data(kUid, 7)},
+      Of("InsertsOrReplacesValuesInAddressOrder", "Upsert",
+         {SetsData(kName, "Kim"), SetsData(kUid, 7)},
          "INSERT OR REPLACE INTO contact (uid, name) VALUES ('7', 'Kim')"),
-      Of("InsertsOrReplacesOneValueWithSeparatorsInIt", "Upsert", {Data(kUid, "a, b AND c")},
+      Of("InsertsOrReplacesOneValueWithSeparatorsInIt", "Upsert", {SetsData(kUid, "a, b AND c")},
          "INSERT OR REPLACE INTO contact (uid) VALUES ('a, b AND c')"),
-      Of("UpsertIgnoresConditions", "Upsert", {Data(kUid, 7), Where(kName, "Kim")},
+      Of("UpsertIgnoresConditions", "Upsert", {SetsData(kUid, 7), SetsWhere(kName, "Kim")},
          "INSERT OR REPLACE INTO contact (uid) VALUES ('7')"),
       Of("UpsertWithoutValuesHasEmptyLists", "Upsert", {},
          "INSERT OR REPLACE INTO contact () VALUES ()"),
@@ -186,27 +188,29 @@ std::vector<Statement> Statements() {
          }},
          "INSERT OR REPLACE INTO contact (uid) VALUES ('ab')"),
 
-      Of("UpdatesWithSpacesInSetAndNoneInWhere", "Update", {Data(kName, "Lee"), Where(kUid, 7)},
+      Of("UpdatesWithSpacesInSetAndNoneInWhere", "Update",
+         {SetsData(kName, "Lee"), SetsWhere(kUid, 7)},
          "UPDATE contact SET name = 'Lee' WHERE uid='7'"),
       Of("UpdatesSeveralColumnsBySeveralConditions", "Update",
-         {Data(kKind, 3), Data(kName, "Lee, AND so on"), Where(kUidAgain, 8), Where(kUid, 7)},
+         {SetsData(kKind, 3), SetsData(kName, "Lee, AND so on"), SetsWhere(kUidAgain, 8),
+          SetsWhere(kUid, 7)},
          "UPDATE contact SET name = 'Lee, AND so on', kind = '3' WHERE uid='7' AND uid='8'"),
-      Of("UpdateWithoutConditionsIsIncomplete", "Update", {Data(kName, "Lee")},
+      Of("UpdateWithoutConditionsIsIncomplete", "Update", {SetsData(kName, "Lee")},
          "UPDATE contact SET name = 'Lee' WHERE "),
       Of("UpdateWithoutConditionsIsCutAtAnAndInsideAValue", "Update",
-         {Data("x", "Salt AND Pepper")}, "UPDATE contact SET x = 'Salt"),
-      Of("UpdateWithoutValuesHasTwoSpacesAfterSet", "Update", {Where(kUid, 7)},
+         {SetsData("x", "Salt AND Pepper")}, "UPDATE contact SET x = 'Salt"),
+      Of("UpdateWithoutValuesHasTwoSpacesAfterSet", "Update", {SetsWhere(kUid, 7)},
          "UPDATE contact SET  WHERE uid='7'"),
 
-      Of("DeletesWithTwoSpacesBeforeFrom", "Delete", {Where(kUid, 7)},
+      Of("DeletesWithTwoSpacesBeforeFrom", "Delete", {SetsWhere(kUid, 7)},
          "DELETE  FROM contact WHERE uid='7'"),
-      Of("DeleteWithoutConditionsDeletesEveryRow", "Delete", {Data(kUid, 7)},
+      Of("DeleteWithoutConditionsDeletesEveryRow", "Delete", {SetsData(kUid, 7)},
          "DELETE  FROM contact"),
 
       Join("JoinsWithTwoSpacesAfterSelect", {}, ""),
-      Join("JoinWritesQualifiedConditionsAsGiven", {Where("note.kind", "2")},
+      Join("JoinWritesQualifiedConditionsAsGiven", {SetsWhere("note.kind", "2")},
            " WHERE note.kind='2'"),
-      Join("JoinIgnoresValues", {Data(kUid, 7)}, ""),
+      Join("JoinIgnoresValues", {SetsData(kUid, 7)}, ""),
       Of("JoinOfUnsetSidesHasEmptyNames", "JoinSelect", {Left("person", nullptr)},
          "SELECT  * FROM  INNER JOIN  ON . = ."),
   };
@@ -222,7 +226,7 @@ INSTANTIATE_TEST_SUITE_P(, StatementTest, ::testing::ValuesIn(Statements()),
                          [](const auto& test) { return test.param.name; });
 
 TEST_F(SqlGeneratorTest, UpdateWithoutValuesIsCutAtACommaInTheTableName) {
-  EXPECT_EQ("UPDATE a WHERE uid='7'", Sql("Update", {Where(kUid, 7)}, "a, b"));
+  EXPECT_EQ("UPDATE a WHERE uid='7'", Sql("Update", {SetsWhere(kUid, 7)}, "a, b"));
 }
 
 TEST_F(SqlGeneratorTest, AnUnsetTableIsEmpty) {
@@ -241,7 +245,7 @@ TEST_F(SqlGeneratorTest, AnUnsetTableIsEmpty) {
 TEST_F(SqlGeneratorTest, NamesAreReadThroughTheCallersPointer) {
   char name[] = "uid";
   const Setting rename = [&name](BasePath&) { name[0] = 'U'; };
-  EXPECT_EQ("SELECT * FROM contact WHERE Uid='1'", Sql("Select", {Where(name, 1), rename}));
+  EXPECT_EQ("SELECT * FROM contact WHERE Uid='1'", Sql("Select", {SetsWhere(name, 1), rename}));
   name[0] = 'u';
   EXPECT_EQ("CREATE TABLE IF NOT EXISTS contact (_ID INTEGER PRIMARY KEY, Uid TEXT)",
             Sql("CreateTable", {Column(name, "TEXT"), rename}));
@@ -249,13 +253,10 @@ TEST_F(SqlGeneratorTest, NamesAreReadThroughTheCallersPointer) {
 
 TEST_F(SqlGeneratorTest, ANullColumnNameThrowsAndLeavesTheOutput) {
   const std::vector<std::pair<std::string, Setting>> cases = {
-      {"CreateTable", Column(nullptr, "TEXT")},
-      {"Upsert", Data(nullptr, 1)},
-      {"Update", Data(nullptr, 1)},
-      {"Update", Where(nullptr, 1)},
-      {"Select", Where(nullptr, 1)},
-      {"Delete", Where(nullptr, 1)},
-      {"JoinSelect", Where(nullptr, 1)}};
+      {"CreateTable", Column(nullptr, "TEXT")}, {"Upsert", SetsData(nullptr, 1)},
+      {"Update", SetsData(nullptr, 1)},         {"Update", SetsWhere(nullptr, 1)},
+      {"Select", SetsWhere(nullptr, 1)},        {"Delete", SetsWhere(nullptr, 1)},
+      {"JoinSelect", SetsWhere(nullptr, 1)}};
   for (const auto& [member, setting] : cases) {
     const RequestClass& requestClass = operations::Get(member).request;
     const auto request = requestClass.make();

@@ -10,7 +10,6 @@
 namespace {
 
 using note_table::Content;
-using note_table::Step;
 
 // The ways in which power can be lost. What SQLite expects of a disk is their limit: what
 // is not synced arrives in any order; of a write any sectors arrive, or the bytes up to any
@@ -23,8 +22,6 @@ using Fate = SimulatedDisk::Fate;
 constexpr std::size_t kSector = 512;
 
 Arrival Lost(const DiskEvent& /*change*/) { return {}; }
-
-Arrival Whole(const DiskEvent& change) { return {{0, change.data.size()}}; }
 
 Arrival FirstHalf(const DiskEvent& change) { return {{0, change.data.size() / 2}}; }
 
@@ -57,7 +54,7 @@ Arrival RandomFate(const DiskEvent& change, std::mt19937& random) {
     case 0:
       return Lost(change);
     case 1:
-      return Whole(change);
+      return SimulatedDisk::Whole(change);
     case 2:
       return {{0, cut}};
     case 3:
@@ -81,8 +78,9 @@ Content ReadAndWatch(const TemporaryDatabase& database, int& result, bool& isRep
 }
 
 std::string ChangeAgain(const TemporaryDatabase& file, const Content& content) {
-  const Step step =
-      content ? Step{"Upsert", "when the power is back", "it works"} : Step{"CreateTable"};
+  const note_table::Step step =
+      content ? note_table::Step{"Upsert", "when the power is back", "it works"}
+              : note_table::Step{"CreateTable"};
   Database database;
   if (const int result = note_table::Run(step, file, database); result != 0) {
     return "the next operation gives " + std::to_string(result);
@@ -153,7 +151,7 @@ void PowerLossSurvey::LosePower(bool inAllWays) {
     Lose(changes, Lost, Growth::kNothing);
     Lose(changes, Lost, Growth::kZeros);
     Lose(changes, Lost, Growth::kGarbage);
-    Lose(changes, Whole, Growth::kNothing);
+    Lose(changes, SimulatedDisk::Whole, Growth::kNothing);
     if (inAllWays) {
       LoseEach(changes);
     }
@@ -177,11 +175,11 @@ void PowerLossSurvey::LoseEach(std::size_t directoryChanges) {
           [&](const DiskEvent& change) { return --until == 0 ? own(change) : others(change); },
           growth);
     };
-    lose(Lost, Whole, Growth::kNothing);
-    lose(Whole, Lost, Growth::kGarbage);
+    lose(Lost, SimulatedDisk::Whole, Growth::kNothing);
+    lose(SimulatedDisk::Whole, Lost, Growth::kGarbage);
     lose(Lost, FirstHalf, Growth::kGarbage);
-    lose(Whole, FirstHalf, Growth::kZeros);
-    lose(Whole, SecondHalf, Growth::kNothing);
+    lose(SimulatedDisk::Whole, FirstHalf, Growth::kZeros);
+    lose(SimulatedDisk::Whole, SecondHalf, Growth::kNothing);
   }
 }
 

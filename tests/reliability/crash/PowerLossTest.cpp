@@ -19,7 +19,6 @@
 namespace {
 
 using note_table::Content;
-using note_table::Step;
 using ::testing::ElementsAre;
 using ::testing::Values;
 using Events = std::vector<DiskEvent>;
@@ -88,7 +87,7 @@ class DiskRecorder {
 };
 
 // The first steps make a table with a text of several pages.
-std::vector<Step> Steps() {
+std::vector<note_table::Step> Steps() {
   return {{"CreateTable"},
           {"Upsert", "a", "first"},
           {"Upsert", "b", std::string(9000, 'b')},
@@ -130,11 +129,11 @@ History Record(const Scenario& scenario) {
     database.Run(scenario.preparation);
   }
   History history{ReadFiles(database), {}, {std::nullopt}};
-  std::vector<Step> steps = Steps();
+  std::vector<note_table::Step> steps = Steps();
   steps.resize(scenario.steps);
   Database library;
   DiskRecorder recorder(database);
-  for (const Step& step : steps) {
+  for (const note_table::Step& step : steps) {
     EXPECT_EQ(0, note_table::Run(step, database, library));
     recorder.events.emplace_back();  // acknowledged
     history.contents.push_back(note_table::After(step, history.contents.back()));

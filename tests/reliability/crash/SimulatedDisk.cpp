@@ -4,8 +4,6 @@
 
 namespace {
 
-SimulatedDisk::Arrival Whole(const DiskEvent& change) { return {{0, change.data.size()}}; }
-
 // As a file system does, a write behind the end fills what is between.
 void Put(std::string& content, std::size_t offset, const std::string& data, char filling) {
   if (content.size() < offset + data.size()) {

@@ -38,6 +38,9 @@ class SimulatedDisk {
   using Arrival = std::vector<Extent>;
   using Fate = std::function<Arrival(const DiskEvent& change)>;
 
+  // The fate of a change that arrives as it is.
+  static Arrival Whole(const DiskEvent& change) { return {{0, change.data.size()}}; }
+
   // All of these files are durable.
   explicit SimulatedDisk(const Image& files);
 

@@ -20,7 +20,6 @@
 
 namespace {
 
-using journal::Kind;
 using operations::Call;
 using operations::Subject;
 
@@ -189,7 +188,7 @@ class BusyTest : public LibraryTest {
     contract::Run run = contract::Record(
         *call, database,
         [&] {
-          journal::Listen([&](Kind kind, const std::string& text) {
+          journal::Listen([&](journal::Kind kind, const std::string& text) {
             if (isStepAwaited && text == "sqlite3_step()") {
               isStepAwaited = false;
               holder.Do(hold.kind);
@@ -252,9 +251,9 @@ class BusyTest : public LibraryTest {
 
  private:
   // Between the last two attempts there is a line in the place of a wait.
-  static bool IsBetweenAttempts(Kind kind, const std::string& text) {
-    return kind == Kind::kSleep ||
-           (kind == Kind::kLog && text.find("RETRY COUNT") != std::string::npos);
+  static bool IsBetweenAttempts(journal::Kind kind, const std::string& text) {
+    return kind == journal::Kind::kSleep ||
+           (kind == journal::Kind::kLog && text.find("RETRY COUNT") != std::string::npos);
   }
 
   int AnswerFile(const FileEvent& event) {

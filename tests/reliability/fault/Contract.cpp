@@ -13,7 +13,6 @@ namespace contract {
 
 using fake::Line;
 using operations::kFile;
-using operations::Kind;
 using operations::kParserFile;
 using sqlite_spy::Reply;
 using ::testing::AnyOf;
@@ -228,7 +227,7 @@ class Rules {
     } else if (function == "sqlite3_exec" && IsLast(reply)) {
       Add({FailureLine(m_operation, reply.result, reply.text.value_or("(null)"))});
     } else if (function == "sqlite3_step" && reply.result == SQLITE_ERROR &&
-               m_operation.kind == Kind::kSetsFlag) {
+               m_operation.kind == operations::Kind::kSetsFlag) {
       Add({Line(6, kParserFile, "ParseExistTable", "SQLITE STEP ERROR!!!")});
     } else if (function == "sqlite3_column_type" && reply.result == SQLITE_BLOB) {
       Add({Line(6, kParserFile, "ParseDatabase", "UNKNOWN TYPE")});
@@ -262,12 +261,12 @@ class Rules {
   // over, of what the file holds.
   void JudgeAnswer() const {
     const bool isStepped = !Of("sqlite3_step").empty();
-    if (m_operation.kind == Kind::kFillsCursor && isStepped) {
+    if (m_operation.kind == operations::Kind::kFillsCursor && isStepped) {
       JudgeRows();
     } else if (!(m_threw && m_run.cursor == CursorImage({}, {}, -1))) {  // it may be emptied
       EXPECT_EQ(m_run.cursorBefore, m_run.cursor);
     }
-    const bool isSet = m_operation.kind == Kind::kSetsFlag && isStepped && !m_threw;
+    const bool isSet = m_operation.kind == operations::Kind::kSetsFlag && isStepped && !m_threw;
     EXPECT_EQ(isSet ? m_rows > 0 && m_all.exists : m_run.existsBefore, m_run.exists);
   }
 

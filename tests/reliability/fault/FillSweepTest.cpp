@@ -19,8 +19,6 @@
 
 namespace {
 
-using Kind = FaultPoint::Kind;
-
 // Longer than what a string keeps inside itself.
 const char* const kOld = "a text that was there before, longer than a short string";
 const char* const kNew = "another text that is new, also longer than a short string";
@@ -47,7 +45,7 @@ class FillSweepTest : public LibraryTest {
 
   static void SweepOver(const Make& make) {
     for (const bool protectsLog : {false, true}) {
-      ForEachPoint("filling", [&](int successes, Kind kind) {
+      ForEachPoint("filling", [&](int successes, FaultPoint::Kind kind) {
         SCOPED_TRACE(protectsLog ? "protected lines" : "plain lines");
         return FailAt(make, protectsLog, kind, successes);
       });
@@ -56,15 +54,16 @@ class FillSweepTest : public LibraryTest {
 
   // Tries every allocation: alone, and with all after it. `failAt` answers whether there was
   // such a point.
-  static void ForEachPoint(const std::string& what,
-                           const std::function<bool(int successes, Kind kind)>& failAt) {
+  static void ForEachPoint(
+      const std::string& what,
+      const std::function<bool(int successes, FaultPoint::Kind kind)>& failAt) {
     int points = 0;
-    for (const Kind kind : {Kind::kOnce, Kind::kAlways}) {
+    for (const FaultPoint::Kind kind : {FaultPoint::Kind::kOnce, FaultPoint::Kind::kAlways}) {
       int successes = 0;
       bool isPoint = true;
       while (isPoint && !HasFailure()) {
         SCOPED_TRACE("allocation " + std::to_string(successes + 1) +
-                     (kind == Kind::kOnce ? "" : " and all after it"));
+                     (kind == FaultPoint::Kind::kOnce ? "" : " and all after it"));
         isPoint = failAt(successes, kind);
         successes += isPoint ? 1 : 0;
       }
@@ -76,7 +75,7 @@ class FillSweepTest : public LibraryTest {
 
   // Calls once, with a point. Answers whether it failed; it throws then, unless it returns.
   template <typename Call>
-  static bool FailsAt(int successes, Kind kind, bool& threw, Call call) {
+  static bool FailsAt(int successes, FaultPoint::Kind kind, bool& threw, Call call) {
     heap_spy::Start();
     heap_spy::Point().Set(successes, kind);
     threw = false;
@@ -92,7 +91,7 @@ class FillSweepTest : public LibraryTest {
 
  private:
   // Answers whether the call has such a point.
-  static bool FailAt(const Make& make, bool protectsLog, Kind kind, int successes) {
+  static bool FailAt(const Make& make, bool protectsLog, FaultPoint::Kind kind, int successes) {
     Filling filling = make();
     StartAfresh(protectsLog);
     bool threw = false;
@@ -307,7 +306,7 @@ class ReadSweepTest : public FillSweepTest {
   template <typename Value>
   void SweepOverRead(const std::string& function, int (Cursor::*get)(const char*, Value&),
                      const Value& old, const std::string& complaint) {
-    ForEachPoint("reading", [&](int successes, Kind kind) {
+    ForEachPoint("reading", [&](int successes, FaultPoint::Kind kind) {
       ForgetEvents();
       Value value = old;
       int result = 0;

@@ -30,7 +30,7 @@ bool Fails() {
 }
 
 template <typename Result, typename... Arguments>
-Result Call(Arguments... arguments) {
+Result Forward(Arguments... arguments) {
   return Fails() ? -1 : reinterpret_cast<Result (*)(Arguments...)>(real)(arguments...);
 }
 
@@ -45,7 +45,7 @@ int Control(int file, int command, ...) {
   return isLock && Fails() ? -1 : fcntl64(file, command, argument);
 }
 
-struct Failing {
+struct FailingCall {
   const char* name;
   int error;
   // The names of SQLite's for the call; which it uses depends on how it was built. None: a call
@@ -55,23 +55,25 @@ struct Failing {
 };
 
 template <typename Function>
-Failing Replacing(const char* name, int code, std::vector<const char*> calls, Function* function) {
+FailingCall Replacing(const char* name, int code, std::vector<const char*> calls,
+                      Function* function) {
   return {name, code, std::move(calls), reinterpret_cast<sqlite3_syscall_ptr>(function)};
 }
 
-std::vector<Failing> AllFailing() {
-  return {Replacing("Open", EMFILE, {"open"}, Call<int, const char*, int, int>),
-          Replacing("LockBusy", EAGAIN, {"fcntl"}, Control),
-          Replacing("Lock", EIO, {"fcntl"}, Control),
-          Replacing("Stat", EIO, {"fstat"}, Call<int, int, struct stat64*>),
-          Replacing("Read", EIO, {"pread", "pread64"}, Call<ssize_t, int, void*, size_t, off64_t>),
-          Replacing("WriteFull", ENOSPC, {"pwrite", "pwrite64"},
-                    Call<ssize_t, int, const void*, size_t, off64_t>),
-          Replacing("Write", EIO, {"pwrite", "pwrite64"},
-                    Call<ssize_t, int, const void*, size_t, off64_t>),
-          Replacing("Truncate", EIO, {"ftruncate"}, Call<int, int, off64_t>),
-          {"Sync", EIO, {}, nullptr},
-          Replacing("Unlink", EIO, {"unlink"}, Call<int, const char*>)};
+std::vector<FailingCall> FailingCalls() {
+  return {
+      Replacing("Open", EMFILE, {"open"}, Forward<int, const char*, int, int>),
+      Replacing("LockBusy", EAGAIN, {"fcntl"}, Control),
+      Replacing("Lock", EIO, {"fcntl"}, Control),
+      Replacing("Stat", EIO, {"fstat"}, Forward<int, int, struct stat64*>),
+      Replacing("Read", EIO, {"pread", "pread64"}, Forward<ssize_t, int, void*, size_t, off64_t>),
+      Replacing("WriteFull", ENOSPC, {"pwrite", "pwrite64"},
+                Forward<ssize_t, int, const void*, size_t, off64_t>),
+      Replacing("Write", EIO, {"pwrite", "pwrite64"},
+                Forward<ssize_t, int, const void*, size_t, off64_t>),
+      Replacing("Truncate", EIO, {"ftruncate"}, Forward<int, int, off64_t>),
+      {"Sync", EIO, {}, nullptr},
+      Replacing("Unlink", EIO, {"unlink"}, Forward<int, const char*>)};
 }
 
 class SystemCallSweepTest : public LibraryTest,
@@ -79,7 +81,7 @@ class SystemCallSweepTest : public LibraryTest,
 
 TEST_P(SystemCallSweepTest, EveryCallWithAHotJournal) {
   sqlite3_vfs* const vfs = sqlite3_vfs_find(nullptr);
-  for (const Failing& each : AllFailing()) {
+  for (const FailingCall& each : FailingCalls()) {
     error = each.error;
     syncsFail = each.calls.empty();
     for (const char* call : each.calls) {
