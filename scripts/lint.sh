@@ -11,11 +11,11 @@ require_arguments '' "$@"
 require_packages "${build_packages[@]}" "${tool_packages[@]}" "${lint_packages[@]}"
 
 # on FILES COMMAND...: runs it on the tracked files that match the patterns in FILES. The
-# checkout may belong to someone else, as in CI.
+# checkout may belong to someone else, as in CI. The tools, which take longest, come first.
 on() {
   local -a patterns
   read -ra patterns <<<"$1"
-  git -c safe.directory="$PWD" ls-files -z -- "${patterns[@]}" | xargs -0 "${@:2}"
+  git -c safe.directory="$PWD" ls-files -z -- "${patterns[@]}" | sort -rz | xargs -0 "${@:2}"
 }
 
 run_quietly '== lint: clang-format' on '*.h *.cpp' clang-format --dry-run -Werror

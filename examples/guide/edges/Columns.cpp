@@ -15,9 +15,6 @@
 
 namespace {
 
-constexpr char kName[] = "name";
-constexpr char kPhone[] = "phone";
-
 void CreateContacts() {
   CreateRequest create;
   Address(create, "contact");

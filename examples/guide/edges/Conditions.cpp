@@ -17,8 +17,6 @@
 
 namespace {
 
-constexpr char kName[] = "name";
-constexpr char kPhone[] = "phone";
 constexpr char kCaller[] = "caller";
 
 template <typename Request>

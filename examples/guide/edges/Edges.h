@@ -10,6 +10,10 @@
 
 constexpr char kFile[] = "edges.db";
 
+// Columns of most tables here.
+constexpr char kName[] = "name";
+constexpr char kPhone[] = "phone";
+
 inline void Check(int result, const std::string& task) {
   if (result != 0) {
     throw std::runtime_error("cannot " + task + ": result " + std::to_string(result));

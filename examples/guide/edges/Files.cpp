@@ -16,8 +16,6 @@
 
 namespace {
 
-constexpr char kName[] = "name";
-
 int CreateIn(const std::string& directory, const std::string& file) {
   CreateRequest create;
   create.SetPath(directory.c_str(), file.c_str());

@@ -18,7 +18,6 @@
 namespace {
 
 constexpr char kId[] = "id";
-constexpr char kName[] = "name";
 constexpr char kData[] = "data";
 constexpr char kSize[] = "size";
 constexpr char kOwner[] = "owner";

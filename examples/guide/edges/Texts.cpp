@@ -45,8 +45,6 @@ void Texts() {
 
 namespace {
 
-constexpr char kName[] = "name";
-
 void FillContacts() {
   CreateRequest create;
   Address(create, "contact");
