@@ -30,8 +30,9 @@ relocations() {
 
 # A function may have several names, such as a constructor.
 largest_functions() {
+  local text='std::__cxx11::basic_string<char, std::char_traits<char>, std::allocator<char> >'
   "${tools}nm" --print-size --size-sort --reverse-sort --radix=d --demangle --defined-only "$library" |
-    sed -E 's/std::__cxx11::basic_string<char, [^()]*std::allocator<char> >/std::string/g; s/ \[clone .*//' |
+    sed -E "s/$text/std::string/g; s/ \[clone .*//" |
     awk '$3 ~ /^[tTwW]$/ && !seen[$1]++ && ++lines <= 5 {
       size = $2 + 0
       sub(/^[^ ]+ [^ ]+ . /, "")
