@@ -38,7 +38,7 @@ int Perform(int answer, Call call) {
   return answer < SQLITE_OK ? -answer : rc;
 }
 
-// What a method's arguments say about its call.
+// Adds the arguments of a method to its event.
 void Describe(FileEvent& event, void* /*buffer*/, int amount, sqlite3_int64 offset) {
   event.amount = amount;
   event.offset = offset;

@@ -109,7 +109,7 @@ int RefusedLock(bool writes, LockKind kind) {
 // query, and the steps of a query.
 enum class Loop { kOpen, kStatement, kStep };
 
-// A lock in the way of a loop, and what comes of it.
+// A lock in the way of a loop, and its effect.
 struct Hold {
   Loop loop;
   LockKind kind;

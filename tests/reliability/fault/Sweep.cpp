@@ -97,7 +97,7 @@ class World {
  private:
   std::string JournalPath() const { return m_file.Path() + "-journal"; }
 
-  // Does what an interrupted write has left to do.
+  // Rolls an interrupted write back.
   void RollBack() const {
     sqlite3* db = nullptr;
     EXPECT_EQ(SQLITE_OK, sqlite3_open(m_file.Path().c_str(), &db));

@@ -21,7 +21,7 @@ namespace {
 FaultPoint point;
 int error = 0;
 bool syncsFail = false;
-sqlite3_syscall_ptr real = nullptr;  // what stood in the place of the failing call
+sqlite3_syscall_ptr real = nullptr;  // the call that is replaced
 
 bool Fails() {
   const bool fails = point.Fails();
