@@ -12,6 +12,8 @@ std::string ToText(const char* value) { return std::string(value); }
 template <typename Number>
 std::string ToText(Number value) {
   std::ostringstream stream;
+  // Without this the stream keeps an exhausted heap to itself and stays empty.
+  stream.exceptions(std::ios::badbit);
   stream << value;
   return stream.str();
 }
