@@ -3,7 +3,7 @@
 include(CheckCXXCompilerFlag)
 include(VornHardening)
 
-# GCC only: see ContainerGuard.cpp.
+# GCC only: see ContainerGuard.h.
 check_cxx_compiler_flag(-fno-printf-return-value VORN_HAS_NO_PRINTF_RETURN_VALUE)
 # GCC only: it would copy the streams' constructors into the library, to pass an
 # argument less.

@@ -25,7 +25,8 @@ class BasePath {
 
   /// Stores copies of the directory, with or without a trailing "/", and of the file name. An empty
   /// directory makes the path relative to the working directory; null leaves a part as it was. Set
-  /// each part once: a repeated call leaks the earlier copy. Throws `std::bad_alloc`.
+  /// each part once: a repeated call leaks the earlier copy. Throws `std::bad_alloc`, the directory
+  /// perhaps set.
   void SetPath(const char* directory, const char* fileName);
 
   /// Assigns both parts. Throws `std::logic_error` if a part was never set; if that is the file

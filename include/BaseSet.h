@@ -16,7 +16,7 @@
 /// **Column names are kept by pointer**, neither copied nor compared:
 ///
 ///  1. Keep every column name alive and unchanged until the request has run. One named constant per
-///     column is the safe choice.
+///     column is the safe choice. A null name throws `std::logic_error` when the request is run.
 ///  2. The same name through two pointers makes two entries, and the statement names the column
 ///     twice.
 ///  3. Columns appear in a statement in the order of their addresses.
@@ -27,7 +27,8 @@
 ///
 /// **Threads.** Each setter holds a named lock of its map: concurrent calls of `SetData` on one
 /// object exclude one another, and so do those of `SetWhere`. Reads take no lock, so fill a request
-/// completely before it is run. The only log record is that of a lock without a name.
+/// completely before it is run. After an exception the platform's library decides whether the lock
+/// is released. The only log record is that of a lock without a name.
 class BaseSet : public BasePath {
  public:
   /// Column name, by pointer, to value, in ascending order of addresses.

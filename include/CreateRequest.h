@@ -13,16 +13,17 @@
 /// Creates a table, unless it exists: a name, an optional primary key, an optional second key
 /// column, and further columns. Run by `Database::CreateTable`, any number of times.
 ///
-/// Without a primary key the table gets the column `_ID INTEGER PRIMARY KEY`. A composite key counts
-/// only beside a primary key. A single key is NOT NULL; the two columns of a composite key may be
-/// NULL unless their types exclude it ("TEXT NOT NULL"). Nothing is checked: SQLite rejects, for
-/// example, a column that is named twice.
+/// Without a primary key the table gets the column `_ID INTEGER PRIMARY KEY`. A composite key
+/// counts only beside a primary key. A single key is NOT NULL; the two columns of a composite key
+/// may be NULL unless their types exclude it ("TEXT NOT NULL"). Nothing is checked: SQLite rejects,
+/// for example, a column that is named twice.
 ///
 /// Table, keys and column types are copied. **Names of further columns are kept by pointer**: keep
 /// them alive and unchanged until the request has run.
 ///
-/// `SetColumnKey` holds a named lock of the column list; nothing else is locked. Every member
-/// declared here logs its entry; a lock without a name is logged, too.
+/// `SetColumnKey` holds a named lock of the column list; after an exception the platform's library
+/// decides whether it is released. Nothing else is locked. Every member declared here logs its
+/// entry; a lock without a name is logged, too.
 class CreateRequest : public BasePath {
  public:
   /// Column name, by pointer, and its type, in the order of setting.
@@ -40,7 +41,7 @@ class CreateRequest : public BasePath {
 
   /// Stores copies of the name and the SQL type of the primary key; null leaves either as it was.
   /// The key counts once both are set and not empty. Set it once: a repeated call leaks the earlier
-  /// copies. Throws `std::bad_alloc`.
+  /// copies. Throws `std::bad_alloc`, the name perhaps set.
   void SetPrimaryKey(const char* name, const char* type);
 
   /// Stores copies of the name and the SQL type of the second key column, as `SetPrimaryKey` does.

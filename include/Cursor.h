@@ -32,7 +32,7 @@
 ///
 /// **Threads.** The constructor, `Initialize`, `SetColumn` and `SetData` hold a named lock of the
 /// cursor. Moves and reads take no lock: do not read or move a cursor while another thread fills or
-/// moves it.
+/// moves it. After an exception the platform's library decides whether the lock is released.
 ///
 /// **Log.** The constructor, the destructor, `GetColumn` and the typed reads log their entry;
 /// failures are logged as given at the members; a lock without a name is logged, too.
@@ -54,13 +54,14 @@ class Cursor {
   /// Empties the cursor: no columns, no rows, position -1.
   void Initialize();
 
-  /// Declares a column; the name is copied. A name declared again is listed twice by `GetColumn` and
-  /// keeps its cells. Throws `std::logic_error` for a null name, and `std::bad_alloc`.
+  /// Declares a column; the name is copied. A name declared again is listed twice by `GetColumn`
+  /// and keeps its cells. Throws `std::logic_error` for a null name, and `std::bad_alloc`, the name
+  /// perhaps listed without cells.
   void SetColumn(const char* name);
 
-  /// Appends a cell to a column; the value is copied. If the column was never declared, the value is
-  /// appended to the list of column names instead. Throws `std::logic_error` for a null argument,
-  /// and `std::bad_alloc`, the cursor unchanged.
+  /// Appends a cell to a column; the value is copied. If the column was never declared, the value
+  /// is appended to the list of column names instead. Throws `std::logic_error` for a null
+  /// argument, and `std::bad_alloc`, the cursor unchanged.
   void SetData(const char* column, const char* value);
   /// @}
 
@@ -103,23 +104,25 @@ class Cursor {
   /// @}
 
   /// @name Reading the current row
-  /// A typed read stores the value and returns 0, or leaves `value` unchanged, logs the reason and
-  /// returns 1: "NO MATCHED ERROR!!!" for an unknown column (names are case-sensitive), "CURSOR RANGE
-  /// ERROR!!!" if the position is on no row, or a failed conversion. A null column throws
-  /// `std::logic_error`. Exhausted memory throws `std::bad_alloc`; inside the stream that reads a
-  /// number it is a failed conversion.
+  /// A typed read stores the value and returns 0. A read that fails leaves `value` unchanged, logs
+  /// the reason and returns 1: "NO MATCHED ERROR!!!" for an unknown column (names are
+  /// case-sensitive), "CURSOR RANGE ERROR!!!" if the position is on no row or the column lacks the
+  /// cell, and the records of a failed conversion. A null column throws `std::logic_error`.
+  /// Exhausted memory throws `std::bad_alloc`; while the stream reads a number it is a failed
+  /// conversion.
   /// @{
 
   /// Reads a cell as text.
   int GetString(const char* column, std::string& value);
 
-  /// Reads the integer at the beginning of a cell as a default input stream does: leading spaces are
-  /// skipped, trailing characters are ignored ("42abc" is 42, "3.9" is 3). Logs "CONVERT TO INT
-  /// ERROR!!!" if there is none, as in a NULL cell, which is empty, or if it does not fit an `int`.
+  /// Reads the integer at the beginning of a cell as a default input stream does, in the global C++
+  /// locale: leading white space is skipped, trailing characters are ignored ("42abc" is 42, "3.9"
+  /// is 3). Logs "CONVERT TO INT ERROR!!!" if there is none, as in a NULL cell, which is empty, or
+  /// if it does not fit an `int`.
   int GetInt(const char* column, int& value);
 
-  /// Reads the number at the beginning of a cell as a default input stream does. Logs "CONVERT TO
-  /// DOUBLE ERROR!!!" if there is none, or if it does not fit a `double`.
+  /// Reads the number at the beginning of a cell as `GetInt` does. Logs "CONVERT TO DOUBLE ERROR!!!"
+  /// if there is none, or if it does not fit a `double`.
   int GetDouble(const char* column, double& value);
   /// @}
 

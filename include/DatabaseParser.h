@@ -13,9 +13,10 @@ class Cursor;
 /// `Database` makes one for each query; applications do not need it.
 ///
 /// A parse returns the result of its last `sqlite3_step`: 101 (`SQLITE_DONE`) after a complete run.
-/// A busy step is repeated under the policy of `IsRetryLimit`; the step after its limit, and the one
-/// after an error, is the last, and its row is not read. (The legacy interface restarts a failed
-/// statement, so that step may well return a row.) Any other code is stepped over, without limit.
+/// A busy step is repeated under the policy of `IsRetryLimit`. The step after its limit is the
+/// last, and so is the step after an error; a row of the last step is not read. (The legacy
+/// interface restarts a failed statement, so that step may well return a row.) Any other code is
+/// stepped over, without limit; `ParseExistTable` reads it as a row. A null statement never ends.
 /// Rows already stored stay. Neither parse finalizes the statement or closes the connection.
 ///
 /// There is no state, and so no lock. Records have the file name `DatabasePasrser.cpp`; entries are
@@ -39,8 +40,8 @@ class DatabaseParser {
   /// Empties the cursor and fills it with the rows: numbers and strings in SQLite's text form, NULL
   /// and blobs as the empty string. The first row declares the columns; without one there are none.
   /// Logs "SQLITE STEP ERROR!!! %s" with the text of the connection `db` for a step that fails with
-  /// code 1, and "UNKNOWN TYPE" for each blob. Throws `std::logic_error` if SQLite, short of memory,
-  /// returns no text, and `std::bad_alloc`.
+  /// code 1, and "UNKNOWN TYPE" for each blob. Throws `std::logic_error` if SQLite, short of
+  /// memory, returns no text, and `std::bad_alloc`.
   int ParseDatabase(sqlite3* db, sqlite3_stmt* stmt, Cursor& cursor);
 
   /// The same policy and records as `Database::IsRetryLimit`.

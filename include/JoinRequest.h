@@ -25,7 +25,7 @@ class JoinRequest : public BaseSet {
   ~JoinRequest() override;
 
   /// Stores copies of the left table and its column; null leaves either as it was. Set each once: a
-  /// repeated call leaks the earlier copies. Throws `std::bad_alloc`.
+  /// repeated call leaks the earlier copies. Throws `std::bad_alloc`, the table perhaps set.
   void SetLeftJoin(const char* table, const char* column);
 
   /// Stores copies of the right table and its column, as `SetLeftJoin` does.

@@ -18,12 +18,12 @@ class UpsertRequest;
 /// only read.
 ///
 /// Nothing is bound, checked or escaped. Table and column names are written bare; every value is
-/// between single quotes, numbers included. **A single quote in a value ends its literal early**, so
-/// the application doubles it ("O''Brien"). Errors surface when SQLite prepares the statement.
+/// between single quotes, numbers included. **A single quote in a value ends its literal early**,
+/// so the application doubles it ("O''Brien"). Errors surface when SQLite prepares the statement.
 ///
-/// Every member replaces its output as its last step. `std::bad_alloc`, and `std::logic_error` for a
-/// null column name, leave it unchanged. There is no state and no lock; only the requests' getters
-/// log their entries.
+/// Every member replaces its output as its last step. `std::bad_alloc`, and `std::logic_error` for
+/// a null column name, leave it unchanged. There is no state and no lock; only the requests'
+/// getters log their entries.
 class SqlGenerator {
  public:
   /// There is no state.
@@ -52,16 +52,17 @@ class SqlGenerator {
   /// "SELECT * FROM …", with a WHERE clause if there are conditions.
   void GetSelectSql(SelectRequest& request, std::string& sql);
 
-  /// "SELECT  * FROM … INNER JOIN … ON … = …" (two spaces after SELECT), with a WHERE clause if there
-  /// are conditions.
+  /// "SELECT  * FROM … INNER JOIN … ON … = …" (two spaces after SELECT), with a WHERE clause if
+  /// there are conditions.
   void GetJoinSql(JoinRequest& request, std::string& sql);
 
   /// "INSERT OR REPLACE INTO … (…) VALUES (…)"
   void GetUpsertSql(UpsertRequest& request, std::string& sql);
 
-  /// "UPDATE … SET … WHERE …". Without conditions the statement ends in WHERE, and SQLite rejects it.
-  /// The text is always cut at its last " AND", however, which without conditions may be part of a
-  /// value: after an undoubled quote ("x' AND") the statement is complete and changes every row.
+  /// "UPDATE … SET … WHERE …". Without conditions the statement ends in WHERE, and SQLite rejects
+  /// it. The text is always cut at its last " AND", however, which without conditions may be part
+  /// of a value: after an undoubled quote ("x' AND") the statement is complete and changes every
+  /// row.
   void GetUpdateSql(UpdateRequest& request, std::string& sql);
 
   /// "DELETE  FROM …" (two spaces after DELETE), with a WHERE clause if there are conditions.

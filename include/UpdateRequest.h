@@ -12,7 +12,7 @@
 /// `Database::Update`, any number of times.
 ///
 /// At least one condition is required: without any, the statement is incomplete and SQLite rejects
-/// it, unless an undoubled quote in a value cuts it (see `SqlGenerator::GetUpdateSql`).
+/// it, except for a value with an undoubled quote and " AND" (see `SqlGenerator::GetUpdateSql`).
 ///
 /// The table name is not locked. Every member declared here logs its entry.
 class UpdateRequest : public BaseSet {

@@ -29,8 +29,8 @@ int OpenRequested(Database& database, BasePath& location, sqlite3*& connection) 
   return database.OpenDB(connection, std::move(directory), std::move(fileName));
 }
 
-// One operation: it opens its file when it is made and closes it when it goes. The handle of a
-// failed open is leaked, as documented.
+// The constructor opens the file of a request; the destructor closes it. The handle of a failed
+// open leaks, which is documented.
 struct Operation {
   Operation(Database& owner, BasePath& location)
       : database(owner),
@@ -156,15 +156,14 @@ int Database::DropTable(DropRequest& request) {
 
 int Database::Select(SelectRequest& request, Cursor& cursor) {
   VORN_TRACE();
-  const vorn::LogSite site = VORN_HERE;
   QueryOperation operation(*this, request);
   if (operation.isOpen) {
     operation.generator.GetSelectSql(request, operation.sql);
-    if (operation.Prepare(site, vorn::log::SelectFailed())) {
+    if (operation.Prepare(VORN_HERE, vorn::log::SelectFailed())) {
       operation.parser.ParseDatabase(operation.connection, operation.statement, cursor);
     }
   } else {
-    vorn::PrintLog(site, vorn::log::SelectNotOpened(), operation.result);
+    VORN_LOG(vorn::log::SelectNotOpened(), operation.result);
   }
   return operation.result;
 }

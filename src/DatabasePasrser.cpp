@@ -76,14 +76,13 @@ int DatabaseParser::ParseExistTable(sqlite3_stmt* stmt, bool& exists) {
 }
 
 int DatabaseParser::ParseDatabase(sqlite3* db, sqlite3_stmt* stmt, Cursor& cursor) {
-  const vorn::LogSite site = VORN_HERE;
   cursor.Initialize();
   bool areColumnsDeclared = false;
   int columnCount = 0;
   Steps steps(*this, stmt);
   while (steps.Next()) {
     if (steps.Result() == SQLITE_ERROR) {
-      vorn::PrintLog(site, vorn::log::StepFailed(), sqlite3_errmsg(db));
+      VORN_LOG(vorn::log::StepFailed(), sqlite3_errmsg(db));
       steps.MakeNextLast();
     } else if (steps.Result() == SQLITE_ROW) {
       if (!areColumnsDeclared) {
@@ -91,7 +90,7 @@ int DatabaseParser::ParseDatabase(sqlite3* db, sqlite3_stmt* stmt, Cursor& curso
         areColumnsDeclared = true;
       }
       for (int column = 0; column < columnCount; ++column) {
-        AppendCell(site, stmt, column, cursor);
+        AppendCell(VORN_HERE, stmt, column, cursor);
       }
     }
   }

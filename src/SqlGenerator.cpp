@@ -14,7 +14,7 @@
 
 namespace {
 
-// Keeps what stands before the last occurrence of `separator`, if there is one.
+// Keeps the text before the last occurrence of `separator`, if there is one.
 void CutAtLast(std::string& text, const char* separator) {
   const std::size_t position = text.rfind(separator);
   if (position != std::string::npos) {

@@ -15,11 +15,10 @@ namespace vorn {
 
 // Holds the named lock of one container from construction until Unlock().
 //
-// This is not a scoped lock. When an exception leaves the change, the mutex is
-// destroyed still locked: what becomes of a lock whose container may be half
-// changed is the utility library's decision, not ours.
+// This is not a scoped lock. If an exception leaves the change, the mutex is destroyed locked: the
+// utility library decides about a lock whose container may be half changed.
 //
-// Its code stands where it is used, since a query takes a guard for every cell.
+// Its code is inline, since a query takes a guard for every cell.
 class ContainerGuard {
  public:
   // Forms the lock's name from the container's address and locks it. A name that

@@ -72,8 +72,8 @@ void CallSystemLog(int (*print)(Buffer, Priority, const char*, const char*, ...)
 // Prints a record through the logger's conversion; `format` has the prefix.
 void PrintProtected(const LogSite& site, LogPriority priority, const char* format, ...);
 
-// Prints a record; `format` has the prefix. The logger belongs to the utility library and is asked
-// for at each use, never kept.
+// Prints a record; `format` has the prefix. Compiled once per list of arguments. The logger belongs
+// to the utility library and is asked for at each use, never kept.
 template <typename... Args>
 void Print(const LogSite& site, LogPriority priority, const char* format, Args... args) {
   if (!VornLogger::GetInstance()->GetEncryptionFlag()) {

@@ -40,7 +40,7 @@ VORN_LOG_MESSAGE(Opening, kError, ("DB file: %s %s", kText, kText),
   "An operation begins to open its file: the directory and the file name, as the application gave"
   " them, separated by a space. **It is no failure.** It is at error level so that a log of"
   " failures names their files.",
-  "Nothing. The next record of the same thread has the outcome; a query that succeeds writes none.")
+  "Nothing. A later record of the same thread has the outcome; a query that succeeds writes none.")
 
 VORN_LOG_MESSAGE(OpenFailed, kError, ("DB open failed. Error no(%d): %s", kNumber, kText),
   "Database.cpp: OpenDB",
@@ -69,8 +69,8 @@ VORN_LOG_MESSAGE(Busy, kWarning, ("SQLITE BUSY[%d]", kNumber),
 
 VORN_LOG_MESSAGE(BusyLimit, kError, ("RETRY COUNT is reached LIMIT, SQLITE_BUSY"),
   "Database.cpp: IsRetryLimit; DatabasePasrser.cpp: IsRetryLimit",
-  "The file was busy 16 times in a row, for some 1.5 s. One last attempt follows at once. If that is"
-  " busy too, the operation fails with 5. From `DatabasePasrser.cpp`, the query still returns 0; its"
+  "The file was busy 16 times in one loop, for some 1.5 s. One last attempt follows at once. If that"
+  " is busy too, the operation fails with 5. From `DatabasePasrser.cpp`, the query still returns 0; its"
   " cursor may lack rows, or its table may appear to be missing, even if the last attempt was not"
   " busy.",
   "Find a process that keeps a transaction open or has stopped inside one. Repeat the operation"
@@ -204,7 +204,7 @@ VORN_LOG_MESSAGE(ColumnUnknown, kError, ("NO MATCHED ERROR!!!"),
 VORN_LOG_MESSAGE(OffRow, kError, ("CURSOR RANGE ERROR!!!"),
   "Cursor.cpp: GetString GetInt GetDouble",
   "The application read a cell while the cursor was on no row: before the first one, where a query"
-  " leaves it, or after the last.",
+  " leaves it, or after the last; or the column has no cell for this row.",
   "Call `MoveToNext()` before the first read, and read only while it returns 0.")
 
 VORN_LOG_MESSAGE(NoInt, kError, ("CONVERT TO INT ERROR!!!"),
