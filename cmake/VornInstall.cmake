@@ -1,9 +1,9 @@
-# What `cmake --install` puts where, in components:
+# The files of `cmake --install`, in components:
 #
 #   runtime      the shared library
 #   development  its headers, its CMake package, its pkg-config module, documents
-#   tool         the command-line tool, its manual page and completion, as
-#                tools/vorndb/CMakeLists.txt says
+#   tool         the command-line tool, its manual page and completion; see
+#                tools/vorndb/CMakeLists.txt
 #   stand_ins    the stubs of the platform's libraries, for a desktop; a
 #                device has its own
 

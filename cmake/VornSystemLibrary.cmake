@@ -37,8 +37,8 @@ function(vorn_system_library_by_path name upper)
   foreach(header IN LISTS ARGN)
     # Not cached, so that each header, and each run, is looked for anew.
     unset(directory)
-    # What the user names is meant as it stands, also in a cross build, which looks
-    # for all else below its root folders.
+    # A path from the user is taken literally. A cross build searches all else below its
+    # root folders.
     find_path(directory ${header} PATHS "${VORN_${upper}_INCLUDE_DIR}" NO_DEFAULT_PATH
       NO_CMAKE_FIND_ROOT_PATH NO_CACHE)
     find_path(directory ${header} NO_CACHE)

@@ -1,4 +1,4 @@
-# What all our own targets have in common. Nothing of it reaches a consumer.
+# The common options of our own targets. No consumer gets them.
 
 include(CheckCXXCompilerFlag)
 include(VornHardening)
@@ -30,8 +30,8 @@ function(vorn_target target)
       target_compile_options(${target} PRIVATE -Wno-maybe-uninitialized)
     endif()
   endif()
-  # What is built does not tell in which folder: two builds are the same. A host's
-  # debugger has to find the sources, however.
+  # Built files do not depend on the folder, so two builds are identical. A host's debugger
+  # has to find the sources, however.
   if(PROJECT_IS_TOP_LEVEL)
     target_compile_options(${target} PRIVATE
       "$<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>"

@@ -1,9 +1,7 @@
-# What the 32-bit ARM toolchains have in common: Debian's cross compiler, the
-# target's packages as scripts/sysroot.sh unpacks them, and an emulator to run
-# what is built. Included with VORN_DEBIAN_ARCHITECTURE and VORN_TRIPLET set.
+# The common part of the 32-bit ARM toolchains: Debian's cross compiler, the target's
+# packages as scripts/sysroot.sh unpacks them, and an emulator to run the programs. Included with VORN_DEBIAN_ARCHITECTURE and VORN_TRIPLET set.
 
 set(CMAKE_SYSTEM_NAME Linux)
-set(CMAKE_C_COMPILER ${VORN_TRIPLET}-gcc)
 set(CMAKE_CXX_COMPILER ${VORN_TRIPLET}-g++)
 set(CMAKE_LIBRARY_ARCHITECTURE ${VORN_TRIPLET})
 
@@ -12,7 +10,7 @@ get_filename_component(VORN_SYSROOT
 if(VORN_SYSROOT MATCHES " ")
   message(FATAL_ERROR "The emulator and the linker take no folder with a blank: ${VORN_SYSROOT}")
 endif()
-if(NOT EXISTS "${VORN_SYSROOT}/packages")
+if(NOT EXISTS "${VORN_SYSROOT}/request")
   message(FATAL_ERROR
     "The target's packages are not in ${VORN_SYSROOT}; "
     "run: scripts/sysroot.sh ${VORN_DEBIAN_ARCHITECTURE}")

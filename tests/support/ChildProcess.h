@@ -66,7 +66,7 @@ class ChildProcess {
 
   pid_t m_id = -1;
   std::optional<Channel> m_link;
-  std::optional<int> m_status;  // as waitpid tells it, once it has
+  std::optional<int> m_status;  // of waitpid, after the end
 };
 
 #endif  // VORN_TESTS_SUPPORT_CHILDPROCESS_H

@@ -1,5 +1,4 @@
-// Fakes of the platform, in front of the real libraries: a test program that
-// contains them is what the library under test, unchanged, calls into.
+// Test doubles of the platform. The test program exports them, so the unchanged library calls them.
 
 #ifndef VORN_TESTS_SUPPORT_FAKEPLATFORM_H
 #define VORN_TESTS_SUPPORT_FAKEPLATFORM_H
@@ -44,8 +43,8 @@ char* Buffer();
 // that back.
 void ThrowAtLoggerCall(int number);
 
-// What the formatting call for lock names answers instead of formatting. The journal has its
-// size and format.
+// The result of the formatting call for lock names, in place of formatting. The journal has the
+// size and the format of the call.
 void FailLockNames(int result);
 // Puts all fakes back into their first state.
 void ResetPlatform();

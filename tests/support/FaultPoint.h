@@ -23,7 +23,6 @@ class FaultPoint {
 
   // Since Set.
   int Calls() const { return m_calls; }
-  int Failures() const { return m_failures; }
 
   // To be asked at every call.
   bool Fails() {

@@ -267,13 +267,6 @@ Operation CheckExistTable() {
   return own;
 }
 
-std::vector<Operation> Choose(bool isWrite) {
-  std::vector<Operation> chosen;
-  std::copy_if(All().begin(), All().end(), std::back_inserter(chosen),
-               [isWrite](const Operation& each) { return each.IsWrite() == isWrite; });
-  return chosen;
-}
-
 // A format with its "%d" and its "%s" filled in.
 std::string Formatted(const std::string& format, int code, const std::string& text = "") {
   std::string message = format;
@@ -290,10 +283,6 @@ const std::vector<Operation>& All() {
                                              JoinSelect(),  CheckExistTable()};
   return all;
 }
-
-std::vector<Operation> Writes() { return Choose(true); }
-
-std::vector<Operation> Queries() { return Choose(false); }
 
 const Operation& Get(const std::string& member) {
   const auto found = std::find_if(All().begin(), All().end(),

@@ -120,8 +120,6 @@ struct Operation {
 void PrintTo(const Operation& operation, std::ostream* stream);
 
 const std::vector<Operation>& All();
-std::vector<Operation> Writes();
-std::vector<Operation> Queries();
 // By the member's name; throws where there is none.
 const Operation& Get(const std::string& member);
 

@@ -1,5 +1,4 @@
-// Stands between SQLite and the file system: shows a test every call, and lets it
-// answer in the file system's place.
+// A VFS in front of the file system. A test sees every call and can replace its result.
 
 #ifndef VORN_TESTS_SUPPORT_SHIMVFS_H
 #define VORN_TESTS_SUPPORT_SHIMVFS_H

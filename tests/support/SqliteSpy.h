@@ -1,5 +1,5 @@
-// Stands between the library under test and the real SQLite: notes every call in
-// the journal and, where a test says so, answers in SQLite's place.
+// Test doubles of SQLite's functions. Each call of the library is added to the journal. A test can
+// replace its result.
 
 #ifndef VORN_TESTS_SUPPORT_SQLITESPY_H
 #define VORN_TESTS_SUPPORT_SQLITESPY_H
@@ -67,7 +67,7 @@ void FreeErrorTexts();
 // How many blocks of memory SQLite has taken and not returned.
 int MemoryBlocks();
 
-// Forgets scripts, observer and the text that was set. What is open or held stays known.
+// Forgets scripts, calls, observer and error text. Open handles and held texts stay known.
 void Reset();
 
 }  // namespace sqlite_spy

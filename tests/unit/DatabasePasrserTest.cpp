@@ -1,6 +1,5 @@
 #include "DatabaseParser.h"
 
-#include <stdexcept>
 #include <string>
 #include <type_traits>
 #include <vector>

@@ -91,7 +91,7 @@ void RunWithFailures(const Operation& operation) {
   }
 }
 
-// Reads that succeed need no record but their entry; these fail.
+// Each failure of a read or a move, once.
 void MisreadCursor() {
   Cursor cursor;
   cursor.SetColumn("text");

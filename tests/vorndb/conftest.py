@@ -49,7 +49,7 @@ class Tool:
         if "input" not in options:
             options["stdin"] = subprocess.DEVNULL
         command = [*prefix, *PROGRAM, *arguments]
-        return subprocess.run(command, cwd=self.folder, check=False, timeout=250, **options)
+        return subprocess.run(command, cwd=self.folder, check=False, **options)
 
     def run(self, *arguments, status=DONE, **options):
         """Output and errors of a run on app.db, which has to end with the status."""
@@ -72,9 +72,7 @@ class Tool:
     def sql(self, statement, *options):
         """The answer of the sqlite3 shell."""
         command = ["sqlite3", "-batch", "-init", "/dev/null", *options, self.database, statement]
-        ended = subprocess.run(
-            command, stdin=subprocess.DEVNULL, capture_output=True, check=False, timeout=250
-        )
+        ended = subprocess.run(command, stdin=subprocess.DEVNULL, capture_output=True, check=False)
         assert (ended.returncode, ended.stderr) == (0, b""), statement
         return ended.stdout.decode()
 

@@ -3,7 +3,7 @@
 import pytest
 from conftest import FAILED
 
-STRAY_QUOTE = 'a quote stands where none may be; quoted fields are "…", with "" inside'
+STRAY_QUOTE = 'a quote is out of place; quoted fields are "…", with "" inside'
 OPEN_QUOTE = "a quoted field that begins in this row does not end"
 
 

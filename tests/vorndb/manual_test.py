@@ -87,11 +87,7 @@ def complete(tool, *words, program=shlex.join(PROGRAM)):
         _vorndb && printf '%s\\n' "${{COMPREPLY[@]}}"
     """
     ended = subprocess.run(
-        ["bash", "--norc", "-c", script],
-        cwd=tool.folder,
-        capture_output=True,
-        check=False,
-        timeout=100,
+        ["bash", "--norc", "-c", script], cwd=tool.folder, capture_output=True, check=False
     )
     assert (ended.returncode, ended.stderr) == (0, b""), words
     return ended.stdout.decode().split()

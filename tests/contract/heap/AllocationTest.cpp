@@ -1,6 +1,5 @@
 // Allocations of the library, and their order.
 
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -51,7 +50,7 @@ class AllocationTest : public LibraryTest {
     }
   }
 
-  // Longer than what a string keeps inside itself.
+  // Longer than the buffer inside a std::string.
   const char* const longColumn = "a column name that is longer than a short string";
   const char* const longValue = "a value that is longer than a short string, by far";
   Cursor cursor;

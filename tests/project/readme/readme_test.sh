@@ -108,15 +108,15 @@ transcript() {
   }
 }
 
-# Every folder that they name in backticks and every file that they link to exists.
+# Every folder that they name in backticks exists.
 places() {
-  places_in README.md
-  places_in docs/guide.md
-  places_in docs/architecture.md
-  places_in docs/reliability.md
+  local name
+  for name in README.md CONTRIBUTING.md abi/README.md docs/{architecture,footprint,guide,log,reliability}.md; do
+    places_in "$name"
+  done
 }
 
-# Folders are named as seen from the top, links as seen from the document.
+# Folders are relative to the top.
 places_in() { # DOCUMENT
   local place missing=0
   document=$1
@@ -126,8 +126,7 @@ places_in() { # DOCUMENT
       echo "there is no $place" >&2
       missing=1
     fi
-  done < <(grep -oE '\]\([^)#]+\)|`[A-Za-z_./-]+/`' "$source/$document" | grep -vE '^..[a-z]+:' |
-    sed -E "s|^\`(.*)\`\$|\1|; s|^]\((.*)\)\$|$(dirname "$document")/\1|" | sort -u)
+  done < <(grep -oE '`[A-Za-z_./-]+/`' "$source/$document" | tr -d '`' | sort -u)
   ((missing == 0)) || fail "it names places that do not exist"
 }
 

@@ -225,7 +225,7 @@ class TracedChange {
 class TracedKillTest : public KillTest {
  protected:
   void SetUp() override {
-    // Otherwise a container may have to be given the right.
+    // In a container, tracing may need the capability SYS_PTRACE.
     const std::error_code obstacle = TracedChange::Obstacle();
     ASSERT_FALSE(obstacle) << "No process can be traced here: " << obstacle.message();
     for (int key = 0; key < 5; ++key) {

@@ -11,10 +11,9 @@ namespace {
 
 using note_table::Content;
 
-// The ways in which power can be lost. What SQLite expects of a disk is their limit: what
-// is not synced arrives in any order; of a write any sectors arrive, or the bytes up to any
-// place, or from there; bytes around it stay as they are; and a file may grow before the
-// bytes arrive that it grows by.
+// The ways to lose power, within SQLite's assumptions about a disk. Unsynced changes arrive in any
+// order. Of a write any sectors, a prefix or a suffix arrive; adjacent bytes do not change. A file
+// may grow before its new bytes arrive.
 
 using Arrival = SimulatedDisk::Arrival;
 using Fate = SimulatedDisk::Fate;
@@ -114,10 +113,9 @@ void WriteFiles(const Image& image, const TemporaryDatabase& database) {
   }
 }
 
-PowerLossSurvey::PowerLossSurvey(const History& history, DirectoryChanges directory, int stride)
+PowerLossSurvey::PowerLossSurvey(const History& history, DirectoryChanges directory)
     : m_history(history),
       m_directory(directory),
-      m_stride(stride),
       m_disk(history.before),
       m_random(test_numbers::Seed()) {}
 
@@ -184,9 +182,6 @@ void PowerLossSurvey::LoseEach(std::size_t directoryChanges) {
 }
 
 void PowerLossSurvey::Lose(std::size_t directoryChanges, const Fate& fate, Growth growth) {
-  if (m_losses++ % m_stride != 0) {
-    return;
-  }
   ++m_result.losses;
   // What its own operation has deleted may be back without harm.
   const bool journalIsBack = !m_hasDeleted && m_disk.RestoresFile(directoryChanges);

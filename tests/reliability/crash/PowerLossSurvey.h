@@ -1,8 +1,8 @@
 // Takes the power away at every point of a recorded history, in many ways, and looks
 // at what the library then finds.
 
-#ifndef VORN_TESTS_CRASH_POWERLOSSSURVEY_H
-#define VORN_TESTS_CRASH_POWERLOSSSURVEY_H
+#ifndef VORN_TESTS_RELIABILITY_CRASH_POWERLOSSSURVEY_H
+#define VORN_TESTS_RELIABILITY_CRASH_POWERLOSSSURVEY_H
 
 #include <random>
 #include <set>
@@ -46,8 +46,7 @@ class PowerLossSurvey {
     std::string firstDamage;
   };
 
-  // Of all losses it takes every so many.
-  PowerLossSurvey(const History& history, DirectoryChanges directory, int stride);
+  PowerLossSurvey(const History& history, DirectoryChanges directory);
   Result Run();
 
  private:
@@ -60,16 +59,14 @@ class PowerLossSurvey {
 
   const History& m_history;
   const DirectoryChanges m_directory;
-  const int m_stride;
   const TemporaryDatabase m_database;  // one for all images: new directories cost time
   SimulatedDisk m_disk;
   std::mt19937 m_random;
   std::set<std::pair<bool, Image>> m_seen;  // since the last acknowledgement
-  int m_losses = 0;                         // with those that are left out
   std::size_t m_acknowledged = 0;
   bool m_isRunning = false;   // the next operation
   bool m_hasDeleted = false;  // the next operation, its journal
   Result m_result;
 };
 
-#endif  // VORN_TESTS_CRASH_POWERLOSSSURVEY_H
+#endif  // VORN_TESTS_RELIABILITY_CRASH_POWERLOSSSURVEY_H

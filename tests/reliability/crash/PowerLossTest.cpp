@@ -14,7 +14,6 @@
 #include "NoteTable.h"
 #include "PowerLossSurvey.h"
 #include "ShimVfs.h"
-#include "TestNumbers.h"
 
 namespace {
 
@@ -169,8 +168,8 @@ bool HaveInOrder(const Lines& lines, const Lines& wanted) {
   return next == wanted.end();
 }
 
-PowerLossSurvey::Result Survey(const History& history, DirectoryChanges directory, int stride = 1) {
-  const PowerLossSurvey::Result result = PowerLossSurvey(history, directory, stride).Run();
+PowerLossSurvey::Result Survey(const History& history, DirectoryChanges directory) {
+  const PowerLossSurvey::Result result = PowerLossSurvey(history, directory).Run();
   std::printf(
       "%d power losses simulated at %d boundaries: %d different images, %d repaired, %d without "
       "the last acknowledged change, %d damaged\n",
@@ -196,8 +195,7 @@ TEST(PowerLossTest, AnOperationWaitsForTheDiskBeforeItOverwritesAndBeforeItRetur
 class DurableDirectoryTest : public ::testing::TestWithParam<Scenario> {};
 
 TEST_P(DurableDirectoryTest, LosesNothingThatWasAcknowledged) {
-  const auto result =
-      Survey(Record(GetParam()), DirectoryChanges::kDurableAtOnce, test_numbers::Stride());
+  const auto result = Survey(Record(GetParam()), DirectoryChanges::kDurableAtOnce);
   EXPECT_EQ(0, result.damages) << result.firstDamage;
   EXPECT_EQ(0, result.undone);
   EXPECT_GT(result.repairs, 0);

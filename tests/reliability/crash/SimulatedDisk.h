@@ -1,7 +1,7 @@
 // A directory of files on a disk that keeps for certain only what was synced.
 
-#ifndef VORN_TESTS_CRASH_SIMULATEDDISK_H
-#define VORN_TESTS_CRASH_SIMULATEDDISK_H
+#ifndef VORN_TESTS_RELIABILITY_CRASH_SIMULATEDDISK_H
+#define VORN_TESTS_RELIABILITY_CRASH_SIMULATEDDISK_H
 
 #include <cstddef>
 #include <functional>
@@ -83,4 +83,4 @@ class SimulatedDisk {
   std::vector<DirectoryChange> m_pending;
 };
 
-#endif  // VORN_TESTS_CRASH_SIMULATEDDISK_H
+#endif  // VORN_TESTS_RELIABILITY_CRASH_SIMULATEDDISK_H

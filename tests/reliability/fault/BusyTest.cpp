@@ -20,17 +20,16 @@
 
 namespace {
 
+using contract::kAttempts;
 using operations::Call;
 using operations::Subject;
-
-constexpr int kAttempts = 17;  // that a loop makes at most
 
 // The other process.
 
 enum LockKind { kShared, kReserved, kPending, kExclusive };
 const std::string kLockNames[] = {"shared", "reserved", "pending", "exclusive"};
 
-// What it is told to do besides taking a lock of a kind, and acknowledges.
+// Commands besides the kinds of lock. The process acknowledges each.
 enum Command { kRelease = 100, kChangeSchemaAndRelease, kEnd };
 
 // Connections that hold a lock of that kind together, while they live.

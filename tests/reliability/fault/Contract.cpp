@@ -76,8 +76,7 @@ bool JudgeLocks(const Strings& events, bool threw) {
 
 namespace {
 
-constexpr int kAttempts = 17;  // of a call that is busy
-constexpr int kWaits = 15;     // between all of these but the last two
+constexpr int kWaits = kAttempts - 2;  // none after the last two
 
 class Rules {
  public:

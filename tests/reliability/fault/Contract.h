@@ -1,8 +1,8 @@
 // The oracle of the sweeps: rules about one run of an operation, which follow from the
 // answers that SQLite gave. They share no code, and no structure, with the library.
 
-#ifndef VORN_TESTS_FAULT_CONTRACT_H
-#define VORN_TESTS_FAULT_CONTRACT_H
+#ifndef VORN_TESTS_RELIABILITY_FAULT_CONTRACT_H
+#define VORN_TESTS_RELIABILITY_FAULT_CONTRACT_H
 
 #include <functional>
 #include <map>
@@ -17,6 +17,8 @@
 namespace contract {
 
 using operations::Strings;
+
+constexpr int kAttempts = 17;  // of a busy call
 
 // Everything that a cursor holds: the names of its columns, their cells, its position.
 using CursorImage = std::tuple<Strings, std::map<std::string, Strings>, int>;
@@ -49,4 +51,4 @@ bool JudgeLocks(const Strings& events, bool threw);
 
 }  // namespace contract
 
-#endif  // VORN_TESTS_FAULT_CONTRACT_H
+#endif  // VORN_TESTS_RELIABILITY_FAULT_CONTRACT_H

@@ -20,7 +20,7 @@
 
 namespace {
 
-// Longer than what a string keeps inside itself.
+// Longer than the buffer inside a std::string.
 const char* const kOld = "a text that was there before, longer than a short string";
 const char* const kNew = "another text that is new, also longer than a short string";
 

@@ -43,7 +43,7 @@ TEST_P(MemorySweepTest, TheLibrarysOwn) {
 
 // Lines that are converted take memory, too: that of a success comes when all is done.
 TEST_P(MemorySweepTest, TheLibrarysOwnWithProtectedLines) {
-  EXPECT_GT(SweepOver(GetParam(), {"the library's memory with protected lines", "an allocation",
+  EXPECT_GT(SweepOver(GetParam(), {"the library's memory with protected lines", "allocation",
                                    heap_spy::Point(), true, true, true}),
             0);
 }

@@ -29,7 +29,7 @@ using operations::Strings;
 using operations::Texts;
 using ::testing::AnyOf;
 
-// Longer than what a string keeps inside itself.
+// Longer than the buffer inside a std::string.
 const char* const kNotes = "note_with_a_name_that_is_long";
 
 // Cells of all types, and some that take more than a page.

@@ -1,7 +1,7 @@
 // Lets an operation fail at every point where it can, and judges what it leaves.
 
-#ifndef VORN_TESTS_FAULT_SWEEP_H
-#define VORN_TESTS_FAULT_SWEEP_H
+#ifndef VORN_TESTS_RELIABILITY_FAULT_SWEEP_H
+#define VORN_TESTS_RELIABILITY_FAULT_SWEEP_H
 
 #include <string>
 
@@ -29,4 +29,4 @@ enum class Found { kFile, kHotJournal, kAutoVacuum, kNoFile };
 int SweepOver(const operations::Operation& operation, const Fault& fault,
               Found found = Found::kFile);
 
-#endif  // VORN_TESTS_FAULT_SWEEP_H
+#endif  // VORN_TESTS_RELIABILITY_FAULT_SWEEP_H

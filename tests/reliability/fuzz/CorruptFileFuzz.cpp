@@ -1,9 +1,9 @@
 // A database file that is damaged, and every operation on it. The input damages a
 // good file, line by line:
 //
-//   f number        the operation to begin with, 0 to 7; the others follow
+//   f number        the number of the first operation; the others follow
 //   b offset value  writes a byte
-//   x offset text   writes a text over what stands there
+//   x offset text   overwrites bytes with a text
 //   s to from size  copies a part of the file over another
 //   t size          cuts the file, or fills it up with zeros
 //   w               takes all that follows for the file
@@ -93,7 +93,7 @@ Damage ReadDamage(InputReader input, const std::string& goodFile) {
     const InputLine line = input.NextLine();
     const auto offset = [&](std::size_t field) { return line.Index(field, content.size()); };
     if (line.Letter() == 'f') {
-      damage.firstOperation = line.Index(0, 8);
+      damage.firstOperation = line.Index(0, operations::All().size());
     } else if (line.Letter() == 'w') {
       content = input.Rest().substr(0, kLargestFile);
     } else if (line.Letter() == 't') {

@@ -1,8 +1,8 @@
 // A cursor beside a model of it: each call is made on both, and result, log records, count
 // and position are compared.
 
-#ifndef VORN_TESTS_FUZZ_CURSORSESSION_H
-#define VORN_TESTS_FUZZ_CURSORSESSION_H
+#ifndef VORN_TESTS_RELIABILITY_FUZZ_CURSORSESSION_H
+#define VORN_TESTS_RELIABILITY_FUZZ_CURSORSESSION_H
 
 #include <gtest/gtest.h>
 
@@ -217,4 +217,4 @@ class CursorSession {
   std::vector<std::string> m_lines;  // that the call owes
 };
 
-#endif  // VORN_TESTS_FUZZ_CURSORSESSION_H
+#endif  // VORN_TESTS_RELIABILITY_FUZZ_CURSORSESSION_H

@@ -1,7 +1,7 @@
 // What libFuzzer asks of a fuzz target, and what it finds in the one at hand.
 
-#ifndef VORN_TESTS_FUZZ_FUZZTARGET_H
-#define VORN_TESTS_FUZZ_FUZZTARGET_H
+#ifndef VORN_TESTS_RELIABILITY_FUZZ_FUZZTARGET_H
+#define VORN_TESTS_RELIABILITY_FUZZ_FUZZTARGET_H
 
 #include <cstddef>
 #include <cstdint>
@@ -13,4 +13,4 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv);
 // after GoogleTest's message.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
-#endif  // VORN_TESTS_FUZZ_FUZZTARGET_H
+#endif  // VORN_TESTS_RELIABILITY_FUZZ_FUZZTARGET_H

@@ -1,8 +1,8 @@
 // Fuzz inputs are lines, so that people can read and write them: a letter, and fields that are
 // separated by tabs. The field "~" is null.
 
-#ifndef VORN_TESTS_FUZZ_INPUTREADER_H
-#define VORN_TESTS_FUZZ_INPUTREADER_H
+#ifndef VORN_TESTS_RELIABILITY_FUZZ_INPUTREADER_H
+#define VORN_TESTS_RELIABILITY_FUZZ_INPUTREADER_H
 
 #include <algorithm>
 #include <cstddef>
@@ -85,4 +85,4 @@ class InputReader {
   std::string_view m_rest;
 };
 
-#endif  // VORN_TESTS_FUZZ_INPUTREADER_H
+#endif  // VORN_TESTS_RELIABILITY_FUZZ_INPUTREADER_H

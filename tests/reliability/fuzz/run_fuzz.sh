@@ -22,8 +22,8 @@ cp "$corpus"/* "$work/corpus"
 
 # The target ends by itself; the limit is for one that hangs.
 status=0
-TMPDIR=$work/tmp without_randomization timeout --kill-after=10 $((seconds + 120)) \
-  "$target" -max_total_time=$seconds -timeout=25 -rss_limit_mb=2048 -detect_leaks=1 \
+TMPDIR=$work/tmp without_randomization timeout --kill-after=10 $((seconds + 1200)) \
+  "$target" -max_total_time=$seconds -timeout=600 -rss_limit_mb=2048 -detect_leaks=1 \
   -print_final_stats=1 -dict="$dictionary" -artifact_prefix="$(realpath "$findings")/" \
   "$work/corpus" >"$work/log" 2>&1 || status=$?
 if ((status != 0)); then

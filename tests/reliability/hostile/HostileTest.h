@@ -1,8 +1,8 @@
 // Runs an operation of the library on one file, and its statement on a copy of that file, over
 // a connection of the test's own. Both must come to the same.
 
-#ifndef VORN_TESTS_HOSTILE_HOSTILETEST_H
-#define VORN_TESTS_HOSTILE_HOSTILETEST_H
+#ifndef VORN_TESTS_RELIABILITY_HOSTILE_HOSTILETEST_H
+#define VORN_TESTS_RELIABILITY_HOSTILE_HOSTILETEST_H
 
 #include <string>
 
@@ -53,4 +53,4 @@ class HostileTest : public LibraryTest {
 // All lines but the traces of requests and cursor.
 Strings OperationLines();
 
-#endif  // VORN_TESTS_HOSTILE_HOSTILETEST_H
+#endif  // VORN_TESTS_RELIABILITY_HOSTILE_HOSTILETEST_H

@@ -98,7 +98,7 @@ TEST_F(QuotingTest, QuotedNamesWorkInEveryOperation) {
     ASSERT_EQ(
         0, Run("Update", row.With("value", "2").With("whereColumn", name).With("whereValue", "1")));
     ASSERT_EQ(0, Run("Select", found));
-    EXPECT_EQ("2", Cell(bare));  // results know the bare name
+    EXPECT_EQ("2", Cell(bare));  // the cursor has the bare name
     ASSERT_EQ(0, Run("JoinSelect",
                      found.With("column", name).With("table2", "contact").With("column2", "uid")));
     EXPECT_EQ("Lee", Cell("name"));

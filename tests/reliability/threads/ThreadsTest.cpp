@@ -1,4 +1,4 @@
-// Several threads on the library, with the real platform libraries.
+// Several threads on the library, on the stubs of the platform.
 
 #include <VornMutex.h>
 #include <gmock/gmock.h>

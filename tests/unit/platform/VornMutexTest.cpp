@@ -112,8 +112,7 @@ TEST_F(VornMutexTest, AnUnlockedGuardLeavesTheHolderAlone) {
   ExpectToBeHeldBy(holder, "name");
 }
 
-// They share ends with each other, and are shorter and longer than what is told apart
-// quickly.
+// The hash takes the first and the last eight characters, so many of these names share a shard.
 TEST_F(VornMutexTest, NamesOfAnyLengthAreToldApart) {
   for (std::size_t length = 8; length < 40; ++length) {
     std::string name(length, 'n');

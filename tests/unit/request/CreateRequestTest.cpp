@@ -1,7 +1,6 @@
 #include "CreateRequest.h"
 
 #include <stdexcept>
-#include <string>
 
 #include "LibraryTest.h"
 

@@ -5,7 +5,7 @@
 #
 #   tests/vorndb/logs/make_logs.sh
 #
-# captured_*.log   from standard error, as the desktop's stand-in writes it
+# captured_*.log   from standard error, in the form of the stub
 # form_*.log       the captured failures in the forms of a device's log reader
 # made_*.log       written by hand
 set -euo pipefail

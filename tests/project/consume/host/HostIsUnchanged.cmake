@@ -5,7 +5,7 @@
 function(list_variables result)
   get_cmake_property(names VARIABLES)
   list(FILTER names INCLUDE REGEX "^(CMAKE|BUILD|CTEST|CPACK|PROJECT)_")
-  # What tells about this call itself, and what CMake's FindThreads finds.
+  # Variables of this call, and the result of CMake's FindThreads.
   list(FILTER names EXCLUDE REGEX "^CMAKE_(CURRENT_FUNCTION.*|HAVE_LIBC_PTHREAD)$")
   set(${result} "${names}" PARENT_SCOPE)
 endfunction()
