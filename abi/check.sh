@@ -19,13 +19,13 @@ fail() {
   exit 1
 }
 
-# Prints the interface of a library as a corpus. Types are named by a hash, so that a
+# Prints the interface of the library as a corpus. Types are named by a hash, so that a
 # change leaves the other lines alone. Paths of sources lose the folder of the build.
 describe() {
-  grep -q ' \.debug_info ' <<<"$(readelf -SW "$1")" || fail 'it has no debug information'
+  grep -q ' \.debug_info ' <<<"$(readelf -SW "$library")" || fail 'it has no debug information'
   abidw --exported-interfaces-only --headers-dir "$here/../include" --drop-private-types \
     --suppressions "$here/standard_library.suppr" --type-id-style hash \
-    --no-show-locs --no-comp-dir-path --no-corpus-path --no-elf-needed "$1" |
+    --no-show-locs --no-comp-dir-path --no-corpus-path --no-elf-needed "$library" |
     sed -E "s|^(  <abi-instr .* path=')[^']*/src/|\1src/|"
 }
 
@@ -40,7 +40,7 @@ check_symbols() {
 # Changes that libabigail calls harmless fail, too, such as another name of a member.
 check_types() {
   local architecture
-  describe "$library" >"$work/built.abi"
+  describe >"$work/built.abi"
   architecture=$(sed -nE "1s/.* (architecture='[^']+').*/\1/p" "$work/built.abi")
   sed -n "/<abi-corpus .*$architecture/,/<\/abi-corpus>/p" "$reference" >"$work/reviewed.abi"
   [[ -s $work/reviewed.abi ]] || fail "the reference has no corpus with $architecture"
@@ -119,10 +119,11 @@ update() (
   scripts/sysroot.sh armhf
   echo "<abi-corpus-group version='2.1'>" >"$work/group"
   for preset in release armhf; do
+    library=build/abi/$preset/src/libvorndatabase.so
     run_quietly "== $preset: configure" cmake --preset "$preset" -B "build/abi/$preset" \
-      -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_EXAMPLES=OFF -DVORN_BUILD_TOOLS=OFF
+      "${library_alone[@]}"
     run_quietly "== $preset: build" cmake --build "build/abi/$preset" --target vorndatabase
-    describe "build/abi/$preset/src/libvorndatabase.so" >>"$work/group"
+    describe >>"$work/group"
   done
   echo '</abi-corpus-group>' >>"$work/group"
   cp "$work/group" "$reference"

@@ -1,5 +1,5 @@
-// vorn_bench_memory FOLDER tells what each contender takes from the heap for a query
-// of a whole table: lines of contender, rows, columns, allocations, bytes, peak.
+// vorn_bench_memory FOLDER prints the heap use of each contender for a query of a whole table:
+// lines of contender, rows, columns, allocations, bytes, peak.
 
 #include <cstdlib>
 #include <exception>
@@ -37,7 +37,7 @@ void Report(const NamedContender& named, const std::string& folder, const Shape&
 }  // namespace bench
 
 int main(int argc, char** argv) {
-  setenv("VORN_DLOG_PRIORITY", "S", 0);  // the log is silent unless told otherwise
+  setenv("VORN_DLOG_PRIORITY", "S", 0);  // the log is silent by default
   if (argc != 2) {
     std::cerr << "usage: vorn_bench_memory FOLDER\n";
     return 2;

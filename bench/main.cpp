@@ -27,7 +27,7 @@ int main(int argc, char** argv) {
   bench::RegisterLog();
   bench::RegisterLocks();
   bench::RegisterThreads(folders);
-  benchmark::RunSpecifiedBenchmarks();
+  const bool hasRun = benchmark::RunSpecifiedBenchmarks() > 0;
   benchmark::Shutdown();
-  return 0;
+  return hasRun ? 0 : 1;
 }

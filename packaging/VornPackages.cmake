@@ -2,16 +2,16 @@
 # component of VornInstall.cmake, and one for the library's debug information.
 # Debian's names and rules are taken for both.
 
-get_property(multi_config GLOBAL PROPERTY GENERATOR_IS_MULTI_CONFIG)
 if(NOT PROJECT_IS_TOP_LEVEL OR multi_config OR NOT VORN_INSTALL
     OR NOT VORN_BUILD_TOOLS OR NOT VORN_PLATFORM STREQUAL "development")
-  message(FATAL_ERROR "VORN_PACKAGES needs VORN_INSTALL, VORN_BUILD_TOOLS, the platform's stand-ins, "
+  message(FATAL_ERROR "VORN_PACKAGES needs VORN_INSTALL, VORN_BUILD_TOOLS, the stubs of the platform, "
     "a generator of one configuration, and to be no part of another project.")
 endif()
 
 set(templates "${CMAKE_CURRENT_LIST_DIR}")
 set(CPACK_PACKAGE_CONTACT "vorndatabase developers <vorndatabase@example.org>")
 set(CPACK_COMPONENTS_ALL "")
+set(packages "")
 
 # vorn_package(<component> <package> <section> <synopsis>) makes a package of a
 # component, with its documents. Its description is in PACKAGE.txt, and in PACKAGE.notices
@@ -19,6 +19,7 @@ set(CPACK_COMPONENTS_ALL "")
 macro(vorn_package component package section synopsis)
   string(TOUPPER ${component} upper)
   list(APPEND CPACK_COMPONENTS_ALL ${component})
+  string(APPEND packages " [${package}]=${component}")
   file(READ "${templates}/${package}.txt" text)
   set(CPACK_DEBIAN_${upper}_PACKAGE_NAME ${package})
   set(CPACK_DEBIAN_${upper}_PACKAGE_SECTION ${section})
@@ -45,9 +46,9 @@ vorn_package(stand_ins vorn-desktop-stand-ins devel
   "stand-ins for a device's own libraries, for desktops only")
 
 # --- Their relations ---------------------------------------------------------------
-# The library needs the platform's libraries: a device's own packages, or the
-# stand-ins, which stand in their place and never beside them. In a .rpm, the
-# names of the libraries themselves say so.
+# The library needs the platform's libraries: a device's own packages, or the stubs, which
+# replace them and conflict with them. rpm derives the dependency from the names of the
+# libraries.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "${VORN_RUNTIME_DEPENDS}, libdlog, libvornutil")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libvorndatabase (= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_DEBUG_SYMBOLS_PACKAGE_DEPENDS "libvorndatabase (= ${PROJECT_VERSION})")
@@ -69,7 +70,7 @@ set(CPACK_RPM_STAND_INS_PACKAGE_CONFLICTS "libdlog, libvornutil")
 # Where debuggers look for it by the library's build identifier. The packaged
 # libraries themselves are stripped.
 set(debug_file "${PROJECT_BINARY_DIR}/VornDebugFile.cmake")
-configure_file("${CMAKE_CURRENT_LIST_DIR}/VornDebugFile.cmake.in" "${debug_file}.in" @ONLY)
+configure_file("${templates}/VornDebugFile.cmake.in" "${debug_file}.in" @ONLY)
 file(GENERATE OUTPUT "${debug_file}" INPUT "${debug_file}.in")
 install(SCRIPT "${debug_file}" COMPONENT debug_symbols EXCLUDE_FROM_ALL)
 set(CPACK_STRIP_FILES ON)
@@ -93,7 +94,7 @@ set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(CPACK_COMPONENTS_GROUPING IGNORE)
-set(CPACK_PRE_BUILD_SCRIPTS "${CMAKE_CURRENT_LIST_DIR}/VornTouch.cmake")
+set(CPACK_PRE_BUILD_SCRIPTS "${templates}/VornTouch.cmake")
 
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -119,10 +120,11 @@ string(CONCAT CPACK_RPM_SPEC_MORE_DEFINE
   "%define clamp_mtime_to_source_date_epoch 1\n"
   "%define _buildhost reproducible")
 
-# What check.sh has to know.
+# The variables of check.sh.
 list(JOIN CMAKE_CROSSCOMPILING_EMULATOR " " emulator)
 file(CONFIGURE OUTPUT packages.env @ONLY CONTENT [[
 version='@PROJECT_VERSION@'
+declare -A components=(@packages@)
 architecture='@VORN_DEBIAN_ARCHITECTURE@'
 deb_libdir='lib/@CMAKE_CXX_LIBRARY_ARCHITECTURE@'
 rpm_architecture='@VORN_RPM_ARCHITECTURE@'

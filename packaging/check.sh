@@ -10,8 +10,6 @@ tree=$1
 packages=$(realpath "$tree/../..")
 source=$(realpath "$(dirname "${BASH_SOURCE[0]}")/..")
 source "$tree/packages.env"
-declare -A components=([libvorndatabase]=runtime [libvorndatabase-dbgsym]=debug_symbols
-  [libvorndatabase-dev]=development [vorn-desktop-stand-ins]=stand_ins [vorndb]=tool)
 mapfile -t names < <(printf '%s\n' "${!components[@]}" | sort)
 declare -A debs rpms
 for name in "${names[@]}"; do
@@ -86,9 +84,10 @@ expect_deb_fields() {
 
 expect_rpm_relation() { # NAME requires|provides|conflicts RELATION...
   local missing
+  [[ -n ${*: -1} ]] || fail "the check has no $2 for $1"
   missing=$(comm -13 <(rpm --query --package "${rpms[$1]}" "--$2" | sort -u) \
     <(printf '%s\n' "${@:3}" | sort -u))
-  [[ -z $missing ]] || fail "the .rpm $1 lacks in what it $2: $missing"
+  [[ -z $missing ]] || fail "the $2 of the .rpm $1 lack: $missing"
 }
 
 needed_by() { # LIBRARY

@@ -19,7 +19,7 @@ fi
 
 build=build/bench
 run_quietly '== bench: configure' cmake --preset release -B "$build" \
-  -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_EXAMPLES=OFF -DVORN_BUILD_TOOLS=OFF -DVORN_BUILD_BENCH=ON
+  "${library_alone[@]}" -DVORN_BUILD_BENCH=ON
 run_quietly '== bench: build' cmake --build "$build"
 tmpfs=$(mktemp -d /dev/shm/vorn-bench.XXXXXX)
 disk=$(mktemp -d "$PWD/$build/disk.XXXXXX")

@@ -12,11 +12,9 @@ require_arguments '' "$@"
 require_packages "${test_packages[@]}" "${coverage_packages[@]}"
 
 build=$PWD/build/coverage
-run_quietly '== release: configure' cmake --preset release
-run_quietly '== release: build' cmake --build --preset release
+build_preset release
 rm -rf "$build"
-run_quietly '== coverage: configure' cmake --preset coverage
-run_quietly '== coverage: build' cmake --build --preset coverage
+build_preset coverage
 # The tests that run the library in their own process load the instrumented one. A part of
 # the injected failures reaches every branch.
 LD_LIBRARY_PATH=$build/src:$build/platform VORN_TEST_STRIDE=8 run_quietly '== coverage: test' \

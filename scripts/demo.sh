@@ -8,18 +8,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 # shellcheck source=scripts/lib/packages.sh
 source scripts/lib/packages.sh
 
-usage='usage: scripts/demo.sh [COUNTRY]'
-case "$#:${1:-}" in
-  1:-h | 1:--help)
-    echo "$usage"
-    exit
-    ;;
-  0: | 1:[!-]*) ;;
-  *)
-    echo "$usage" >&2
-    exit 2
-    ;;
-esac
+require_arguments '([^- ][^ ]*)?' "$@"
 country=${1:-PT}
 program=$PWD/build/release/examples/timezone_picker/timezone_picker
 log=build/release/timezone_picker.log

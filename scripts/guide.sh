@@ -1,22 +1,23 @@
 #!/usr/bin/env bash
-# The guide shows files of examples/ and what the programs print. It holds copies of
-# both, each in the fenced block behind a line such as
+# The guide has copies of files of examples/ and of the outputs of the programs, each in the
+# fenced block behind a line such as
 #
 #   <!-- include examples/guide/create.cpp -->        the whole file
-#   <!-- include examples/guide/safe.h quoting -->    what stands there between two
-#                                                     lines "//! [quoting]"
-#   <!-- output create -->                            what guide_create prints
+#   <!-- include examples/guide/safe.h quoting -->    the part between two lines
+#                                                     "//! [quoting]"
+#   <!-- output create -->                            the output of guide_create
 #
-#   scripts/guide.sh check [DOCUMENT]  compares what is included with the files
-#   scripts/guide.sh update            writes it anew from the files
-#   scripts/guide.sh update BUILD      likewise, and what the programs of that build print
+#   scripts/guide.sh check         compares the copies of files
+#   scripts/guide.sh update        updates the copies of files
+#   scripts/guide.sh update BUILD  likewise, and the outputs of the programs of that build
 
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 # shellcheck source=scripts/lib/documents.sh
 source scripts/lib/documents.sh
+# shellcheck source=scripts/lib/run.sh
+source scripts/lib/run.sh
 
-usage='usage: scripts/guide.sh check [DOCUMENT] | update [BUILD]'
 guide=docs/guide.md
 
 fail() {
@@ -72,10 +73,10 @@ render() { # DOCUMENT KIND...
 
 check() {
   local rendered
-  [[ -n $(marks "$1" include) ]] || fail "$1 includes nothing"
-  rendered=$(render "$1" include) || exit
-  diff -u --label "$1" --label 'the files that it includes' "$1" - <<<"$rendered" ||
-    fail "$1 shows something else than the files have; run scripts/guide.sh update"
+  [[ -n $(marks "$guide" include) ]] || fail "$guide includes nothing"
+  rendered=$(render "$guide" include) || exit
+  diff -u --label "$guide" --label 'the files that it includes' "$guide" - <<<"$rendered" ||
+    fail "$guide differs from the files; run scripts/guide.sh update"
 }
 
 update() {
@@ -84,17 +85,6 @@ update() {
   printf '%s\n' "$rendered" >"$guide"
 }
 
-build=''
-case "$#:${1:-}" in
-  1:check | 2:check) check "${2:-$guide}" ;;
-  1:update) update ;;
-  2:update)
-    build=$2
-    update
-    ;;
-  1:-h | 1:--help) echo "$usage" ;;
-  *)
-    echo "$usage" >&2
-    exit 2
-    ;;
-esac
+require_arguments 'check|update( .+)?' "$@"
+build=${2:-}
+"$1"

@@ -17,7 +17,7 @@ scripts/sysroot.sh armhf
 for machine in x86_64 armhf; do
   build=build/instructions/$machine
   run_quietly "== $machine: configure" cmake --preset "${machine/x86_64/release}" -B "$build" \
-    -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_EXAMPLES=OFF -DVORN_BUILD_TOOLS=OFF -DVORN_BUILD_BENCH=ON
+    "${library_alone[@]}" -DVORN_BUILD_BENCH=ON
   run_quietly "== $machine: build" cmake --build "$build" --target vorn_instructions
 done
 echo '== instructions: count'

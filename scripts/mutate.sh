@@ -13,8 +13,7 @@ source scripts/lib/packages.sh
 require_arguments '(--.*)?' "$@"
 require_packages "${test_packages[@]}" "${mutation_packages[@]}"
 
-run_quietly '== release: configure' cmake --preset release
-run_quietly '== release: build' cmake --build --preset release
+build_preset release
 # Assertions of the standard library stop an access beyond a container.
 rm -rf build/mutation
 for worker in build/mutation/{1,2}; do
@@ -23,10 +22,10 @@ for worker in build/mutation/{1,2}; do
     xargs -0 cp --parents --target-directory="$worker/tree"
   run_quietly "== ${worker#build/}: configure" cmake -G Ninja -S "$worker/tree" \
     -B "$worker/build" -DCMAKE_EXPORT_COMPILE_COMMANDS=ON -DVORN_INSTALL=OFF \
-    -DCMAKE_CXX_FLAGS='-O1 -w -D_GLIBCXX_ASSERTIONS' \
-    -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_EXAMPLES=OFF -DVORN_BUILD_TOOLS=OFF
+    -DCMAKE_CXX_FLAGS='-O1 -w -D_GLIBCXX_ASSERTIONS' "${library_alone[@]}"
   run_quietly "== ${worker#build/}: build" cmake --build "$worker/build"
 done
+# Debian's interpreter has Debian's module.
 exec env GTEST_FAIL_FAST=1 /usr/bin/python3 -B scripts/lib/mutate.py --only src/ \
   --label '^(unit|heap|leaks|threads)$' "$@" tests/mutation/equivalent.txt \
   build/release build/mutation/{1,2}

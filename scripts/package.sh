@@ -88,7 +88,7 @@ make_packages() {
   run_quietly "== $architecture: .rpm" pack_rpm
 }
 
-require_arguments '(check)?( ?(amd64|armhf))*' "$@"
+require_arguments '(check( |$))?((amd64|armhf)( |$))*' "$@"
 [[ $PWD != *[[:blank:]]* ]] ||
   { echo "package.sh: rpmbuild takes no folder with a space: $PWD" >&2 && exit 1; }
 action=make_packages

@@ -11,7 +11,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 # shellcheck source=scripts/lib/packages.sh
 source scripts/lib/packages.sh
 
-require_arguments '(made)?( ?(amd64|armhf))*' "$@"
+require_arguments '(made( |$))?((amd64|armhf)( |$))*' "$@"
 require_packages git
 SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git -c safe.directory="$PWD" log -1 --format=%ct)}
 export SOURCE_DATE_EPOCH

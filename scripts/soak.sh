@@ -22,7 +22,7 @@ unset VORN_TEST_SEED # which would make all rounds the same
 # soak PRESET LABELS SCALE LOG: runs the tests and prints the figures among their output.
 soak() {
   if ! VORN_TEST_SCALE=$3 without_randomization \
-    ctest --preset "$1" -L "^($2)\$" --schedule-random --verbose >"$logs/$4" 2>&1; then
+    ctest --preset "$1" --parallel 2 -L "^($2)\$" --schedule-random --verbose >"$logs/$4" 2>&1; then
     tail -n 200 "$logs/$4" >&2
     echo "soak.sh: failed; this is the end of $logs/$4" >&2
     exit 1
@@ -31,8 +31,7 @@ soak() {
 }
 
 for preset in release asan; do
-  run_quietly "== $preset: configure" cmake --preset "$preset"
-  run_quietly "== $preset: build" without_randomization cmake --build --preset "$preset"
+  build_preset "$preset"
 done
 rm -rf "$logs"
 mkdir -p "$logs"

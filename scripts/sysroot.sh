@@ -52,7 +52,6 @@ unpack() {
   for name in "${shlibs[@]}"; do
     dpkg-deb --raw-extract "$work/debs/$name"_*.deb "$work/root/shlibs/$name" || return
   done
-  (cd "$work/debs" && printf '%s\n' *.deb) >"$work/root/packages"
   echo "$request" >"$work/root/request"
   rm -rf "$sysroot" && mv "$work/root" "$sysroot"
 }

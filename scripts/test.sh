@@ -30,9 +30,7 @@ run_suite() { # PRESET
   if [[ $1 == arm* ]]; then
     scripts/sysroot.sh "$1"
   fi
-  run_quietly "$1: configure" cmake --preset "$1"
-  # The build runs the test programs, to list their tests.
-  run_quietly "$1: build" without_randomization cmake --build --preset "$1"
+  build_preset "$1"
   run_ctest "$1"
 }
 
@@ -45,8 +43,7 @@ run_rest() {
   local preset
   scripts/lint.sh
   # Linked with link-time optimisation, which compares the types of all sources.
-  run_quietly 'odr: configure' cmake --preset odr
-  run_quietly 'odr: build' cmake --build --preset odr
+  build_preset odr
   for preset in armhf armel asan tsan; do
     run_suite "$preset"
   done
@@ -67,12 +64,8 @@ require_arguments '|arm|all|rest' "$@"
 packages=("${test_packages[@]}")
 case ${1:-} in
   arm) packages+=("${arm_packages[@]}") ;;
-  all | rest)
-    packages+=("${arm_packages[@]}" "${lint_packages[@]}" "${fuzz_packages[@]}"
-      "${coverage_packages[@]}" "${docs_packages[@]}"
-      "${package_packages[@]}" "${bench_packages[@]}" "${peer_packages[@]}"
-      "${instruction_packages[@]}")
-    ;;
+  # The scripts that are run install the rest.
+  all | rest) packages+=("${arm_packages[@]}" "${fuzz_packages[@]}") ;;
 esac
 require_packages "${packages[@]}"
 case ${1:-} in

@@ -13,7 +13,7 @@ namespace bench {
 
 namespace {
 
-// Takes who knows the error instead of the error, which must be asked for after the call.
+// Takes the source of the error, which has to be asked after the call.
 template <typename Source>
 void Expect(bool isGood, const Source& source) {
   if (!isGood) {

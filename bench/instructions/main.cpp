@@ -138,7 +138,7 @@ void Run(const std::string& name, int count, const char* folder) {
   }
 }
 
-// Tells where the process has its code, for a tool that knows addresses only.
+// Prints the addresses of the code of the process, for a trace that has addresses alone.
 void PrintMaps() {
   std::ifstream maps("/proc/self/maps");
   for (std::string line; std::getline(maps, line);) {

@@ -211,6 +211,8 @@ def main():
     counts = collections.Counter(outcome for _, outcome in results)
     print(f"{len(mutants)} mutants, {len(results)} tried: {dict(counts)}")
     print(*problems, sep="\n", file=sys.stderr)
+    if not counts.keys() - {"invalid"}:
+        sys.exit("mutate.sh: no mutant was tried: none is in the files, or none compiles")
     sys.exit(1 if problems else 0)
 
 

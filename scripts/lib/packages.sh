@@ -20,8 +20,7 @@ source "${BASH_SOURCE[0]%/*}/run.sh"
   peer_packages=(libsqlitecpp-dev libsoci-dev libboost-dev libpoco-dev qtbase5-dev
     libqt5sql5-sqlite)
   instruction_packages=("${armhf_packages[@]}" valgrind python3)
-  docs_packages=(g++ doxygen graphviz fonts-dejavu-core python3)
-  screenshot_packages=(chromium)
+  docs_packages=(doxygen graphviz fonts-dejavu-core)
   lint_packages=(git clang clang-format clang-tidy cppcheck shellcheck black pylint mandoc
     python3-pytest python3-clang)
 }

@@ -28,6 +28,16 @@ run_quietly() {
   return "$status"
 }
 
+# build_preset PRESET: the build runs the test programs, to list their tests.
+build_preset() {
+  run_quietly "$1: configure" cmake --preset "$1"
+  run_quietly "$1: build" without_randomization cmake --build --preset "$1"
+}
+
+# For cmake: neither tests nor examples nor the tool.
+# shellcheck disable=SC2034
+library_alone=(-DVORN_BUILD_TESTS=OFF -DVORN_BUILD_EXAMPLES=OFF -DVORN_BUILD_TOOLS=OFF)
+
 # The sanitizers need their shadow memory at fixed addresses, which some kernels
 # use for other mappings. A container may forbid the remedy.
 without_randomization() {
