@@ -48,7 +48,7 @@ std::optional<double> ParseAngle(const std::string& text, std::size_t degreeDigi
   return (text[0] == '-' ? -total : total) / 3600.0;
 }
 
-// Latitude and longitude stand together in one field: the second sign parts them.
+// Latitude and longitude share a field; the second sign begins the longitude.
 void SetCoordinates(const TabRow& row, Zone& zone) {
   const std::string& text = row.fields[1];
   const std::size_t second = text.find_first_of("+-", 1);

@@ -182,7 +182,7 @@ std::size_t TimeZoneStore::CountRows(const char* table) {
   return static_cast<std::size_t>(std::max(cursor.GetCount(), 0));
 }
 
-// A new result stands before its first row, hence MoveToNext().
+// The position of a new result is before its first row, hence MoveToNext().
 std::optional<Country> TimeZoneStore::FindCountry(const std::string& code) {
   SelectRequest request;
   Address(request, kCountryTable);

@@ -1,5 +1,5 @@
 /// @file
-/// Desktop stand-in for the platform's system log.
+/// Desktop stub of the platform's system log.
 
 #ifndef VORN_PLATFORM_DLOG_H
 #define VORN_PLATFORM_DLOG_H
@@ -21,7 +21,7 @@ extern "C" {
 /// at the first line. Unset, every line is written; with any other value, too,
 /// after one line that says so.
 ///
-/// @param log_id the log buffer; the stand-in has only one and ignores it.
+/// @param log_id the log buffer; the stub has only one and ignores it.
 /// @param priority 2 verbose, 3 debug, 4 info, 5 warning, 6 error, 7 fatal.
 /// @param tag NUL-terminated tag of the writer; null is written as "-".
 /// @param format printf format of the message, with its arguments.

@@ -1,5 +1,5 @@
 /// @file
-/// Desktop stand-in for the utility library's logger.
+/// Desktop stub of the utility library's logger.
 
 #ifndef VORN_PLATFORM_VORNLOGGER_H
 #define VORN_PLATFORM_VORNLOGGER_H
@@ -10,7 +10,7 @@
 /// Decides whether messages are converted into a protected form before they are
 /// printed, converts them, and supplies the log tag.
 ///
-/// The stand-in does not convert unless told to with `SetEncryptionFlag`. All
+/// The stub converts only after a call of `SetEncryptionFlag`. All
 /// members may be called from any thread.
 class VornLogger {
  public:
@@ -20,7 +20,7 @@ class VornLogger {
   /// True when messages are to be converted before they are printed.
   bool GetEncryptionFlag();
 
-  /// Turns the conversion on or off. A member of the stand-in only, for tests
+  /// Turns the conversion on or off. A member of the stub only, for tests
   /// and for a look at protected logs on a desktop.
   void SetEncryptionFlag(bool flag);
 

@@ -1,5 +1,5 @@
 /// @file
-/// Desktop stand-in for the utility library's named mutex.
+/// Desktop stub of the utility library's named mutex.
 
 #ifndef VORN_PLATFORM_VORNMUTEX_H
 #define VORN_PLATFORM_VORNMUTEX_H
@@ -42,7 +42,7 @@ class VornMutex {
   /// Releases the lock. Does nothing unless this guard holds it.
   void Unlock();
 
-  /// The number of names that are held at the moment. A member of the stand-in
+  /// The number of names that are held at the moment. A member of the stub
   /// only, for tests.
   static int CountNames();
 

@@ -138,9 +138,7 @@ void ExpectSuccess(const std::string& file, const std::vector<std::string>& tabl
 
 void ExpectComplete(const std::string& file, const CallResult& call) {
   const std::string reason = BreakIn(call.log);
-  if (!reason.empty()) {
-    throw Failure("the result from " + file + " is not complete; " + reason);
-  }
+  FailIf(!reason.empty(), "the result from " + file + " is not complete; " + reason);
 }
 
 }  // namespace vorndb

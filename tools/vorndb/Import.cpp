@@ -100,7 +100,7 @@ class CsvReader {
       if (csv_error(&m_parser) == CSV_ENOMEM) {
         throw std::bad_alloc();
       }
-      Fail(m_line, "a quote stands where none may be; quoted fields are \"…\", with \"\" inside");
+      Fail(m_line, "a quote is out of place; quoted fields are \"…\", with \"\" inside");
     }
   }
 
@@ -130,10 +130,8 @@ std::vector<Assignment> ReadHeader(CsvReader& reader) {
   std::vector<Assignment> columns;
   try {
     for (const std::string& name : header->fields) {
-      if (name.find('\0') != std::string::npos) {
-        throw UsageError(
-            "the name of a column holds a NUL; is the file UTF-16? It has to be UTF-8");
-      }
+      RefuseIf(name.find('\0') != std::string::npos,
+               "the name of a column holds a NUL; is the file UTF-16? It has to be UTF-8");
       RequirePlainName("column", name);
       columns.emplace_back().column = name;
     }

@@ -190,9 +190,7 @@ int main(int argc, char** argv) {
   try {
     vorndb::CommandLine().Parse(argc, argv);
     // A full disk shows here at the latest.
-    if (!std::cout.flush()) {
-      throw vorndb::Failure("cannot write to standard output");
-    }
+    vorndb::FailIf(!std::cout.flush(), "cannot write to standard output");
     return vorndb::kDone;
   } catch (const vorndb::UsageError& error) {
     return vorndb::Fail(error.what(), vorndb::kWrongUse);
