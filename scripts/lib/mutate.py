@@ -31,6 +31,8 @@ LITERALS = {
     Kind.CHARACTER_LITERAL: lambda text: ["'~'"],
     Kind.CXX_BOOL_LITERAL_EXPR: lambda text: [f"!{text}"],
 }
+# "return {}" is the same.
+ZERO_RETURNS = ("return", "return nullptr", "return false", "return kOk")
 # 20 seconds of processor time and 4 GB for a test program, and two minutes if it waits.
 LIMITS = ("timeout", "-k1", "120", "prlimit", "--core=0", "--cpu=20", f"--as={4 << 30}")
 
@@ -59,7 +61,7 @@ def changes(node, text):
         for one, other in zip(arguments, arguments[1:]):
             if one.type.get_canonical() == other.type.get_canonical():
                 yield from swap(span(one), span(other), text)
-    elif kind == Kind.RETURN_STMT and inner not in ("return", "return nullptr", "return false"):
+    elif kind == Kind.RETURN_STMT and inner not in ZERO_RETURNS:
         yield span(children[0]), "{}"
     elif kind == Kind.COMPOUND_STMT and inner.startswith("{"):
         yield from statement_changes(children, collections.Counter(re.findall(r"\w+", inner)), text)
