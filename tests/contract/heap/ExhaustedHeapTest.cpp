@@ -1,8 +1,10 @@
-// The state of texts and statements when memory runs out.
+// The state of texts, values and statements when memory runs out.
 
 #include <new>
 #include <string>
 
+#include "BaseSet.h"
+#include "CommaLocale.h"
 #include "FieldCases.h"
 #include "HeapSpy.h"
 #include "LibraryTest.h"
@@ -40,6 +42,19 @@ INSTANTIATE_TEST_SUITE_P(, ExhaustedPairTest, ::testing::ValuesIn(FieldCases([](
                            return each.field.isPair;
                          })),
                          NameOf);
+
+using ExhaustedSetTest = LibraryTest;
+
+// The first number of a locale allocates inside the stream.
+TEST_F(ExhaustedSetTest, DoesNotStoreTheFirstNumberOfALocale) {
+  const CommaLocale locale;
+  BaseSet set;
+  heap_spy::Point().Set(0);
+  EXPECT_THROW(set.SetData("column", 1), std::bad_alloc);
+  BaseSet::ColumnMap values;
+  set.GetDataMap(values);
+  EXPECT_TRUE(values.empty());
+}
 
 class ExhaustedStatementTest : public LibraryTest {
  protected:

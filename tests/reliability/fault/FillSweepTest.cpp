@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "CommaLocale.h"
 #include "Containers.h"
 #include "Contract.h"
 #include "CreateRequest.h"
@@ -228,16 +227,6 @@ TEST_F(FillSweepTest, SetDataAndSetWhere) {
   SweepOver([] { return EntryOf(kNew); });
   SweepOver([] { return EntryOf(-2147483647); });
   SweepOver([] { return EntryOf(-1.2345678e-300); });
-}
-
-// The first number of a locale allocates inside the stream.
-TEST_F(FillSweepTest, SetDataAndSetWhereInAnotherLocale) {
-  SweepOver([] {
-    const auto locale = std::make_shared<CommaLocale>();
-    Filling filling = EntryOf(1234567);
-    filling.call = [locale, call = filling.call] { call(); };
-    return filling;
-  });
 }
 
 TEST_F(FillSweepTest, SetColumnKey) {
