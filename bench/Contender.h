@@ -95,6 +95,7 @@ class ColumnsContender : public SqlContender {
 struct NamedContender {
   std::string name;
   std::unique_ptr<Contender> (*make)();
+  bool isForQueries = false;  // all else is done as by hand
 };
 
 // All that are built in; by hand, against SQLite's functions, comes first.

@@ -134,6 +134,9 @@ void RegisterOperations(const Folders& folders) {
        {std::pair("tmpfs", folders.tmpfs), std::pair("disk", folders.disk)}) {
     for (const Operation& operation : Operations()) {
       for (const NamedContender& named : Contenders()) {
+        if (named.isForQueries) {
+          continue;
+        }
         const std::string name = named.name + "/operation/" + operation.name + '/' + medium;
         benchmark::RegisterBenchmark(name.c_str(), [named, folder = folder,
                                                     operation](benchmark::State& state) {

@@ -41,7 +41,7 @@ if [[ ${1:-} == --check ]]; then
   run_quietly '== bench: memory' "$build/bench/vorn_bench_memory" "$tmpfs"
   exit
 fi
-page='operation/[a-z]*/tmpfs|select/rows:[0-9]*/columns:5/tables:1$|read/'
+page='operation/[a-z]*/tmpfs|select/rows:[0-9]*/columns:5/tables:1/|read/'
 run_quietly '== bench: measure' run --benchmark_filter="/(${1:-$page})" --benchmark_min_time=0.02 \
   --benchmark_repetitions=9 --benchmark_enable_random_interleaving=true \
   --benchmark_report_aggregates_only=true

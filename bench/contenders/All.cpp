@@ -6,7 +6,7 @@ namespace bench {
 const std::vector<NamedContender>& Contenders() {
   static const std::vector<NamedContender> contenders = {
       {"raw", MakeRaw},
-      {"get_table", MakeGetTable},
+      {"get_table", MakeGetTable, true},
 #ifdef VORN_BENCH_SQLITECPP
       {"SQLiteCpp", MakeSqliteCpp},
 #endif
@@ -19,7 +19,7 @@ const std::vector<NamedContender>& Contenders() {
 #ifdef VORN_BENCH_QT
       {"Qt", MakeQt},
 #endif
-      {"contract", MakeContract},
+      {"contract", MakeContract, true},
       {"vorn", []() -> std::unique_ptr<Contender> { return MakeVorn(); }},
       {"vorn-quiet", []() -> std::unique_ptr<Contender> { return MakeQuietVorn(); }},
   };

@@ -7,6 +7,7 @@ TIMES is Google Benchmark's JSON.
 
 import collections
 import json
+import operator
 import pathlib
 import re
 import subprocess
@@ -26,9 +27,10 @@ WHOLE = re.compile(r"select/rows:(\d+)/columns:5/tables:1")
 
 
 def read_medians(report):
-    """Nanoseconds by case and contender."""
+    """Nanoseconds by case and contender, in the order of the program."""
     medians = collections.defaultdict(dict)
-    for entry in report["benchmarks"]:
+    place = operator.itemgetter("family_index", "per_family_instance_index")
+    for entry in sorted(report["benchmarks"], key=place):
         if entry["aggregate_name"] == "median":
             contender, case = entry["run_name"].split("/", 1)
             case = re.sub("/(real_time|manual_time|iterations:[0-9]+)", "", case)
@@ -45,7 +47,7 @@ def duration(nanoseconds):
 
 def table(medians):
     """Times by hand, and the others' ratios to them; times alone where nothing compares."""
-    contenders = list(dict.fromkeys(name for times in medians.values() for name in times))
+    contenders = list(max(medians.values(), key=len))
     rows = [["case", *(NAMES.get(name, name) for name in contenders)]]
     rows.append(["---"] + ["---:"] * len(contenders))
     for case, times in medians.items():
@@ -86,8 +88,8 @@ def main():
         before, _, after = re.split(
             "(?<=<!-- table -->\n)|(?=<!-- end -->)", page.read_text("utf-8")
         )
-        page.write_text(f"{before}{text}{after}", "utf-8")
         draw(medians, times.with_name("rows.dat"), page.with_name("performance-rows.svg"))
+        page.write_text(f"{before}{text}{after}", "utf-8")
 
 
 if __name__ == "__main__":
