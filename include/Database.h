@@ -41,7 +41,7 @@ class UpsertRequest;
 /// **Threads.** An object has no state, so any number of threads may share it. During an operation
 /// no other thread may change its request, or use its cursor.
 ///
-/// **Log.** Members and the getters of a request log their entry, `IsRetryLimit` and copies do not.
+/// **Log.** Members and the getters of a request log their entry; `IsRetryLimit` and copies do not.
 /// An operation also has the records of `OpenDB` and `IsRetryLimit`.
 class Database {
  public:
@@ -56,8 +56,8 @@ class Database {
   Database& operator=(const Database&) = default;
 
   /// Writes values into the rows that meet the conditions. Returns 1 if there is no condition,
-  /// since the statement is then incomplete; `SqlGenerator::GetUpdateSql` has an exception. Logs
-  /// "update SUCCESS[%d]" or "update FAILED[%d]: %s" with the code and SQLite's text.
+  /// since the statement is then incomplete (but see `SqlGenerator::GetUpdateSql`). Logs "update
+  /// SUCCESS[%d]" or "update FAILED[%d]: %s" with the code and SQLite's text.
   int Update(UpdateRequest& request);
 
   /// Deletes the rows that meet the conditions, all rows if there is no condition. Returns 0 also

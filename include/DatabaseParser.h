@@ -16,8 +16,8 @@ class Cursor;
 /// A busy step is repeated under the policy of `IsRetryLimit`. The step after its limit is the
 /// last, and so is the step after an error; a row of the last step is not read. (The legacy
 /// interface restarts a failed statement, so that step may well return a row.) Any other code is
-/// stepped over, without limit; `ParseExistTable` reads it as a row. A null statement never ends.
-/// Rows already stored stay. Neither parse finalizes the statement or closes the connection.
+/// stepped over, without limit; `ParseExistTable` reads it as a row. A null statement is stepped for
+/// ever. Rows already stored stay. Neither parse finalizes the statement or closes the connection.
 ///
 /// There is no state, and so no lock. Records have the file name `DatabasePasrser.cpp`; entries are
 /// not logged.

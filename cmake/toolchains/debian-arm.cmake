@@ -1,5 +1,6 @@
 # The common part of the 32-bit ARM toolchains: Debian's cross compiler, the target's
-# packages as scripts/sysroot.sh unpacks them, and an emulator to run the programs. Included with VORN_DEBIAN_ARCHITECTURE and VORN_TRIPLET set.
+# packages as scripts/sysroot.sh unpacks them, and an emulator to run the programs.
+# Included with VORN_DEBIAN_ARCHITECTURE and VORN_TRIPLET set.
 
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_CXX_COMPILER ${VORN_TRIPLET}-g++)

@@ -15,7 +15,7 @@ namespace vornutil {
 // A part of the names that are held.
 //
 // A guard that is the only one here enters and leaves with one atomic step each.
-// When a second one comes, both are in a list, under a mutex, and so do all others
+// When a second one comes, both are in a list, under a mutex, and so are all others
 // until the list is empty. Two threads meet here only when their names fall into the
 // same shard; shards do not share a cache line.
 struct alignas(64) Shard {

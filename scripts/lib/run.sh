@@ -28,7 +28,8 @@ run_quietly() {
   return "$status"
 }
 
-# build_preset PRESET: the build runs the test programs, to list their tests.
+# build_preset PRESET: configures and builds. The build runs the test programs, with their
+# sanitizers, to list the tests.
 build_preset() {
   run_quietly "$1: configure" cmake --preset "$1"
   run_quietly "$1: build" without_randomization cmake --build --preset "$1"
