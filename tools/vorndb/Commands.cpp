@@ -61,7 +61,7 @@ std::optional<CallResult> RunOrPrint(const Arguments& arguments, Request& reques
   if (arguments.sql) {
     std::string sql;
     (SqlGenerator().*generate)(request, sql);
-    std::cout << sql << '\n';
+    std::cout << sql << ";\n";
     return std::nullopt;
   }
   if constexpr (!std::is_same_v<Request, CreateRequest>) {
@@ -100,15 +100,81 @@ std::vector<std::string> Fill(CreateRequest& request, const Arguments& arguments
   return columns;
 }
 
-void Show(const Arguments& arguments, const CallResult& call, Cursor& cursor) {
+// Reads the result of a query on these tables.
+Result Read(const Arguments& arguments, const std::vector<std::string>& tables,
+            const CallResult& call, Cursor& cursor) {
   Result result = ReadResult(cursor, call.log);
-  Write(result, arguments.format, arguments.wide ? std::nullopt : TerminalWidth(STDOUT_FILENO),
-        std::cout);
+  result.typed = arguments.typed;
+  if (arguments.typed || arguments.choice.order) {
+    for (const std::string& table : tables) {
+      for (const Column& column : ColumnsOf(arguments.file, table)) {
+        result.affinities[column.name] = column.affinity;
+      }
+    }
+  }
+  Choose(result, arguments.choice);
+  return result;
+}
+
+void Show(const Arguments& arguments, const CallResult& call, Result& result) {
+  const std::optional<std::size_t> width = TerminalWidth(STDOUT_FILENO);
+  Write(result, arguments.format, arguments.wide ? std::nullopt : width, std::cout);
+  if (width && !arguments.quiet && arguments.format.empty() && result.rowCount > 0) {
+    std::cout << '(' << Counted(result.rowCount, "row") << ")\n";
+  }
   std::cout.flush();
   for (const std::string& doubt : result.doubts) {
     Tell("warning: " + doubt);
   }
   ExpectComplete(arguments.file, call);
+}
+
+// The number of rows of a select; nothing where a cursor does not have it.
+std::optional<std::size_t> CountOf(const Result& result) {
+  return result.columns.size() == 1 ? std::nullopt : std::make_optional(result.rowCount);
+}
+
+// The number of rows that meet the conditions of a change.
+std::optional<std::size_t> CountRows(const Arguments& arguments) {
+  Arguments select = arguments;
+  select.values.clear();
+  Cursor cursor;
+  const Selected selected = *RunSelect(select, cursor);
+  return IsComplete(selected.call) ? CountOf(selected.result) : std::nullopt;
+}
+
+// Update and delete. The library does not report the number of rows, so they are counted before.
+template <typename Request>
+void ChangeRows(const Arguments& arguments, Generate<Request> generate,
+                int (Database::*run)(Request&)) {
+  const bool counts = !arguments.sql && !arguments.quiet;
+  const std::optional<std::size_t> count = counts ? CountRows(arguments) : std::nullopt;
+  WriteRows(arguments, generate, run);
+  if (count) {
+    std::cout << Counted(*count, "row")
+              << (arguments.where.empty() ? " in the table\n" : " met the conditions\n");
+  }
+}
+
+// Loses data, so somebody has to have meant it.
+void RequireConsent(const Arguments& arguments, const std::string& question,
+                    const std::string& refusal, const std::string& otherwise) {
+  if (!arguments.sql && !arguments.yes) {
+    const std::optional<bool> meant = Ask(question);
+    RefuseIf(!meant, refusal);
+    FailIf(!*meant, otherwise);
+  }
+}
+
+// A select on one of SQLite's own tables.
+Arguments LookUp(const Arguments& arguments, const std::string& table,
+                 const std::vector<std::string>& conditions) {
+  Arguments select = arguments;
+  select.table = table;
+  for (const std::string& condition : conditions) {
+    select.where.emplace_back(condition);
+  }
+  return select;
 }
 
 }  // namespace
@@ -146,46 +212,104 @@ void Upsert(const Arguments& arguments) {
 void Update(const Arguments& arguments) {
   RefuseIf(arguments.where.empty(),
            "update needs --where: the library does not change all rows at once");
-  WriteRows(arguments, &SqlGenerator::GetUpdateSql, &Database::Update);
+  ChangeRows(arguments, &SqlGenerator::GetUpdateSql, &Database::Update);
 }
 
-// Without conditions it takes every row, so somebody has to have meant it.
 void Delete(const Arguments& arguments) {
-  RefuseIf(arguments.all && !arguments.where.empty(), "--all and --where contradict each other");
-  if (!arguments.sql && !arguments.all && arguments.where.empty()) {
-    const auto meant =
-        Ask("Delete every row of " + arguments.table + " in " + arguments.file + "?");
-    RefuseIf(!meant, "delete without --where takes every row; if that is meant, give --all");
-    FailIf(!*meant, "nothing is deleted");
+  RefuseIf(arguments.yes && !arguments.where.empty(), "--all and --where contradict each other");
+  if (arguments.where.empty()) {
+    RequireConsent(arguments,
+                   "Delete every row of " + arguments.table + " in " + arguments.file + "?",
+                   "delete without --where takes every row; if that is meant, give --all",
+                   "nothing is deleted");
   }
-  WriteRows(arguments, &SqlGenerator::GetDeleteSql, &Database::Delete);
+  ChangeRows(arguments, &SqlGenerator::GetDeleteSql, &Database::Delete);
 }
 
-std::optional<CallResult> RunSelect(const Arguments& arguments, Cursor& cursor) {
+std::optional<Selected> RunSelect(const Arguments& arguments, Cursor& cursor) {
   Statement<SelectRequest> statement(arguments);
   statement.request.SetTable(arguments.table.c_str());
-  return RunOrPrint(arguments, statement.request, {arguments.table}, &SqlGenerator::GetSelectSql,
-                    &Database::Select, cursor);
+  auto call = RunOrPrint(arguments, statement.request, {arguments.table},
+                         &SqlGenerator::GetSelectSql, &Database::Select, cursor);
+  if (!call) {
+    return std::nullopt;
+  }
+  Result result = Read(arguments, {arguments.table}, *call, cursor);
+  return Selected{std::move(*call), std::move(result)};
 }
 
 void Select(const Arguments& arguments) {
   Cursor cursor;
-  if (const auto call = RunSelect(arguments, cursor)) {
-    Show(arguments, *call, cursor);
+  if (auto selected = RunSelect(arguments, cursor)) {
+    Show(arguments, selected->call, selected->result);
   }
 }
 
 void Join(const Arguments& arguments) {
   const TableColumn& left = arguments.left;
   const TableColumn& right = arguments.right;
+  const std::vector<std::string> tables{left.table, right.table};
   Statement<JoinRequest> statement(arguments);
   JoinRequest& request = statement.request;
   request.SetLeftJoin(left.table.c_str(), left.column.c_str());
   request.SetRightJoin(right.table.c_str(), right.column.c_str());
   Cursor cursor;
-  if (const auto call = RunOrPrint(arguments, request, {left.table, right.table},
-                                   &SqlGenerator::GetJoinSql, &Database::JoinSelect, cursor)) {
-    Show(arguments, *call, cursor);
+  if (const auto call = RunOrPrint(arguments, request, tables, &SqlGenerator::GetJoinSql,
+                                   &Database::JoinSelect, cursor)) {
+    Result result = Read(arguments, tables, *call, cursor);
+    Show(arguments, *call, result);
+  }
+}
+
+void Count(const Arguments& arguments) {
+  Cursor cursor;
+  if (const auto selected = RunSelect(arguments, cursor)) {
+    ExpectComplete(arguments.file, selected->call);
+    const std::optional<std::size_t> count = CountOf(selected->result);
+    FailIf(!count, "the rows of " + arguments.table +
+                       " cannot be counted: a cursor counts one row of a single column");
+    std::cout << *count << '\n';
+  }
+}
+
+void Tables(const Arguments& arguments) {
+  if (arguments.sql) {
+    Select(LookUp(arguments, "sqlite_master", {}));
+    return;
+  }
+  RequireExisting(arguments.file);
+  for (const std::string& table : TablesOf(arguments.file)) {
+    std::cout << Printable(table) << '\n';
+  }
+}
+
+void Columns(const Arguments& arguments) {
+  Arguments select = LookUp(arguments, ColumnTable(arguments.table), {});
+  select.choice.columns = ColumnList("name,type,notnull,dflt_value,pk");
+  Cursor cursor;
+  if (auto selected = RunSelect(select, cursor)) {
+    RequireTable(arguments.file, arguments.table, selected->result.rowCount);
+    Show(arguments, selected->call, selected->result);
+  }
+}
+
+void Schema(const Arguments& arguments) {
+  const std::string& table = arguments.table;
+  using Texts = std::vector<std::string>;
+  Arguments select =
+      LookUp(arguments, "sqlite_master", table.empty() ? Texts{} : Texts{"tbl_name=" + table});
+  select.choice.columns = ColumnList("sql");
+  Cursor cursor;
+  if (const auto selected = RunSelect(select, cursor)) {
+    RequireTable(arguments.file, table, selected->result.rowCount);
+    EachRow(selected->result, [](const Row& row) {
+      // SQLite makes some indexes by itself, without a statement.
+      if (const std::string& statement = *row.front(); !statement.empty()) {
+        std::cout << (TerminalWidth(STDOUT_FILENO) ? PrintableLines(statement) : statement)
+                  << ";\n";
+      }
+    });
+    ExpectComplete(arguments.file, selected->call);
   }
 }
 
@@ -193,14 +317,23 @@ void Exists(const Arguments& arguments) {
   if (arguments.sql) {
     std::string sql;
     SqlGenerator().GetCheckTableSql(arguments.table, sql);
-    std::cout << sql << '\n';
+    std::cout << sql << ";\n";
     return;
   }
   RequireExisting(arguments.file);
-  std::cout << (HasTable(arguments.file, arguments.table) ? "yes\n" : "no\n");
+  const bool exists = HasTable(arguments.file, arguments.table);
+  if (arguments.verbose || (TerminalWidth(STDOUT_FILENO) && !arguments.quiet)) {
+    std::cout << (exists ? "yes\n" : "no\n");
+  }
+  if (!exists) {
+    throw AnswerNo();
+  }
 }
 
 void Drop(const Arguments& arguments) {
+  RequireConsent(arguments, "Drop the table " + arguments.table + " of " + arguments.file + "?",
+                 "drop removes a table with all its rows; if that is meant, give --yes",
+                 "nothing is dropped");
   DropRequest request;
   request.SetTable(arguments.table.c_str());
   RunOrPrint(arguments, request, {arguments.table}, &SqlGenerator::GetDropTableSql,

@@ -8,20 +8,21 @@
 #include <string>
 #include <vector>
 
+#include "DatabaseFile.h"
 #include "Names.h"
+#include "Result.h"
 
 class Cursor;
 
 namespace vorndb {
 
-struct CallResult;
-
 struct Arguments {
   std::string file;      // the database
   bool sql = false;      // print the statement, run nothing
+  bool quiet = false;    // no word about success
   bool verbose = false;  // show the library's log
 
-  std::string table;
+  std::string table;  // empty if not given
   std::vector<TypedColumn> columns;
   std::optional<TypedColumn> key;
   std::optional<TypedColumn> composite;
@@ -30,9 +31,11 @@ struct Arguments {
   TableColumn left;
   TableColumn right;
 
-  bool all = false;    // delete every row
+  bool yes = false;    // delete every row, or a table
   bool force = false;  // write over a file
   bool wide = false;   // cut no cells
+  bool typed = false;  // write numbers as such
+  Choice choice;
   std::string format;  // empty if not given
   std::string path;    // a file beside the database; "-" is standard input
 };
@@ -44,6 +47,10 @@ void Update(const Arguments& arguments);
 void Delete(const Arguments& arguments);
 void Select(const Arguments& arguments);
 void Join(const Arguments& arguments);
+void Count(const Arguments& arguments);
+void Tables(const Arguments& arguments);
+void Columns(const Arguments& arguments);
+void Schema(const Arguments& arguments);
 void Exists(const Arguments& arguments);
 void Drop(const Arguments& arguments);
 void Import(const Arguments& arguments);
@@ -51,9 +58,13 @@ void Export(const Arguments& arguments);
 void Explain(const Arguments& arguments);
 void LogReference(const Arguments& arguments);
 
-// Reads the rows of a select or an export. With --sql it prints the statement and returns
-// nothing.
-std::optional<CallResult> RunSelect(const Arguments& arguments, Cursor& cursor);
+// Runs a select, and reads the part of its rows that is chosen. With --sql it prints the
+// statement and returns nothing.
+struct Selected {
+  CallResult call;
+  Result result;
+};
+std::optional<Selected> RunSelect(const Arguments& arguments, Cursor& cursor);
 
 // Opens a file, or standard input for "-", and makes the name one for messages.
 std::istream& OpenInput(std::string& name, std::ifstream& file);

@@ -2,13 +2,17 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <system_error>
 
 #include "BasePath.h"
+#include "Cursor.h"
 #include "Database.h"
 #include "Errors.h"
 #include "Names.h"
+#include "SelectRequest.h"
+#include "Terminal.h"
 
 namespace vorndb {
 
@@ -37,6 +41,44 @@ CallResult CheckTable(const std::string& file, const std::string& table, bool& e
   return Observe([&] { return Database().CheckExistTable(location, name.c_str(), exists); });
 }
 
+// Calls `take` with a cursor on each row. Throws Failure.
+template <typename Take>
+void EachRowOf(const std::string& file, const std::string& table, Take take) {
+  SelectRequest request;
+  Locate(file, request);
+  request.SetTable(table.c_str());
+  Cursor cursor;
+  const CallResult call = Observe([&] { return Database().Select(request, cursor); });
+  ExpectSuccess(file, {}, call);
+  ExpectComplete(file, call);
+  while (cursor.MoveToNext() == 0) {
+    take(cursor);
+  }
+}
+
+std::string Text(Cursor& row, const char* column) {
+  std::string text;
+  row.GetString(column, text);
+  return text;
+}
+
+// By SQLite's rules.
+Affinity AffinityOf(std::string type) {
+  std::transform(type.begin(), type.end(), type.begin(), [](char c) {
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+  });
+  const auto has = [&type](const char* part) { return type.find(part) != std::string::npos; };
+  if (!has("INT")) {
+    if (has("CHAR") || has("CLOB") || has("TEXT")) {
+      return Affinity::kText;
+    }
+    if (has("BLOB") || type.empty()) {
+      return Affinity::kNone;
+    }
+  }
+  return Affinity::kNumber;
+}
+
 // SQLite's text for the failure of an operation, or nothing.
 std::string FailureIn(const Log& log) {
   std::string text;
@@ -62,7 +104,38 @@ std::string BreakIn(const Log& log) {
   return "";
 }
 
-// SQLite's words where they say as much as the tool could.
+// Names the tables that there are.
+std::string MissingTable(const std::string& file, const std::string& table) {
+  constexpr std::size_t kMost = 20;
+  const std::vector<std::string> tables = TablesOf(file);
+  std::string list;
+  for (std::size_t i = 0; i < std::min(tables.size(), kMost); ++i) {
+    list += (i == 0 ? "; its tables: " : ", ") + tables[i];
+  }
+  if (tables.size() > kMost) {
+    list += " and " + std::to_string(tables.size() - kMost) + " more";
+  }
+  return "the table " + table + " does not exist in " + file +
+         (tables.empty() ? ", which has no table" : list);
+}
+
+// For SQLite's text about a column, which it ends with.
+std::string ColumnSuggestion(const std::string& file, const std::vector<std::string>& tables,
+                             const std::string& message) {
+  if (message.find("no such column: ") != 0 &&
+      message.find(" has no column named ") == std::string::npos) {
+    return "";
+  }
+  std::vector<std::string> names;
+  for (const std::string& table : tables) {
+    for (const Column& column : ColumnsOf(file, table)) {
+      names.push_back(column.name);
+    }
+  }
+  return Suggestion(message.substr(message.find_last_of(" .") + 1), names);
+}
+
+// SQLite's words where they are as clear as the tool's could be.
 std::string Explain(const std::string& file, const std::vector<std::string>& tables, int result,
                     const std::string& message) {
   const std::string words = message.empty() ? "no more is known" : message;
@@ -72,10 +145,10 @@ std::string Explain(const std::string& file, const std::vector<std::string>& tab
       for (const std::string& table : tables) {
         if (message == std::string("no such table: ").append(table) ||
             (message.empty() && LacksTable(file, table))) {
-          return std::string("the table ").append(table).append(" does not exist in ") + file;
+          return MissingTable(file, table);
         }
       }
-      return "SQLite refuses it: " + words;
+      return "SQLite refuses it: " + words + ColumnSuggestion(file, tables, message);
     case SQLITE_BUSY:
       return file + " is busy: another program kept it locked for longer than the library waits";
     case SQLITE_READONLY:
@@ -128,6 +201,30 @@ bool LacksTable(const std::string& file, const std::string& table) {
   return call.result == SQLITE_OK && BreakIn(call.log).empty() && !exists;
 }
 
+std::vector<std::string> TablesOf(const std::string& file) {
+  std::vector<std::string> tables;
+  EachRowOf(file, "sqlite_master", [&tables](Cursor& row) {
+    const std::string name = Text(row, "name");
+    // SQLite keeps names that begin so for itself.
+    if (Text(row, "type") == "table" && name.rfind("sqlite_", 0) != 0) {
+      tables.push_back(name);
+    }
+  });
+  std::sort(tables.begin(), tables.end());
+  return tables;
+}
+
+std::string ColumnTable(const std::string& table) { return "pragma_table_info('" + table + "')"; }
+
+std::vector<Column> ColumnsOf(const std::string& file, const std::string& table) {
+  std::vector<Column> columns;
+  EachRowOf(file, ColumnTable(table), [&columns](Cursor& row) {
+    columns.push_back(
+        {Text(row, "name"), AffinityOf(Text(row, "type")), std::stoi(Text(row, "pk"))});
+  });
+  return columns;
+}
+
 void ExpectSuccess(const std::string& file, const std::vector<std::string>& tables,
                    const CallResult& call) {
   if (call.result != SQLITE_OK) {
@@ -135,6 +232,14 @@ void ExpectSuccess(const std::string& file, const std::vector<std::string>& tabl
                   std::to_string(call.result) + ")");
   }
 }
+
+void RequireTable(const std::string& file, const std::string& table, std::size_t found) {
+  if (!table.empty() && found == 0) {
+    throw Failure(MissingTable(file, table));
+  }
+}
+
+bool IsComplete(const CallResult& call) { return BreakIn(call.log).empty(); }
 
 void ExpectComplete(const std::string& file, const CallResult& call) {
   const std::string reason = BreakIn(call.log);

@@ -39,12 +39,34 @@ void RequireExisting(const std::string& file);
 // Whether there is a table of that name; throws Failure when that is unknown.
 bool HasTable(const std::string& file, const std::string& table);
 
+// The treatment of values by the declared type of their column, as far as it matters here.
+enum class Affinity { kNone, kText, kNumber };
+
+struct Column {
+  std::string name;
+  Affinity affinity = Affinity::kNone;
+  int key = 0;  // its place in the primary key, from 1, or 0
+};
+
+// Both throw Failure. A table that does not exist has no columns.
+std::vector<std::string> TablesOf(const std::string& file);
+std::vector<Column> ColumnsOf(const std::string& file, const std::string& table);
+
+// A table of SQLite's, with the columns of a table.
+std::string ColumnTable(const std::string& table);
+
 // Throws Failure, in plain words, unless the result of a call on these tables is 0.
 void ExpectSuccess(const std::string& file, const std::vector<std::string>& tables,
                    const CallResult& call);
 
-// Throws Failure for a query whose rows are incomplete. Its result is 0 all the same.
+// Whether a query has all its rows. Its result is 0 either way.
+bool IsComplete(const CallResult& call);
+
+// Throws Failure for a query whose rows are incomplete.
 void ExpectComplete(const std::string& file, const CallResult& call);
+
+// Throws Failure for a table of which nothing is found, unless the name is empty.
+void RequireTable(const std::string& file, const std::string& table, std::size_t found);
 
 // Whether there is no such table; false when that is unknown.
 bool LacksTable(const std::string& file, const std::string& table);

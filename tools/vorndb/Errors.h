@@ -11,12 +11,16 @@ namespace vorndb {
 // Wrong use: exit status 2, and nothing has been done.
 struct UsageError : std::runtime_error {
   using std::runtime_error::runtime_error;
+  std::string command;  // empty if not known
 };
 
 // An operation that failed, in plain words: exit status 1.
 struct Failure : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
+
+// The answer no, without a message: exit status 1, too.
+struct AnswerNo {};
 
 inline void RefuseIf(bool wrong, const std::string& problem) {
   if (wrong) {

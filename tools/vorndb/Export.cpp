@@ -113,16 +113,18 @@ void Export(const Arguments& arguments) {
     output.emplace(arguments.path, arguments.force);
   }
   Cursor cursor;
-  if (const auto call = RunSelect(arguments, cursor)) {
-    ExpectComplete(arguments.file, *call);
-    Result result = ReadResult(cursor, call->log);
+  if (auto selected = RunSelect(arguments, cursor)) {
+    auto& [call, result] = *selected;
+    ExpectComplete(arguments.file, call);
     Write(result, format, std::nullopt, output->Stream());
     // A file cannot warn of its gaps.
     if (!result.doubts.empty()) {
       throw Failure("nothing is exported: " + result.doubts.front());
     }
     output->Keep();
-    std::cout << Counted(result.rowCount, "row") << " written to " << arguments.path << '\n';
+    if (!arguments.quiet) {
+      std::cout << Counted(result.rowCount, "row") << " written to " << arguments.path << '\n';
+    }
   }
 }
 

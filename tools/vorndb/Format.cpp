@@ -1,9 +1,10 @@
 #include <algorithm>
 #include <iomanip>
-#include <map>
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <numeric>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "Errors.h"
@@ -49,12 +50,34 @@ void Fit(std::vector<std::size_t>& widths, std::size_t available) {
   }
 }
 
-void WriteTableRow(const Texts& row, const std::vector<std::size_t>& widths, std::ostream& output) {
+// A column is right-aligned if its cells are numbers.
+struct TableColumns {
+  std::vector<std::size_t> widths;
+  std::vector<bool> areNumbers;
+};
+
+TableColumns Measure(const Result& result, const Texts& header) {
+  TableColumns columns{std::vector<std::size_t>(header.size(), 0),
+                       std::vector<bool>(header.size(), result.rowCount > 0)};
+  Widen(columns.widths, header);
+  EachRow(result, [&columns](const Row& row) {
+    Widen(columns.widths, PrintableTexts(row));
+    for (std::size_t column = 0; column < row.size(); ++column) {
+      const std::string& cell = row[column].value_or("?");
+      columns.areNumbers[column] =
+          columns.areNumbers[column] && (cell.empty() || NumberIn(cell).has_value());
+    }
+  });
+  return columns;
+}
+
+void WriteTableRow(const Texts& row, const TableColumns& columns, std::ostream& output) {
   std::string line;
   for (std::size_t column = 0; column < row.size(); ++column) {
-    const std::string cell = CutToWidth(row[column], widths[column]);
-    line += cell;
-    line.append(widths[column] - DisplayWidth(cell) + kGap, ' ');
+    const std::string cell = CutToWidth(row[column], columns.widths[column]);
+    const std::string blank(columns.widths[column] - DisplayWidth(cell), ' ');
+    line += columns.areNumbers[column] ? blank + cell : cell + blank;
+    line.append(kGap, ' ');
   }
   // No spaces at the end.
   line.erase(line.find_last_not_of(' ') + 1);
@@ -67,29 +90,48 @@ void WriteTable(Result& result, Width width, std::ostream& output) {
     return;
   }
   const Texts header = PrintableTexts({result.columns.begin(), result.columns.end()});
-  std::vector<std::size_t> widths(header.size(), 0);
-  Widen(widths, header);
-  for (std::size_t row = 0; row < result.rowCount; ++row) {
-    Widen(widths, PrintableTexts(RowOf(result, row)));
-  }
+  TableColumns columns = Measure(result, header);
   if (width) {
-    Fit(widths, *width);
+    Fit(columns.widths, *width);
   }
   Texts rules;
-  for (const std::size_t columnWidth : widths) {
+  for (const std::size_t columnWidth : columns.widths) {
     rules.emplace_back(columnWidth, '-');
   }
-  WriteTableRow(header, widths, output);
-  WriteTableRow(rules, widths, output);
-  for (std::size_t row = 0; row < result.rowCount; ++row) {
-    WriteTableRow(PrintableTexts(RowOf(result, row)), widths, output);
+  WriteTableRow(header, columns, output);
+  WriteTableRow(rules, columns, output);
+  EachRow(result, [&](const Row& row) { WriteTableRow(PrintableTexts(row), columns, output); });
+}
+
+// A table in Markdown, whose readers align it.
+void WriteMarkdown(Result& result, Width /*width*/, std::ostream& output) {
+  const auto writeRow = [&output](const Texts& row) {
+    for (const std::string& cell : row) {
+      output << "| ";
+      for (const char c : cell) {
+        output << (c == '|' || c == '\\' ? "\\" : "") << c;
+      }
+      output << ' ';
+    }
+    output << "|\n";
+  };
+  const Texts header = PrintableTexts({result.columns.begin(), result.columns.end()});
+  if (header.empty()) {
+    return;
   }
+  writeRow(header);
+  for (const bool isNumber : Measure(result, header).areNumbers) {
+    output << (isNumber ? "| ---: " : "| --- ");
+  }
+  output << "|\n";
+  EachRow(result, [&](const Row& row) { writeRow(PrintableTexts(row)); });
 }
 
 // In quotes only where needed: a reader may also drop spaces at the ends.
-void WriteCsvField(const std::string& text, std::ostream& output) {
+void WriteField(const std::string& text, char separator, std::ostream& output) {
   const auto isSpace = [](char c) { return c == ' ' || c == '\t'; };
-  if (text.find_first_of(",\"\r\n") != std::string::npos ||
+  const char special[] = {separator, '"', '\r', '\n', '\0'};
+  if (text.find_first_of(special) != std::string::npos ||
       (!text.empty() && (isSpace(text.front()) || isSpace(text.back())))) {
     output << std::quoted(text, '"', '"');
   } else {
@@ -97,46 +139,72 @@ void WriteCsvField(const std::string& text, std::ostream& output) {
   }
 }
 
-void WriteCsvRow(const Row& row, std::ostream& output) {
-  for (std::size_t column = 0; column < row.size(); ++column) {
-    output << (column == 0 ? "" : ",");
-    WriteCsvField(row[column].value_or(""), output);
+template <char kSeparator>
+void WriteFields(Result& result, Width /*width*/, std::ostream& output) {
+  const auto writeRow = [&output](const Row& row) {
+    for (std::size_t column = 0; column < row.size(); ++column) {
+      if (column > 0) {
+        output << kSeparator;
+      }
+      if (row[column]) {
+        WriteField(*row[column], kSeparator, output);
+      }
+    }
+    output << '\n';
+  };
+  if (!result.columns.empty()) {
+    writeRow({result.columns.begin(), result.columns.end()});
   }
-  output << '\n';
+  EachRow(result, writeRow);
 }
 
-void WriteCsv(Result& result, Width /*width*/, std::ostream& output) {
-  if (!result.columns.empty()) {
-    WriteCsvRow({result.columns.begin(), result.columns.end()}, output);
+using Json = nlohmann::ordered_json;
+
+// A text; with `isNumber` a number where it is one, and null where it is empty.
+Json ValueOf(const std::string& cell, bool isNumber) {
+  if (!isNumber) {
+    return cell;
   }
-  for (std::size_t row = 0; row < result.rowCount; ++row) {
-    WriteCsvRow(RowOf(result, row), output);
-  }
+  Json value = cell.empty() ? Json() : Json::parse(cell, nullptr, false);
+  return value.is_number() || cell.empty() ? value : Json(cell);
 }
 
 // Row by row, since the whole is in memory once already. JSON is UTF-8 by its own rules.
-void WriteJson(Result& result, Width /*width*/, std::ostream& output) {
-  using Json = nlohmann::ordered_json;
+// `begin` precedes each row.
+template <typename Begin>
+void WriteObjects(Result& result, std::ostream& output, Begin begin) {
   bool rewritten = false;
-  output << '[';
-  for (std::size_t row = 0; row < result.rowCount; ++row) {
+  EachRow(result, [&](const Row& cells) {
     Json object = Json::object();
-    const Row cells = RowOf(result, row);
     for (std::size_t column = 0; column < cells.size(); ++column) {
-      auto& value = object[result.columns[column]];
+      const std::string& name = result.columns[column];
+      const auto affinity = result.affinities.find(name);
+      auto& value = object[name];
       if (cells[column]) {
-        value = *cells[column];
+        value = ValueOf(*cells[column], result.typed && affinity != result.affinities.end() &&
+                                            affinity->second == Affinity::kNumber);
       }
     }
     const auto dump = [&](auto handler) { return object.dump(-1, ' ', false, handler); };
     const std::string text = dump(Json::error_handler_t::replace);
     rewritten = rewritten || text != dump(Json::error_handler_t::ignore);
-    output << (row == 0 ? "\n  " : ",\n  ") << text;
-  }
-  output << (result.rowCount == 0 ? "]\n" : "\n]\n");
+    output << begin() << text;
+  });
   if (rewritten) {
-    result.doubts.emplace_back("JSON holds UTF-8 only; bytes that are none are written as U+FFFD.");
+    result.doubts.emplace_back("JSON holds UTF-8 only; other bytes are written as U+FFFD.");
   }
+}
+
+void WriteJson(Result& result, Width /*width*/, std::ostream& output) {
+  const char* separator = "[\n  ";
+  WriteObjects(result, output, [&] { return std::exchange(separator, ",\n  "); });
+  output << (result.rowCount == 0 ? "[]\n" : "\n]\n");
+}
+
+void WriteJsonLines(Result& result, Width /*width*/, std::ostream& output) {
+  const char* separator = "";
+  WriteObjects(result, output, [&] { return std::exchange(separator, "\n"); });
+  output << (result.rowCount == 0 ? "" : "\n");
 }
 
 std::string OneLine(const std::string& text) {
@@ -150,43 +218,68 @@ std::string OneLine(const std::string& text) {
 }
 
 void WriteLines(Result& result, Width /*width*/, std::ostream& output) {
-  for (std::size_t row = 0; row < result.rowCount; ++row) {
-    output << (row == 0 ? "" : "\n");
-    const Row cells = RowOf(result, row);
+  const char* separator = "";
+  EachRow(result, [&](const Row& cells) {
+    output << std::exchange(separator, "\n");
     for (std::size_t column = 0; column < cells.size(); ++column) {
       if (cells[column]) {
         output << OneLine(result.columns[column]) << '=' << OneLine(*cells[column]) << '\n';
       }
     }
-  }
+  });
 }
 
-using Writer = void (*)(Result&, Width, std::ostream&);
+struct Format {
+  const char* name;
+  const char* ending;  // of the names of files, or null
+  void (*write)(Result&, Width, std::ostream&);
+};
 
-const std::map<std::string, Writer>& Writers() {
-  static const std::map<std::string, Writer> writers{
-      {"table", WriteTable}, {"csv", WriteCsv}, {"json", WriteJson}, {"lines", WriteLines}};
-  return writers;
-}
+constexpr Format kFormats[] = {
+    {"table", nullptr, WriteTable},     {"csv", "csv", WriteFields<','>},
+    {"tsv", "tsv", WriteFields<'\t'>},  {"json", "json", WriteJson},
+    {"jsonl", "jsonl", WriteJsonLines}, {"markdown", "md", WriteMarkdown},
+    {"lines", "txt", WriteLines},
+};
 
 }  // namespace
 
+std::string FormatNames() {
+  std::string names;
+  for (const Format& format : kFormats) {
+    names += (names.empty() ? "" : ", ") + std::string(format.name);
+  }
+  return names;
+}
+
 void RequireFormat(const std::string& text) {
-  RefuseIf(Writers().count(text) == 0,
-           "'" + text + "' is no format; there are table, csv, json and lines");
+  const auto hasName = [&text](const Format& format) { return text == format.name; };
+  RefuseIf(std::none_of(std::begin(kFormats), std::end(kFormats), hasName),
+           "'" + text + "' is no format; the formats are " + FormatNames());
 }
 
 std::string FormatOfFile(const std::string& path) {
-  const std::size_t dot = path.rfind('.');
-  const std::string ending = dot == std::string::npos ? "" : path.substr(dot + 1);
-  RefuseIf(ending != "csv" && ending != "json" && ending != "txt",
-           "'" + path + "' does not tell a format by .csv, .json or .txt; give --format");
-  return ending == "txt" ? "lines" : ending;
+  std::string endings;
+  for (const Format& format : kFormats) {
+    if (format.ending != nullptr) {
+      const std::string ending = std::string(".") + format.ending;
+      if (path.size() > ending.size() &&
+          path.compare(path.size() - ending.size(), ending.size(), ending) == 0) {
+        return format.name;
+      }
+      endings += (endings.empty() ? "" : ", ") + ending;
+    }
+  }
+  throw UsageError("'" + path + "' has no ending of a format (" + endings + "); give --format");
 }
 
 void Write(Result& result, const std::string& format, std::optional<std::size_t> width,
            std::ostream& output) {
-  Writers().at(format.empty() ? "table" : format)(result, width, output);
+  for (const Format& known : kFormats) {
+    if (known.name == (format.empty() ? kFormats->name : format)) {
+      known.write(result, width, output);
+    }
+  }
 }
 
 }  // namespace vorndb

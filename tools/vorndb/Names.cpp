@@ -3,10 +3,13 @@
 #include <regex.h>
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <iomanip>
+#include <numeric>
 #include <set>
 #include <sstream>
 #include <tuple>
+#include <utility>
 
 #include "Errors.h"
 
@@ -39,6 +42,22 @@ std::pair<std::string, std::string> Split(const std::string& text, char separato
   const std::size_t position = text.find(separator);
   RefuseIf(position == std::string::npos, "'" + text + "' is not " + form);
   return {text.substr(0, position), text.substr(position + 1)};
+}
+
+// The insertions, deletions and changes of a character, or of its case, that make one text
+// the other.
+std::size_t EditsBetween(const std::string& left, const std::string& right) {
+  std::vector<std::size_t> edits(right.size() + 1);
+  std::iota(edits.begin(), edits.end(), 0);
+  for (std::size_t row = 0; row < left.size(); ++row) {
+    std::size_t diagonal = std::exchange(edits[0], row + 1);
+    for (std::size_t column = 0; column < right.size(); ++column) {
+      const std::size_t changed = diagonal + (left[row] == right[column] ? 0 : 1);
+      diagonal = edits[column + 1];
+      edits[column + 1] = std::min({changed, diagonal + 1, edits[column] + 1});
+    }
+  }
+  return edits.back();
 }
 
 }  // namespace
@@ -74,6 +93,29 @@ JoinCondition::JoinCondition(const std::string& text) {
   } else {
     TableColumn{column};
   }
+}
+
+ColumnList::ColumnList(const std::string& text) {
+  std::istringstream list(text);
+  for (std::string name; std::getline(list, name, ',');) {
+    names.push_back(name);
+  }
+}
+
+ColumnOrder::ColumnOrder(const std::string& text) : column(text.substr(0, text.find(':'))) {
+  const std::string direction = text.substr(column.size());
+  RefuseIf(direction != "" && direction != ":asc" && direction != ":desc",
+           "'" + text + "' is not COLUMN, COLUMN:asc or COLUMN:desc");
+  descending = direction == ":desc";
+}
+
+std::string Suggestion(const std::string& word, const std::vector<std::string>& names) {
+  const std::size_t most = std::max<std::size_t>(1, word.size() / 3);
+  std::pair<std::size_t, std::string> nearest(most + 1, "");
+  for (const std::string& name : names) {
+    nearest = std::min(nearest, {EditsBetween(word, name), name});
+  }
+  return nearest.second.empty() ? "" : "; did you mean " + nearest.second + '?';
 }
 
 void RequireDistinct(const std::vector<std::string>& columns) {

@@ -46,6 +46,26 @@ struct JoinCondition : Assignment {
   explicit JoinCondition(const std::string& text);
 };
 
+// COLUMN,COLUMN
+struct ColumnList {
+  ColumnList() = default;
+  explicit ColumnList(const std::string& text);
+
+  std::vector<std::string> names;
+};
+
+// COLUMN, COLUMN:asc or COLUMN:desc
+struct ColumnOrder {
+  ColumnOrder() = default;
+  explicit ColumnOrder(const std::string& text);
+
+  std::string column;
+  bool descending = false;
+};
+
+// "; did you mean NAME?" with the name that is most similar, or nothing.
+std::string Suggestion(const std::string& word, const std::vector<std::string>& names);
+
 // Throws UsageError when two of the names are one to SQLite, which does not mind case.
 void RequireDistinct(const std::vector<std::string>& columns);
 

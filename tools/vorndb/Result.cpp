@@ -1,7 +1,12 @@
 #include "Result.h"
 
 #include <algorithm>
+#include <charconv>
+#include <cmath>
 #include <iterator>
+#include <map>
+#include <numeric>
+#include <tuple>
 
 #include "Cursor.h"
 #include "Errors.h"
@@ -10,21 +15,40 @@ namespace vorndb {
 
 namespace {
 
+// How often there is a column of each name.
+using NameCounts = std::map<std::string, std::size_t>;
+
 // A cursor counts the cells of the column that is second by name. Equal names share a list,
 // which then has as many cells for every row.
-void CountRows(Result& result) {
+void CountRows(Result& result, const NameCounts& counts) {
   const auto cells = static_cast<std::size_t>(result.cursor.GetCount());
-  if (result.counts.size() > 1) {
-    result.rowCount = cells / std::next(result.counts.begin())->second;
+  if (counts.size() > 1) {
+    result.rowCount = cells / std::next(counts.begin())->second;
   } else if (result.columns.size() > 1) {
-    result.doubts.emplace_back(
-        "With no other column, how many rows there are cannot be told either.");
+    result.doubts.emplace_back("Without another column, the number of rows is unknown, too.");
   } else {
     result.rowCount = cells;
     result.doubts.emplace_back(
-        "The result has a single column. A cursor then counts one row, whatever there is; rows "
-        "after the first cannot be reached. Give the table a second column.");
+        "The result has a single column. A cursor then counts one row at most; rows after the "
+        "first cannot be reached. Give the table a second column.");
   }
+}
+
+void ReadColumns(Result& result) {
+  NameCounts counts;
+  for (const std::string& name : result.columns) {
+    ++counts[name];
+  }
+  for (const auto& [name, count] : counts) {
+    if (count > 1) {
+      result.shared.insert(name);
+      result.doubts.push_back(
+          "The result has " + std::to_string(count) + " columns named " + name +
+          ". A cursor keeps their cells in one list, so that they cannot be told apart and "
+          "are left out. Give the tables distinct column names.");
+    }
+  }
+  CountRows(result, counts);
 }
 
 // The doubt, if there are records of the kind from the fetching of rows.
@@ -38,43 +62,95 @@ void AddDoubt(Result& result, const Log& log, LogEvent event, const std::string&
   }
 }
 
+void RequireColumn(const Result& result, const std::string& column) {
+  if (std::count(result.columns.begin(), result.columns.end(), column) == 0) {
+    throw Failure("the result has no column " + column + Suggestion(column, result.columns));
+  }
+}
+
+// Empty texts come first, then numbers, then other texts.
+using SortKey = std::tuple<int, Number, std::string>;
+
+SortKey KeyOf(const std::string& cell, bool isText) {
+  const std::optional<Number> number = isText ? std::nullopt : NumberIn(cell);
+  if (number || cell.empty()) {
+    return {cell.empty() ? 0 : 1, number.value_or(Number()), ""};
+  }
+  return {2, Number(), cell};
+}
+
+void Sort(Result& result, const ColumnOrder& order) {
+  if (result.columns.empty()) {
+    return;
+  }
+  RequireColumn(result, order.column);
+  const bool isText = result.affinities[order.column] == Affinity::kText;
+  std::vector<SortKey> keys;
+  std::string cell;
+  for (std::size_t row = 0; row < result.rowCount; ++row) {
+    result.cursor.MoveToPosition(static_cast<int>(row));
+    result.cursor.GetString(order.column.c_str(), cell);
+    keys.push_back(KeyOf(cell, isText));
+  }
+  result.order.resize(result.rowCount);
+  std::iota(result.order.begin(), result.order.end(), 0);
+  std::stable_sort(result.order.begin(), result.order.end(),
+                   [&](std::size_t left, std::size_t right) {
+                     return order.descending ? keys[right] < keys[left] : keys[left] < keys[right];
+                   });
+}
+
 }  // namespace
+
+std::optional<Number> NumberIn(const std::string& text) {
+  Number number;
+  const char* const end = text.data() + text.size();
+  const auto read = std::from_chars(text.data(), end, number.first);
+  if (read.ec != std::errc() || read.ptr != end || !std::isfinite(number.first)) {
+    return std::nullopt;
+  }
+  std::from_chars(text.data(), end, number.second);
+  return number;
+}
 
 Result ReadResult(Cursor& cursor, const Log& log) {
   Result result{cursor};
   if (cursor.GetColumn(result.columns) == 0) {
-    for (const std::string& name : result.columns) {
-      ++result.counts[name];
-    }
-    for (const auto& [name, count] : result.counts) {
-      if (count > 1) {
-        result.doubts.push_back(
-            "The result has " + std::to_string(count) + " columns named " + name +
-            ". A cursor keeps their cells in one list, so that they cannot be told apart and "
-            "are left out. Give the tables distinct column names.");
-      }
-    }
-    CountRows(result);
+    ReadColumns(result);
   }
   AddDoubt(result, log, LogEvent::kUnknownType, "Cells with binary data (blobs)",
            "The library gives them as empty texts.");
   // The platform may protect its log.
-  AddDoubt(result, log, LogEvent::kUnreadable, "Lines of the log that cannot be read",
-           "They tell of blobs, or that the result is not complete.");
+  AddDoubt(result, log, LogEvent::kUnreadable, "Unreadable records of the log",
+           "Each is a blob, or a failure that has truncated the result.");
   return result;
 }
 
-Row RowOf(const Result& result, std::size_t row) {
-  Row cells;
-  for (const std::string& name : result.columns) {
-    std::optional<std::string>& cell = cells.emplace_back();
-    if (result.counts.at(name) == 1 &&
-        (result.cursor.MoveToPosition(static_cast<int>(row)) != 0 ||
-         result.cursor.GetString(name.c_str(), cell.emplace()) != 0)) {
-      throw Failure("row " + std::to_string(row + 1) + " of the result lacks the column " + name);
+void Choose(Result& result, const Choice& choice) {
+  if (choice.order) {
+    Sort(result, *choice.order);
+  }
+  if (choice.columns && !result.columns.empty()) {
+    for (const std::string& column : choice.columns->names) {
+      RequireColumn(result, column);
+    }
+    result.columns = choice.columns->names;
+  }
+  result.rowCount = std::min(result.rowCount, choice.limit.value_or(result.rowCount));
+}
+
+void ReadRow(const Result& result, std::size_t row, Row& cells) {
+  const std::size_t position = result.order.empty() ? row : result.order[row];
+  cells.resize(result.columns.size());
+  bool lacks = result.cursor.MoveToPosition(static_cast<int>(position)) != 0;
+  for (std::size_t column = 0; column < cells.size(); ++column) {
+    const std::string& name = result.columns[column];
+    if (result.shared.empty() || result.shared.count(name) == 0) {
+      std::string& cell = cells[column] ? *cells[column] : cells[column].emplace();
+      lacks = lacks || result.cursor.GetString(name.c_str(), cell) != 0;
     }
   }
-  return cells;
+  FailIf(lacks, "row " + std::to_string(row + 1) + " of the result cannot be read");
 }
 
 }  // namespace vorndb

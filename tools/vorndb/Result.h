@@ -8,9 +8,13 @@
 #include <iosfwd>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "DatabaseFile.h"
+#include "Names.h"
 #include "log/LogLine.h"
 
 class Cursor;
@@ -20,8 +24,11 @@ namespace vorndb {
 struct Result {
   Cursor& cursor;  // the rows are in it
   std::vector<std::string> columns = {};
-  std::map<std::string, std::size_t> counts = {};  // how often there is a column of each name
+  std::set<std::string> shared = {};  // names of several columns, whose cells are unknown
   std::size_t rowCount = 0;
+  std::vector<std::size_t> order = {};  // positions in the cursor, unless they are in order
+  std::map<std::string, Affinity> affinities = {};  // if asked for
+  bool typed = false;                               // numbers are written as such, by affinity
   // Why the result does not show everything as it is in the database; a sentence each.
   std::vector<std::string> doubts = {};
 };
@@ -29,9 +36,40 @@ struct Result {
 // Cells, or nothing in a column whose cells are unknown.
 using Row = std::vector<std::optional<std::string>>;
 
+// A number, and its whole part as exactly as 64 bits can hold it.
+using Number = std::pair<double, long long>;
+
+// Nothing for a text that is more than a number, or less.
+std::optional<Number> NumberIn(const std::string& text);
+
+// The part of a result to be shown.
+struct Choice {
+  std::optional<ColumnList> columns;
+  std::optional<ColumnOrder> order;
+  std::optional<std::size_t> limit;
+};
+
 // The cursor has to live as long, and is moved. The log is the query's.
 Result ReadResult(Cursor& cursor, const Log& log);
-Row RowOf(const Result& result, std::size_t row);
+
+// Leaves the chosen rows and columns. Numbers precede texts in a column that is not declared
+// as text. Throws Failure for a column that the result lacks.
+void Choose(Result& result, const Choice& choice);
+
+// Reads a row into cells that may be another row's.
+void ReadRow(const Result& result, std::size_t row, Row& cells);
+
+template <typename Take>
+void EachRow(const Result& result, Take take) {
+  Row cells;
+  for (std::size_t row = 0; row < result.rowCount; ++row) {
+    ReadRow(result, row, cells);
+    take(cells);
+  }
+}
+
+// The names of the formats, in a list.
+std::string FormatNames();
 
 // Throws UsageError for a text that is no format.
 void RequireFormat(const std::string& text);
@@ -40,7 +78,7 @@ void RequireFormat(const std::string& text);
 std::string FormatOfFile(const std::string& path);
 
 // Writes a result; without a format, as a table. A table's lines fit the width if one is
-// given and the number of columns allows it. What a format cannot hold becomes a doubt.
+// given and the number of columns allows it. Bytes that a format cannot hold become a doubt.
 void Write(Result& result, const std::string& format, std::optional<std::size_t> width,
            std::ostream& output);
 

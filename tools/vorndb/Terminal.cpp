@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <iostream>
 #include <map>
+#include <sstream>
 
 namespace vorndb {
 
@@ -110,6 +111,15 @@ std::string Printable(const std::string& text) {
       printable.append(text, position, character.length);
     }
     position += character.length;
+  }
+  return printable;
+}
+
+std::string PrintableLines(const std::string& text) {
+  std::istringstream lines(text);
+  std::string printable;
+  for (std::string line; std::getline(lines, line);) {
+    printable += (printable.empty() ? "" : "\n") + Printable(line);
   }
   return printable;
 }

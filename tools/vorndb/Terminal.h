@@ -15,6 +15,9 @@ namespace vorndb {
 // U+FFFD.
 std::string Printable(const std::string& text);
 
+// The same, but for its line ends.
+std::string PrintableLines(const std::string& text);
+
 // "1 NOUN", "2 NOUNs".
 std::string Counted(std::size_t count, const std::string& noun);
 

@@ -1,0 +1,400 @@
+#include "CommandLine.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "Commands.h"
+#include "DatabaseFile.h"
+#include "Errors.h"
+#include "Result.h"
+#include "log/LogLine.h"
+
+namespace vorndb {
+
+namespace {
+
+using Run = void (*)(const Arguments&);
+using Words = std::vector<std::string>;
+
+bool IsOption(const std::string& word) { return word.size() > 1 && word.front() == '-'; }
+
+// The database file is an option of all other commands.
+bool TakesFile(const std::string& command) {
+  return command != "explain-log" && command != "log-reference" && command != "help";
+}
+
+// Help of a command with a usage line to be copied and with the options of all commands.
+class Help : public CLI::Formatter {
+ public:
+  std::string make_usage(const CLI::App* app, std::string /*name*/) const override {
+    const bool isCommand = app->get_parent() != nullptr;
+    std::string usage = "Usage: vorndb";
+    usage += !isCommand || TakesFile(app->get_name()) ? " FILE" : "";
+    usage += ' ' + (isCommand ? app->get_name() : "COMMAND ...");
+    for (const CLI::Option* option : app->get_options()) {
+      if (option->get_positional()) {
+        const std::string name = option->get_name(true) + make_option_opts(option);
+        usage += ' ' + (option->get_required() ? name : '[' + name + ']');
+      }
+    }
+    return usage + (isCommand ? " [OPTIONS]\n" : "\n");
+  }
+
+  std::string make_option_opts(const CLI::Option* option) const override {
+    const bool repeats = option->get_expected_max() == CLI::detail::expected_max_vector_size;
+    const std::string type = option->get_positional() ? "" : ' ' + option->get_type_name();
+    return (option->get_type_size() == 0 ? "" : type) + (repeats ? "..." : "");
+  }
+
+  std::string make_footer(const CLI::App* app) const override {
+    const CLI::App* const all = app->get_parent();
+    const std::string options =
+        all == nullptr ? "" : make_groups(all, CLI::AppFormatMode::Normal).substr(1) + '\n';
+    return options + CLI::Formatter::make_footer(app);
+  }
+};
+
+// The declaration of all commands: each option is one of the command that was added last.
+class CommandLine {
+ public:
+  CommandLine() {
+    const auto help = std::make_shared<Help>();
+    help->label("Positionals", "Arguments");
+    m_app.formatter(help);
+    m_app.set_help_flag("-h,--help", "Print help");
+    m_app.set_version_flag("-V,--version", "vorndb " VORNDB_VERSION, "Print the version");
+    m_app.option_defaults()->group("Options of all commands");
+    m_app.get_help_ptr()->group("Options of all commands");
+    m_app.get_version_ptr()->group("Options of all commands");
+    m_app.require_subcommand(1);
+    m_app.footer(
+        "The file may also follow -f, or be named by the variable VORNDB_FILE.\n"
+        "Exit status: 0, 1 for an operation that failed, 2 for wrong use.\n"
+        "An example for each command: vorndb help COMMAND");
+    Add("-f,--file", "FILE", m_arguments.file, "The database file");
+    AddFlag("-n,--dry-run,--sql", m_arguments.sql, "Print the SQL statements, and run nothing");
+    AddFlag("-q,--quiet", m_arguments.quiet, "Print nothing about success");
+    AddFlag("-v,--verbose", m_arguments.verbose, "Show the library's log on standard error");
+    DeclareReads();
+    DeclareWrites();
+    DeclareTransfers();
+    DeclareOthers();
+  }
+
+  // Runs the command, or prints help or the version.
+  void Parse(Words words) {
+    try {
+      PlaceFile(words);
+      RequireKnownOptions(words);
+      std::reverse(words.begin(), words.end());
+      m_app.parse(words);
+    } catch (const CLI::Success& help) {
+      m_app.exit(help, std::cout, std::cerr);
+    } catch (const CLI::ParseError& error) {
+      Refuse(Rephrased(error));
+    } catch (UsageError& error) {
+      error.command = m_name;
+      throw;
+    }
+  }
+
+ private:
+  [[noreturn]] void Refuse(const std::string& problem) const {
+    UsageError error(problem);
+    error.command = m_name;
+    throw error;
+  }
+
+  CLI::App* Find(const std::string& command) {
+    const auto found = m_app.get_subcommands(
+        [&command](const CLI::App* app) { return app->get_name() == command; });
+    return found.empty() ? nullptr : found.front();
+  }
+
+  // The first word from a position on that is neither an option nor the file of one.
+  static Words::iterator Bare(Words& words, Words::iterator word) {
+    while (word != words.end() && IsOption(*word)) {
+      word += *word == "-f" || *word == "--file" ? 2 : 1;
+      word = std::min(word, words.end());
+    }
+    return word;
+  }
+
+  Words CommandNames() const {
+    Words names;
+    for (const CLI::App* command : m_app.get_subcommands([](const CLI::App*) { return true; })) {
+      names.push_back(command->get_name());
+    }
+    return names;
+  }
+
+  bool IsFile(Words& words, Words::iterator word) {
+    const auto next = Bare(words, word + 1);
+    std::error_code ignored;
+    return word->find_first_of("./") != std::string::npos ||
+           std::filesystem::exists(*word, ignored) ||
+           (next != words.end() && Find(*next) != nullptr);
+  }
+
+  // Finds the command, and puts the option before a file that comes without.
+  void PlaceFile(Words& words) {
+    auto word = Bare(words, words.begin());
+    if (word != words.end() && Find(*word) == nullptr && IsFile(words, word)) {
+      word = Bare(words, words.insert(word, "--file"));
+    }
+    if (word != words.end()) {
+      RefuseIf(Find(*word) == nullptr,
+               '\'' + *word + "' is no command" + Suggestion(*word, CommandNames()));
+      m_name = *word;
+    }
+  }
+
+  // Before any value is looked at.
+  void RequireKnownOptions(const Words& words) {
+    const CLI::App* const command = m_name.empty() ? &m_app : Find(m_name);
+    for (auto word = words.begin(); word != words.end() && *word != "--"; ++word) {
+      const std::string name = word->substr(0, word->find('='));
+      if (name.rfind("--", 0) == 0 && command->get_option_no_throw(name) == nullptr &&
+          m_app.get_option_no_throw(name) == nullptr) {
+        throw UsageError(name + " is no option of " + (m_name.empty() ? "vorndb" : m_name) +
+                         Suggestion(name, OptionNames(*command)));
+      }
+    }
+  }
+
+  Words OptionNames(const CLI::App& command) const {
+    Words names;
+    for (const CLI::App* app : {&command, &m_app}) {
+      for (const CLI::Option* option : app->get_options()) {
+        for (const std::string& name : option->get_lnames()) {
+          names.push_back("--" + name);
+        }
+      }
+    }
+    return names;
+  }
+
+  static std::string Rephrased(const CLI::ParseError& error) {
+    const std::string text = error.what();
+    const std::string subject = text.substr(0, text.find_first_of(": "));
+    const std::string last = text.substr(text.rfind(' ') + 1);
+    switch (static_cast<CLI::ExitCodes>(error.get_exit_code())) {
+      case CLI::ExitCodes::RequiredError:
+        return (subject == "A" ? "a command" : subject) + " is missing";
+      case CLI::ExitCodes::ExtrasError:
+        return '\'' + text.substr(text.find(": ") + 2) + "' is too much";
+      case CLI::ExitCodes::ExcludesError:
+        return subject + " and " + last + " exclude each other";
+      case CLI::ExitCodes::ArgumentMismatch:
+        return subject + (last == "missing" ? " needs a value" : " is given twice");
+      case CLI::ExitCodes::ConversionError:
+        return '\'' + last + "' is no value of an option";
+      default:
+        return text;
+    }
+  }
+
+  void AddCommand(const char* name, Run run, const char* description, const std::string& example) {
+    m_command = m_app.add_subcommand(name, description);
+    m_command->group(m_group);
+    // The options of all commands may also follow the command.
+    m_command->fallthrough();
+    m_command->set_help_flag("-h,--help", "Print help")->group("");
+    m_command->option_defaults()->group("Options");
+    m_command->footer("Example:\n  vorndb " + example);
+    m_command->callback([this, run] {
+      if (TakesFile(m_name)) {
+        TakeFile();
+      } else {
+        RefuseIf(m_arguments.sql || !m_arguments.file.empty(),
+                 m_name + " reads no database: it takes neither a file nor --sql");
+      }
+      ShowLog(m_arguments.verbose);
+      run(m_arguments);
+    });
+  }
+
+  void TakeFile() {
+    if (const char* const file = std::getenv("VORNDB_FILE");
+        file != nullptr && m_arguments.file.empty()) {
+      m_arguments.file = file;
+    }
+    if (!m_arguments.sql) {
+      RequireFileName(m_arguments.file);
+    }
+  }
+
+  // The texts have to be those of a `Form`.
+  template <typename Value, typename Form = Value>
+  CLI::Option* Add(const char* name, const char* type, Value& value,
+                   const std::string& description) {
+    return m_command->add_option<Value, Form>(name, value, description)->type_name(type);
+  }
+
+  CLI::Option* AddFlag(const char* name, bool& value, const char* description) {
+    return m_command->add_flag(name, value, description);
+  }
+
+  // For an argument without a name of its own.
+  template <typename Value>
+  CLI::Option* AddPlace(const char* name, Value& value, const char* description) {
+    return Add(name, "", value, description)->required();
+  }
+
+  CLI::Option* AddTable() {
+    return AddPlace("TABLE", m_arguments.table, "The table")->each([](const std::string& table) {
+      RequirePlainName("table", table);
+    });
+  }
+
+  void AddOnTable(const char* name, Run run, const char* description, const std::string& example) {
+    AddCommand(name, run, description, example);
+    AddTable();
+  }
+
+  void AddValues() {
+    AddPlace("VALUES", m_arguments.values, "The values to be written: COLUMN=VALUE...");
+  }
+
+  void AddWhere() {
+    Add("--where", "COLUMN=VALUE", m_arguments.where, "Only rows with these values, all of them");
+  }
+
+  void AddFormat() {
+    CLI::Option* const format =
+        Add("--format", "NAME", m_arguments.format, "One of " + FormatNames())->each(RequireFormat);
+    for (const char* const name : {"csv", "json"}) {
+      m_command
+          ->add_flag_callback(
+              std::string("--") + name, [this, name] { m_arguments.format = name; },
+              std::string("The same as --format ") + name)
+          ->excludes(format);
+    }
+    AddFlag("--typed", m_arguments.typed,
+            "Numbers of JSON by the declared types of columns, not as texts");
+  }
+
+  void AddChoice() {
+    Add("--columns", "COLUMN,...", m_arguments.choice.columns, "Only these columns, in this order");
+    Add("--order", "COLUMN[:desc]", m_arguments.choice.order, "Sort the rows");
+    Add("--limit", "NUMBER", m_arguments.choice.limit, "No more rows than that");
+  }
+
+  void AddWide() { AddFlag("--wide", m_arguments.wide, "Cut no cells to the terminal's width"); }
+
+  void AddYes(const char* names, const char* description) {
+    AddFlag(names, m_arguments.yes, description);
+  }
+
+  void DeclareReads() {
+    m_group = "Read";
+    AddOnTable("select", Select, "Read rows", "app.db select contact --where name=Kim age=42");
+    AddWhere();
+    AddChoice();
+    AddFormat();
+    AddWide();
+
+    AddCommand("join", Join, "Read the rows of two tables that have a value in common",
+               "app.db join contact.uid note.owner --where note.kind=2");
+    AddPlace("LEFT", m_arguments.left, "TABLE.COLUMN");
+    AddPlace("RIGHT", m_arguments.right, "TABLE.COLUMN");
+    Add<std::vector<Assignment>, std::vector<JoinCondition>>(
+        "--where", "COLUMN=VALUE", m_arguments.where,
+        "Only rows with these values, all of them; a column may be TABLE.COLUMN");
+    AddFormat();
+    AddWide();
+
+    AddOnTable("count", Count, "Count rows", "app.db count contact --where age=42");
+    AddWhere();
+    AddCommand("tables", Tables, "List the tables", "app.db tables");
+    AddOnTable("columns", Columns, "List the columns of a table with their types",
+               "app.db columns contact");
+    AddFormat();
+    AddWide();
+    AddCommand("schema", Schema, "Print the statements that made the tables, or one of them",
+               "app.db schema contact");
+    AddTable()->required(false);
+    AddOnTable("exists", Exists, "Exit with status 0 if there is the table, otherwise with 1",
+               "app.db exists contact");
+  }
+
+  void DeclareWrites() {
+    m_group = "Write";
+    AddOnTable("create", Create, "Create a table, unless it exists",
+               "app.db create contact name:TEXT age:INTEGER --key uid:TEXT");
+    Add("COLUMNS", "", m_arguments.columns, "Its columns: COLUMN:TYPE...");
+    Add("--key", "COLUMN:TYPE", m_arguments.key,
+        "The primary key; without it there is a column _ID");
+    Add("--composite", "COLUMN:TYPE", m_arguments.composite, "A second column of the primary key");
+
+    AddOnTable("upsert", Upsert, "Write a row, in the place of one with the same key",
+               "app.db upsert contact uid=7 name=\"Miles O'Brien\" age=42");
+    AddValues();
+
+    AddOnTable("update", Update, "Change rows", "app.db update contact age=43 --where uid=7");
+    AddValues();
+    AddWhere();
+
+    AddOnTable("delete", Delete, "Delete rows", "app.db delete contact --where uid=7");
+    AddWhere();
+    AddYes("--all,-y,--yes", "Every row, without a question");
+
+    AddOnTable("drop", Drop, "Remove a table with all its rows", "app.db drop contact --yes");
+    AddYes("-y,--yes", "Without a question");
+  }
+
+  void DeclareTransfers() {
+    m_group = "Transfer";
+    AddOnTable("import", Import, "Write the rows of a CSV file into a table",
+               "app.db import contact contacts.csv");
+    AddPlace("CSV", m_arguments.path,
+             "The file, whose first line names the columns; - for standard input");
+
+    AddOnTable("export", Export, "Write rows of a table into a file",
+               "app.db export contact contacts.json --where age=42");
+    AddPlace("OUT", m_arguments.path, "The file; its ending is that of a format");
+    AddWhere();
+    AddChoice();
+    AddFormat();
+    AddFlag("--force", m_arguments.force, "Write over a file that exists");
+  }
+
+  void DeclareOthers() {
+    m_group = "Log and help";
+    AddCommand("explain-log", Explain, "List the operations in a log of the library",
+               "explain-log captured.log");
+    AddPlace("LOG", m_arguments.path, "The captured log; - for standard input");
+    AddCommand("log-reference", LogReference,
+               "Print every message of the library's log with its meaning, in Markdown",
+               "log-reference");
+    AddCommand("help", nullptr, "Print help on a command", "help select");
+    Add("COMMAND", "", m_topic, "The command");
+    m_command->callback([this] {
+      RefuseIf(!m_topic.empty() && Find(m_topic) == nullptr,
+               '\'' + m_topic + "' is no command" + Suggestion(m_topic, CommandNames()));
+      std::cout << (m_topic.empty() ? m_app : *Find(m_topic)).help();
+    });
+  }
+
+  CLI::App m_app{"Keeps and reads rows in SQLite files with the library vorndatabase.", "vorndb"};
+  CLI::App* m_command = &m_app;
+  const char* m_group = "";
+  std::string m_name;   // of the command to be run, if known
+  std::string m_topic;  // of help
+  Arguments m_arguments;
+};
+
+}  // namespace
+
+void RunCommandLine(int argc, const char* const* argv) {
+  CommandLine().Parse(Words(argv + 1, argv + argc));
+}
+
+}  // namespace vorndb
