@@ -6,7 +6,13 @@ import stat
 import pytest
 
 
-@pytest.mark.parametrize("name, form", [("x.csv", "csv"), ("x.json", "json"), ("x.txt", "lines")])
+@pytest.mark.parametrize(
+    "name, form",
+    [
+        *(("x.csv", "csv"), ("x.tsv", "tsv"), ("x.json", "json"), ("x.jsonl", "jsonl")),
+        *(("x.md", "markdown"), ("x.txt", "lines")),
+    ],
+)
 def test_the_name_tells_the_format(contacts, name, form):
     assert contacts.done("export", "contact", name) == f"2 rows written to {name}\n"
     shown = contacts.done("select", "contact", "--format", form)
@@ -37,7 +43,7 @@ def test_no_file_is_written_over_unless_that_is_said(contacts):
 
 
 def test_a_failure_leaves_no_file_and_the_old_one_as_it_was(contacts):
-    message = "the table nosuch does not exist in app.db (SQLite 1)"
+    message = "the table nosuch does not exist in app.db; its tables: contact (SQLite 1)"
     contacts.fails(message, "export", "nosuch", "x.csv")
     assert contacts.files() == ["app.db"]
     (contacts.folder / "x.csv").write_text("old")

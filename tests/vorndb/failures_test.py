@@ -11,7 +11,7 @@ from conftest import DONE, FAILED, PROGRAM
 @pytest.mark.parametrize(
     "arguments",
     [
-        *("select t", "join l.a r.b", "exists t", "drop t", "upsert t a=1", "delete t --all"),
+        *("select t", "join l.a r.b", "exists t", "drop t -y", "upsert t a=1", "delete t --all"),
         *("update t a=1 --where b=2", "export t x.csv", "import t rows.csv"),
     ],
 )
@@ -26,14 +26,31 @@ def test_a_missing_file_is_not_made(tool, arguments):
     "message, arguments",
     [
         *(
-            ("the table nosuch does not exist in app.db (SQLite 1)", arguments)
+            (
+                "the table nosuch does not exist in app.db; its tables: contact, t (SQLite 1)",
+                arguments,
+            )
             for arguments in (
                 *("select nosuch", "upsert nosuch a=1", "update nosuch a=1 --where b=2"),
-                *("delete nosuch --all", "join contact.uid nosuch.uid", "drop nosuch"),
+                *("delete nosuch --all", "join contact.uid nosuch.uid", "drop nosuch -y"),
                 "join nosuch.uid contact.uid",
             )
         ),
         ("SQLite refuses it: no such column: x (SQLite 1)", "select contact --where x=1"),
+        *(
+            (f"SQLite refuses it: {problem}; did you mean name? (SQLite 1)", arguments)
+            for problem, arguments in (
+                ("no such column: nam", "select contact --where nam=1"),
+                ("no such column: contact.nam", "join contact.nam t.a"),
+                ("table contact has no column named nme", "upsert contact nme=1"),
+            )
+        ),
+        ("the result has no column Age; did you mean age?", "select contact --order Age"),
+        ("the result has no column x", "select contact --columns uid,x"),
+        *(
+            ("the table x does not exist in app.db; its tables: contact, t", arguments)
+            for arguments in ("columns x", "schema x")
+        ),
         (
             "SQLite refuses it: table contact has no column named x (SQLite 1)",
             "upsert contact x=1",
@@ -43,7 +60,7 @@ def test_a_missing_file_is_not_made(tool, arguments):
             "the table does not allow it: NOT NULL constraint failed: t.a (SQLite 19)",
             "upsert t b=1",
         ),
-        ("SQLite refuses it: use DROP VIEW to delete view v (SQLite 1)", "drop v"),
+        ("SQLite refuses it: use DROP VIEW to delete view v (SQLite 1)", "drop v -y"),
     ],
 )
 def test_a_statement_that_is_refused(contacts, message, arguments):
@@ -54,7 +71,7 @@ def test_a_statement_that_is_refused(contacts, message, arguments):
 def test_a_view_is_no_table(contacts):
     contacts.sql("CREATE VIEW v AS SELECT * FROM contact")
     assert contacts.done("select", "v", "--format", "csv").count("\n") == 3
-    assert contacts.done("exists", "v") == "no\n"
+    assert contacts.run("exists", "v", status=FAILED) == ("", "")
 
 
 def test_a_file_that_is_none(tool):
@@ -81,7 +98,7 @@ def test_a_file_that_may_not_be_written(contacts):
     contacts.fails(
         "app.db cannot be written (SQLite 8)", "upsert", "contact", "uid=9", prefix=prefix
     )
-    assert contacts.done("exists", "contact", prefix=prefix) == "yes\n"
+    assert contacts.done("exists", "contact", prefix=prefix) == ""
     contacts.folder.chmod(0o755)
 
 

@@ -1,5 +1,7 @@
 """The forms of a result, and the parts of a result that cannot be shown."""
 
+import csv
+import io
 import json
 
 import pytest
@@ -44,6 +46,44 @@ def test_json_is_read_back(odd):
 )
 def test_neither_quotes_nor_order_change(contacts, name, expected):
     assert contacts.done("select", "contact", "--format", name) == expected
+
+
+def test_json_lines_are_objects(odd):
+    lines = odd.done("select", "odd", "--format", "jsonl").splitlines()
+    assert [json.loads(line)["text"] for line in lines] == ODD
+
+
+def test_tsv_is_read_back(odd):
+    text = odd.done("select", "odd", "--format", "tsv")
+    rows = list(csv.reader(io.StringIO(text, newline=""), delimiter="\t"))
+    assert rows == [["number", "text"]] + [[str(n), text] for n, text in enumerate(ODD)]
+
+
+def test_markdown_is_a_table(tool):
+    tool.sql("CREATE TABLE t (a, b); INSERT INTO t VALUES ('x|y\\z', 1), (char(10), 2.5)")
+    assert tool.done("select", "t", "--format", "markdown") == (
+        "| a | b |\n| --- | ---: |\n| x\\|y\\\\z | 1 |\n| \\\\n | 2.5 |\n"
+    )
+
+
+def test_typed_json_has_numbers_where_they_are_declared(tool):
+    tool.sql(
+        "CREATE TABLE t (i INTEGER, r real, d DATE, n, s TEXT, v VARCHAR(9));"
+        "INSERT INTO t VALUES (9223372036854775807, 0.5, '2026-11-22', 1, '2', '3'),"
+        "(NULL, 1e999, 4, '', 'null', '5')"
+    )
+    assert json.loads(tool.done("select", "t", "--typed", "--json")) == [
+        {"i": 2**63 - 1, "r": 0.5, "d": "2026-11-22", "n": "1", "s": "2", "v": "3"},
+        {"i": None, "r": "Inf", "d": 4, "n": "", "s": "null", "v": "5"},
+    ]
+    two_tables(tool, "a INT, b", "x INT, y")
+    joined = tool.done("join", "l.a", "r.x", "--typed", "--format", "jsonl").splitlines()
+    assert json.loads(joined[0]) == {"a": 1, "b": "l1", "x": 1, "y": "r1"}
+
+
+def test_a_column_of_numbers_is_right_aligned(tool):
+    tool.sql("CREATE TABLE t (a, b, c); INSERT INTO t VALUES (1, 'x', -1.5), (20, '3', NULL)")
+    assert tool.done("select", "t") == " a  b     c\n--  -  ----\n 1  x  -1.5\n20  3\n"
 
 
 def test_lines_are_one_a_cell(odd):
@@ -91,7 +131,11 @@ def test_a_replaced_name_is_warned_of_like_a_cell(tool):
 
 
 @pytest.mark.parametrize(
-    "name, expected", [("table", "(no rows)\n"), ("csv", ""), ("json", "[]\n"), ("lines", "")]
+    "name, expected",
+    [
+        *(("table", "(no rows)\n"), ("csv", ""), ("json", "[]\n"), ("lines", "")),
+        *(("tsv", ""), ("jsonl", ""), ("markdown", "")),
+    ],
 )
 def test_no_rows(tool, name, expected):
     tool.sql("CREATE TABLE empty (a, b)")
@@ -128,7 +172,7 @@ def two_tables(tool, left, right):
             "(a); INSERT INTO t VALUES (1), (2)",
             "join t.a u.a",
             "a,a\n",
-            "how many rows there are cannot be told",
+            "the number of rows is unknown",
         ),
         (
             "(a, b); INSERT INTO t VALUES (x'00', x'01'), (x'02', 'text')",

@@ -132,7 +132,7 @@ def test_files_that_cannot_be_read(contacts):
 
 def test_the_table_has_to_exist(contacts, load):
     message = (
-        "line 2: the table nosuch does not exist in app.db (SQLite 1);"
+        "line 2: the table nosuch does not exist in app.db; its tables: contact (SQLite 1);"
         " rows before it that are written: 0"
     )
     load("uid\na\n", fails_with(contacts, message), "nosuch")

@@ -105,27 +105,32 @@ def test_columns_are_in_the_order_given(tool):
     pairs = [f"{name}={index}" for index, name in enumerate(names)]
     values = ", ".join(repr(str(index)) for index in range(len(names)))
     assert tool.done("--sql", "upsert", "t", *pairs) == (
-        f"INSERT OR REPLACE INTO t ({', '.join(names)}) VALUES ({values})\n"
+        f"INSERT OR REPLACE INTO t ({', '.join(names)}) VALUES ({values});\n"
     )
 
 
 @pytest.mark.parametrize(
-    "arguments, rows",
+    "arguments, count, rows",
     [
-        ("upsert contact uid=9 name=Ann age=44", "7|Kim|42\n8|Lee|43\n9|Ann|44\n"),
-        ("upsert contact uid=7 age=1", "7||1\n8|Lee|43\n"),
-        ('update contact "name=O\'Kim" --where uid=7', "7|O'Kim|42\n8|Lee|43\n"),
-        ("update contact name=N age=1 --where uid=7 age=42", "7|N|1\n8|Lee|43\n"),
-        ("update contact name=N age=1 --where uid=8 --where age=9", "7|Kim|42\n8|Lee|43\n"),
-        ("update contact age=1 --where uid=nobody", "7|Kim|42\n8|Lee|43\n"),
+        ("upsert contact uid=9 name=Ann age=44", "", "7|Kim|42\n8|Lee|43\n9|Ann|44\n"),
+        ("upsert contact uid=7 age=1", "", "7||1\n8|Lee|43\n"),
+        ('update contact "name=O\'Kim" --where uid=7', "1 row", "7|O'Kim|42\n8|Lee|43\n"),
+        ("update contact name=N age=1 --where uid=7 age=42", "1 row", "7|N|1\n8|Lee|43\n"),
+        (
+            "update contact name=N age=1 --where uid=8 --where age=9",
+            "0 rows",
+            "7|Kim|42\n8|Lee|43\n",
+        ),
+        ("update contact age=1 --where uid=nobody", "0 rows", "7|Kim|42\n8|Lee|43\n"),
         # Values that would complete a statement, or change it.
-        ('update contact "name=x\' AND" --where uid=7', "7|x' AND|42\n8|Lee|43\n"),
-        ("delete contact --where uid=7", "8|Lee|43\n"),
-        ("delete contact --where \"uid=' OR '1'='1\"", "7|Kim|42\n8|Lee|43\n"),
+        ('update contact "name=x\' AND" --where uid=7', "1 row", "7|x' AND|42\n8|Lee|43\n"),
+        ("delete contact --where uid=7", "1 row", "8|Lee|43\n"),
+        ("delete contact --where \"uid=' OR '1'='1\"", "0 rows", "7|Kim|42\n8|Lee|43\n"),
     ],
 )
-def test_write(contacts, arguments, rows):
-    assert contacts.done(*shlex.split(arguments)) == ""
+def test_write(contacts, arguments, count, rows):
+    message = f"{count} met the conditions\n" if count else ""
+    assert contacts.done(*shlex.split(arguments)) == message
     assert contacts.sql("SELECT * FROM contact ORDER BY uid") == rows
 
 
@@ -133,22 +138,26 @@ def test_delete_takes_every_row_only_if_that_is_said(contacts):
     _, errors = contacts.run("delete", "contact", status=WRONG_USE)
     assert "takes every row; if that is meant, give --all" in errors
     assert contacts.sql("SELECT count(*) FROM contact") == "2\n"
-    assert contacts.done("delete", "contact", "--all") == ""
+    assert contacts.done("delete", "contact", "--all") == "2 rows in the table\n"
     assert contacts.sql("SELECT count(*) FROM contact") == "0\n"
 
 
 def test_exists(contacts):
     contacts.sql("CREATE TABLE upsert (a, b)")
-    assert contacts.done("exists", "contact") == "yes\n"
-    assert contacts.done("exists", "nosuch") == "no\n"
+    assert contacts.run("exists", "contact") == ("", "")
+    assert contacts.run("exists", "nosuch", status=FAILED) == ("", "")
     # A name that is a command.
-    assert contacts.done("exists", "upsert") == "yes\n"
+    assert contacts.run("-v", "exists", "upsert")[0] == "yes\n"
+    assert contacts.run("-v", "exists", "nosuch", status=FAILED)[0] == "no\n"
 
 
 def test_a_dropped_table_is_gone(contacts):
-    assert contacts.done("drop", "contact") == ""
+    _, errors = contacts.run("drop", "contact", status=WRONG_USE)
+    assert "removes a table with all its rows; if that is meant, give --yes" in errors
+    assert contacts.done("drop", "contact", "--yes") == ""
     assert contacts.sql(".tables") == ""
-    contacts.fails("the table contact does not exist in app.db (SQLite 1)", "drop", "contact")
+    message = "the table contact does not exist in app.db, which has no table (SQLite 1)"
+    contacts.fails(message, "drop", "contact", "-y")
 
 
 @pytest.mark.parametrize(
@@ -171,17 +180,21 @@ def test_a_dropped_table_is_gone(contacts):
 )
 def test_sql_prints_the_statement_and_runs_nothing(tool, arguments, statement):
     words = arguments.split()
-    for line in (["--sql", *words], [*words, "--sql"], ["-f", "app.db", "--sql", *words]):
+    for line in (["--sql", *words], [*words, "-n"], ["app.db", "--dry-run", *words]):
         ended = tool.start(*line)
-        assert (ended.returncode, ended.stdout.decode(), ended.stderr) == (0, statement + "\n", b"")
+        assert (ended.returncode, ended.stdout.decode(), ended.stderr) == (
+            0,
+            statement + ";\n",
+            b"",
+        )
     assert tool.files() == []
 
 
 def test_sql_of_an_import_is_a_statement_for_each_row(tool):
     (tool.folder / "t.csv").write_text("a,b\n1,O'Brien\n2,\n")
     assert tool.done("--sql", "import", "t", "t.csv") == (
-        "INSERT OR REPLACE INTO t (a, b) VALUES ('1', 'O''Brien')\n"
-        "INSERT OR REPLACE INTO t (a, b) VALUES ('2', '')\n"
+        "INSERT OR REPLACE INTO t (a, b) VALUES ('1', 'O''Brien');\n"
+        "INSERT OR REPLACE INTO t (a, b) VALUES ('2', '');\n"
     )
 
 
@@ -202,7 +215,9 @@ def test_verbose_shows_the_log_and_the_message_of_a_failure(contacts):
     _, errors = contacts.run("select", "nosuch", "--verbose", status=FAILED)
     assert "SELECT FAILED[1]: no such table: nosuch\n" in errors
     last = errors.splitlines()[-1]
-    assert last == "vorndb: the table nosuch does not exist in app.db (SQLite 1)"
+    assert (
+        last == "vorndb: the table nosuch does not exist in app.db; its tables: contact (SQLite 1)"
+    )
 
 
 def test_what_a_message_holds_does_not_act_on_the_terminal(contacts):
@@ -213,8 +228,9 @@ def test_what_a_message_holds_does_not_act_on_the_terminal(contacts):
 @pytest.mark.parametrize("priority", "VS")
 def test_variables_of_the_platform_do_not_matter(contacts, priority):
     contacts.environment = environment(VORN_DLOG_PRIORITY=priority)
-    contacts.fails("the table t does not exist in app.db (SQLite 1)", "drop", "t")
-    assert contacts.done("exists", "contact") == "yes\n"
+    message = "the table t does not exist in app.db; its tables: contact (SQLite 1)"
+    contacts.fails(message, "drop", "t", "-y")
+    assert contacts.done("exists", "contact") == ""
     _, errors = contacts.run("-v", "upsert", "contact", "uid=9")
     assert "> Upsert SUCCESS[0]\n" in errors
 
@@ -225,8 +241,11 @@ def test_a_line_is_written_at_once(contacts):
     receiver, sender = socket.socketpair(socket.AF_UNIX, socket.SOCK_SEQPACKET)
     with receiver:
         with sender:
-            contacts.start("-v", "-f", "app.db", "drop", "t", stderr=sender)
+            contacts.start("-v", "-f", "app.db", "drop", "t", "-y", stderr=sender)
         parts = list(iter(lambda: receiver.recv(65536).decode(), ""))
-    assert parts[-1] == "vorndb: the table t does not exist in app.db (SQLite 1)\n"
+    assert (
+        parts[-1]
+        == "vorndb: the table t does not exist in app.db; its tables: contact (SQLite 1)\n"
+    )
     assert len(parts) > 5
     assert [part for part in parts if part.count("\n") != 1] == []

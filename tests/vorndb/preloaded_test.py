@@ -54,7 +54,10 @@ def test_success_needs_no_log(contacts):
 @pytest.mark.parametrize(
     "message, arguments",
     [
-        ("the table nosuch does not exist in app.db (SQLite 1)", "select nosuch"),
+        (
+            "the table nosuch does not exist in app.db; its tables: contact, t (SQLite 1)",
+            "select nosuch",
+        ),
         ("SQLite refuses it: no more is known (SQLite 1)", "select contact --where x=1"),
         ("the table does not allow it: no more is known (SQLite 19)", "upsert t b=1"),
     ],

@@ -85,18 +85,18 @@ def long_cells(tool):
 @pytest.mark.parametrize("columns", [200, 80, 40, 20])
 def test_a_table_fits_the_terminal(long_cells, columns):
     lines = on_terminal(long_cells, "select", "t", columns=columns).splitlines()
-    assert len(lines) == 5
+    assert len(lines) == 6
     assert columns - 2 <= max(map(seen_width, lines)) <= columns
     assert lines[2].endswith("…"), lines[2]
     assert "…" in lines[3]
     # Short cells are whole, and columns lie below each other.
-    assert lines[2].startswith("1   Kim "), lines[2]
+    assert lines[2].startswith(" 1  Kim "), lines[2]
     assert lines[0].index("name") == lines[2].index("Kim")
 
 
 def test_a_table_that_fits_is_not_cut(contacts):
     assert on_terminal(contacts, "select", "contact", columns=14) == (
-        "uid  name  age\n---  ----  ---\n7    Kim   42\n8    Lee   43\n"
+        "uid  name  age\n---  ----  ---\n  7  Kim    42\n  8  Lee    43\n(2 rows)\n"
     )
 
 
@@ -206,10 +206,29 @@ def test_a_delete_without_conditions_asks(contacts, answer, shown):
 
 
 def test_a_delete_that_is_meant(contacts):
-    assert on_terminal(contacts, "delete", "contact", typed="y\n") == QUESTION
+    assert (
+        on_terminal(contacts, "delete", "contact", typed="y\n")
+        == QUESTION + "2 rows in the table\n"
+    )
     assert contacts.sql("SELECT count(*) FROM contact") == "0\n"
 
 
 def test_nobody_is_asked_what_was_said(contacts):
-    assert on_terminal(contacts, "delete", "contact", "--where", "uid=7") == ""
-    assert on_terminal(contacts, "delete", "contact", "--all") == ""
+    deleted = on_terminal(contacts, "delete", "contact", "--where", "uid=7")
+    assert deleted == "1 row met the conditions\n"
+    assert on_terminal(contacts, "-q", "delete", "contact", "--all") == ""
+    assert on_terminal(contacts, "drop", "contact", "--yes") == ""
+
+
+@pytest.mark.parametrize("answer, status", [("n\n", 1), ("y\n", 0)])
+def test_a_drop_asks(contacts, answer, status):
+    output = on_terminal(contacts, "drop", "contact", typed=answer, status=status)
+    assert output.startswith("Drop the table contact of app.db? [y/N] ")
+    assert output.endswith("vorndb: nothing is dropped\n") == bool(status)
+    assert contacts.sql(".tables") == ("contact\n" if status else "")
+
+
+def test_exists_prints_the_word(contacts):
+    assert on_terminal(contacts, "exists", "contact") == "yes\n"
+    assert on_terminal(contacts, "exists", "x", status=1) == "no\n"
+    assert on_terminal(contacts, "exists", "contact", "-q") == ""

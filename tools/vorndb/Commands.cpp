@@ -298,13 +298,12 @@ void Schema(const Arguments& arguments) {
   using Texts = std::vector<std::string>;
   Arguments select =
       LookUp(arguments, "sqlite_master", table.empty() ? Texts{} : Texts{"tbl_name=" + table});
-  select.choice.columns = ColumnList("sql");
+  select.choice.columns = ColumnList("name,sql");
   Cursor cursor;
   if (const auto selected = RunSelect(select, cursor)) {
     RequireTable(arguments.file, table, selected->result.rowCount);
     EachRow(selected->result, [](const Row& row) {
-      // SQLite makes some indexes by itself, without a statement.
-      if (const std::string& statement = *row.front(); !statement.empty()) {
+      if (const std::string& statement = *row.back(); !IsInternal(*row.front())) {
         std::cout << (TerminalWidth(STDOUT_FILENO) ? PrintableLines(statement) : statement)
                   << ";\n";
       }

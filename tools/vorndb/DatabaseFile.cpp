@@ -169,7 +169,7 @@ std::string Explain(const std::string& file, const std::vector<std::string>& tab
 }  // namespace
 
 void RequireFileName(const std::string& file) {
-  RefuseIf(file.empty(), "the database file is missing: vorndb -f FILE …");
+  RefuseIf(file.empty(), "the database file is missing: vorndb FILE COMMAND");
   RefuseIf(file.back() == '/', "'" + file + "' names no file");
 }
 
@@ -205,14 +205,15 @@ std::vector<std::string> TablesOf(const std::string& file) {
   std::vector<std::string> tables;
   EachRowOf(file, "sqlite_master", [&tables](Cursor& row) {
     const std::string name = Text(row, "name");
-    // SQLite keeps names that begin so for itself.
-    if (Text(row, "type") == "table" && name.rfind("sqlite_", 0) != 0) {
+    if (Text(row, "type") == "table" && !IsInternal(name)) {
       tables.push_back(name);
     }
   });
   std::sort(tables.begin(), tables.end());
   return tables;
 }
+
+bool IsInternal(const std::string& name) { return name.rfind("sqlite_", 0) == 0; }
 
 std::string ColumnTable(const std::string& table) { return "pragma_table_info('" + table + "')"; }
 

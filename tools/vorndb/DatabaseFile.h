@@ -52,6 +52,9 @@ struct Column {
 std::vector<std::string> TablesOf(const std::string& file);
 std::vector<Column> ColumnsOf(const std::string& file, const std::string& table);
 
+// Whether SQLite makes the table or index of that name by itself.
+bool IsInternal(const std::string& name);
+
 // A table of SQLite's, with the columns of a table.
 std::string ColumnTable(const std::string& table);
 

@@ -3,6 +3,7 @@
 #include <iterator>
 #include <nlohmann/json.hpp>
 #include <numeric>
+#include <sstream>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -128,29 +129,34 @@ void WriteMarkdown(Result& result, Width /*width*/, std::ostream& output) {
 }
 
 // In quotes only where needed: a reader may also drop spaces at the ends.
-void WriteField(const std::string& text, char separator, std::ostream& output) {
+void AppendField(const std::string& text, char separator, std::string& line) {
   const auto isSpace = [](char c) { return c == ' ' || c == '\t'; };
-  const char special[] = {separator, '"', '\r', '\n', '\0'};
-  if (text.find_first_of(special) != std::string::npos ||
-      (!text.empty() && (isSpace(text.front()) || isSpace(text.back())))) {
-    output << std::quoted(text, '"', '"');
-  } else {
-    output << text;
+  const auto isSpecial = [separator](char c) {
+    return c == separator || c == '"' || c == '\r' || c == '\n';
+  };
+  if (text.empty() || (!isSpace(text.front()) && !isSpace(text.back()) &&
+                       std::none_of(text.begin(), text.end(), isSpecial))) {
+    line += text;
+    return;
   }
+  std::ostringstream quoted;
+  quoted << std::quoted(text, '"', '"');
+  line += quoted.str();
 }
 
 template <char kSeparator>
 void WriteFields(Result& result, Width /*width*/, std::ostream& output) {
-  const auto writeRow = [&output](const Row& row) {
-    for (std::size_t column = 0; column < row.size(); ++column) {
-      if (column > 0) {
-        output << kSeparator;
+  std::string line;
+  const auto writeRow = [&output, &line](const Row& row) {
+    line.clear();
+    for (const auto& cell : row) {
+      if (cell) {
+        AppendField(*cell, kSeparator, line);
       }
-      if (row[column]) {
-        WriteField(*row[column], kSeparator, output);
-      }
+      line += kSeparator;
     }
-    output << '\n';
+    line.back() = '\n';
+    output.write(line.data(), static_cast<std::streamsize>(line.size()));
   };
   if (!result.columns.empty()) {
     writeRow({result.columns.begin(), result.columns.end()});

@@ -21,7 +21,6 @@ int Fail(const char* problem, ExitStatus status) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::ios::sync_with_stdio(false);
   try {
     vorndb::RunCommandLine(argc, argv);
     // A full disk shows here at the latest.
