@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Commands.h"
+#include "Completion.h"
 #include "DatabaseFile.h"
 #include "Errors.h"
 #include "Result.h"
@@ -27,7 +28,8 @@ bool IsOption(const std::string& word) { return word.size() > 1 && word.front() 
 
 // The database file is an option of all other commands.
 bool TakesFile(const std::string& command) {
-  return command != "explain-log" && command != "log-reference" && command != "help";
+  constexpr const char* kOthers[] = {"diff", "copy", "explain-log", "log-reference", "help"};
+  return std::find(std::begin(kOthers), std::end(kOthers), command) == std::end(kOthers);
 }
 
 // Help of a command with a usage line to be copied and with the options of all commands.
@@ -105,6 +107,23 @@ class CommandLine {
     }
   }
 
+  // Prints the candidates for the last word. Bash makes three words of "NAME=VALUE".
+  void Complete(Words words) {
+    std::string word = words.empty() ? "" : words.back();
+    words.resize(words.empty() ? 0 : words.size() - 1);
+    const bool isValue = !words.empty() && words.back() == "=";
+    if (isValue && words.size() > 1 && !IsOption(words[words.size() - 2])) {
+      return;
+    }
+    PlaceFile(words);
+    if (const char* const file = std::getenv("VORNDB_FILE"); file != nullptr) {
+      words.insert(words.begin(), {"--file", file});
+    }
+    for (const std::string& candidate : Candidates(m_app, words, word == "=" ? "" : word)) {
+      std::cout << candidate << '\n';
+    }
+  }
+
  private:
   [[noreturn]] void Refuse(const std::string& problem) const {
     UsageError error(problem);
@@ -120,19 +139,11 @@ class CommandLine {
 
   // The first word from a position on that is neither an option nor the file of one.
   static Words::iterator Bare(Words& words, Words::iterator word) {
-    while (word != words.end() && IsOption(*word)) {
-      word += *word == "-f" || *word == "--file" ? 2 : 1;
-      word = std::min(word, words.end());
+    bool isValue = false;
+    for (; word != words.end() && (isValue || IsOption(*word)); ++word) {
+      isValue = !isValue && (*word == "-f" || *word == "--file");
     }
     return word;
-  }
-
-  Words CommandNames() const {
-    Words names;
-    for (const CLI::App* command : m_app.get_subcommands([](const CLI::App*) { return true; })) {
-      names.push_back(command->get_name());
-    }
-    return names;
   }
 
   bool IsFile(Words& words, Words::iterator word) {
@@ -151,7 +162,7 @@ class CommandLine {
     }
     if (word != words.end()) {
       RefuseIf(Find(*word) == nullptr,
-               '\'' + *word + "' is no command" + Suggestion(*word, CommandNames()));
+               '\'' + *word + "' is no command" + Suggestion(*word, CommandNames(m_app)));
       m_name = *word;
     }
   }
@@ -164,21 +175,9 @@ class CommandLine {
       if (name.rfind("--", 0) == 0 && command->get_option_no_throw(name) == nullptr &&
           m_app.get_option_no_throw(name) == nullptr) {
         throw UsageError(name + " is no option of " + (m_name.empty() ? "vorndb" : m_name) +
-                         Suggestion(name, OptionNames(*command)));
+                         Suggestion(name, OptionNames(*command, m_app)));
       }
     }
-  }
-
-  Words OptionNames(const CLI::App& command) const {
-    Words names;
-    for (const CLI::App* app : {&command, &m_app}) {
-      for (const CLI::Option* option : app->get_options()) {
-        for (const std::string& name : option->get_lnames()) {
-          names.push_back("--" + name);
-        }
-      }
-    }
-    return names;
   }
 
   static std::string Rephrased(const CLI::ParseError& error) {
@@ -213,8 +212,8 @@ class CommandLine {
       if (TakesFile(m_name)) {
         TakeFile();
       } else {
-        RefuseIf(m_arguments.sql || !m_arguments.file.empty(),
-                 m_name + " reads no database: it takes neither a file nor --sql");
+        RefuseIf(!m_arguments.file.empty(), m_name + " takes no -f, and no file before it");
+        RefuseIf(m_arguments.sql && run != Copy, m_name + " has no statement to be printed");
       }
       ShowLog(m_arguments.verbose);
       run(m_arguments);
@@ -269,7 +268,8 @@ class CommandLine {
 
   void AddFormat() {
     CLI::Option* const format =
-        Add("--format", "NAME", m_arguments.format, "One of " + FormatNames())->each(RequireFormat);
+        Add("--format", "NAME", m_arguments.format, "One of " + Joined(FormatNames()))
+            ->each(RequireFormat);
     for (const char* const name : {"csv", "json"}) {
       m_command
           ->add_flag_callback(
@@ -364,6 +364,21 @@ class CommandLine {
     AddChoice();
     AddFormat();
     AddFlag("--force", m_arguments.force, "Write over a file that exists");
+
+    AddOnFiles("diff", Diff, "Compare the rows of two files; exit with status 1 if they differ",
+               "FILE1", "FILE2", "diff app.db device.db contact");
+    AddOnFiles("copy", Copy, "Copy tables with their rows into another file", "FROM", "TO",
+               "copy app.db device.db contact");
+  }
+
+  void AddOnFiles(const char* name, Run run, const char* description, const char* from,
+                  const char* to, const std::string& example) {
+    AddCommand(name, run, description, example);
+    AddPlace(from, m_arguments.from, "A database file")->each(RequireFileName);
+    AddPlace(to, m_arguments.to, "Another one")->each(RequireFileName);
+    Add("TABLES", "", m_arguments.tables, "Only these tables")->each([](const std::string& table) {
+      RequirePlainName("table", table);
+    });
   }
 
   void DeclareOthers() {
@@ -378,7 +393,7 @@ class CommandLine {
     Add("COMMAND", "", m_topic, "The command");
     m_command->callback([this] {
       RefuseIf(!m_topic.empty() && Find(m_topic) == nullptr,
-               '\'' + m_topic + "' is no command" + Suggestion(m_topic, CommandNames()));
+               '\'' + m_topic + "' is no command" + Suggestion(m_topic, CommandNames(m_app)));
       std::cout << (m_topic.empty() ? m_app : *Find(m_topic)).help();
     });
   }
@@ -394,7 +409,13 @@ class CommandLine {
 }  // namespace
 
 void RunCommandLine(int argc, const char* const* argv) {
-  CommandLine().Parse(Words(argv + 1, argv + argc));
+  const Words words(argv + 1, argv + argc);
+  CommandLine line;
+  if (words.size() > 1 && words[0] == "complete" && words[1] == "--") {
+    line.Complete(Words(words.begin() + 2, words.end()));
+  } else {
+    line.Parse(words);
+  }
 }
 
 }  // namespace vorndb

@@ -167,12 +167,12 @@ void RequireConsent(const Arguments& arguments, const std::string& question,
 }
 
 // A select on one of SQLite's own tables.
-Arguments LookUp(const Arguments& arguments, const std::string& table,
-                 const std::vector<std::string>& conditions) {
+Arguments LookUp(const Arguments& arguments, const std::string& source,
+                 const std::string& table = "") {
   Arguments select = arguments;
-  select.table = table;
-  for (const std::string& condition : conditions) {
-    select.where.emplace_back(condition);
+  select.table = source;
+  if (!table.empty()) {
+    select.where.emplace_back("tbl_name=" + table);
   }
   return select;
 }
@@ -274,7 +274,7 @@ void Count(const Arguments& arguments) {
 
 void Tables(const Arguments& arguments) {
   if (arguments.sql) {
-    Select(LookUp(arguments, "sqlite_master", {}));
+    Select(LookUp(arguments, "sqlite_master"));
     return;
   }
   RequireExisting(arguments.file);
@@ -284,7 +284,7 @@ void Tables(const Arguments& arguments) {
 }
 
 void Columns(const Arguments& arguments) {
-  Arguments select = LookUp(arguments, ColumnTable(arguments.table), {});
+  Arguments select = LookUp(arguments, ColumnTable(arguments.table));
   select.choice.columns = ColumnList("name,type,notnull,dflt_value,pk");
   Cursor cursor;
   if (auto selected = RunSelect(select, cursor)) {
@@ -295,20 +295,16 @@ void Columns(const Arguments& arguments) {
 
 void Schema(const Arguments& arguments) {
   const std::string& table = arguments.table;
-  using Texts = std::vector<std::string>;
-  Arguments select =
-      LookUp(arguments, "sqlite_master", table.empty() ? Texts{} : Texts{"tbl_name=" + table});
-  select.choice.columns = ColumnList("name,sql");
-  Cursor cursor;
-  if (const auto selected = RunSelect(select, cursor)) {
-    RequireTable(arguments.file, table, selected->result.rowCount);
-    EachRow(selected->result, [](const Row& row) {
-      if (const std::string& statement = *row.back(); !IsInternal(*row.front())) {
-        std::cout << (TerminalWidth(STDOUT_FILENO) ? PrintableLines(statement) : statement)
-                  << ";\n";
-      }
-    });
-    ExpectComplete(arguments.file, selected->call);
+  if (arguments.sql) {
+    Select(LookUp(arguments, "sqlite_master", table));
+    return;
+  }
+  RequireExisting(arguments.file);
+  const std::vector<std::string> statements = StatementsOf(arguments.file, table);
+  RequireTable(arguments.file, table, statements.size());
+  const bool isShown = TerminalWidth(STDOUT_FILENO).has_value();
+  for (const std::string& statement : statements) {
+    std::cout << (isShown ? PrintableLines(statement) : statement) << ";\n";
   }
 }
 
@@ -325,7 +321,7 @@ void Exists(const Arguments& arguments) {
     std::cout << (exists ? "yes\n" : "no\n");
   }
   if (!exists) {
-    throw AnswerNo();
+    throw Answer{1};
   }
 }
 

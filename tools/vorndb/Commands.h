@@ -38,6 +38,10 @@ struct Arguments {
   Choice choice;
   std::string format;  // empty if not given
   std::string path;    // a file beside the database; "-" is standard input
+
+  std::string from;  // two databases, to be compared or copied
+  std::string to;
+  std::vector<std::string> tables;  // all if empty
 };
 
 // Each throws Failure, and UsageError before anything is done.
@@ -55,6 +59,8 @@ void Exists(const Arguments& arguments);
 void Drop(const Arguments& arguments);
 void Import(const Arguments& arguments);
 void Export(const Arguments& arguments);
+void Diff(const Arguments& arguments);
+void Copy(const Arguments& arguments);
 void Explain(const Arguments& arguments);
 void LogReference(const Arguments& arguments);
 

@@ -62,6 +62,9 @@ std::string Text(Cursor& row, const char* column) {
   return text;
 }
 
+// Whether SQLite makes the table or index of that name by itself.
+bool IsInternal(const std::string& name) { return name.rfind("sqlite_", 0) == 0; }
+
 // By SQLite's rules.
 Affinity AffinityOf(std::string type) {
   std::transform(type.begin(), type.end(), type.begin(), [](char c) {
@@ -107,16 +110,14 @@ std::string BreakIn(const Log& log) {
 // Names the tables that there are.
 std::string MissingTable(const std::string& file, const std::string& table) {
   constexpr std::size_t kMost = 20;
-  const std::vector<std::string> tables = TablesOf(file);
-  std::string list;
-  for (std::size_t i = 0; i < std::min(tables.size(), kMost); ++i) {
-    list += (i == 0 ? "; its tables: " : ", ") + tables[i];
-  }
+  std::vector<std::string> tables = TablesOf(file);
   if (tables.size() > kMost) {
-    list += " and " + std::to_string(tables.size() - kMost) + " more";
+    const std::size_t more = tables.size() - kMost;
+    tables.resize(kMost);
+    tables.push_back(std::to_string(more) + " more");
   }
   return "the table " + table + " does not exist in " + file +
-         (tables.empty() ? ", which has no table" : list);
+         (tables.empty() ? ", which has no table" : "; its tables: " + Joined(tables));
 }
 
 // For SQLite's text about a column, which it ends with.
@@ -213,15 +214,24 @@ std::vector<std::string> TablesOf(const std::string& file) {
   return tables;
 }
 
-bool IsInternal(const std::string& name) { return name.rfind("sqlite_", 0) == 0; }
+std::vector<std::string> StatementsOf(const std::string& file, const std::string& table) {
+  std::vector<std::string> statements;
+  EachRowOf(file, "sqlite_master", [&](Cursor& row) {
+    if ((table.empty() || Text(row, "tbl_name") == table) && !IsInternal(Text(row, "name"))) {
+      statements.push_back(Text(row, "sql"));
+    }
+  });
+  return statements;
+}
 
 std::string ColumnTable(const std::string& table) { return "pragma_table_info('" + table + "')"; }
 
 std::vector<Column> ColumnsOf(const std::string& file, const std::string& table) {
   std::vector<Column> columns;
   EachRowOf(file, ColumnTable(table), [&columns](Cursor& row) {
-    columns.push_back(
-        {Text(row, "name"), AffinityOf(Text(row, "type")), std::stoi(Text(row, "pk"))});
+    const std::string type = Text(row, "type");
+    columns.push_back({Text(row, "name"), type, AffinityOf(type), Text(row, "notnull") == "1",
+                       std::stoi(Text(row, "pk"))});
   });
   return columns;
 }

@@ -44,7 +44,9 @@ enum class Affinity { kNone, kText, kNumber };
 
 struct Column {
   std::string name;
+  std::string type;
   Affinity affinity = Affinity::kNone;
+  bool isNotNull = false;
   int key = 0;  // its place in the primary key, from 1, or 0
 };
 
@@ -52,8 +54,8 @@ struct Column {
 std::vector<std::string> TablesOf(const std::string& file);
 std::vector<Column> ColumnsOf(const std::string& file, const std::string& table);
 
-// Whether SQLite makes the table or index of that name by itself.
-bool IsInternal(const std::string& name);
+// The statements that made a table with its indexes and triggers, or everything for no name.
+std::vector<std::string> StatementsOf(const std::string& file, const std::string& table);
 
 // A table of SQLite's, with the columns of a table.
 std::string ColumnTable(const std::string& table);

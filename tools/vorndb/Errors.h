@@ -19,8 +19,10 @@ struct Failure : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// The answer no, without a message: exit status 1, too.
-struct AnswerNo {};
+// The exit status is an answer, without a message.
+struct Answer {
+  int status;
+};
 
 inline void RefuseIf(bool wrong, const std::string& problem) {
   if (wrong) {

@@ -250,22 +250,22 @@ constexpr Format kFormats[] = {
 
 }  // namespace
 
-std::string FormatNames() {
-  std::string names;
+Texts FormatNames() {
+  Texts names;
   for (const Format& format : kFormats) {
-    names += (names.empty() ? "" : ", ") + std::string(format.name);
+    names.emplace_back(format.name);
   }
   return names;
 }
 
 void RequireFormat(const std::string& text) {
-  const auto hasName = [&text](const Format& format) { return text == format.name; };
-  RefuseIf(std::none_of(std::begin(kFormats), std::end(kFormats), hasName),
-           "'" + text + "' is no format; the formats are " + FormatNames());
+  const Texts names = FormatNames();
+  RefuseIf(std::count(names.begin(), names.end(), text) == 0,
+           "'" + text + "' is no format; the formats are " + Joined(names));
 }
 
 std::string FormatOfFile(const std::string& path) {
-  std::string endings;
+  Texts endings;
   for (const Format& format : kFormats) {
     if (format.ending != nullptr) {
       const std::string ending = std::string(".") + format.ending;
@@ -273,10 +273,11 @@ std::string FormatOfFile(const std::string& path) {
           path.compare(path.size() - ending.size(), ending.size(), ending) == 0) {
         return format.name;
       }
-      endings += (endings.empty() ? "" : ", ") + ending;
+      endings.push_back(ending);
     }
   }
-  throw UsageError("'" + path + "' has no ending of a format (" + endings + "); give --format");
+  throw UsageError("'" + path + "' has no ending of a format (" + Joined(endings) +
+                   "); give --format");
 }
 
 void Write(Result& result, const std::string& format, std::optional<std::size_t> width,

@@ -62,9 +62,19 @@ std::size_t EditsBetween(const std::string& left, const std::string& right) {
 
 }  // namespace
 
+std::string Joined(const std::vector<std::string>& names) {
+  std::string list;
+  for (const std::string& name : names) {
+    list += (list.empty() ? "" : ", ") + name;
+  }
+  return list;
+}
+
+bool IsPlainName(const std::string& name) { return Matches(name, kPlainName); }
+
 void RequirePlainName(const std::string& kind, const std::string& name) {
-  RefuseIf(!Matches(name, kPlainName), "'" + name + "' is no plain name for a " + kind +
-                                           ": a letter or '_' first, then letters, digits and '_'");
+  RefuseIf(!IsPlainName(name), "'" + name + "' is no plain name for a " + kind +
+                                   ": a letter or '_' first, then letters, digits and '_'");
 }
 
 Assignment::Assignment(const std::string& text) {

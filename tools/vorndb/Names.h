@@ -9,6 +9,12 @@
 
 namespace vorndb {
 
+// "A, B, C"
+std::string Joined(const std::vector<std::string>& names);
+
+// A letter or '_' first, then letters, digits and '_'.
+bool IsPlainName(const std::string& name);
+
 // Throws UsageError for a name that is not plain, as do all the constructors here; they also
 // do for a text of another form.
 void RequirePlainName(const std::string& kind, const std::string& name);

@@ -68,8 +68,8 @@ void EachRow(const Result& result, Take take) {
   }
 }
 
-// The names of the formats, in a list.
-std::string FormatNames();
+// The first is the default.
+std::vector<std::string> FormatNames();
 
 // Throws UsageError for a text that is no format.
 void RequireFormat(const std::string& text);

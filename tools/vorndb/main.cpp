@@ -26,8 +26,8 @@ int main(int argc, char** argv) {
     // A full disk shows here at the latest.
     vorndb::FailIf(!std::cout.flush(), "cannot write to standard output");
     return kDone;
-  } catch (const vorndb::AnswerNo&) {
-    return kFailed;
+  } catch (const vorndb::Answer& answer) {
+    return answer.status;
   } catch (const vorndb::UsageError& error) {
     const int status = Fail(error.what(), kWrongUse);
     std::cerr << "For help: vorndb help" + (error.command.empty() ? "" : ' ' + error.command) +

@@ -1,0 +1,103 @@
+#include <cctype>
+#include <filesystem>
+#include <iostream>
+#include <system_error>
+
+#include "Commands.h"
+#include "Errors.h"
+#include "Rows.h"
+#include "Terminal.h"
+
+namespace vorndb {
+
+namespace {
+
+// A table with these columns. The library names a key that is missing.
+void CreateLike(const Arguments& write, const std::vector<Column>& columns) {
+  Arguments create = write;
+  for (const Column& column : columns) {
+    const std::string text = column.name + ':' + (column.type.empty() ? "BLOB" : column.type);
+    const bool isNumbered = column.name == "_ID" && column.type == "INTEGER";
+    if (column.key == 0) {
+      create.columns.emplace_back(text + (column.isNotNull ? " NOT NULL" : ""));
+    } else if (column.key == 1 && !isNumbered) {
+      create.key.emplace(text);
+    } else if (column.key == 2) {
+      create.composite.emplace(text);
+    }
+    FailIf(column.key > 2, "the library makes no table with a key of more than two columns");
+  }
+  Create(create);
+}
+
+// The statements of a table, without differences in spaces and capital letters.
+std::string SchemaOf(const std::string& file, const std::string& table) {
+  std::string schema;
+  for (const char c : Joined(StatementsOf(file, table))) {
+    if (std::isspace(static_cast<unsigned char>(c)) == 0) {
+      schema += static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    }
+  }
+  return schema;
+}
+
+// NULL is a value that is not given.
+std::vector<Assignment> ValuesOf(const std::vector<Column>& columns, const Row& row) {
+  std::vector<Assignment> values;
+  for (std::size_t i = 0; i < row.size(); ++i) {
+    if (row[i]) {
+      values.emplace_back();
+      values.back().column = columns[i].name;
+      values.back().value = *row[i];
+    }
+  }
+  return values;
+}
+
+// Returns the number of rows.
+std::size_t CopyTable(Arguments write, const std::string& from) {
+  const Table table = ReadTable(from, write.table);
+  if (write.sql || !IsThere(write.file) || !HasTable(write.file, write.table)) {
+    CreateLike(write, table.columns);
+    if (!write.sql && SchemaOf(from, write.table) != SchemaOf(write.file, write.table)) {
+      Tell("warning: the copy of " + write.table +
+           " has names, types and keys of its columns only; vorndb schema shows the difference");
+    }
+  }
+  Progress progress(write.sql || write.verbose || write.quiet ? 0 : table.rows.size());
+  std::size_t count = 0;
+  try {
+    for (const Row& row : table.rows) {
+      write.values = ValuesOf(table.columns, row);
+      Upsert(write);
+      ++count;
+      progress.Show(count, count);
+    }
+  } catch (const Failure& failure) {
+    throw Failure(write.table + ": " + failure.what() +
+                  "; rows before it that are written: " + std::to_string(count));
+  }
+  return count;
+}
+
+}  // namespace
+
+void Copy(const Arguments& arguments) {
+  RequireExisting(arguments.from);
+  std::error_code ignored;
+  FailIf(std::filesystem::equivalent(arguments.from, arguments.to, ignored),
+         arguments.to + " is the same file");
+  const bool all = arguments.tables.empty();
+  for (const std::string& table : all ? TablesOf(arguments.from) : arguments.tables) {
+    RequirePlainName("table", table);
+    Arguments write = arguments;
+    write.file = arguments.to;
+    write.table = table;
+    const std::size_t count = CopyTable(write, arguments.from);
+    if (!arguments.sql && !arguments.quiet) {
+      std::cout << Counted(count, "row") << " written to " << table << '\n';
+    }
+  }
+}
+
+}  // namespace vorndb
