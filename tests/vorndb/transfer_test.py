@@ -64,7 +64,9 @@ def test_equal_files_do_not_differ(two):
         ("CREATE TABLE more (a, b)", "more: only in other.db\n"),
         (
             "ALTER TABLE contact RENAME COLUMN age TO years; DELETE FROM pair WHERE a = 2",
-            "contact\n- column age INTEGER\n+ column years INTEGER\n"
+            "contact\n"
+            "- column name='age' type='INTEGER' notnull='0' dflt_value=NULL pk='0'\n"
+            "+ column name='years' type='INTEGER' notnull='0' dflt_value=NULL pk='0'\n"
             "pair\n- a='2' b='x' c='-1.0'\n",
         ),
     ],

@@ -6,6 +6,8 @@
 #include <filesystem>
 #include <iostream>
 #include <memory>
+#include <set>
+#include <stdexcept>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -25,6 +27,10 @@ using Run = void (*)(const Arguments&);
 using Words = std::vector<std::string>;
 
 bool IsOption(const std::string& word) { return word.size() > 1 && word.front() == '-'; }
+
+bool Repeats(const CLI::Option* option) {
+  return option->get_expected_max() == CLI::detail::expected_max_vector_size;
+}
 
 // The database file is an option of all other commands.
 bool TakesFile(const std::string& command) {
@@ -50,9 +56,8 @@ class Help : public CLI::Formatter {
   }
 
   std::string make_option_opts(const CLI::Option* option) const override {
-    const bool repeats = option->get_expected_max() == CLI::detail::expected_max_vector_size;
     const std::string type = option->get_positional() ? "" : ' ' + option->get_type_name();
-    return (option->get_type_size() == 0 ? "" : type) + (repeats ? "..." : "");
+    return (option->get_type_size() == 0 ? "" : type) + (Repeats(option) ? "..." : "");
   }
 
   std::string make_footer(const CLI::App* app) const override {
@@ -111,16 +116,15 @@ class CommandLine {
   void Complete(Words words) {
     std::string word = words.empty() ? "" : words.back();
     words.resize(words.empty() ? 0 : words.size() - 1);
-    const bool isValue = !words.empty() && words.back() == "=";
-    if (isValue && words.size() > 1 && !IsOption(words[words.size() - 2])) {
+    if (words.size() > 1 && words.back() == "=" && !IsOption(words[words.size() - 2])) {
       return;
     }
-    PlaceFile(words);
-    if (const char* const file = std::getenv("VORNDB_FILE"); file != nullptr) {
-      words.insert(words.begin(), {"--file", file});
-    }
-    for (const std::string& candidate : Candidates(m_app, words, word == "=" ? "" : word)) {
-      std::cout << candidate << '\n';
+    words.erase(std::remove(words.begin(), words.end(), "="), words.end());
+    word = word == "=" ? "" : word;
+    for (const std::string& candidate : CandidatesAfter(words, word)) {
+      if (candidate.rfind(word, 0) == 0) {
+        std::cout << candidate << '\n';
+      }
     }
   }
 
@@ -162,7 +166,7 @@ class CommandLine {
     }
     if (word != words.end()) {
       RefuseIf(Find(*word) == nullptr,
-               '\'' + *word + "' is no command" + Suggestion(*word, CommandNames(m_app)));
+               '\'' + *word + "' is no command" + Suggestion(*word, CommandNames()));
       m_name = *word;
     }
   }
@@ -175,9 +179,72 @@ class CommandLine {
       if (name.rfind("--", 0) == 0 && command->get_option_no_throw(name) == nullptr &&
           m_app.get_option_no_throw(name) == nullptr) {
         throw UsageError(name + " is no option of " + (m_name.empty() ? "vorndb" : m_name) +
-                         Suggestion(name, OptionNames(*command, m_app)));
+                         Suggestion(name, OptionNames(command)));
       }
     }
+  }
+
+  // The long options of a command, and those of all.
+  Words OptionNames(const CLI::App* command) const {
+    std::set<std::string> names;
+    for (const CLI::App* const app : {command, &m_app}) {
+      for (const CLI::Option* const option : app->get_options()) {
+        for (const std::string& name : option->get_lnames()) {
+          names.insert("--" + name);
+        }
+      }
+    }
+    return {names.begin(), names.end()};
+  }
+
+  Words CommandNames() const {
+    Words names;
+    for (const CLI::App* const command :
+         m_app.get_subcommands([](const CLI::App*) { return true; })) {
+      names.push_back(command->get_name());
+    }
+    return names;
+  }
+
+  // The option or argument that the next word belongs to. An option without its value is
+  // removed.
+  const CLI::Option* TakePlace(const CLI::App& command, Words& words) const {
+    const auto last = std::find_if(words.rbegin(), words.rend(), IsOption);
+    if (last != words.rend()) {
+      const CLI::Option* option = command.get_option_no_throw(*last);
+      option = option != nullptr ? option : m_app.get_option_no_throw(*last);
+      const bool takesValue = option != nullptr && option->get_type_size() > 0;
+      if (takesValue && (last == words.rbegin() || Repeats(option))) {
+        words.resize(words.size() - (last == words.rbegin() ? 1 : 0));
+        return option;
+      }
+    }
+    return nullptr;
+  }
+
+  Words CandidatesAfter(Words words, const std::string& word) {
+    PlaceFile(words);
+    const CLI::App* const command = m_name.empty() ? &m_app : Find(m_name);
+    const CLI::Option* place = TakePlace(*command, words);
+    m_isCompletion = true;
+    try {
+      std::reverse(words.begin(), words.end());
+      m_app.parse(words);
+    } catch (const std::runtime_error&) {
+      // The line is not complete.
+    }
+    for (const CLI::Option* const option : command->get_options()) {
+      const bool isFree = option->get_positional() && (option->count() == 0 || Repeats(option));
+      place = place == nullptr && isFree ? option : place;
+    }
+    SetFileFromEnvironment();
+    if (IsOption(word) || word == "-") {
+      return OptionNames(command);
+    }
+    if (place == nullptr || place->get_name() == "COMMAND") {
+      return place == nullptr && command != &m_app ? Words() : CommandNames();
+    }
+    return Candidates(place->get_name(), m_arguments, word);
   }
 
   static std::string Rephrased(const CLI::ParseError& error) {
@@ -209,6 +276,9 @@ class CommandLine {
     m_command->option_defaults()->group("Options");
     m_command->footer("Example:\n  vorndb " + example);
     m_command->callback([this, run] {
+      if (m_isCompletion) {
+        return;
+      }
       if (TakesFile(m_name)) {
         TakeFile();
       } else {
@@ -220,11 +290,15 @@ class CommandLine {
     });
   }
 
-  void TakeFile() {
+  void SetFileFromEnvironment() {
     if (const char* const file = std::getenv("VORNDB_FILE");
         file != nullptr && m_arguments.file.empty()) {
       m_arguments.file = file;
     }
+  }
+
+  void TakeFile() {
+    SetFileFromEnvironment();
     if (!m_arguments.sql) {
       RequireFileName(m_arguments.file);
     }
@@ -392,8 +466,11 @@ class CommandLine {
     AddCommand("help", nullptr, "Print help on a command", "help select");
     Add("COMMAND", "", m_topic, "The command");
     m_command->callback([this] {
+      if (m_isCompletion) {
+        return;
+      }
       RefuseIf(!m_topic.empty() && Find(m_topic) == nullptr,
-               '\'' + m_topic + "' is no command" + Suggestion(m_topic, CommandNames(m_app)));
+               '\'' + m_topic + "' is no command" + Suggestion(m_topic, CommandNames()));
       std::cout << (m_topic.empty() ? m_app : *Find(m_topic)).help();
     });
   }
@@ -401,8 +478,9 @@ class CommandLine {
   CLI::App m_app{"Keeps and reads rows in SQLite files with the library vorndatabase.", "vorndb"};
   CLI::App* m_command = &m_app;
   const char* m_group = "";
-  std::string m_name;   // of the command to be run, if known
-  std::string m_topic;  // of help
+  std::string m_name;           // of the command to be run, if known
+  std::string m_topic;          // of help
+  bool m_isCompletion = false;  // no command is to be run
   Arguments m_arguments;
 };
 

@@ -6,19 +6,14 @@
 #include <string>
 #include <vector>
 
-namespace CLI {
-class App;
-}  // namespace CLI
-
 namespace vorndb {
 
-// The names of all commands, and of the long options of one and of all.
-std::vector<std::string> CommandNames(const CLI::App& app);
-std::vector<std::string> OptionNames(const CLI::App& command, const CLI::App& app);
+struct Arguments;
 
-// The candidates for a word that follows other words, without those of another beginning; none
-// where a file is expected, or any text. A file that comes without an option has one here.
-std::vector<std::string> Candidates(const CLI::App& app, const std::vector<std::string>& words,
+// The candidates for a value of the option or argument of that name, of which `word` is the
+// beginning; none for a file, or for any text. Only plain names can be given to the tool, and a
+// shell would run other texts.
+std::vector<std::string> Candidates(const std::string& name, const Arguments& arguments,
                                     const std::string& word);
 
 }  // namespace vorndb

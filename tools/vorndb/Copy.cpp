@@ -1,4 +1,3 @@
-#include <cctype>
 #include <filesystem>
 #include <iostream>
 #include <system_error>
@@ -30,15 +29,12 @@ void CreateLike(const Arguments& write, const std::vector<Column>& columns) {
   Create(create);
 }
 
-// The statements of a table, without differences in spaces and capital letters.
-std::string SchemaOf(const std::string& file, const std::string& table) {
-  std::string schema;
-  for (const char c : Joined(StatementsOf(file, table))) {
-    if (std::isspace(static_cast<unsigned char>(c)) == 0) {
-      schema += static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    }
+std::vector<std::string> NamesOf(const std::vector<Column>& columns) {
+  std::vector<std::string> names;
+  for (const Column& column : columns) {
+    names.push_back(column.name);
   }
-  return schema;
+  return names;
 }
 
 // NULL is a value that is not given.
@@ -56,19 +52,21 @@ std::vector<Assignment> ValuesOf(const std::vector<Column>& columns, const Row& 
 
 // Returns the number of rows.
 std::size_t CopyTable(Arguments write, const std::string& from) {
-  const Table table = ReadTable(from, write.table);
+  const std::vector<Column> columns = ColumnsOf(from, write.table);
+  RequireTable(from, write.table, columns.size());
+  const std::vector<Row> rows = ReadRows(from, write.table, NamesOf(columns));
   if (write.sql || !IsThere(write.file) || !HasTable(write.file, write.table)) {
-    CreateLike(write, table.columns);
-    if (!write.sql && SchemaOf(from, write.table) != SchemaOf(write.file, write.table)) {
+    CreateLike(write, columns);
+    if (!write.sql && StatementsOf(from, write.table) != StatementsOf(write.file, write.table)) {
       Tell("warning: the copy of " + write.table +
            " has names, types and keys of its columns only; vorndb schema shows the difference");
     }
   }
-  Progress progress(write.sql || write.verbose || write.quiet ? 0 : table.rows.size());
+  Progress progress(write.sql || write.verbose || write.quiet ? 0 : rows.size());
   std::size_t count = 0;
   try {
-    for (const Row& row : table.rows) {
-      write.values = ValuesOf(table.columns, row);
+    for (const Row& row : rows) {
+      write.values = ValuesOf(columns, row);
       Upsert(write);
       ++count;
       progress.Show(count, count);

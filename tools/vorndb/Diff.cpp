@@ -1,8 +1,11 @@
 #include <algorithm>
+#include <cstddef>
 #include <iostream>
 #include <iterator>
 #include <map>
 #include <set>
+#include <stdexcept>
+#include <utility>
 
 #include "Commands.h"
 #include "Errors.h"
@@ -19,178 +22,138 @@ std::string Shown(const std::optional<std::string>& cell) {
   return cell ? '\'' + Printable(Quoted(*cell)) + '\'' : "NULL";
 }
 
-// "COLUMN='VALUE' COLUMN='VALUE'", of the first columns.
-std::string Shown(const Names& names, const Row& row, std::size_t count) {
+// " COLUMN='VALUE' COLUMN='VALUE'", of the first columns.
+std::string Shown(const Names& columns, const Row& row, std::size_t count) {
   std::string text;
   for (std::size_t i = 0; i < count; ++i) {
-    text += ' ' + Printable(names[i]) + '=' + Shown(row[i]);
+    text += ' ' + Printable(columns[i]) + '=' + Shown(row[i]);
   }
   return text;
-}
-
-// "INTEGER", "TEXT NOT NULL, key 1"
-std::string Shown(const Column& column) {
-  return (column.type.empty() ? "without type" : Printable(column.type)) +
-         (column.isNotNull ? " NOT NULL" : "") +
-         (column.key > 0 ? ", key " + std::to_string(column.key) : "");
-}
-
-const Column* Find(const Table& table, const std::string& name) {
-  const auto found = std::find_if(table.columns.begin(), table.columns.end(),
-                                  [&name](const Column& column) { return column.name == name; });
-  return found == table.columns.end() ? nullptr : &*found;
-}
-
-// Rows with these columns only.
-std::vector<Row> RowsOf(const Table& table, const Names& names) {
-  std::vector<Row> rows(table.rows.size());
-  for (const std::string& name : names) {
-    const auto index = static_cast<std::size_t>(Find(table, name) - table.columns.data());
-    for (std::size_t row = 0; row < rows.size(); ++row) {
-      rows[row].push_back(table.rows[row][index]);
-    }
-  }
-  return rows;
 }
 
 // Prints the differences of two tables with one name.
 class TableDiff {
  public:
-  TableDiff(std::string name, const Table& left, const Table& right)
-      : m_name(std::move(name)), m_left(left), m_right(right) {}
+  explicit TableDiff(std::string table) : m_table(std::move(table)) {}
 
-  // Whether there are any.
-  bool Print() {
-    PrintColumns();
-    PrintRows();
-    return m_differs;
-  }
+  bool Found() const { return m_found; }
 
- private:
-  void Differ(const std::string& line) {
-    if (!m_differs) {
-      std::cout << m_name << '\n';
-    }
-    m_differs = true;
-    std::cout << line << '\n';
-  }
-
-  // Common columns are kept, those of the key first.
-  void PrintColumns() {
-    for (const Column& column : m_left.columns) {
-      const Column* const other = Find(m_right, column.name);
-      const std::string start = "column " + Printable(column.name);
-      if (other == nullptr) {
-        Differ("- " + start + ' ' + Shown(column));
-        continue;
-      }
-      if (Shown(column) != Shown(*other)) {
-        Differ("! " + start + ": " + Shown(column) + " -> " + Shown(*other));
-      }
-      const bool isKey = column.key > 0 && other->key > 0;
-      m_common.insert(isKey ? m_common.begin() + m_keyCount++ : m_common.end(), column.name);
-    }
-    for (const Column& column : m_right.columns) {
-      if (Find(m_left, column.name) == nullptr) {
-        Differ("+ column " + Printable(column.name) + ' ' + Shown(column));
-      }
-    }
-  }
-
-  // Rows with the same key are one; without a key, rows that are equal.
-  void PrintRows() {
-    const std::size_t all = m_common.size();
-    const auto keyCount = m_keyCount == 0 ? all : static_cast<std::size_t>(m_keyCount);
+  // Rows of some kind, whose first cells are their key.
+  void Compare(const std::string& kind, const Names& columns, std::size_t keyCount,
+               const std::vector<Row>& left, const std::vector<Row>& right) {
     const auto keyOf = [keyCount](const Row& row) {
-      return Row(row.begin(), std::next(row.begin(), static_cast<std::ptrdiff_t>(keyCount)));
+      return Row(row.begin(), row.begin() + static_cast<std::ptrdiff_t>(keyCount));
     };
     std::multimap<Row, Row> others;
-    for (const Row& row : RowsOf(m_right, m_common)) {
+    for (const Row& row : right) {
       others.emplace(keyOf(row), row);
     }
-    for (const Row& row : RowsOf(m_left, m_common)) {
+    for (const Row& row : left) {
       const auto other = others.find(keyOf(row));
       if (other == others.end()) {
-        Differ('-' + Shown(m_common, row, all));
+        Print('-' + kind + Shown(columns, row, row.size()));
         continue;
       }
-      PrintCells(row, other->second, keyCount);
+      if (row != other->second) {
+        Print('!' + kind + Shown(columns, row, keyCount) + Changes(columns, row, other->second));
+      }
       others.erase(other);
     }
     for (const auto& [key, row] : others) {
-      Differ('+' + Shown(m_common, row, all));
+      Print('+' + kind + Shown(columns, row, row.size()));
     }
   }
 
-  void PrintCells(const Row& left, const Row& right, std::size_t keyCount) {
+ private:
+  void Print(const std::string& line) {
+    std::cout << (m_found ? "" : m_table + '\n') << line << '\n';
+    m_found = true;
+  }
+
+  static std::string Changes(const Names& columns, const Row& left, const Row& right) {
     std::string changes;
-    for (std::size_t i = keyCount; i < left.size(); ++i) {
+    for (std::size_t i = 0; i < left.size(); ++i) {
       if (left[i] != right[i]) {
-        changes += (changes.empty() ? ": " : ", ") + Printable(m_common[i]) + ' ' + Shown(left[i]) +
+        changes += (changes.empty() ? ": " : ", ") + Printable(columns[i]) + ' ' + Shown(left[i]) +
                    " -> " + Shown(right[i]);
       }
     }
-    if (!changes.empty()) {
-      Differ('!' + Shown(m_common, left, keyCount) + changes);
-    }
+    return changes;
   }
 
-  std::string m_name;
-  const Table& m_left;
-  const Table& m_right;
-  bool m_differs = false;
-  Names m_common;
-  std::ptrdiff_t m_keyCount = 0;  // of the common columns
+  std::string m_table;
+  bool m_found = false;
 };
 
-bool DifferIn(const Arguments& arguments, const std::string& table) {
-  RequirePlainName("table", table);
-  const bool isInFrom = HasTable(arguments.from, table);
-  if (isInFrom != HasTable(arguments.to, table)) {
-    std::cout << table << ": only in " << (isInFrom ? arguments.from : arguments.to) << '\n';
-    return true;
-  }
-  const Table left = ReadTable(arguments.from, table);
-  return TableDiff(table, left, ReadTable(arguments.to, table)).Print();
-}
-
-Names TablesOfBoth(const Arguments& arguments) {
-  std::set<std::string> tables(arguments.tables.begin(), arguments.tables.end());
-  if (tables.empty()) {
-    for (const std::string& file : {arguments.from, arguments.to}) {
-      for (const std::string& table : TablesOf(file)) {
-        tables.insert(table);
+// The columns that both tables have, those of both keys first. Without a key, a row is its own.
+std::pair<Names, std::size_t> CommonColumns(const std::vector<Column>& left,
+                                            const std::vector<Column>& right) {
+  Names names;
+  std::ptrdiff_t keyCount = 0;
+  for (const Column& column : left) {
+    for (const Column& other : right) {
+      if (column.name == other.name) {
+        const bool isKey = column.key > 0 && other.key > 0;
+        names.insert(isKey ? names.begin() + keyCount++ : names.end(), column.name);
       }
     }
   }
-  return {tables.begin(), tables.end()};
+  const std::size_t all = names.size();
+  return {std::move(names), keyCount > 0 ? static_cast<std::size_t>(keyCount) : all};
+}
+
+bool DifferIn(const std::string& left, const std::string& right, const std::string& table) {
+  RequirePlainName("table", table);
+  const bool isLeft = HasTable(left, table);
+  if (isLeft != HasTable(right, table)) {
+    std::cout << table << ": only in " << (isLeft ? left : right) << '\n';
+    return true;
+  }
+  TableDiff diff(table);
+  const Names parts{"name", "type", "notnull", "dflt_value", "pk"};
+  diff.Compare(" column", parts, 1, ReadRows(left, ColumnTable(table), parts),
+               ReadRows(right, ColumnTable(table), parts));
+  const auto [columns, keyCount] = CommonColumns(ColumnsOf(left, table), ColumnsOf(right, table));
+  diff.Compare("", columns, keyCount, ReadRows(left, table, columns),
+               ReadRows(right, table, columns));
+  return diff.Found();
+}
+
+std::set<std::string> TablesOfBoth(const Arguments& arguments) {
+  std::set<std::string> tables(arguments.tables.begin(), arguments.tables.end());
+  for (const std::string& file : {arguments.from, arguments.to}) {
+    RequireExisting(file);
+    if (arguments.tables.empty()) {
+      const Names own = TablesOf(file);
+      tables.insert(own.begin(), own.end());
+    }
+  }
+  return tables;
 }
 
 }  // namespace
 
+// Other tables are compared when one cannot be.
 void Diff(const Arguments& arguments) {
   constexpr int kDiffers = 1;
   constexpr int kTrouble = 2;
   int status = 0;
-  // Other tables are compared when one cannot be.
   const auto attempt = [&status](auto compare) {
     try {
-      status = std::max(status, compare() ? kDiffers : 0);
+      compare();
     } catch (const std::runtime_error& problem) {
       Tell(problem.what());
       status = kTrouble;
     }
   };
-  Names tables;
   attempt([&] {
-    RequireExisting(arguments.from);
-    RequireExisting(arguments.to);
-    tables = TablesOfBoth(arguments);
-    return false;
+    for (const std::string& table : TablesOfBoth(arguments)) {
+      attempt([&] {
+        const bool differs = DifferIn(arguments.from, arguments.to, table);
+        status = std::max(status, differs ? kDiffers : 0);
+      });
+    }
   });
-  for (const std::string& table : tables) {
-    attempt([&] { return DifferIn(arguments, table); });
-  }
   if (status != 0) {
     throw Answer{status};
   }

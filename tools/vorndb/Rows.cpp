@@ -25,12 +25,13 @@ std::vector<Row> SelectRows(const Arguments& arguments) {
 }
 
 // A cursor has an empty text for NULL, too, but no condition on a text is met by NULL.
-void FindNulls(Arguments select, std::size_t column, const std::string& name,
-               const std::vector<Row>& texts, std::vector<Row>& rows) {
+void FindNulls(Arguments select, std::size_t column, const std::vector<Row>& texts,
+               std::vector<Row>& rows) {
   const auto isEmpty = [column](const Row& row) { return row[column]->empty(); };
   if (std::none_of(texts.begin(), texts.end(), isEmpty)) {
     return;
   }
+  const std::string& name = select.choice.columns->names[column];
   RequirePlainName("column", name);
   select.where.emplace_back(name + '=');
   const std::vector<Row> found = SelectRows(select);
@@ -46,16 +47,18 @@ void FindNulls(Arguments select, std::size_t column, const std::string& name,
 
 }  // namespace
 
-Table ReadTable(const std::string& file, const std::string& name) {
+std::vector<Row> ReadRows(const std::string& file, const std::string& table,
+                          const std::vector<std::string>& columns) {
   Arguments select;
   select.file = file;
-  select.table = name;
+  select.table = table;
+  select.choice.columns.emplace().names = columns;
   const std::vector<Row> texts = SelectRows(select);
-  Table table{ColumnsOf(file, name), texts};
-  for (std::size_t column = 0; column < table.columns.size(); ++column) {
-    FindNulls(select, column, table.columns[column].name, texts, table.rows);
+  std::vector<Row> rows = texts;
+  for (std::size_t column = 0; column < columns.size(); ++column) {
+    FindNulls(select, column, texts, rows);
   }
-  return table;
+  return rows;
 }
 
 }  // namespace vorndb

@@ -1,4 +1,4 @@
-// All rows of a table, for commands that need each value as it is in the database.
+// Rows of a table for commands that need each value as it is in the database.
 
 #ifndef VORNDB_ROWS_H
 #define VORNDB_ROWS_H
@@ -6,19 +6,14 @@
 #include <string>
 #include <vector>
 
-#include "DatabaseFile.h"
 #include "Result.h"
 
 namespace vorndb {
 
-struct Table {
-  std::vector<Column> columns;
-  std::vector<Row> rows;  // with nothing for NULL
-};
-
-// Throws Failure for a table that does not exist, and for cells that the library does not give
-// as they are.
-Table ReadTable(const std::string& file, const std::string& name);
+// The rows with these columns, and with nothing for NULL. Throws Failure for cells that the
+// library does not give as they are.
+std::vector<Row> ReadRows(const std::string& file, const std::string& table,
+                          const std::vector<std::string>& columns);
 
 }  // namespace vorndb
 
