@@ -62,7 +62,8 @@ expected_files() {
   echo 'runtime lib/libvorndatabase.so'
   find platform -name '*.h' -printf 'stand_ins include/%f\n'
   printf 'stand_ins lib/lib%s.so\n' dlog vornutil
-  printf 'tool %s\n' bin/vorndb share/bash-completion/completions/vorndb share/man/man1/vorndb.1
+  printf 'tool %s\n' bin/vorndb share/man/man1/vorndb.1 share/bash-completion/completions/vorndb \
+    share/fish/vendor_completions.d/vorndb.fish share/zsh/vendor-completions/_vorndb
 }
 
 # Component and name of every file, without the names that differ between machines.
