@@ -62,7 +62,7 @@ def test_tsv_is_read_back(odd):
 def test_markdown_is_a_table(tool):
     tool.sql("CREATE TABLE t (a, b); INSERT INTO t VALUES ('x|y\\z', 1), (char(10), 2.5)")
     assert tool.done("select", "t", "--format", "markdown") == (
-        "| a | b |\n| --- | ---: |\n| x\\|y\\\\z | 1 |\n| \\\\n | 2.5 |\n"
+        "| a       |   b |\n| ------- | --: |\n| x\\|y\\\\z |   1 |\n| \\\\n     | 2.5 |\n"
     )
 
 

@@ -51,15 +51,24 @@ def test_equal_files_do_not_differ(two):
 @pytest.mark.parametrize(
     "statement, output",
     [
-        ("UPDATE contact SET age = 43 WHERE uid = '7'", "contact\n! uid='7': age '42' -> '43'\n"),
+        (
+            "UPDATE contact SET age = 43 WHERE uid = '7'",
+            "contact\n- uid='7' name='O''Brien' age='42'\n+ uid='7' name='O''Brien' age='43'\n",
+        ),
         (
             "UPDATE contact SET name = '', age = '' WHERE uid = '9'",
-            "contact\n! uid='9': name NULL -> '', age NULL -> ''\n",
+            "contact\n- uid='9' name=NULL age=NULL\n+ uid='9' name='' age=''\n",
         ),
         ("DELETE FROM contact WHERE uid = '7'", "contact\n- uid='7' name='O''Brien' age='42'\n"),
         ("INSERT INTO contact VALUES ('x', NULL, 1)", "contact\n+ uid='x' name=NULL age='1'\n"),
-        ("UPDATE pair SET c = 2 WHERE b = 'y'", "pair\n! a='1' b='y': c '1.0e+300' -> '2.0'\n"),
-        ("UPDATE plain SET v = 'x' WHERE v = char(10)", "plain\n! _ID='3': v '\\n' -> 'x'\n"),
+        (
+            "UPDATE pair SET c = 2 WHERE b = 'y'",
+            "pair\n- a='1' b='y' c='1.0e+300'\n+ a='1' b='y' c='2.0'\n",
+        ),
+        (
+            "UPDATE plain SET v = 'x' WHERE v = char(10)",
+            "plain\n- _ID='3' v='\\n'\n+ _ID='3' v='x'\n",
+        ),
         ("DROP TABLE pair", "pair: only in app.db\n"),
         ("CREATE TABLE more (a, b)", "more: only in other.db\n"),
         (

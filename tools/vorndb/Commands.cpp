@@ -104,11 +104,10 @@ std::vector<std::string> Fill(CreateRequest& request, const Arguments& arguments
 Result Read(const Arguments& arguments, const std::vector<std::string>& tables,
             const CallResult& call, Cursor& cursor) {
   Result result = ReadResult(cursor, call.log);
-  result.typed = arguments.typed;
-  if (arguments.typed || arguments.choice.order) {
-    for (const std::string& table : tables) {
-      for (const Column& column : ColumnsOf(arguments.file, table)) {
-        result.affinities[column.name] = column.affinity;
+  for (const std::string& table : arguments.typed ? tables : std::vector<std::string>()) {
+    for (const Column& column : ColumnsOf(arguments.file, table)) {
+      if (column.holdsNumbers) {
+        result.numberColumns.insert(column.name);
       }
     }
   }

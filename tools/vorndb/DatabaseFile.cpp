@@ -3,6 +3,7 @@
 #include <sqlite3.h>
 
 #include <algorithm>
+#include <cctype>
 #include <filesystem>
 #include <system_error>
 
@@ -65,21 +66,12 @@ std::string Text(Cursor& row, const char* column) {
 // Whether SQLite makes the table or index of that name by itself.
 bool IsInternal(const std::string& name) { return name.rfind("sqlite_", 0) == 0; }
 
-// By SQLite's rules.
-Affinity AffinityOf(std::string type) {
-  std::transform(type.begin(), type.end(), type.begin(), [](char c) {
-    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
-  });
-  const auto has = [&type](const char* part) { return type.find(part) != std::string::npos; };
-  if (!has("INT")) {
-    if (has("CHAR") || has("CLOB") || has("TEXT")) {
-      return Affinity::kText;
-    }
-    if (has("BLOB") || type.empty()) {
-      return Affinity::kNone;
-    }
-  }
-  return Affinity::kNumber;
+// By SQLite's rules: a type with one of these words is no number's, unless it has INT.
+bool HoldsNumbers(std::string type) {
+  std::transform(type.begin(), type.end(), type.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+  const auto has = [&type](const char* word) { return type.find(word) != std::string::npos; };
+  return has("INT") || !(type.empty() || has("CHAR") || has("CLOB") || has("TEXT") || has("BLOB"));
 }
 
 // SQLite's text for the failure of an operation, or nothing.
@@ -230,7 +222,7 @@ std::vector<Column> ColumnsOf(const std::string& file, const std::string& table)
   std::vector<Column> columns;
   EachRowOf(file, ColumnTable(table), [&columns](Cursor& row) {
     const std::string type = Text(row, "type");
-    columns.push_back({Text(row, "name"), type, AffinityOf(type), Text(row, "notnull") == "1",
+    columns.push_back({Text(row, "name"), type, HoldsNumbers(type), Text(row, "notnull") == "1",
                        std::stoi(Text(row, "pk"))});
   });
   return columns;

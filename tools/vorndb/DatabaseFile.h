@@ -39,13 +39,10 @@ void RequireExisting(const std::string& file);
 // Whether there is a table of that name; throws Failure when that is unknown.
 bool HasTable(const std::string& file, const std::string& table);
 
-// The treatment of values by the declared type of their column, as far as it matters here.
-enum class Affinity { kNone, kText, kNumber };
-
 struct Column {
   std::string name;
   std::string type;
-  Affinity affinity = Affinity::kNone;
+  bool holdsNumbers = false;  // by its type
   bool isNotNull = false;
   int key = 0;  // its place in the primary key, from 1, or 0
 };

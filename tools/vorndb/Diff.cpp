@@ -1,11 +1,7 @@
 #include <algorithm>
-#include <cstddef>
 #include <iostream>
-#include <iterator>
-#include <map>
 #include <set>
 #include <stdexcept>
-#include <utility>
 
 #include "Commands.h"
 #include "Errors.h"
@@ -18,88 +14,47 @@ namespace {
 
 using Names = std::vector<std::string>;
 
-std::string Shown(const std::optional<std::string>& cell) {
-  return cell ? '\'' + Printable(Quoted(*cell)) + '\'' : "NULL";
+// A line for a row: "- COLUMN='VALUE' COLUMN=NULL".
+std::string LineOf(char sign, const std::string& kind, const Names& columns, const Row& row) {
+  std::string line = sign + kind;
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    const std::string value = row[i] ? '\'' + Quoted(*row[i]) + '\'' : "NULL";
+    line += ' ' + columns[i] + '=' + value;
+  }
+  return Printable(line);
 }
 
-// " COLUMN='VALUE' COLUMN='VALUE'", of the first columns.
-std::string Shown(const Names& columns, const Row& row, std::size_t count) {
-  std::string text;
-  for (std::size_t i = 0; i < count; ++i) {
-    text += ' ' + Printable(columns[i]) + '=' + Shown(row[i]);
+// Adds the rows of some kind that one table only has. A row that is changed is two lines, one
+// after the other, since its first cells are its key.
+void AddDifferences(const std::string& kind, const Names& columns, std::vector<Row> left,
+                    std::vector<Row> right, Names& lines) {
+  std::sort(left.begin(), left.end());
+  std::sort(right.begin(), right.end());
+  auto other = right.begin();
+  for (auto row = left.begin(); row != left.end() || other != right.end();) {
+    if (row != left.end() && other != right.end() && *row == *other) {
+      ++row;
+      ++other;
+    } else if (other == right.end() || (row != left.end() && *row < *other)) {
+      lines.push_back(LineOf('-', kind, columns, *row++));
+    } else {
+      lines.push_back(LineOf('+', kind, columns, *other++));
+    }
   }
-  return text;
 }
 
-// Prints the differences of two tables with one name.
-class TableDiff {
- public:
-  explicit TableDiff(std::string table) : m_table(std::move(table)) {}
-
-  bool Found() const { return m_found; }
-
-  // Rows of some kind, whose first cells are their key.
-  void Compare(const std::string& kind, const Names& columns, std::size_t keyCount,
-               const std::vector<Row>& left, const std::vector<Row>& right) {
-    const auto keyOf = [keyCount](const Row& row) {
-      return Row(row.begin(), row.begin() + static_cast<std::ptrdiff_t>(keyCount));
-    };
-    std::multimap<Row, Row> others;
-    for (const Row& row : right) {
-      others.emplace(keyOf(row), row);
-    }
-    for (const Row& row : left) {
-      const auto other = others.find(keyOf(row));
-      if (other == others.end()) {
-        Print('-' + kind + Shown(columns, row, row.size()));
-        continue;
-      }
-      if (row != other->second) {
-        Print('!' + kind + Shown(columns, row, keyCount) + Changes(columns, row, other->second));
-      }
-      others.erase(other);
-    }
-    for (const auto& [key, row] : others) {
-      Print('+' + kind + Shown(columns, row, row.size()));
-    }
-  }
-
- private:
-  void Print(const std::string& line) {
-    std::cout << (m_found ? "" : m_table + '\n') << line << '\n';
-    m_found = true;
-  }
-
-  static std::string Changes(const Names& columns, const Row& left, const Row& right) {
-    std::string changes;
-    for (std::size_t i = 0; i < left.size(); ++i) {
-      if (left[i] != right[i]) {
-        changes += (changes.empty() ? ": " : ", ") + Printable(columns[i]) + ' ' + Shown(left[i]) +
-                   " -> " + Shown(right[i]);
-      }
-    }
-    return changes;
-  }
-
-  std::string m_table;
-  bool m_found = false;
-};
-
-// The columns that both tables have, those of both keys first. Without a key, a row is its own.
-std::pair<Names, std::size_t> CommonColumns(const std::vector<Column>& left,
-                                            const std::vector<Column>& right) {
+// The columns that both tables have, those of a key first.
+Names CommonColumns(const std::vector<Column>& left, const std::vector<Column>& right) {
   Names names;
-  std::ptrdiff_t keyCount = 0;
-  for (const Column& column : left) {
-    for (const Column& other : right) {
-      if (column.name == other.name) {
-        const bool isKey = column.key > 0 && other.key > 0;
-        names.insert(isKey ? names.begin() + keyCount++ : names.end(), column.name);
+  for (const bool isKey : {true, false}) {
+    for (const Column& column : left) {
+      const auto isSame = [&](const Column& other) { return other.name == column.name; };
+      if ((column.key > 0) == isKey && std::any_of(right.begin(), right.end(), isSame)) {
+        names.push_back(column.name);
       }
     }
   }
-  const std::size_t all = names.size();
-  return {std::move(names), keyCount > 0 ? static_cast<std::size_t>(keyCount) : all};
+  return names;
 }
 
 bool DifferIn(const std::string& left, const std::string& right, const std::string& table) {
@@ -109,14 +64,17 @@ bool DifferIn(const std::string& left, const std::string& right, const std::stri
     std::cout << table << ": only in " << (isLeft ? left : right) << '\n';
     return true;
   }
-  TableDiff diff(table);
+  Names lines;
   const Names parts{"name", "type", "notnull", "dflt_value", "pk"};
-  diff.Compare(" column", parts, 1, ReadRows(left, ColumnTable(table), parts),
-               ReadRows(right, ColumnTable(table), parts));
-  const auto [columns, keyCount] = CommonColumns(ColumnsOf(left, table), ColumnsOf(right, table));
-  diff.Compare("", columns, keyCount, ReadRows(left, table, columns),
-               ReadRows(right, table, columns));
-  return diff.Found();
+  AddDifferences(" column", parts, ReadRows(left, ColumnTable(table), parts),
+                 ReadRows(right, ColumnTable(table), parts), lines);
+  const Names columns = CommonColumns(ColumnsOf(left, table), ColumnsOf(right, table));
+  AddDifferences("", columns, ReadRows(left, table, columns), ReadRows(right, table, columns),
+                 lines);
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    std::cout << (i == 0 ? table + '\n' : "") << lines[i] << '\n';
+  }
+  return !lines.empty();
 }
 
 std::set<std::string> TablesOfBoth(const Arguments& arguments) {

@@ -1,8 +1,8 @@
 #include <algorithm>
+#include <cstring>
 #include <iomanip>
 #include <iterator>
 #include <nlohmann/json.hpp>
-#include <numeric>
 #include <sstream>
 #include <string_view>
 #include <utility>
@@ -19,113 +19,106 @@ namespace {
 using Texts = std::vector<std::string>;
 using Width = std::optional<std::size_t>;
 
-constexpr std::size_t kGap = 2;
 constexpr std::size_t kNarrowest = 4;
 
-Texts PrintableTexts(const Row& row) {
+// The parts of a table beside its cells. Markdown needs some characters escaped.
+struct Frame {
+  const char* begin;
+  const char* gap;
+  const char* end;
+  const char* ruleOfNumbers;  // the end of it
+  const char* escaped;
+};
+
+constexpr Frame kPlain{"", "  ", "", "-", ""};
+constexpr Frame kMarkdown{"| ", " | ", " |", ":", "|\\"};
+
+struct Column {
+  std::size_t width;
+  bool areNumbers;
+};
+
+Texts TextsOf(const Row& row, const Frame& frame) {
   Texts texts;
   for (const auto& cell : row) {
-    texts.push_back(Printable(cell.value_or("?")));
+    std::string& text = texts.emplace_back();
+    for (const char c : Printable(cell.value_or("?"))) {
+      text += std::strchr(frame.escaped, c) == nullptr ? "" : "\\";
+      text += c;
+    }
   }
   return texts;
 }
 
-void Widen(std::vector<std::size_t>& widths, const Texts& row) {
-  for (std::size_t column = 0; column < widths.size(); ++column) {
-    widths[column] = std::max(widths[column], DisplayWidth(row[column]));
-  }
-}
-
 // Cuts the widest columns until a line fits, but none below a few characters.
-void Fit(std::vector<std::size_t>& widths, std::size_t available) {
-  for (std::size_t& width : widths) {
-    width = std::min(width, std::max(available, kNarrowest));
+void Fit(std::vector<Column>& columns, std::size_t available) {
+  const auto isNarrower = [](const Column& a, const Column& b) { return a.width < b.width; };
+  std::size_t total = std::strlen(kPlain.gap) * (columns.size() - 1);
+  for (Column& column : columns) {
+    column.width = std::min(column.width, std::max(available, kNarrowest));
+    total += column.width;
   }
-  const std::size_t gaps = kGap * (widths.size() - 1);
-  while (std::accumulate(widths.begin(), widths.end(), gaps) > available) {
-    const auto widest = std::max_element(widths.rbegin(), widths.rend());
-    if (*widest <= kNarrowest) {
+  for (; total > available; --total) {
+    Column& widest = *std::max_element(columns.rbegin(), columns.rend(), isNarrower);
+    if (widest.width <= kNarrowest) {
       return;
     }
-    --*widest;
+    --widest.width;
   }
 }
 
-// A column is right-aligned if its cells are numbers.
-struct TableColumns {
-  std::vector<std::size_t> widths;
-  std::vector<bool> areNumbers;
-};
-
-TableColumns Measure(const Result& result, const Texts& header) {
-  TableColumns columns{std::vector<std::size_t>(header.size(), 0),
-                       std::vector<bool>(header.size(), result.rowCount > 0)};
-  Widen(columns.widths, header);
-  EachRow(result, [&columns](const Row& row) {
-    Widen(columns.widths, PrintableTexts(row));
-    for (std::size_t column = 0; column < row.size(); ++column) {
-      const std::string& cell = row[column].value_or("?");
-      columns.areNumbers[column] =
-          columns.areNumbers[column] && (cell.empty() || NumberIn(cell).has_value());
-    }
-  });
-  return columns;
-}
-
-void WriteTableRow(const Texts& row, const TableColumns& columns, std::ostream& output) {
-  std::string line;
-  for (std::size_t column = 0; column < row.size(); ++column) {
-    const std::string cell = CutToWidth(row[column], columns.widths[column]);
-    const std::string blank(columns.widths[column] - DisplayWidth(cell), ' ');
-    line += columns.areNumbers[column] ? blank + cell : cell + blank;
-    line.append(kGap, ' ');
+void WriteTableRow(const Texts& row, const std::vector<Column>& columns, const Frame& frame,
+                   std::ostream& output) {
+  std::string line = frame.begin;
+  for (std::size_t i = 0; i < row.size(); ++i) {
+    const std::string cell = CutToWidth(row[i], columns[i].width);
+    const std::string blank(columns[i].width - DisplayWidth(cell), ' ');
+    line += (i == 0 ? "" : frame.gap) + (columns[i].areNumbers ? blank + cell : cell + blank);
   }
+  line += frame.end;
   // No spaces at the end.
   line.erase(line.find_last_not_of(' ') + 1);
   output << line << '\n';
 }
 
+void WriteFramed(Result& result, Width width, const Frame& frame, std::ostream& output) {
+  const Texts header = TextsOf({result.columns.begin(), result.columns.end()}, frame);
+  std::vector<Column> columns;
+  for (std::size_t i = 0; i < header.size(); ++i) {
+    columns.push_back({DisplayWidth(header[i]), HasNumbersOnly(result, result.columns[i])});
+  }
+  EachRow(result, [&](const Row& row) {
+    const Texts texts = TextsOf(row, frame);
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+      columns[i].width = std::max(columns[i].width, DisplayWidth(texts[i]));
+    }
+  });
+  if (width) {
+    Fit(columns, *width);
+  }
+  Texts rules;
+  for (const Column& column : columns) {
+    rules.push_back(std::string(column.width - 1, '-') +
+                    (column.areNumbers ? frame.ruleOfNumbers : "-"));
+  }
+  WriteTableRow(header, columns, frame, output);
+  WriteTableRow(rules, columns, frame, output);
+  EachRow(result,
+          [&](const Row& row) { WriteTableRow(TextsOf(row, frame), columns, frame, output); });
+}
+
 void WriteTable(Result& result, Width width, std::ostream& output) {
   if (result.columns.empty()) {
     output << "(no rows)\n";
-    return;
+  } else {
+    WriteFramed(result, width, kPlain, output);
   }
-  const Texts header = PrintableTexts({result.columns.begin(), result.columns.end()});
-  TableColumns columns = Measure(result, header);
-  if (width) {
-    Fit(columns.widths, *width);
-  }
-  Texts rules;
-  for (const std::size_t columnWidth : columns.widths) {
-    rules.emplace_back(columnWidth, '-');
-  }
-  WriteTableRow(header, columns, output);
-  WriteTableRow(rules, columns, output);
-  EachRow(result, [&](const Row& row) { WriteTableRow(PrintableTexts(row), columns, output); });
 }
 
-// A table in Markdown, whose readers align it.
 void WriteMarkdown(Result& result, Width /*width*/, std::ostream& output) {
-  const auto writeRow = [&output](const Texts& row) {
-    for (const std::string& cell : row) {
-      output << "| ";
-      for (const char c : cell) {
-        output << (c == '|' || c == '\\' ? "\\" : "") << c;
-      }
-      output << ' ';
-    }
-    output << "|\n";
-  };
-  const Texts header = PrintableTexts({result.columns.begin(), result.columns.end()});
-  if (header.empty()) {
-    return;
+  if (!result.columns.empty()) {
+    WriteFramed(result, std::nullopt, kMarkdown, output);
   }
-  writeRow(header);
-  for (const bool isNumber : Measure(result, header).areNumbers) {
-    output << (isNumber ? "| ---: " : "| --- ");
-  }
-  output << "|\n";
-  EachRow(result, [&](const Row& row) { writeRow(PrintableTexts(row)); });
 }
 
 // In quotes only where needed: a reader may also drop spaces at the ends.
@@ -184,11 +177,9 @@ void WriteObjects(Result& result, std::ostream& output, Begin begin) {
     Json object = Json::object();
     for (std::size_t column = 0; column < cells.size(); ++column) {
       const std::string& name = result.columns[column];
-      const auto affinity = result.affinities.find(name);
       auto& value = object[name];
       if (cells[column]) {
-        value = ValueOf(*cells[column], result.typed && affinity != result.affinities.end() &&
-                                            affinity->second == Affinity::kNumber);
+        value = ValueOf(*cells[column], result.numberColumns.count(name) > 0);
       }
     }
     const auto dump = [&](auto handler) { return object.dump(-1, ' ', false, handler); };

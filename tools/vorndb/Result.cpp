@@ -6,7 +6,6 @@
 #include <iterator>
 #include <map>
 #include <numeric>
-#include <tuple>
 
 #include "Cursor.h"
 #include "Errors.h"
@@ -68,29 +67,25 @@ void RequireColumn(const Result& result, const std::string& column) {
   }
 }
 
-// Empty texts come first, then numbers, then other texts.
-using SortKey = std::tuple<int, Number, std::string>;
+bool MoveTo(const Result& result, std::size_t row) {
+  const std::size_t position = result.order.empty() ? row : result.order[row];
+  return result.cursor.MoveToPosition(static_cast<int>(position)) == 0;
+}
 
-SortKey KeyOf(const std::string& cell, bool isText) {
-  const std::optional<Number> number = isText ? std::nullopt : NumberIn(cell);
-  if (number || cell.empty()) {
-    return {cell.empty() ? 0 : 1, number.value_or(Number()), ""};
+std::string CellOf(const Result& result, std::size_t row, const std::string& column) {
+  std::string cell;
+  if (MoveTo(result, row)) {
+    result.cursor.GetString(column.c_str(), cell);
   }
-  return {2, Number(), cell};
+  return cell;
 }
 
 void Sort(Result& result, const ColumnOrder& order) {
-  if (result.columns.empty()) {
-    return;
-  }
-  RequireColumn(result, order.column);
-  const bool isText = result.affinities[order.column] == Affinity::kText;
-  std::vector<SortKey> keys;
-  std::string cell;
+  const bool areNumbers = HasNumbersOnly(result, order.column);
+  std::vector<std::pair<std::optional<Number>, std::string>> keys;
   for (std::size_t row = 0; row < result.rowCount; ++row) {
-    result.cursor.MoveToPosition(static_cast<int>(row));
-    result.cursor.GetString(order.column.c_str(), cell);
-    keys.push_back(KeyOf(cell, isText));
+    const std::string cell = CellOf(result, row, order.column);
+    keys.emplace_back(areNumbers ? NumberIn(cell) : std::nullopt, areNumbers ? "" : cell);
   }
   result.order.resize(result.rowCount);
   std::iota(result.order.begin(), result.order.end(), 0);
@@ -126,11 +121,25 @@ Result ReadResult(Cursor& cursor, const Log& log) {
   return result;
 }
 
+bool HasNumbersOnly(const Result& result, const std::string& column) {
+  for (std::size_t row = 0; row < result.rowCount; ++row) {
+    const std::string cell = CellOf(result, row, column);
+    if (!cell.empty() && !NumberIn(cell)) {
+      return false;
+    }
+  }
+  return result.shared.count(column) == 0;
+}
+
 void Choose(Result& result, const Choice& choice) {
+  if (result.columns.empty()) {
+    return;
+  }
   if (choice.order) {
+    RequireColumn(result, choice.order->column);
     Sort(result, *choice.order);
   }
-  if (choice.columns && !result.columns.empty()) {
+  if (choice.columns) {
     for (const std::string& column : choice.columns->names) {
       RequireColumn(result, column);
     }
@@ -140,9 +149,8 @@ void Choose(Result& result, const Choice& choice) {
 }
 
 void ReadRow(const Result& result, std::size_t row, Row& cells) {
-  const std::size_t position = result.order.empty() ? row : result.order[row];
   cells.resize(result.columns.size());
-  bool lacks = result.cursor.MoveToPosition(static_cast<int>(position)) != 0;
+  bool lacks = !MoveTo(result, row);
   for (std::size_t column = 0; column < cells.size(); ++column) {
     const std::string& name = result.columns[column];
     if (result.shared.empty() || result.shared.count(name) == 0) {

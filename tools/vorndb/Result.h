@@ -6,7 +6,6 @@
 
 #include <cstddef>
 #include <iosfwd>
-#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -26,9 +25,8 @@ struct Result {
   std::vector<std::string> columns = {};
   std::set<std::string> shared = {};  // names of several columns, whose cells are unknown
   std::size_t rowCount = 0;
-  std::vector<std::size_t> order = {};  // positions in the cursor, unless they are in order
-  std::map<std::string, Affinity> affinities = {};  // if asked for
-  bool typed = false;                               // numbers are written as such, by affinity
+  std::vector<std::size_t> order = {};       // positions in the cursor, unless they are in order
+  std::set<std::string> numberColumns = {};  // whose cells JSON has as numbers
   // Why the result does not show everything as it is in the database; a sentence each.
   std::vector<std::string> doubts = {};
 };
@@ -52,8 +50,11 @@ struct Choice {
 // The cursor has to live as long, and is moved. The log is the query's.
 Result ReadResult(Cursor& cursor, const Log& log);
 
-// Leaves the chosen rows and columns. Numbers precede texts in a column that is not declared
-// as text. Throws Failure for a column that the result lacks.
+// Whether a column has no cell but numbers and empty texts.
+bool HasNumbersOnly(const Result& result, const std::string& column);
+
+// Leaves the chosen rows and columns. A column of numbers is sorted by value. Throws Failure for
+// a column that the result lacks.
 void Choose(Result& result, const Choice& choice);
 
 // Reads a row into cells that may be another row's.
