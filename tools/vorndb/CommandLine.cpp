@@ -99,6 +99,12 @@ class CommandLine {
   void Parse(Words words) {
     try {
       PlaceFile(words);
+      if (m_name == "help") {
+        words.erase(Bare(words, words.begin()));
+        words.emplace_back("--help");
+        m_name.clear();
+        PlaceFile(words);
+      }
       RequireKnownOptions(words);
       std::reverse(words.begin(), words.end());
       m_app.parse(words);
@@ -465,14 +471,6 @@ class CommandLine {
                "log-reference");
     AddCommand("help", nullptr, "Print help on a command", "help select");
     Add("COMMAND", "", m_topic, "The command");
-    m_command->callback([this] {
-      if (m_isCompletion) {
-        return;
-      }
-      RefuseIf(!m_topic.empty() && Find(m_topic) == nullptr,
-               '\'' + m_topic + "' is no command" + Suggestion(m_topic, CommandNames()));
-      std::cout << (m_topic.empty() ? m_app : *Find(m_topic)).help();
-    });
   }
 
   CLI::App m_app{"Keeps and reads rows in SQLite files with the library vorndatabase.", "vorndb"};
