@@ -99,7 +99,7 @@ class CommandLine {
   void Parse(Words words) {
     try {
       PlaceFile(words);
-      if (m_name == "help") {
+      if (m_name == "help" && words.back() != "--help") {
         words.erase(Bare(words, words.begin()));
         words.emplace_back("--help");
         m_name.clear();
