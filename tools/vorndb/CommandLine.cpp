@@ -29,7 +29,8 @@ using Words = std::vector<std::string>;
 bool IsOption(const std::string& word) { return word.size() > 1 && word.front() == '-'; }
 
 bool Repeats(const CLI::Option* option) {
-  return option->get_expected_max() == CLI::detail::expected_max_vector_size;
+  return option->get_allow_extra_args() &&
+         option->get_expected_max() == CLI::detail::expected_max_vector_size;
 }
 
 // The database file is an option of all other commands.
@@ -362,7 +363,9 @@ class CommandLine {
   }
 
   void AddChoice() {
-    Add("--columns", "COLUMN,...", m_arguments.choice.columns, "Only these columns, in this order");
+    Add("--columns", "COLUMN,...", m_arguments.choice.columns, "Only these columns, in this order")
+        ->delimiter(',')
+        ->allow_extra_args(false);
     Add("--order", "COLUMN[:desc]", m_arguments.choice.order, "Sort the rows");
     Add("--limit", "NUMBER", m_arguments.choice.limit, "No more rows than that");
   }

@@ -284,7 +284,7 @@ void Tables(const Arguments& arguments) {
 
 void Columns(const Arguments& arguments) {
   Arguments select = LookUp(arguments, ColumnTable(arguments.table));
-  select.choice.columns = ColumnList("name,type,notnull,dflt_value,pk");
+  select.choice.columns = {"name", "type", "notnull", "dflt_value", "pk"};
   Cursor cursor;
   if (auto selected = RunSelect(select, cursor)) {
     RequireTable(arguments.file, arguments.table, selected->result.rowCount);

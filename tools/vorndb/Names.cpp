@@ -105,13 +105,6 @@ JoinCondition::JoinCondition(const std::string& text) {
   }
 }
 
-ColumnList::ColumnList(const std::string& text) {
-  std::istringstream list(text);
-  for (std::string name; std::getline(list, name, ',');) {
-    names.push_back(name);
-  }
-}
-
 ColumnOrder::ColumnOrder(const std::string& text) : column(text.substr(0, text.find(':'))) {
   const std::string direction = text.substr(column.size());
   RefuseIf(direction != "" && direction != ":asc" && direction != ":desc",

@@ -52,14 +52,6 @@ struct JoinCondition : Assignment {
   explicit JoinCondition(const std::string& text);
 };
 
-// COLUMN,COLUMN
-struct ColumnList {
-  ColumnList() = default;
-  explicit ColumnList(const std::string& text);
-
-  std::vector<std::string> names;
-};
-
 // COLUMN, COLUMN:asc or COLUMN:desc
 struct ColumnOrder {
   ColumnOrder() = default;

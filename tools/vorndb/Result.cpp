@@ -139,12 +139,10 @@ void Choose(Result& result, const Choice& choice) {
     RequireColumn(result, choice.order->column);
     Sort(result, *choice.order);
   }
-  if (choice.columns) {
-    for (const std::string& column : choice.columns->names) {
-      RequireColumn(result, column);
-    }
-    result.columns = choice.columns->names;
+  for (const std::string& column : choice.columns) {
+    RequireColumn(result, column);
   }
+  result.columns = choice.columns.empty() ? result.columns : choice.columns;
   result.rowCount = std::min(result.rowCount, choice.limit.value_or(result.rowCount));
 }
 

@@ -42,7 +42,7 @@ std::optional<Number> NumberIn(const std::string& text);
 
 // The part of a result to be shown.
 struct Choice {
-  std::optional<ColumnList> columns;
+  std::vector<std::string> columns;  // all if empty
   std::optional<ColumnOrder> order;
   std::optional<std::size_t> limit;
 };

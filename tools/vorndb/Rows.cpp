@@ -31,7 +31,7 @@ void FindNulls(Arguments select, std::size_t column, const std::vector<Row>& tex
   if (std::none_of(texts.begin(), texts.end(), isEmpty)) {
     return;
   }
-  const std::string& name = select.choice.columns->names[column];
+  const std::string& name = select.choice.columns[column];
   RequirePlainName("column", name);
   select.where.emplace_back(name + '=');
   const std::vector<Row> found = SelectRows(select);
@@ -52,7 +52,7 @@ std::vector<Row> ReadRows(const std::string& file, const std::string& table,
   Arguments select;
   select.file = file;
   select.table = table;
-  select.choice.columns.emplace().names = columns;
+  select.choice.columns = columns;
   const std::vector<Row> texts = SelectRows(select);
   std::vector<Row> rows = texts;
   for (std::size_t column = 0; column < columns.size(); ++column) {
