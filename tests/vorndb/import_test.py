@@ -1,10 +1,19 @@
 """Rows of CSV files become rows of a table."""
 
+import re
+import signal
+import subprocess
+
 import pytest
-from conftest import FAILED
+from conftest import FAILED, PROGRAM, WRONG_USE
 
 STRAY_QUOTE = 'a quote is out of place; quoted fields are "…", with "" inside'
 OPEN_QUOTE = "a quoted field that begins in this row does not end"
+
+
+def written(count, line):
+    """The end of a message: the rows that are written, and the line to go on from."""
+    return f"; rows before it that are written: {count}; go on with --from-line {line}"
 
 
 @pytest.fixture
@@ -56,42 +65,39 @@ def test_standard_input(contacts):
     assert output == "1 row written to contact\n"
     assert imported(contacts) == "a||\n"
     message = "standard input, line 1: there is no line that names the columns"
-    contacts.fails(message, "import", "contact", "-", input=b"")
+    contacts.fails(message + written(0, 1), "import", "contact", "-", input=b"")
 
 
-def fails_with(tool, message):
-    """A way to import that fails with the message about rows.csv."""
-    return lambda *arguments: tool.fails(f"rows.csv, {message}", *arguments)
+def fails_with(tool, message, count, line):
+    """A way to import that fails with the message about a line of rows.csv."""
+    message = f"rows.csv, line {line}: {message}{written(count, line)}"
+    return lambda *arguments: tool.fails(message, *arguments)
 
 
 def test_the_first_failure_ends_it_and_tells_its_line(contacts, load):
     contacts.sql("CREATE TABLE strict (uid PRIMARY KEY, age INTEGER CHECK (age < 100))")
-    message = (
-        "line 5: the table does not allow it: CHECK constraint failed: age < 100"
-        " (SQLite 19); rows before it that are written: 2"
-    )
-    load("uid,age\na,1\n\nb,2\nc,300\nd,4\n", fails_with(contacts, message), "strict")
+    message = "the table does not allow it: CHECK constraint failed: age < 100 (SQLite 19)"
+    load("uid,age\na,1\n\nb,2\nc,300\nd,4\n", fails_with(contacts, message, 2, 5), "strict")
     assert contacts.sql("SELECT uid FROM strict") == "a\nb\n"
 
 
 def test_the_line_is_where_the_row_begins(contacts, load):
-    message = "line 4: it has 3 fields, and the header has 2; rows before it that are written: 1"
-    load('uid,name\na,"one\ntwo"\nb,"one\n\ntwo",more\n', fails_with(contacts, message))
+    message = "it has 3 fields, and the header has 2"
+    load('uid,name\na,"one\ntwo"\nb,"one\n\ntwo",more\n', fails_with(contacts, message, 1, 4))
 
 
 @pytest.mark.parametrize("end", ["\n", "\r\n", "\r"])
 def test_lines_may_end_in_any_way(contacts, load, end):
     # The carriage return inside of the quotes ends a line, too.
-    message = "line 6: it has 3 fields, and the header has 2; rows before it that are written: 2"
+    message = "it has 3 fields, and the header has 2"
     content = end.join(["uid,name", "", 'a,"x\ry"', "b,z", "c,1,2"])
-    load(content, fails_with(contacts, message))
+    load(content, fails_with(contacts, message, 2, 6))
     assert imported(contacts) == "a|x\ry|\nb|z|\n"
 
 
 @pytest.mark.parametrize("row, problem", [('c,x"', STRAY_QUOTE), ('c,"x', OPEN_QUOTE)])
 def test_the_rows_before_a_broken_line_are_counted(contacts, load, row, problem):
-    message = f"line 4: {problem}; rows before it that are written: 2"
-    load(f"uid,name\na,1\nb,2\n{row}\n", fails_with(contacts, message))
+    load(f"uid,name\na,1\nb,2\n{row}\n", fails_with(contacts, problem, 2, 4))
     output, errors = contacts.run("--sql", "import", "contact", "rows.csv", status=FAILED)
     assert output.count("\n") == 2
     assert errors == f"vorndb: rows.csv, line 4: {problem}\n"
@@ -100,21 +106,20 @@ def test_the_rows_before_a_broken_line_are_counted(contacts, load, row, problem)
 @pytest.mark.parametrize(
     "content, message",
     [
-        ("", "line 1: there is no line that names the columns\n"),
-        ("\n\n", "line 1: there is no line that names the columns\n"),
-        ('uid,na"me\n', f"line 1: {STRAY_QUOTE}\n"),
+        ("", "line 1: there is no line that names the columns; "),
+        ("\n\n", "line 2: there is no line that names the columns; "),
+        ('uid,na"me\n', f"line 1: {STRAY_QUOTE}; "),
         ("uid,na me\n", "line 1: 'na me' is no plain name for a column: "),
         ("uid,\n", "line 1: '' is no plain name for a column: "),
-        ("uid,Uid\n", "line 1: the column Uid is given twice\n"),
+        ("uid,Uid\n", "line 1: the column Uid is given twice; "),
         ("uid;name\n", "line 1: 'uid;name' is no plain name for a column: "),
         (
             "uid,name\n".encode("utf-16"),
-            "line 1: the name of a column holds a NUL; is the file UTF-16? It has to be UTF-8\n",
+            "line 1: the name of a column holds a NUL; is the file UTF-16? It has to be UTF-8; ",
         ),
         (
             b"uid,name\na,b\0c\n",
-            "line 2: the value of name holds a NUL, where a text ends; "
-            "rows before it that are written: 0\n",
+            f"line 2: the value of name holds a NUL, where a text ends{written(0, 2)}\n",
         ),
     ],
 )
@@ -127,12 +132,180 @@ def test_files_that_are_no_csv(contacts, load, content, message):
 def test_files_that_cannot_be_read(contacts):
     contacts.fails("cannot read none.csv", "import", "contact", "none.csv")
     (contacts.folder / "folder.csv").mkdir()
-    contacts.fails("cannot read folder.csv", "import", "contact", "folder.csv")
+    message = "cannot read folder.csv" + written(0, 1)
+    contacts.fails(message, "import", "contact", "folder.csv")
 
 
 def test_the_table_has_to_exist(contacts, load):
-    message = (
-        "line 2: the table nosuch does not exist in app.db; its tables: contact (SQLite 1);"
-        " rows before it that are written: 0"
+    message = "the table nosuch does not exist in app.db; its tables: contact (SQLite 1)"
+    load("uid\na\n", fails_with(contacts, message, 0, 2), "nosuch")
+
+
+# Rows in every format; the second has no age.
+FORMS = {
+    "rows.tsv": "uid\tname\tage\na\t x,\t1\nb\t\t\n",
+    "rows.json": '[{"uid":"a","name":" x,","age":1},\n {"age":null, "uid":"b", "name":""}]',
+    "rows.jsonl": '{"uid":"a","name":" x,","age":1}\n{"uid":"b","name":""}\n',
+    "rows": 'uid;name;age\na;" x,";1\nb;;\n',
+}
+
+
+@pytest.mark.parametrize("name", FORMS)
+@pytest.mark.parametrize("piped", [False, True])
+def test_formats(contacts, name, piped):
+    content = FORMS[name].replace("\t x,\t", '\t" x,"\t').encode()
+    (contacts.folder / name).write_bytes(content)
+    options = ["--separator", ";"] if name == "rows" else []
+    if piped:
+        form = name[5:] or "csv"
+        contacts.done("import", "contact", "-", "--format", form, *options, input=content)
+    else:
+        contacts.done("import", "contact", name, *options)
+    null = "" if "json" not in name else "NULL"
+    age = contacts.sql("SELECT CASE WHEN age IS NULL THEN 'NULL' ELSE age END FROM contact")
+    assert imported(contacts) == "a| x,|1\nb||\n"
+    assert age.split("\n")[3] == null
+
+
+@pytest.mark.parametrize(
+    "content, line, rows, problem",
+    [
+        ("[]", 0, 0, ""),
+        ("", 0, 0, ""),
+        ("[{}]", 1, 0, "the row has no value"),
+        ('[{"uid":"a"},\n\n {"uid":"b"}', 3, 2, "the array lacks a comma or its end"),
+        ("[", 1, 0, "the array lacks a comma or its end"),
+        ('[{"uid":"a"}\n{"uid":"b"}]', 2, 1, "the array lacks a comma or its end"),
+        ('[{"uid":"a"}]\n{"uid":"b"}', 2, 1, "there is more after the end of the array"),
+        ('{"uid":"a"}\n7', 2, 1, "a row is an object"),
+        ('{"uid":"a"}\n{"uid":', 2, 1, "this is not JSON: parse error"),
+        ('{"uid":"a"}\n{"uid":"\\ud800"}', 2, 1, "this is not JSON: parse error"),
+        ('{"uid":"a"}\n{"uid":["b"]}', 2, 1, "the value of uid is no text or number"),
+        ('{"uid":"a"}\n{"uid":"\\u0000"}', 2, 1, "the value of uid holds a NUL"),
+        ('{"uid":"a"}\n{"u-d":"b"}', 2, 1, "'u-d' is no plain name for a column"),
+        ('{"uid":"a"}\n{"uid":"b","Uid":"c"}', 2, 1, "the column Uid is given twice"),
+    ],
+)
+def test_json_that_is_no_list_of_rows(contacts, content, line, rows, problem):
+    (contacts.folder / "rows.json").write_text(content)
+    output, errors = contacts.run("import", "contact", "rows.json", status=1 if line else 0)
+    if line:
+        assert errors.startswith(f"vorndb: rows.json, line {line}: {problem}"), errors
+        assert errors.endswith(written(rows, line) + "\n"), errors
+    else:
+        assert output == "0 rows written to contact\n"
+
+
+VALUES = ["1,007,1.5,9223372036854775807,,x", ",7,-2e3,9223372036854775808,,1"]
+
+
+@pytest.mark.parametrize("way", ["file", "pipe", "dry"])
+def test_create_guesses_the_types(tool, way):
+    content = "\n".join(["i,zeros,r,long,none,t", *VALUES, ""])
+    (tool.folder / "rows.csv").write_text(content)
+    if way == "dry":
+        tool.sql(tool.done("-n", "import", "made", "rows.csv", "--create"))
+    else:
+        path, given = ("rows.csv", b"") if way == "file" else ("-", content.encode())
+        tool.done("import", "made", path, "--create", input=given)
+    assert (
+        "(_ID INTEGER PRIMARY KEY, i INTEGER, zeros TEXT, r REAL, long TEXT, none TEXT, t TEXT)"
+        in tool.sql(".schema made")
     )
-    load("uid\na\n", fails_with(contacts, message), "nosuch")
+    assert tool.sql("SELECT i, zeros, r, long, none, t FROM made") == (
+        "1|007|1.5|9223372036854775807||x\n|7|-2000.0|9223372036854775808||1\n"
+    )
+
+
+def test_create_takes_keys_and_types(tool):
+    (tool.folder / "rows.jsonl").write_text('{"a":1,"b":"2","c":0.5}\n{"a":2,"d":true}\n')
+    arguments = ["rows.jsonl", "--create", "--key"]
+    tool.done("import", "one", *arguments, "a")
+    tool.done("import", "two", *arguments, "a:INT", "--types", "b:REAL", "d:TEXT")
+    assert tool.sql("SELECT sql FROM sqlite_master WHERE sql > ''") == (
+        "CREATE TABLE one (a INTEGER NOT NULL PRIMARY KEY, b TEXT, c REAL, d INTEGER)\n"
+        "CREATE TABLE two (a INT NOT NULL PRIMARY KEY, b REAL, c REAL, d TEXT)\n"
+    )
+    assert tool.sql("SELECT * FROM two") == "1|2.0|0.5|\n2|||1\n"
+    message = "the input has no column x"
+    tool.fails(message, "import", "three", *arguments, "x")
+
+
+def test_create_leaves_a_table_as_it_is(contacts, load):
+    before = contacts.sql(".schema")
+    _, errors = load("uid,name\na,b\n", lambda *words: contacts.run(*words, "--create"))
+    assert errors == "vorndb: the table contact exists in app.db already and is left as it is\n"
+    assert contacts.sql(".schema") == before
+
+
+@pytest.mark.parametrize(
+    "message, arguments",
+    [
+        ("'xml' cannot be imported; csv,", "--format xml"),
+        ("';;' is no separator", "--separator ;;"),
+        ("';' is no separator", "--format json --separator ;"),
+        ("--key requires --create", "--key uid"),
+    ],
+)
+def test_options_that_are_refused(contacts, message, arguments):
+    _, errors = contacts.run("import", "contact", "-", *arguments.split(), status=WRONG_USE)
+    assert errors.startswith(f"vorndb: {message}"), errors
+
+
+def test_an_import_goes_on_from_a_line(contacts, load):
+    content = 'uid,name\na,"1\n2"\nb,x\nc,y\n'
+    for line, count in ((1, 3), (3, 2), (4, 2), (5, 1), (6, 0)):
+        words = load(content, lambda *words: contacts.done(*words, "--from-line", str(line)))
+        assert words == f"{count} row{'' if count == 1 else 's'} written to contact\n"
+
+
+@pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM, signal.SIGHUP])
+@pytest.mark.parametrize("name, first", [("rows.csv", "a,b\n"), ("rows.jsonl", "")])
+def test_an_interrupted_import_goes_on_where_it_ended(tool, number, name, first):
+    # Without a key, a row that is written twice is two rows.
+    tool.sql("CREATE TABLE t (a INTEGER, b TEXT)")
+    form = '{{"a":{0},"b":"x"}}\n' if first == "" else "{0},x\n"
+    lines = [first] * bool(first) + [form.format(row) for row in range(200000)]
+    (tool.folder / name).write_text("".join(lines))
+    with subprocess.Popen(
+        [*PROGRAM, "app.db", "import", "t", name],
+        cwd=tool.folder,
+        env=tool.environment,
+        stderr=subprocess.PIPE,
+    ) as process:
+        while count_of(tool, "t") < 3:
+            assert process.poll() is None
+        process.send_signal(number)
+        errors = process.communicate()[1].decode()
+    assert process.returncode == -number
+    count, line = map(int, re.fullmatch(INTERRUPTED, errors).groups())
+    assert tool.sql("SELECT count(*), max(a) FROM t") == f"{count}|{count - 1}\n"
+    (tool.folder / name).write_text("".join(lines[: count + 100]))
+    tool.done("import", "t", name, "--from-line", str(line))
+    rows = count + 100 - bool(first)
+    assert tool.sql("SELECT count(DISTINCT a), min(a), max(a) FROM t") == f"{rows}|0|{rows - 1}\n"
+    # A row of JSON may begin in the line of the one before.
+    assert count_of(tool, "t") == rows + (not first)
+
+
+def count_of(tool, table):
+    """The number of rows, also while they are written."""
+    return int(tool.sql(f"SELECT count(*) FROM {table}", "-cmd", ".timeout 60000"))
+
+
+INTERRUPTED = (
+    r"vorndb: interrupted; rows before it that are written: (\d+); go on with --from-line (\d+)\n"
+)
+
+
+def test_an_import_that_waits_for_its_input_is_interrupted_at_once(contacts):
+    command = [*PROGRAM, "app.db", "import", "contact", "-"]
+    pipe = subprocess.PIPE
+    with subprocess.Popen(command, cwd=contacts.folder, stdin=pipe, stderr=pipe) as process:
+        process.stdin.write(b"uid\nx\n")
+        process.stdin.flush()
+        while count_of(contacts, "contact") < 3:
+            assert process.poll() is None
+        process.send_signal(signal.SIGINT)
+        assert process.wait() == -signal.SIGINT
+        assert re.fullmatch(INTERRUPTED, process.stderr.read().decode()).groups() == ("1", "3")

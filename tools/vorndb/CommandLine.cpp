@@ -435,10 +435,21 @@ class CommandLine {
 
   void DeclareTransfers() {
     m_group = "Transfer";
-    AddOnTable("import", Import, "Write the rows of a CSV file into a table",
-               "app.db import contact contacts.csv");
-    AddPlace("CSV", m_arguments.path,
-             "The file, whose first line names the columns; - for standard input");
+    AddOnTable("import", Import, "Write the rows of a CSV or JSON file into a table",
+               "app.db import person persons.csv --create --key uid");
+    AddPlace("IN", m_arguments.path, "The file; - for standard input");
+    Add("--format", "NAME", m_arguments.format,
+        "csv, tsv, json or jsonl; otherwise by the ending of the file");
+    Add("--separator", "CHARACTER", m_arguments.separator, "Between the values of CSV; or tab");
+    CLI::Option* const create =
+        AddFlag("--create", m_arguments.create, "Create the table first, unless it exists");
+    Add<std::optional<TypedColumn>, KeyColumn>("--key", "COLUMN[:TYPE]", m_arguments.key,
+                                               "Its primary key; without it there is a column _ID")
+        ->needs(create);
+    Add("--types", "COLUMN:TYPE", m_arguments.columns, "Types that are not guessed from the values")
+        ->needs(create);
+    Add("--from-line", "NUMBER", m_arguments.fromLine, "Only rows from this line of the file on");
+    AddNoSync();
 
     AddOnTable("export", Export, "Write rows of a table into a file",
                "app.db export contact contacts.json --where age=42");
@@ -452,6 +463,12 @@ class CommandLine {
                "FILE1", "FILE2", "diff app.db device.db contact");
     AddOnFiles("copy", Copy, "Copy tables with their rows into another file", "FROM", "TO",
                "copy app.db device.db contact");
+    AddNoSync();
+  }
+
+  void AddNoSync() {
+    AddFlag("--no-sync", m_arguments.noSync,
+            "Sync after the last row only; until then a loss of power can damage the file");
   }
 
   void AddOnFiles(const char* name, Run run, const char* description, const char* from,

@@ -22,8 +22,8 @@ struct Arguments {
   bool quiet = false;    // no word about success
   bool verbose = false;  // show the library's log
 
-  std::string table;  // empty if not given
-  std::vector<TypedColumn> columns;
+  std::string table;                 // empty if not given
+  std::vector<TypedColumn> columns;  // all, or some with their types
   std::optional<TypedColumn> key;
   std::optional<TypedColumn> composite;
   std::vector<Assignment> values;
@@ -37,7 +37,11 @@ struct Arguments {
   bool typed = false;  // write numbers as such
   Choice choice;
   std::string format;  // empty if not given
-  std::string path;    // a file beside the database; "-" is standard input
+  std::string separator;
+  bool create = false;       // the table, before an import
+  bool noSync = false;       // until the last row
+  std::size_t fromLine = 0;  // of an import
+  std::string path;          // a file beside the database; "-" is standard input
 
   std::string from;  // two databases, to be compared or copied
   std::string to;

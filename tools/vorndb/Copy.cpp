@@ -1,9 +1,9 @@
 #include <filesystem>
-#include <iostream>
 #include <system_error>
 
 #include "Commands.h"
 #include "Errors.h"
+#include "RowWriter.h"
 #include "Rows.h"
 #include "Terminal.h"
 
@@ -50,8 +50,7 @@ std::vector<Assignment> ValuesOf(const std::vector<Column>& columns, const Row& 
   return values;
 }
 
-// Returns the number of rows.
-std::size_t CopyTable(Arguments write, const std::string& from) {
+void CopyTable(const Arguments& write, const std::string& from) {
   const std::vector<Column> columns = ColumnsOf(from, write.table);
   RequireTable(from, write.table, columns.size());
   const std::vector<Row> rows = ReadRows(from, write.table, NamesOf(columns));
@@ -62,20 +61,15 @@ std::size_t CopyTable(Arguments write, const std::string& from) {
            " has names, types and keys of its columns only; vorndb schema shows the difference");
     }
   }
-  Progress progress(write.sql || write.verbose || write.quiet ? 0 : rows.size());
-  std::size_t count = 0;
-  try {
-    for (const Row& row : rows) {
-      write.values = ValuesOf(columns, row);
-      Upsert(write);
-      ++count;
-      progress.Show(count, count);
+  RowWriter writer(write, rows.size());
+  for (std::size_t row = 0; row < rows.size(); ++row) {
+    try {
+      writer.Write(ValuesOf(columns, rows[row]), row + 1, "");
+    } catch (const Failure& failure) {
+      writer.Fail(write.table + ": " + failure.what(), "");
     }
-  } catch (const Failure& failure) {
-    throw Failure(write.table + ": " + failure.what() +
-                  "; rows before it that are written: " + std::to_string(count));
   }
-  return count;
+  writer.Finish();
 }
 
 }  // namespace
@@ -91,10 +85,7 @@ void Copy(const Arguments& arguments) {
     Arguments write = arguments;
     write.file = arguments.to;
     write.table = table;
-    const std::size_t count = CopyTable(write, arguments.from);
-    if (!arguments.sql && !arguments.quiet) {
-      std::cout << Counted(count, "row") << " written to " << table << '\n';
-    }
+    CopyTable(write, arguments.from);
   }
 }
 

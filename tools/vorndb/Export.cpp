@@ -12,6 +12,7 @@
 #include "DatabaseFile.h"
 #include "Errors.h"
 #include "Result.h"
+#include "Signals.h"
 #include "Terminal.h"
 
 namespace vorndb {
@@ -60,20 +61,17 @@ class OutputFile {
     FailIf(std::filesystem::exists(status) && !std::filesystem::is_regular_file(status),
            path + " is not a plain file");
     m_target = Followed(path);
-    m_part = m_target + "." + std::to_string(getpid()) + ".part";
+    const std::string part = m_target + "." + std::to_string(getpid()) + ".part";
+    const auto lock = m_watch.Lock();
     // A loop of links, among others, has no status.
-    FailIf(status.type() == std::filesystem::file_type::none || !MakeAnew(m_part),
+    FailIf(status.type() == std::filesystem::file_type::none || !MakeAnew(part),
            "cannot write " + path);
+    m_part = part;
     m_stream.open(m_part, std::ios::binary);
     TakeOwnerAndMode(m_target, m_part);
   }
 
-  // Removes the file unless it was kept.
-  ~OutputFile() {
-    if (!m_part.empty()) {
-      static_cast<void>(std::remove(m_part.c_str()));
-    }
-  }
+  ~OutputFile() { Remove(); }
 
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
@@ -83,6 +81,7 @@ class OutputFile {
   // Puts the file in its place. Throws Failure when it could not be written whole.
   void Keep() {
     m_stream.close();
+    const auto lock = m_watch.Lock();
     std::error_code problem;
     if (m_stream) {
       std::filesystem::rename(m_part, m_target, problem);
@@ -92,10 +91,18 @@ class OutputFile {
   }
 
  private:
+  // Unless the file was kept.
+  void Remove() const {
+    if (!m_part.empty()) {
+      static_cast<void>(std::remove(m_part.c_str()));
+    }
+  }
+
   std::string m_path;    // as it was given
   std::string m_target;  // the file itself, if that is a link
   std::string m_part;    // to be removed, or empty
   std::ofstream m_stream;
+  SignalWatch m_watch{[this] { Remove(); }};
 };
 
 }  // namespace

@@ -90,6 +90,14 @@ TypedColumn::TypedColumn(const std::string& text) {
                ": words, and perhaps a length, such as TEXT, VARCHAR(20) or REAL NOT NULL");
 }
 
+KeyColumn::KeyColumn(const std::string& text) {
+  if (text.find(':') == std::string::npos) {
+    column = text;
+  } else {
+    TypedColumn::operator=(TypedColumn(text));
+  }
+}
+
 TableColumn::TableColumn(const std::string& text) {
   std::tie(table, column) = Split(text, '.', "TABLE.COLUMN");
   RequirePlainName("table", table);

@@ -37,6 +37,12 @@ struct TypedColumn {
   std::string type;
 };
 
+// COLUMN:TYPE or COLUMN
+struct KeyColumn : TypedColumn {
+  KeyColumn() = default;
+  explicit KeyColumn(const std::string& text);
+};
+
 // TABLE.COLUMN
 struct TableColumn {
   TableColumn() = default;

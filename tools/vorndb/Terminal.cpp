@@ -5,7 +5,7 @@
 #include <utf8proc.h>
 
 #include <algorithm>
-#include <csignal>
+#include <cmath>
 #include <cstdio>
 #include <iostream>
 #include <map>
@@ -70,31 +70,6 @@ Beginning Measure(const std::string& text, std::size_t most) {
     measured.width += width;
   }
   return measured;
-}
-
-// Wipes the bar away, also for a signal: there is one terminal, and one bar on it.
-std::string& TheWipe() {
-  static std::string wipe;
-  return wipe;
-}
-
-extern "C" void WipeAndEnd(int number) {
-  const std::string& wipe = TheWipe();
-  static_cast<void>(write(STDERR_FILENO, wipe.data(), wipe.size()) == 0);
-  // By now it has its usual effect again.
-  static_cast<void>(raise(number));
-}
-
-// A signal with another handler keeps it; one may be ignored, as for a background job.
-void ReplaceHandlers(void (*expected)(int), void (*handler)(int)) {
-  for (const int number : {SIGHUP, SIGINT, SIGTERM}) {
-    struct sigaction action {};
-    if (sigaction(number, nullptr, &action) == 0 && action.sa_handler == expected) {
-      action.sa_handler = handler;
-      action.sa_flags = static_cast<int>(SA_RESETHAND);
-      static_cast<void>(sigaction(number, &action, nullptr));
-    }
-  }
 }
 
 }  // namespace
@@ -165,42 +140,47 @@ std::optional<bool> Ask(const std::string& question) {
   return !answer.empty() && (answer.front() == 'y' || answer.front() == 'Y');
 }
 
-Progress::Progress(std::uintmax_t total)
-    : m_total(total), m_width(total > 0 ? TerminalWidth(STDERR_FILENO) : std::nullopt) {
-  if (m_width) {
-    TheWipe() = '\r' + std::string(*m_width - 1, ' ') + '\r';
-    ReplaceHandlers(SIG_DFL, WipeAndEnd);
-  }
-}
+Progress::Progress(std::uintmax_t total, bool isShown)
+    : m_total(total), m_width(isShown ? TerminalWidth(STDERR_FILENO) : std::nullopt) {}
 
-Progress::~Progress() {
-  if (m_shown) {
-    std::cerr << TheWipe();
+Progress::~Progress() { Wipe(); }
+
+void Progress::Wipe() {
+  if (m_percent) {
+    std::cerr << '\r' + std::string(*m_width - 1, ' ') + '\r';
   }
-  if (m_width) {
-    ReplaceHandlers(WipeAndEnd, SIG_DFL);
-  }
+  m_percent.reset();
 }
 
 void Progress::Show(std::uintmax_t done, std::size_t rows) {
-  constexpr std::size_t kWhole = 100;
+  constexpr std::chrono::milliseconds kInterval(200);
+  const double part = m_total == 0 ? 0 : static_cast<double>(done) / static_cast<double>(m_total);
+  const auto percent = static_cast<std::size_t>(std::min(part, 1.0) * 100);
+  const auto now = Clock::now();
+  if (m_width && (m_percent != percent || now - m_drawn >= kInterval)) {
+    m_percent = percent;
+    m_drawn = now;
+    Draw(part, rows, std::chrono::duration<double>(now - m_begin).count());
+  }
+}
+
+void Progress::Draw(double part, std::size_t rows, double seconds) const {
   constexpr std::size_t kLongest = 50;
-  if (!m_width) {
-    return;
+  const long speed = std::lround(static_cast<double>(rows) / seconds);
+  std::string line = Counted(rows, "row") + ", " + std::to_string(speed) + " rows/s";
+  if (m_total > 0) {
+    const long left = std::lround(seconds / part - seconds);
+    line =
+        "] " + std::to_string(*m_percent) + " %, " + line + ", " + std::to_string(left) + " s left";
+    // The last column stays free: to write there wraps some terminals.
+    const std::size_t frame = line.size() + 2;
+    const std::size_t length = std::min(kLongest, *m_width > frame ? *m_width - frame : 0);
+    std::string bar(length * *m_percent / 100, '#');
+    bar.resize(length, ' ');
+    line = '[' + bar + line;
   }
-  const auto percent = static_cast<std::size_t>(std::min(done, m_total) * kWhole / m_total);
-  if (m_shown == percent) {
-    return;
-  }
-  m_shown = percent;
-  const std::string text = ' ' + std::to_string(percent) + " %, " + std::to_string(rows) + " rows";
-  // The last column stays free: to write there wraps some terminals.
-  const std::size_t frame = text.size() + 3;
-  const std::size_t length = std::min(kLongest, *m_width > frame ? *m_width - frame : 0);
-  std::string line = '[' + std::string(length * percent / kWhole, '#');
-  line.resize(length + 1, ' ');
-  line += ']' + text;
-  line.resize(std::min(line.size(), *m_width - 1));
+  // Also over the rest of a longer line.
+  line.resize(*m_width - 1, ' ');
   std::cerr << '\r' + line;
 }
 

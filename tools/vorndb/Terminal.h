@@ -3,6 +3,7 @@
 #ifndef VORNDB_TERMINAL_H
 #define VORNDB_TERMINAL_H
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -38,24 +39,30 @@ void Tell(const std::string& message);
 // nobody to ask.
 std::optional<bool> Ask(const std::string& question);
 
-// A bar for what takes long.
+// The progress of a long command on a terminal.
 class Progress {
  public:
-  // Shows nothing for a total of 0, nor unless standard error is a terminal. A signal that
-  // ends the process wipes the bar away first. There may be one at a time.
-  explicit Progress(std::uintmax_t total);
-  // Wipes the bar away.
+  // Has no bar for a total of 0, which is unknown, and shows nothing unless standard error is a
+  // terminal.
+  Progress(std::uintmax_t total, bool isShown);
   ~Progress();
 
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
   void Show(std::uintmax_t done, std::size_t rows);
+  void Wipe();
 
  private:
+  using Clock = std::chrono::steady_clock;
+
+  void Draw(double part, std::size_t rows, double seconds) const;
+
   std::uintmax_t m_total;
   std::optional<std::size_t> m_width;
-  std::optional<std::size_t> m_shown;  // percent
+  Clock::time_point m_begin = Clock::now();
+  Clock::time_point m_drawn;
+  std::optional<std::size_t> m_percent;  // as it is shown
 };
 
 }  // namespace vorndb

@@ -1,0 +1,223 @@
+#include "Input.h"
+
+#include <csv.h>
+
+#include <cstring>
+#include <new>
+#include <nlohmann/json.hpp>
+#include <stdexcept>
+#include <utility>
+
+#include "Errors.h"
+
+namespace vorndb {
+
+namespace {
+
+constexpr char kSpaces[] = " \t\r\n";
+constexpr int kEnd = std::char_traits<char>::eof();
+
+// Fields with a separator between them, in double quotes where needed. The first row names the
+// columns.
+class CsvInput : public Input {
+ public:
+  CsvInput(std::istream& source, const std::string& name, char separator)
+      : Input(source, name), m_separator(separator) {
+    if (csv_init(&m_parser, CSV_STRICT | CSV_STRICT_FINI) != 0) {
+      throw std::bad_alloc();
+    }
+    csv_set_delim(&m_parser, static_cast<unsigned char>(separator));
+  }
+
+  ~CsvInput() override { csv_free(&m_parser); }
+
+  std::size_t NextLine() const override { return Line() + 1; }
+
+ private:
+  InputRow Read() override {
+    if (m_names.empty()) {
+      ReadFields();
+      FailIf(m_fields.empty(), "there is no line that names the columns");
+      for (const std::string& name : m_fields) {
+        RequireName(name);
+      }
+      RequireDistinct(m_fields);
+      m_names = m_fields;
+    }
+    ReadFields();
+    FailIf(!m_fields.empty() && m_fields.size() != m_names.size(),
+           "it has " + std::to_string(m_fields.size()) + " fields, and the header has " +
+               std::to_string(m_names.size()));
+    InputRow row;
+    for (std::size_t i = 0; i < m_fields.size(); ++i) {
+      row.values.emplace_back();
+      row.values.back().column = m_names[i];
+      row.values.back().value = m_fields[i];
+    }
+    return row;
+  }
+
+  // Up to the end of a row; empty lines are skipped.
+  void ReadFields() {
+    m_fields.clear();
+    m_ends = false;
+    m_rowLine = 0;
+    for (char c = '\0'; !m_ends && m_stream.get(c);) {
+      if (m_rowLine == 0 && (c == m_separator || std::strchr(kSpaces, c) == nullptr)) {
+        m_rowLine = Line();
+      }
+      if (csv_parse(&m_parser, &c, 1, AddField, EndRow, this) != 1) {
+        throw Failure("a quote is out of place; quoted fields are \"…\", with \"\" inside");
+      }
+    }
+    FailIf(!m_ends && csv_fini(&m_parser, AddField, EndRow, this) != 0,
+           "a quoted field that begins in this row does not end");
+  }
+
+  static void AddField(void* text, std::size_t length, void* input) {
+    static_cast<CsvInput*>(input)->m_fields.emplace_back(static_cast<const char*>(text), length);
+  }
+
+  static void EndRow(int /*end*/, void* input) { static_cast<CsvInput*>(input)->m_ends = true; }
+
+  const char m_separator;
+  csv_parser m_parser{};
+  std::vector<std::string> m_names;
+  std::vector<std::string> m_fields;
+  bool m_ends = false;
+};
+
+// Objects, in an array or one after another.
+class JsonInput : public Input {
+ public:
+  using Input::Input;
+
+  std::size_t NextLine() const override { return Line(); }
+
+ private:
+  using Json = nlohmann::ordered_json;
+
+  InputRow Read() override {
+    InputRow row;
+    if (!HasObject()) {
+      return row;
+    }
+    m_rowLine = Line();
+    Json object;
+    try {
+      m_stream >> object;
+    } catch (const Json::exception& error) {
+      const std::string text = error.what();
+      throw Failure("this is not JSON: " + text.substr(text.find("] ") + 2));
+    }
+    FailIf(!object.is_object(), "a row is an object");
+    FailIf(object.empty(), "the row has no value");
+    for (const auto& [name, value] : object.items()) {
+      FailIf(value.is_structured(), "the value of " + name + " is no text or number");
+      // NULL is a value that is not given.
+      if (!value.is_null()) {
+        AddValue(name, value, row);
+      }
+    }
+    return row;
+  }
+
+  void AddValue(const std::string& name, const Json& value, InputRow& row) {
+    RequireName(name);
+    row.values.emplace_back();
+    row.values.back().column = name;
+    if (value.is_string()) {
+      row.values.back().value = value.get<std::string>();
+      row.texts.insert(name);
+    } else {
+      row.values.back().value = value.is_boolean() ? (value ? "1" : "0") : value.dump();
+    }
+  }
+
+  // Goes past the marks of an array, if there is one.
+  bool HasObject() {
+    const bool isFirst = !std::exchange(m_begun, true);
+    m_isArray = isFirst ? Skip('[') : m_isArray;
+    const bool ends = m_isArray && Skip(']');
+    const bool goesOn = !m_isArray || ends || isFirst || Skip(',');
+    const bool hasMore = (m_stream >> std::ws).peek() != kEnd;
+    FailIf(!goesOn || (m_isArray && !ends && !hasMore), "the array lacks a comma or its end");
+    m_isArray = m_isArray && !ends;
+    m_isOver = m_isOver || ends;
+    FailIf(hasMore && m_isOver, "there is more after the end of the array");
+    return hasMore;
+  }
+
+  bool Skip(char mark) {
+    const bool isNext = (m_stream >> std::ws).peek() == mark;
+    m_stream.ignore(isNext ? 1 : 0);
+    return isNext;
+  }
+
+  bool m_begun = false;
+  bool m_isArray = false;
+  bool m_isOver = false;
+};
+
+}  // namespace
+
+Input::Input(std::istream& source, std::string name) : m_source(source), m_name(std::move(name)) {
+  static constexpr char kByteOrderMark[] = "\xEF\xBB\xBF";
+  for (const char* byte = kByteOrderMark; m_source.peek() == static_cast<unsigned char>(*byte);
+       ++byte) {
+    m_source.ignore();
+    ++m_taken;
+  }
+}
+
+Input::int_type Input::underflow() {
+  const int_type next = m_source.get();
+  if (next != kEnd) {
+    m_line += m_character == '\n' || (m_character == '\r' && next != '\n') ? 1 : 0;
+    m_character = traits_type::to_char_type(next);
+    ++m_taken;
+    setg(&m_character, &m_character, &m_character + 1);
+  }
+  return next;
+}
+
+void Input::RequireName(const std::string& column) {
+  if (m_names.insert(column).second) {
+    FailIf(column.find('\0') != std::string::npos,
+           "the name of a column holds a NUL; is the file UTF-16? It has to be UTF-8");
+    RequirePlainName("column", column);
+  }
+}
+
+std::optional<InputRow> Input::Next() {
+  m_rowLine = 0;
+  try {
+    InputRow row = Read();
+    row.line = m_rowLine;
+    for (const auto& [column, value] : row.values) {
+      FailIf(value.find('\0') != std::string::npos,
+             "the value of " + column + " holds a NUL, where a text ends");
+    }
+    if (!row.values.empty()) {
+      return row;
+    }
+  } catch (const std::runtime_error& problem) {
+    FailIf(m_source.bad(), "cannot read " + m_name);
+    Fail(RowLine(), problem.what());
+  }
+  FailIf(m_source.bad(), "cannot read " + m_name);
+  return std::nullopt;
+}
+
+void Input::Fail(std::size_t line, const std::string& problem) const {
+  throw Failure(m_name + ", line " + std::to_string(line) + ": " + problem);
+}
+
+std::unique_ptr<Input> MakeInput(std::istream& source, const std::string& name, char separator) {
+  if (separator == 0) {
+    return std::make_unique<JsonInput>(source, name);
+  }
+  return std::make_unique<CsvInput>(source, name, separator);
+}
+
+}  // namespace vorndb

@@ -1,0 +1,72 @@
+// The rows of a file that is imported.
+
+#ifndef VORNDB_INPUT_H
+#define VORNDB_INPUT_H
+
+#include <cstddef>
+#include <istream>
+#include <memory>
+#include <optional>
+#include <set>
+#include <streambuf>
+#include <string>
+#include <vector>
+
+#include "Names.h"
+
+namespace vorndb {
+
+struct InputRow {
+  std::size_t line = 0;  // where it begins, from 1
+  std::vector<Assignment> values;
+  std::set<std::string> texts = {};  // the columns with texts, even if they look like numbers
+};
+
+class Input : private std::streambuf {
+ public:
+  // Reads from a stream that lives as long. `name` is for messages.
+  Input(std::istream& source, std::string name);
+  ~Input() override = default;
+
+  Input(const Input&) = delete;
+  Input& operator=(const Input&) = delete;
+
+  // The next row, or nothing at the end. Throws Failure.
+  std::optional<InputRow> Next();
+
+  // A line ends in "\n", "\r\n" or "\r".
+  std::size_t Line() const { return m_line; }  // of the last character
+  std::size_t RowLine() const { return m_rowLine == 0 ? m_line : m_rowLine; }
+  // The first line that the next row can begin in.
+  virtual std::size_t NextLine() const = 0;
+  // The number of bytes so far.
+  std::size_t Taken() const { return m_taken; }
+
+  // Throws Failure: "NAME, line 7: …".
+  [[noreturn]] void Fail(std::size_t line, const std::string& problem) const;
+
+ protected:
+  // Without values at the end. Throws std::runtime_error.
+  virtual InputRow Read() = 0;
+  void RequireName(const std::string& column);
+
+  std::istream m_stream{this};
+  std::size_t m_rowLine = 0;  // where the row begins, if it has
+
+ private:
+  int_type underflow() override;
+
+  std::istream& m_source;
+  std::string m_name;
+  char m_character = '\0';
+  std::size_t m_taken = 0;
+  std::size_t m_line = 1;
+  std::set<std::string> m_names;  // that are plain
+};
+
+// By the separator of its values, or 0 for JSON.
+std::unique_ptr<Input> MakeInput(std::istream& source, const std::string& name, char separator);
+
+}  // namespace vorndb
+
+#endif  // VORNDB_INPUT_H

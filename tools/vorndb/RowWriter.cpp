@@ -1,0 +1,63 @@
+#include "RowWriter.h"
+
+#include <iostream>
+
+#include "Errors.h"
+
+namespace vorndb {
+
+RowWriter::RowWriter(const Arguments& arguments, std::uintmax_t total)
+    : m_upsert(arguments),
+      m_progress(total, !arguments.sql && !arguments.verbose && !arguments.quiet),
+      m_watch([this] { Interrupt(); }) {
+  if (arguments.noSync && !arguments.sql) {
+    m_noSync.emplace(arguments.file);
+  }
+}
+
+void RowWriter::Write(const std::vector<Assignment>& values, std::uintmax_t done,
+                      const std::string& next) {
+  const auto lock = m_watch.Lock();
+  m_upsert.values = values;
+  Upsert(m_upsert);
+  m_next = next;
+  m_progress.Show(done, ++m_count);
+}
+
+std::string RowWriter::Written(const std::string& next) const {
+  return m_upsert.sql ? "" : "; rows before it that are written: " + std::to_string(m_count) + next;
+}
+
+// A failure of the sync is as bad as one of a row.
+void RowWriter::End() {
+  m_progress.Wipe();
+  if (m_noSync) {
+    m_noSync->Sync();
+  }
+}
+
+void RowWriter::Interrupt() {
+  std::string problem = "interrupted" + Written(m_next);
+  try {
+    End();
+  } catch (const Failure& failure) {
+    problem += std::string("; ") + failure.what();
+  }
+  Tell(problem);
+}
+
+void RowWriter::Finish() {
+  const auto lock = m_watch.Lock();
+  End();
+  if (!m_upsert.sql && !m_upsert.quiet) {
+    std::cout << Counted(m_count, "row") << " written to " << m_upsert.table << '\n';
+  }
+}
+
+void RowWriter::Fail(const std::string& problem, const std::string& next) {
+  const auto lock = m_watch.Lock();
+  End();
+  throw Failure(problem + Written(next));
+}
+
+}  // namespace vorndb
