@@ -39,6 +39,60 @@ def test_a_log_is_explained_as_it_was_read(tool, name):
     assert ended.stdout.decode() == (LOGS / f"{name}.txt").read_text()
 
 
+ENTRY = "{0}.cpp: {1}(5) > {0}.cpp::{1}(5) called"
+RECORDS = {
+    "enter": ENTRY.format("Database", "Upsert"),
+    "open": ENTRY.format("Database", "OpenDB"),
+    "file": "Database.cpp: OpenDB(8) > DB file: . app.db",
+    "get": ENTRY.format("UpsertRequest", "GetTable"),
+    "done": "Database.cpp: Upsert(9) > Upsert SUCCESS[0]",
+    "new": ENTRY.format("Database", "Database"),
+    "join": ENTRY.format("JoinRequest", "GetLeftJoin"),
+    "wait": "Database.cpp: IsRetryLimit(4) > SQLITE BUSY[3]",
+    "step": "DatabasePasrser.cpp: IsRetryLimit(4) > SQLITE BUSY[3]",
+    "refused": "Database.cpp: Select(9) > SELECT FAILED[1]: no",
+}
+LOST = "\n   its beginning is not in the log"
+WAITED = "\n   waited 0.1 s for the busy file"
+
+
+def log_of(names, prefix="D VORN 1 1 "):
+    """A log of these records."""
+    return "".join(f"{prefix}{RECORDS[name]}\n" for name in names.split())
+
+
+@pytest.mark.parametrize("name", [name for name in KEPT if name.startswith("form_")])
+def test_a_log_that_is_cut_within_an_operation(tool, name):
+    prefix = kept(name).decode().partition("Database.cpp")[0]
+    for names in ("enter open file get done", "open file get done", "file get done"):
+        for cut in range(len(prefix) + 3):
+            part = log_of(names, prefix)[cut:]
+            (operation,) = operations(explain(tool, part.encode()))
+            assert re.match(r"Upsert on .*: succeeded(\n|$)", operation), part
+            assert operation.count("24460") == prefix.count("24460"), part
+            assert ("on ./app.db" in operation) == ("open" in names or cut <= len(prefix)), part
+            assert (LOST in operation) == ("enter" not in names or cut > len(prefix)), part
+
+
+@pytest.mark.parametrize(
+    "records, explained",
+    [
+        ("open file done", "Upsert on ./app.db: succeeded" + LOST),
+        ("file done", "Upsert on ./app.db: succeeded"),
+        ("open file wait refused", "Select on ./app.db: failed, 1: no" + LOST + WAITED),
+        ("open file join new", "JoinSelect on ./app.db: prepared" + LOST),
+        ("step file done", f"a query on ?: prepared{LOST}{WAITED}; Upsert on ./app.db: succeeded"),
+        ("new open file", "OpenDB on ./app.db: opened"),
+    ],
+)
+def test_a_log_without_the_beginning_of_its_first_operations(tool, records, explained):
+    pairs = [log_of(name) + log_of(name, "D VORN 1 2 ") for name in records.split()]
+    text = explain(tool, "".join(pairs).encode()).replace("a file that is not named", "?")
+    for origin in (" [1 1]", " [1 2]"):
+        found = [one.replace(origin, "") for one in operations(text) if origin in one]
+        assert found == explained.split("; ")
+
+
 def every_line(tool):
     """A line of each message at each of its call sites, by the reference: its function, its
     message, and the line."""

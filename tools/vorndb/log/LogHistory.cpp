@@ -30,6 +30,13 @@ bool IsGetter(const LogLine& line) {
   return line.file != kDatabase && line.file != kCursor && line.function.rfind("Get", 0) == 0;
 }
 
+// The member that takes the request.
+std::string TakerOf(const LogLine& getter) {
+  const std::string name = getter.file.substr(0, getter.file.find("Request"));
+  const bool ofTable = name == "Create" || name == "Drop";
+  return name + (name == "Join" ? "Select" : ofTable ? "Table" : "");
+}
+
 // The members that can call a function of the parser.
 Members CallersOf(const LogLine& line) {
   Members members;
@@ -117,6 +124,7 @@ class LogThread {
  private:
   Operation& Begin(const LogLine& line, const Members& members, bool begun) {
     Leave();
+    m_isNew = false;
     m_current = m_last = &m_history.operations.emplace_back();
     m_current->prefix = line.prefix;
     m_current->members = members;
@@ -124,6 +132,7 @@ class LogThread {
     m_entry = line.number;
     m_busyLines = 0;
     m_opens.clear();
+    m_isOpened = !begun;
     return *m_current;
   }
 
@@ -134,6 +143,7 @@ class LogThread {
 
   // For a line outside of operations. Without names it may be another thread's.
   void LeaveIfNamed(const LogLine& line) {
+    m_isNew = false;
     if (!line.prefix.thread.empty()) {
       Leave();
     }
@@ -170,22 +180,31 @@ class LogThread {
       Begin(line, {line.function}, true);
     } else if (!IsGetter(line)) {
       LeaveIfNamed(line);
+    } else if (!m_current->end && m_current->members.empty()) {
+      // Entries are in the log, but not that of the member.
+      m_current->members = {TakerOf(line)};
+      m_current->begun = false;
     }
   }
 
-  // On behalf of the running operation, unless that has come here before.
+  // On behalf of the running operation, unless that has come here before. The first records of a
+  // thread may lack the member.
   void EnterOpen(const LogLine& line) {
-    if (m_current->end || m_current->file || !m_opens.empty()) {
+    if (m_isNew) {
+      Begin(line, {}, false);
+      m_isOpened = false;
+    } else if (m_current->end || m_isOpened || !m_opens.empty()) {
       Begin(line, {kOpenMember}, true);
     }
     m_opens.insert(line.number);
   }
 
   void Opening(const LogLine& line) {
-    if (m_current->end || m_current->file) {
+    if (m_current->end || m_isOpened) {
       Begin(line, {}, true);
     }
     m_opens.insert(line.number);
+    m_isOpened = true;
     m_current->file = PathOf(line.text);
   }
 
@@ -245,7 +264,7 @@ class LogThread {
   void UnreadableOperation(const LogLine& line) {
     Members members = m_current->members;
     const bool mayEnd = members.empty() || line.number != m_entry;
-    if (!m_current->end && m_current->file && mayEnd && Narrow(members, {line.function})) {
+    if (!m_current->end && m_isOpened && mayEnd && Narrow(members, {line.function})) {
       End(line, Outcome::kUnreadable);
     } else {
       Begin(line, {line.function}, true);
@@ -256,12 +275,13 @@ class LogThread {
   // is the failure. Without a priority entries look the same.
   void UnreadableOpen(const LogLine& line) {
     const bool isNew = m_opens.insert(line.number).second;
-    if (m_current->end || (m_current->file && !isNew)) {
+    if (m_current->end || (m_isOpened && !(isNew && m_current->file))) {
       Begin(line, {}, true);
       m_opens.insert(line.number);
-    } else if (m_current->file && line.prefix.priority == 'E') {
+    } else if (m_isOpened && line.prefix.priority == 'E') {
       m_current->end = Outcome::kNotOpened;
     }
+    m_isOpened = true;
     m_current->file = m_current->file.value_or("an unreadable file");
   }
 
@@ -271,6 +291,8 @@ class LogThread {
   Operation* m_last = nullptr;
   std::string m_entry;            // the line number of the current operation's first record
   std::string m_busyFile;         // of the last busy line
+  bool m_isNew = true;            // no record has shown a beginning or an end
+  bool m_isOpened = false;        // the current operation has begun to open its file
   int m_busyLines = 0;            // of the loop that goes on
   std::set<std::string> m_opens;  // the line numbers of the current operation's OpenDB
 };
@@ -304,6 +326,17 @@ bool IsOpen(const LogLine& line) {
          HasOpenQuote(line.text);
 }
 
+// The first record of a log may lack the beginning of its prefix.
+void Mend(LogPrefix& torn, const LogPrefix& next) {
+  for (std::string LogPrefix::*part : {&LogPrefix::process, &LogPrefix::thread}) {
+    const std::string& whole = next.*part;
+    const std::size_t size = (torn.*part).size();
+    if (size < whole.size() && torn.*part == whole.substr(whole.size() - size)) {
+      torn.*part = whole;
+    }
+  }
+}
+
 // Sorts lines into the library's and others.
 class Explanation {
  public:
@@ -322,6 +355,7 @@ class Explanation {
 
   LogHistory Finish() {
     CommitOpen();
+    AddRecords();
     return std::move(m_history);
   }
 
@@ -346,10 +380,21 @@ class Explanation {
   void CommitOpen() {
     if (m_open) {
       m_history.foreign += std::exchange(m_held, 0);
-      AddRecord(*m_open);
+      // The first record waits for the next one.
+      m_pending.push_back(*m_open);
+      if (m_history.own > 0 || m_pending.size() > 1) {
+        Mend(m_pending.front().prefix, m_open->prefix);
+        AddRecords();
+      }
     }
     m_open.reset();
     m_rest.clear();
+  }
+
+  void AddRecords() {
+    for (const LogLine& line : std::exchange(m_pending, {})) {
+      AddRecord(line);
+    }
   }
 
   void AddRecord(const LogLine& line) {
@@ -366,6 +411,7 @@ class Explanation {
 
   LogHistory m_history;
   std::map<std::string, LogThread> m_threads;
+  std::vector<LogLine> m_pending;
   std::optional<LogLine> m_open;
   // Lines that may belong to the open one, and their texts.
   std::size_t m_held = 0;
