@@ -1,22 +1,24 @@
 """explain-log, on captured logs whose explanation was read line by line, and on logs that are
 broken. How the logs were captured: logs/make_logs.sh."""
 
+import json
 import os
 import random
 import re
+import subprocess
 
 import pytest
 
-from conftest import DONE, FAILED, SOURCE
+from conftest import DONE, FAILED, PROGRAM, SOURCE
 
 LOGS = SOURCE / "tests/vorndb/logs"
 KEPT = sorted(path.stem for path in LOGS.glob("*.log"))
 NO_LINE = "has no line of the library's log"
 
 
-def explain(tool, log):
+def explain(tool, log, *options):
     """The explanation of a log, as bytes."""
-    ended = tool.start("explain-log", "-", input=log)
+    ended = tool.start("explain-log", "-", *options, input=log)
     assert (ended.returncode, ended.stderr) == (DONE, b"")
     return ended.stdout.decode()
 
@@ -51,6 +53,7 @@ RECORDS = {
     "wait": "Database.cpp: IsRetryLimit(4) > SQLITE BUSY[3]",
     "step": "DatabasePasrser.cpp: IsRetryLimit(4) > SQLITE BUSY[3]",
     "refused": "Database.cpp: Select(9) > SELECT FAILED[1]: no",
+    "missed": "Cursor.cpp: GetString(9) > NO MATCHED ERROR!!!",
 }
 LOST = "\n   its beginning is not in the log"
 WAITED = "\n   waited 0.1 s for the busy file"
@@ -91,6 +94,79 @@ def test_a_log_without_the_beginning_of_its_first_operations(tool, records, expl
     for origin in (" [1 1]", " [1 2]"):
         found = [one.replace(origin, "") for one in operations(text) if origin in one]
         assert found == explained.split("; ")
+
+
+def test_failures_alone_and_the_summary_alone(tool):
+    log = log_of("enter open file done new file refused enter file done new missed file").encode()
+    text = explain(tool, log)
+    assert operations(explain(tool, log, "--failures")) == operations(text)[1:3]
+    assert explain(tool, log, "--summary") == text[text.index("Summary\n") :]
+
+
+@pytest.mark.parametrize("name", KEPT)
+def test_json_has_what_the_report_has(tool, name):
+    text = explain(tool, kept(name))
+    report = json.loads(explain(tool, kept(name), "--format=json"))
+    assert len(report["operations"]) == len(operations(text))
+    for operation, shown in zip(report["operations"], operations(text)):
+        assert f" on {operation['file'] or 'a file that is not named'}" in shown
+        assert f": {operation['outcome']}" in shown
+        assert f"waited {operation['waitedSeconds']} s" in shown + "waited 0.0 s"
+    assert report["notes"] == re.findall(r"(?m)^  (.*)$", text.partition("\nNotes\n")[2])
+
+
+@pytest.mark.parametrize(
+    "times, since, expected",
+    [
+        ("11-21 10:00:00.123, 11-21 10:00:01.000", "11-21 10:00", 2),
+        ("11-21 10:00:00.123, 11-21 10:00:01.000", "10:00:00.124", 1),
+        ("11-21 23:59:59.999, 11-22 00:00:00.000", "23:00", 2),
+        ("2026-11-21 10:00:00+0100, 2027-01-01 09:00:00+0100", "2027-01-01", 1),
+        ("9.5, 71.5", "10", 1),
+        ("9.5, 71.5", "72", "has no line of the library's log since 72"),
+        ("11-21 10:00:00.123, 11-21 10:00:01.000", "71.5", "has no times of the form of 71.5"),
+        (", ", "10:00", "has no times of the form of 10:00"),
+    ],
+)
+def test_records_since_a_time(tool, times, since, expected):
+    log = "".join(log_of("file done", f"{time} D VORN 1 1 ") for time in times.split(", "))
+    ended = tool.start("explain-log", "-", "--since", since, input=log.encode())
+    found = len(operations(ended.stdout.decode())) or ended.stderr.decode()
+    assert found == expected or expected in found
+
+
+def test_a_growing_file_is_followed(tool):
+    log = tool.folder / "app.log"
+    log.write_text(log_of("file done file"))
+    # It ends by itself if the test fails.
+    command = ["timeout", "60", *PROGRAM, "explain-log", "--follow", log]
+    with subprocess.Popen(command, stdout=subprocess.PIPE, text=True) as running:
+        shown = iter(running.stdout.readline, "")
+        assert next(shown) == "Operations [process thread time]\n"
+        assert next(shown)[:2] == "1."
+        with log.open("a") as more:
+            more.write(log_of("done file done"))
+        assert (next(shown)[:2], next(shown)[:2]) == ("2.", "3.")
+        log.write_text(log_of("done"))
+        assert next(shown) == "4. Upsert on a file that is not named [1 1]: succeeded\n"
+        assert next(shown) == LOST[1:] + "\n"
+        log.rename(tool.folder / "old.log")
+        log.write_text(log_of("file done"))
+        assert next(shown) == "5. Upsert on ./app.db [1 1]: succeeded\n"
+        running.terminate()
+
+
+def test_a_pipe_is_followed_to_its_end():
+    command = [*PROGRAM, "explain-log", "--follow", "--format=json", "-"]
+    pipe = subprocess.PIPE
+    with subprocess.Popen(command, stdin=pipe, stdout=pipe, text=True, bufsize=1) as running:
+        for thread in range(2000):
+            running.stdin.write(log_of("file done file", f"I VORN 1 {thread} "))
+            assert json.loads(running.stdout.readline())["file"] == "./app.db"
+        running.stdin.close()
+        *rest, end = map(json.loads, running.stdout.read().splitlines())
+    assert end["summary"]["operations"]["Upsert"] == {"succeeded": 2000}
+    assert len(rest) == 2000
 
 
 def every_line(tool):

@@ -76,6 +76,8 @@ def refused(contacts):
         ("--all and --where contradict", "-f app.db delete contact --all --where uid=7"),
         ("explain-log takes no -f, and no file before it", "-f app.db explain-log x.log"),
         ("explain-log has no statement to be printed", "explain-log x.log --sql"),
+        ("'csv' is no format; the formats are text, json", "explain-log x.log --format csv"),
+        ("'10:0' is no time of a log", "explain-log x.log --since 10:0"),
         ("log-reference takes no -f", "app.db log-reference"),
         ("log-reference has no statement", "log-reference --sql"),
         ("diff has no statement to be printed", "-n diff app.db app.db"),

@@ -251,7 +251,8 @@ class CommandLine {
     if (place == nullptr || place->get_name() == "COMMAND") {
       return place == nullptr && command != &m_app ? Words() : CommandNames();
     }
-    return Candidates(place->get_name(), m_arguments, word);
+    const bool isOfLog = m_name == "explain-log" && place->get_name() == "--format";
+    return isOfLog ? LogFormats() : Candidates(place->get_name(), m_arguments, word);
   }
 
   static std::string Rephrased(const CLI::ParseError& error) {
@@ -486,6 +487,12 @@ class CommandLine {
     AddCommand("explain-log", Explain, "List the operations in a log of the library",
                "explain-log captured.log");
     AddPlace("LOG", m_arguments.path, "The captured log; - for standard input");
+    AddFlag("--failures", m_arguments.failures, "List only operations with failures");
+    AddFlag("--summary", m_arguments.summary, "List no operations");
+    Add("--since", "TIME", m_arguments.since, "Only records from that time on");
+    AddFlag("--follow", m_arguments.follow,
+            "Await more of the log, and list each operation at its end");
+    Add("--format", "NAME", m_arguments.format, "One of " + Joined(LogFormats()));
     AddCommand("log-reference", LogReference,
                "Print every message of the library's log with its meaning, in Markdown",
                "log-reference");

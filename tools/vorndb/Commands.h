@@ -43,6 +43,11 @@ struct Arguments {
   std::size_t fromLine = 0;  // of an import
   std::string path;          // a file beside the database; "-" is standard input
 
+  std::string since;  // a time in a log
+  bool failures = false;
+  bool summary = false;
+  bool follow = false;
+
   std::string from;  // two databases, to be compared or copied
   std::string to;
   std::vector<std::string> tables;  // all if empty
@@ -75,6 +80,9 @@ struct Selected {
   Result result;
 };
 std::optional<Selected> RunSelect(const Arguments& arguments, Cursor& cursor);
+
+// Of explain-log; the first is the default.
+std::vector<std::string> LogFormats();
 
 // Opens a file, or standard input for "-", and makes the name one for messages.
 std::istream& OpenInput(std::string& name, std::ifstream& file);

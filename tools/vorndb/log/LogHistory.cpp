@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <memory>
 #include <string_view>
 #include <utility>
 
+#include "Errors.h"
 #include "Terminal.h"
 
 namespace vorndb {
@@ -80,7 +82,10 @@ std::string PathOf(const std::string& logged) {
 // this is a whole process.
 class LogThread {
  public:
-  explicit LogThread(LogHistory& history) : m_history(history) { m_none.end = Outcome::kSucceeded; }
+  LogThread(LogHistory& history, const Listener& listener)
+      : m_history(history), m_listener(listener) {
+    m_none.end = Outcome::kSucceeded;
+  }
 
   void Add(const LogLine& line) {
     switch (line.event) {
@@ -121,11 +126,18 @@ class LogThread {
     }
   }
 
+  void Report() {
+    if (m_listener && m_last != nullptr) {
+      m_listener(m_history, *m_last);
+    }
+  }
+
  private:
   Operation& Begin(const LogLine& line, const Members& members, bool begun) {
     Leave();
     m_isNew = false;
-    m_current = m_last = &m_history.operations.emplace_back();
+    m_kept = m_listener ? std::make_unique<Operation>() : nullptr;
+    m_current = m_last = m_listener ? m_kept.get() : &m_history.operations.emplace_back();
     m_current->prefix = line.prefix;
     m_current->members = members;
     m_current->begun = begun;
@@ -138,6 +150,7 @@ class LogThread {
 
   void Leave() {
     m_current->leftBehind = true;
+    Report();
     m_current = &m_none;
   }
 
@@ -167,10 +180,11 @@ class LogThread {
     return query;
   }
 
-  static void Close(Operation& operation, const LogLine& line, Outcome end) {
+  void Close(Operation& operation, const LogLine& line, Outcome end) {
     operation.end = end;
     operation.code = line.code;
     operation.text = line.text;
+    Report();
   }
 
   void Enter(const LogLine& line) {
@@ -246,6 +260,9 @@ class LogThread {
     LeaveIfNamed(line);
     auto& failures = m_last != nullptr ? m_last->readFailures : m_history.earlyReadFailures;
     ++failures[line.function + ": " + (line.unreadable ? "an unreadable line" : line.text)];
+    if (m_current->end) {
+      Report();
+    }
   }
 
   void Unreadable(const LogLine& line) {
@@ -286,13 +303,15 @@ class LogThread {
   }
 
   LogHistory& m_history;
-  Operation m_none;  // the current operation while there is none: it has ended
+  const Listener& m_listener;
+  Operation m_none;                   // the current operation while there is none: it has ended
+  std::unique_ptr<Operation> m_kept;  // the last one, if the history keeps none
   Operation* m_current = &m_none;
   Operation* m_last = nullptr;
-  std::string m_entry;            // the line number of the current operation's first record
-  std::string m_busyFile;         // of the last busy line
   bool m_isNew = true;            // no record has shown a beginning or an end
   bool m_isOpened = false;        // the current operation has begun to open its file
+  std::string m_entry;            // the line number of the current operation's first record
+  std::string m_busyFile;         // of the last busy line
   int m_busyLines = 0;            // of the loop that goes on
   std::set<std::string> m_opens;  // the line numbers of the current operation's OpenDB
 };
@@ -335,12 +354,22 @@ void Mend(LogPrefix& torn, const LogPrefix& next) {
       torn.*part = whole;
     }
   }
+  if (FormOfTime(torn.time) != FormOfTime(next.time)) {
+    torn.time.clear();
+  }
 }
 
 // Sorts lines into the library's and others.
 class Explanation {
  public:
+  Explanation(const std::string& since, const Listener& listener)
+      : m_since(since), m_listener(listener) {}
+
   void Add(const std::string& text) {
+    m_isReached = m_isReached || m_since.empty() || IsReached(text);
+    if (!m_isReached) {
+      return;
+    }
     std::optional<LogLine> line = ParseLogLine(text);
     if (m_open && !line && MayGoOn(text)) {
       return;
@@ -356,10 +385,23 @@ class Explanation {
   LogHistory Finish() {
     CommitOpen();
     AddRecords();
+    FailIf(!m_since.empty() && !m_hasTime, "the log has no times of the form of " + m_since);
+    for (auto* threads : {&m_oldThreads, &m_threads}) {
+      for (auto& [name, thread] : *threads) {
+        thread.Report();
+      }
+    }
     return std::move(m_history);
   }
 
  private:
+  // Once a line is of that time, all later ones count: a clock may be set back.
+  bool IsReached(const std::string& text) {
+    const std::optional<bool> isSince = IsSince(ParseLogPrefix(text).time, m_since);
+    m_hasTime = m_hasTime || isSince;
+    return isSince.value_or(false);
+  }
+
   // A statement may contain line ends; its line of the log then goes on in the next ones,
   // as one with the other end of the quote shows.
   bool MayGoOn(const std::string& text) {
@@ -406,11 +448,30 @@ class Explanation {
         line.event == LogEvent::kSelectNotOpened || line.event == LogEvent::kMoved) {
       m_history.successes.insert(process);
     }
-    m_threads.try_emplace(process + ' ' + name, m_history).first->second.Add(line);
+    ThreadOf(process + ' ' + name).Add(line);
   }
 
+  // A log without an end may have any number of threads: those of long ago are forgotten.
+  LogThread& ThreadOf(const std::string& name) {
+    constexpr std::size_t kMost = 1000;
+    if (m_listener && m_threads.size() == kMost) {
+      for (auto& [old, thread] : m_oldThreads) {
+        thread.Report();
+      }
+      m_oldThreads.clear();
+      m_oldThreads.swap(m_threads);
+    }
+    m_threads.insert(m_oldThreads.extract(name));
+    return m_threads.try_emplace(name, m_history, m_listener).first->second;
+  }
+
+  const std::string& m_since;
+  const Listener& m_listener;
+  bool m_isReached = false;  // the time
+  bool m_hasTime = false;    // of the form of that time
   LogHistory m_history;
   std::map<std::string, LogThread> m_threads;
+  std::map<std::string, LogThread> m_oldThreads;
   std::vector<LogLine> m_pending;
   std::optional<LogLine> m_open;
   // Lines that may belong to the open one, and their texts.
@@ -420,8 +481,8 @@ class Explanation {
 
 }  // namespace
 
-LogHistory ReadHistory(std::istream& log) {
-  Explanation explanation;
+LogHistory ReadHistory(std::istream& log, const std::string& since, const Listener& listener) {
+  Explanation explanation(since, listener);
   for (std::string line; ReadLine(log, line);) {
     explanation.Add(line);
   }

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <deque>
+#include <functional>
 #include <istream>
 #include <map>
 #include <optional>
@@ -36,20 +37,21 @@ using Members = std::vector<std::string>;
 struct Operation {
   LogPrefix prefix;  // of its first line
   Members members;
-  bool begun = true;                // its beginning is in the log
   std::optional<std::string> file;  // printable
   std::optional<Outcome> end;       // if a record shows it
   std::string code;
   std::string text;
-  int waits = 0;                   // of 100 ms each
-  int limits = 0;                  // how often it did not wait any longer
-  int stepLimits = 0;              // of these, while rows were fetched
-  bool stepped = false;            // rows were fetched
-  bool leftBehind = false;         // its thread went on to something else
-  std::size_t busyUnreadable = 0;  // lines of a wait or of the limit
-  std::size_t blobs = 0;
+  int waits = 0;                // of 100 ms each
+  int limits = 0;               // how often it did not wait any longer
+  int stepLimits = 0;           // of these, while rows were fetched
+  bool stepped = false;         // rows were fetched
+  bool begun = true;            // its beginning is in the log
+  bool leftBehind = false;      // its thread went on to something else
+  unsigned busyUnreadable = 0;  // lines of a wait or of the limit
+  unsigned blobs = 0;
+  unsigned stepUnreadable = 0;
+  unsigned number = 0;  // in the report; 0 before
   std::vector<std::string> stepFailures;
-  std::size_t stepUnreadable = 0;
   // Failures to read the cursor before the thread's next operation.
   std::map<std::string, int> readFailures;
 };
@@ -69,7 +71,13 @@ struct LogHistory {
   std::set<std::string> successes;  // the processes with records of priority 4 or lower
 };
 
-LogHistory ReadHistory(std::istream& log);
+// Takes an operation when it has ended or its thread went on, perhaps again, and after each later
+// failure to read a cursor.
+using Listener = std::function<void(LogHistory&, Operation&)>;
+
+// With a listener the history keeps no operations. Unless `since` is empty, lines before the
+// first one of that time are left out. Throws Failure.
+LogHistory ReadHistory(std::istream& log, const std::string& since, const Listener& listener);
 
 Outcome OutcomeOf(const LogHistory& history, const Operation& operation);
 

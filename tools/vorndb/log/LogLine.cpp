@@ -2,7 +2,9 @@
 
 #include <regex.h>
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdlib>
 #include <new>
 
 namespace vorndb {
@@ -87,6 +89,34 @@ LogPrefix ParseLogPrefix(std::string_view text) {
     }
   }
   return prefix;
+}
+
+bool IsTime(const std::string& text) {
+  static const Pattern time(
+      "^(([0-9]{4}-)?[0-9]{2}-[0-9]{2}|[0-9]+(\\.[0-9]+)?|(([0-9]{4}-)?[0-9]{2}-[0-9]{2} )?"
+      "[0-9]{2}:[0-9]{2}(:[0-9]{2}(\\.[0-9]+([-+][0-9]{4})?)?)?)$");
+  return !time.Find(text).empty();
+}
+
+std::string FormOfTime(const std::string& time) {
+  if (time.find_first_of("-:") == std::string::npos) {
+    return time.empty() ? "" : "seconds";
+  }
+  std::string form = time;
+  std::replace_if(
+      form.begin(), form.end(), [](char c) { return c >= '0' && c <= '9'; }, '0');
+  return form;
+}
+
+std::optional<bool> IsSince(const std::string& time, const std::string& since) {
+  const bool isOfDay = since.find(':') == 2;
+  const std::string part = isOfDay ? time.substr(time.find(' ') + 1) : time;
+  if (FormOfTime(part).rfind(FormOfTime(since), 0) != 0) {
+    return std::nullopt;
+  }
+  return FormOfTime(since) == "seconds"
+             ? std::strtod(part.c_str(), nullptr) >= std::strtod(since.c_str(), nullptr)
+             : part.compare(0, since.size(), since) >= 0;
 }
 
 std::optional<LogLine> ParseLogLine(std::string_view text) {

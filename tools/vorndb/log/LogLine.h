@@ -31,6 +31,15 @@ struct LogPrefix {
   char priority = '\0';  // one of VDIWEF, or NUL
 };
 
+// Whether a text is a time as log readers write it, or a beginning of one, or a time of day.
+bool IsTime(const std::string& text);
+
+// The time with zeros for its digits; all seconds since boot have one form.
+std::string FormOfTime(const std::string& time);
+
+// Whether the time of a log is that or a later one; nothing if it is of another form.
+std::optional<bool> IsSince(const std::string& time, const std::string& since);
+
 // "PREFIX FILE: FUNCTION(NUMBER) > MESSAGE"
 struct LogLine {
   LogPrefix prefix;
