@@ -41,20 +41,21 @@ constexpr OutcomeText kOutcomeTexts[] = {
     {"failed", nullptr},
     {"not opened", nullptr},
     {"prepared",
-     "a query logs nothing when it succeeds; its statement was prepared, unless an exception left "
-     "it before"},
+     "a query logs nothing when it succeeds; its statement was prepared, unless an exception ended "
+     "it first"},
     {"opened", "the application called OpenDB itself, which logs nothing when it succeeds"},
     {"no end in the log",
-     "an exception left it, its process ended or was still at it, or lines are missing"},
+     "an exception ended it, its process ended or was still running it, or lines are missing"},
     {"no failure up to the end of the log",
-     "nothing else of its thread follows; it may not have come to its end"},
+     "no record of its thread follows; it may still have been running"},
     {"no failure in the log",
-     "lines of success (priority 4) of its process are not in the log: a write that succeeded, a "
-     "query that was prepared, or OpenDB alone"},
+     "records of success (priority 4) of its process are not in the log; it is a write that "
+     "succeeded, a query that was prepared, or OpenDB alone"},
     {"neither success nor failure in the log",
-     "its entry (priority 3) is not in the log: a query that was prepared, OpenDB alone, or a "
+     "its entry (priority 3) is not in the log; it is a query that was prepared, OpenDB alone, or "
+     "a "
      "write whose end is missing"},
-    {"ended, how is unreadable", nullptr},
+    {"ended with an unreadable outcome", nullptr},
 };
 
 const OutcomeText& TextOf(Outcome outcome) {
@@ -242,7 +243,7 @@ void WriteSummary(const LogHistory& history, const SortedJson& summary, std::ost
   output << "Summary\n  " << Counted(history.own, "line") << " of the library, " << history.foreign
          << " of others\n";
   WriteCount("  unreadable, since protected or damaged: ", history.unreadable, "line", "", output);
-  WriteCount("  going on with a text of the line before: ", history.continued, "line", "", output);
+  WriteCount("  continuing the text of the line before: ", history.continued, "line", "", output);
   for (const auto& [kind, outcomes] : summary["operations"].items()) {
     output << "  " << kind;
     const char* separator = ": ";
@@ -277,10 +278,10 @@ SortedJson NotesOn(const LogHistory& history, const SortedJson& summary) {
     }
   }
   if (history.unreadable > 0) {
-    notes.push_back("unreadable: what such lines mean is told from place and priority alone.");
+    notes.push_back("unreadable: only call site and priority show the meaning of such lines.");
   }
   if (history.lacksThreads) {
-    notes.push_back("The log names no threads: what ran at once in a process is mixed up here.");
+    notes.push_back("The log names no threads: operations of a process that overlap are mixed up.");
   }
   return notes;
 }
