@@ -1,9 +1,12 @@
 """export: a file is there when it is whole, and nothing else is touched."""
 
 import os
+import signal
 import stat
+import subprocess
 
 import pytest
+from conftest import PROGRAM
 
 
 @pytest.mark.parametrize(
@@ -50,6 +53,21 @@ def test_a_failure_leaves_no_file_and_the_old_one_as_it_was(contacts):
     contacts.fails(message, "export", "nosuch", "x.csv", "--force")
     assert (contacts.folder / "x.csv").read_text() == "old"
     assert contacts.files() == ["app.db", "x.csv"]
+
+
+@pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM, signal.SIGHUP])
+def test_a_signal_leaves_no_file(contacts, number):
+    contacts.sql(
+        "CREATE VIEW endless AS WITH RECURSIVE c(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM c)"
+        " SELECT x AS a, x AS b FROM c WHERE x < 0"
+    )
+    command = PROGRAM + ["-f", "app.db", "export", "endless", "x.csv"]
+    with subprocess.Popen(command, cwd=contacts.folder, env=contacts.environment) as process:
+        while contacts.files() == ["app.db"]:
+            assert process.poll() is None
+        process.send_signal(number)
+    assert process.returncode == -number
+    assert contacts.files() == ["app.db"]
 
 
 def test_nothing_is_written_through_what_lies_in_the_way(contacts):

@@ -39,7 +39,7 @@ COMMANDS = re.findall(r"(?m)^  ([a-z][a-z-]+) {2,}\S", help_of())
 
 def test_every_command_has_an_example_that_works(contacts):
     contacts.sql("CREATE TABLE note (owner TEXT, kind INTEGER); INSERT INTO note VALUES ('7', 2);")
-    (contacts.folder / "contacts.csv").write_text("uid,name,age\n9,Ann,44\n")
+    (contacts.folder / "persons.csv").write_text("uid,name,age\n9,Ann,44\n")
     (contacts.folder / "captured.log").write_text(
         "E VORN 1 1 Database.cpp: OpenDB(1) > DB file: . app.db\n"
     )

@@ -73,7 +73,36 @@ def test_a_query_that_breaks_off_may_be_complete_or_not(tool):
     tool.sql("CREATE VIEW v AS SELECT a, abs(a) AS b FROM t")
     output, errors = tool.run("select", "v", "--format", "csv")
     assert output == "a,b\n1,1\n"
-    assert "warning: Lines of the log that cannot be read: 1." in errors
+    assert "warning: Unreadable records of the log: 1." in errors
     _, errors = tool.run("export", "v", "x.csv", status=FAILED)
-    assert "nothing is exported: Lines of the log that cannot be read: 1." in errors
+    assert "nothing is exported: Unreadable records of the log: 1." in errors
     assert not (tool.folder / "x.csv").exists()
+
+
+def import_with_syncs(tool, *options, status=0, **variables):
+    """The lines of the log of a successful upsert, and of syncs, in their order."""
+    tool.sql("CREATE TABLE t (a, b)")
+    (tool.folder / "rows.csv").write_text("a,b\n1,x\n2,y\n3,z\n")
+    tool.environment = environment(LD_PRELOAD=os.environ["SHOW_SYNC"], **variables)
+    _, errors = tool.run("-v", "import", "t", "rows.csv", *options, status=status)
+    wanted = ("sync", "Upsert SUCCESS[0]", "vorndb: ")
+    return [line for line in errors.splitlines() if any(part in line for part in wanted)]
+
+
+def test_without_syncs_only_the_end_has_some(tool):
+    lines = import_with_syncs(tool, "--no-sync")
+    assert len(lines) > 3
+    assert [line == "sync" for line in lines] == [False] * 3 + [True] * (len(lines) - 3)
+    assert tool.sql("SELECT count(*) FROM t") == "3\n"
+
+
+def test_every_row_has_its_syncs(tool):
+    lines = import_with_syncs(tool)
+    rows = [index for index, line in enumerate(lines) if line != "sync"]
+    assert len(rows) == 3
+    assert all(lines[row - 1] == "sync" for row in rows)
+
+
+def test_a_sync_that_fails_at_the_end(tool):
+    lines = import_with_syncs(tool, "--no-sync", status=FAILED, FAIL_SYNC="1")
+    assert lines[-1] == "vorndb: cannot sync app.db"

@@ -103,7 +103,7 @@ std::vector<std::string> Fill(CreateRequest& request, const Arguments& arguments
 // Reads the result of a query on these tables.
 Result Read(const Arguments& arguments, const std::vector<std::string>& tables,
             const CallResult& call, Cursor& cursor) {
-  Result result = ReadResult(cursor, call.log);
+  Result result = ReadResult(cursor, ReadLines(call.lines));
   for (const std::string& table : arguments.typed ? tables : std::vector<std::string>()) {
     for (const Column& column : ColumnsOf(arguments.file, table)) {
       if (column.holdsNumbers) {

@@ -75,9 +75,9 @@ bool HoldsNumbers(std::string type) {
 }
 
 // SQLite's text for the failure of an operation, or nothing.
-std::string FailureIn(const Log& log) {
+std::string FailureIn(const CallResult& call) {
   std::string text;
-  for (const LogLine& line : log) {
+  for (const LogLine& line : ReadLines(call.lines)) {
     if (line.event == LogEvent::kFailed || line.event == LogEvent::kOpenFailed) {
       text = line.text;
     }
@@ -86,8 +86,8 @@ std::string FailureIn(const Log& log) {
 }
 
 // The reason why a result is truncated, or nothing if it is complete.
-std::string BreakIn(const Log& log) {
-  for (const LogLine& line : log) {
+std::string BreakIn(const CallResult& call) {
+  for (const LogLine& line : ReadLines(call.lines)) {
     if (line.event == LogEvent::kStepFailed || line.event == LogEvent::kExistStepFailed) {
       return "reading stopped" + (line.text.empty() ? "" : " with: " + line.text);
     }
@@ -191,7 +191,7 @@ bool HasTable(const std::string& file, const std::string& table) {
 bool LacksTable(const std::string& file, const std::string& table) {
   bool exists = false;
   const CallResult call = CheckTable(file, table, exists);
-  return call.result == SQLITE_OK && BreakIn(call.log).empty() && !exists;
+  return call.result == SQLITE_OK && BreakIn(call).empty() && !exists;
 }
 
 std::vector<std::string> TablesOf(const std::string& file) {
@@ -231,7 +231,7 @@ std::vector<Column> ColumnsOf(const std::string& file, const std::string& table)
 void ExpectSuccess(const std::string& file, const std::vector<std::string>& tables,
                    const CallResult& call) {
   if (call.result != SQLITE_OK) {
-    throw Failure(Explain(file, tables, call.result, FailureIn(call.log)) + " (SQLite " +
+    throw Failure(Explain(file, tables, call.result, FailureIn(call)) + " (SQLite " +
                   std::to_string(call.result) + ")");
   }
 }
@@ -242,10 +242,10 @@ void RequireTable(const std::string& file, const std::string& table, std::size_t
   }
 }
 
-bool IsComplete(const CallResult& call) { return BreakIn(call.log).empty(); }
+bool IsComplete(const CallResult& call) { return BreakIn(call).empty(); }
 
 void ExpectComplete(const std::string& file, const CallResult& call) {
-  const std::string reason = BreakIn(call.log);
+  const std::string reason = BreakIn(call);
   FailIf(!reason.empty(), "the result from " + file + " is not complete; " + reason);
 }
 

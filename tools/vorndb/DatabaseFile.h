@@ -12,17 +12,18 @@ class BasePath;
 
 namespace vorndb {
 
-// The result of a call of the library, and its log records.
+// The result of a call of the library, and the lines of its log. To read them takes longer than
+// a write, so that is left to those who need them.
 struct CallResult {
   int result = 0;
-  Log log;
+  std::vector<std::string> lines;
 };
 
 template <typename Operation>
 CallResult Observe(Operation operation) {
-  TakeLog();
+  TakeLines();
   const int result = operation();
-  return {result, TakeLog()};
+  return {result, TakeLines()};
 }
 
 // Throws UsageError for a path without a file name.

@@ -41,7 +41,8 @@ std::vector<TypedColumn> ColumnsOf(Input& input) {
   while (const auto row = input.Next()) {
     for (const auto& [column, value] : row->values) {
       const auto [found, isNew] = types.emplace(column, kEmpty);
-      found->second = std::max(found->second, row->texts.count(column) > 0 ? kAnything : TypeOf(value));
+      found->second =
+          std::max(found->second, row->texts.count(column) > 0 ? kAnything : TypeOf(value));
       if (isNew) {
         names.push_back(column);
       }

@@ -77,8 +77,11 @@ using Log = std::vector<LogLine>;
 // Whether every line is also written to standard error.
 void ShowLog(bool show);
 
-// The warnings and errors since the last call.
-Log TakeLog();
+// The lines of warnings and errors since the last call.
+std::vector<std::string> TakeLines();
+
+// The records of these lines.
+Log ReadLines(const std::vector<std::string>& lines);
 
 }  // namespace vorndb
 

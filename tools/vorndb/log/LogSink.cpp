@@ -17,7 +17,7 @@ namespace {
 // The process has one log, as it has one standard error.
 struct Sink {
   bool show = false;
-  Log log;
+  std::vector<std::string> lines;
 };
 
 Sink& TheSink() {
@@ -33,9 +33,8 @@ void Receive(int priority, const std::string& tag, const std::string& message) {
     // At once, since several processes may share the log.
     std::cerr << Printable(line) + '\n';
   }
-  std::optional<LogLine> read = ParseLogLine(line);
-  if (priority >= kWarning && read && SetMeaning(*read)) {
-    TheSink().log.push_back(*read);
+  if (priority >= kWarning) {
+    TheSink().lines.push_back(line);
   }
 }
 
@@ -43,7 +42,17 @@ void Receive(int priority, const std::string& tag, const std::string& message) {
 
 void ShowLog(bool show) { TheSink().show = show; }
 
-Log TakeLog() { return std::exchange(TheSink().log, {}); }
+std::vector<std::string> TakeLines() { return std::exchange(TheSink().lines, {}); }
+
+Log ReadLines(const std::vector<std::string>& lines) {
+  Log log;
+  for (const std::string& text : lines) {
+    if (std::optional<LogLine> line = ParseLogLine(text); line && SetMeaning(*line)) {
+      log.push_back(*line);
+    }
+  }
+  return log;
+}
 
 }  // namespace vorndb
 
