@@ -86,17 +86,18 @@ as_script() {
   done
 }
 
-# transcript NAME BUILT FOLDER: runs it at a home of its own that has a checkout, with this
-# folder BUILT there already.
+# transcript DOCUMENT NAME BUILT FOLDER: runs it at a home of its own that has a checkout, with
+# this folder BUILT there already.
 transcript() {
-  document=docs/guide.md
+  document=docs/$1
+  shift
   local checkout=$work/home/vorndatabase
   mkdir -p "$(dirname "$checkout/build/$2")"
   (cd "$source" && cp -R ./*.md CMake* abi cmake docs examples include platform src tools "$checkout")
   ln -s "$3" "$checkout/build/$2"
   block "transcript $1" >"$work/transcript"
   as_script <"$work/transcript" >"$work/script"
-  block "file device.cmake" >"$work/home/device.cmake"
+  [ "$document" != docs/guide.md ] || block "file device.cmake" >"$work/home/device.cmake"
   (
     export HOME=$work/home
     unset VORN_DLOG_PRIORITY LD_LIBRARY_PATH CXX CMAKE_TOOLCHAIN_FILE LDFLAGS
@@ -111,7 +112,7 @@ transcript() {
 # Every folder that they name in backticks exists.
 places() {
   local name
-  for name in README.md CONTRIBUTING.md abi/README.md docs/{architecture,footprint,guide,log,reliability}.md; do
+  for name in README.md CONTRIBUTING.md abi/README.md docs/{architecture,footprint,guide,log,reliability,vorndb}.md; do
     places_in "$name"
   done
 }
@@ -136,8 +137,9 @@ case $case in
   install) run_block install-command sample-output ;;
   tool) run_block tool-command tool-output ;;
   # A host on this machine, and for the device.
-  host) transcript host release "$build" ;;
-  device) transcript device sysroot/armhf "$source/build/sysroot/armhf" ;;
+  host) transcript guide.md host release "$build" ;;
+  cookbook) transcript vorndb.md cookbook release "$build" ;;
+  device) transcript guide.md device sysroot/armhf "$source/build/sysroot/armhf" ;;
   *) fail "unknown case" ;;
 esac
 echo "$case: as $document says"
