@@ -55,8 +55,10 @@ void RowWriter::Finish() {
 }
 
 void RowWriter::Fail(const std::string& problem, const std::string& next) {
-  const auto lock = m_watch.Lock();
-  End();
+  {
+    const auto lock = m_watch.Lock();
+    End();
+  }
   throw Failure(problem + Written(next));
 }
 
