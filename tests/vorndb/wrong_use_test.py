@@ -52,7 +52,7 @@ def refused(contacts):
         ("TABLE is missing", "-f app.db select"),
         ("VALUES is missing", "-f app.db upsert contact"),
         ("RIGHT is missing", "-f app.db join l.a"),
-        ("CSV is missing", "-f app.db import contact"),
+        ("IN is missing", "-f app.db import contact"),
         ("OUT is missing", "-f app.db export contact"),
         ("LOG is missing", "explain-log"),
         ("--where needs a value", "-f app.db select contact --where"),
