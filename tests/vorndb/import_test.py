@@ -173,6 +173,7 @@ def test_formats(contacts, name, piped):
         ("[]", 0, 0, ""),
         ("", 0, 0, ""),
         ("[{}]", 1, 0, "the row has no value"),
+        ('{"uid":"a"}\n{"uid":null}\n{"uid":"c"}', 2, 1, "the row has no value"),
         ('[{"uid":"a"},\n\n {"uid":"b"}', 3, 2, "the array lacks a comma or its end"),
         ("[", 1, 0, "the array lacks a comma or its end"),
         ('[{"uid":"a"}\n{"uid":"b"}]', 2, 1, "the array lacks a comma or its end"),

@@ -111,7 +111,6 @@ class JsonInput : public Input {
       throw Failure("this is not JSON: " + text.substr(text.find("] ") + 2));
     }
     FailIf(!object.is_object(), "a row is an object");
-    FailIf(object.empty(), "the row has no value");
     for (const auto& [name, value] : object.items()) {
       FailIf(value.is_structured(), "the value of " + name + " is no text or number");
       // NULL is a value that is not given.
@@ -119,6 +118,7 @@ class JsonInput : public Input {
         AddValue(name, value, row);
       }
     }
+    FailIf(row.values.empty(), "the row has no value");
     return row;
   }
 
