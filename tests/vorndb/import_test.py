@@ -197,12 +197,16 @@ def test_json_that_is_no_list_of_rows(contacts, content, line, rows, problem):
         assert output == "0 rows written to contact\n"
 
 
-VALUES = ["1,007,1.5,9223372036854775807,,x", ",7,-2e3,9223372036854775808,,1"]
+# REAL would lose digits of a whole number beside one with a fraction.
+VALUES = [
+    "1,007,1.5,9223372036854775807,,x,1234567890123456",
+    ",7,-2e3,9223372036854775808,,1,0.5",
+]
 
 
 @pytest.mark.parametrize("way", ["file", "pipe", "dry"])
 def test_create_guesses_the_types(tool, way):
-    content = "\n".join(["i,zeros,r,long,none,t", *VALUES, ""])
+    content = "\n".join(["i,zeros,r,long,none,t,mixed", *VALUES, ""])
     (tool.folder / "rows.csv").write_text(content)
     if way == "dry":
         tool.sql(tool.done("-n", "import", "made", "rows.csv", "--create"))
@@ -210,8 +214,8 @@ def test_create_guesses_the_types(tool, way):
         path, given = ("rows.csv", b"") if way == "file" else ("-", content.encode())
         tool.done("import", "made", path, "--create", input=given)
     assert (
-        "(_ID INTEGER PRIMARY KEY, i INTEGER, zeros TEXT, r REAL, long TEXT, none TEXT, t TEXT)"
-        in tool.sql(".schema made")
+        "(_ID INTEGER PRIMARY KEY, i INTEGER, zeros TEXT, r REAL, long TEXT, none TEXT, t TEXT,"
+        " mixed TEXT)" in tool.sql(".schema made")
     )
     assert tool.sql("SELECT i, zeros, r, long, none, t FROM made") == (
         "1|007|1.5|9223372036854775807||x\n|7|-2000.0|9223372036854775808||1\n"
@@ -230,6 +234,26 @@ def test_create_takes_keys_and_types(tool):
     assert tool.sql("SELECT * FROM two") == "1|2.0|0.5|\n2|||1\n"
     message = "the input has no column x"
     tool.fails(message, "import", "three", *arguments, "x")
+
+
+@pytest.mark.parametrize(
+    "content, columns",
+    [
+        ("a,b\n", "a TEXT, b TEXT"),
+        ('{"a":null,"b":1}\n{"b":2,"c":null}', "a TEXT, b INTEGER, c TEXT"),
+    ],
+)
+def test_create_makes_columns_without_values(tool, content, columns):
+    name = "rows.csv" if content[0] == "a" else "rows.jsonl"
+    (tool.folder / name).write_text(content)
+    tool.done("import", "t", name, "--create")
+    assert tool.done("schema", "t") == f"CREATE TABLE t (_ID INTEGER PRIMARY KEY, {columns});\n"
+
+
+def test_create_needs_columns(tool):
+    (tool.folder / "rows.json").write_text("[]")
+    tool.fails("the input names no columns", "import", "t", "rows.json", "--create")
+    assert tool.files() == ["rows.json"]
 
 
 def test_create_leaves_a_table_as_it_is(contacts, load):

@@ -18,42 +18,43 @@ namespace vorndb {
 
 namespace {
 
-// The types of columns, in the order in which each holds the values of those before.
-enum Type { kEmpty, kInteger, kReal, kAnything };
+// The types, any of which gives all values of a column back; kEmpty without a value.
+constexpr unsigned kInteger = 1;
+constexpr unsigned kReal = 2;
+constexpr unsigned kEmpty = 4;
+constexpr unsigned kAll = kInteger | kReal | kEmpty;
 
-// A number as SQLite gives it back, but for the form of a REAL: 64 bits, or 15 digits.
-Type TypeOf(const std::string& value) {
+// But for the form of a REAL. SQLite has 64 bits of an INTEGER, and 15 digits of a REAL.
+unsigned TypesFor(const std::string& value) {
   constexpr std::ptrdiff_t kDigits = 15;
   const std::optional<Number> number = NumberIn(value);
-  if (!number || value == std::to_string(number->second)) {
-    return value.empty() ? kEmpty : (number ? kInteger : kAnything);
+  if (!number) {
+    return value.empty() ? kAll : 0;
   }
   const auto begin = value.begin() + (value.front() == '-' ? 1 : 0);
   const auto end = std::find_if(begin, value.end(), [](char c) { return c == 'e' || c == 'E'; });
   const auto digits = std::count_if(begin, end, [](char c) { return c >= '0' && c <= '9'; });
   const bool hasZero = end - begin > 1 && *begin == '0' && begin[1] != '.';
-  return digits <= kDigits && !hasZero ? kReal : kAnything;
+  return (digits <= kDigits && !hasZero ? kReal : 0) |
+         (value == std::to_string(number->second) ? kInteger : 0);
 }
 
 // The columns of an input, in the order in which they are met, with types for their values.
 std::vector<TypedColumn> ColumnsOf(Input& input) {
-  std::vector<std::string> names;
-  std::map<std::string, Type> types;
+  std::map<std::string, unsigned> types;
   while (const auto row = input.Next()) {
     for (const auto& [column, value] : row->values) {
-      const auto [found, isNew] = types.emplace(column, kEmpty);
-      found->second =
-          std::max(found->second, row->texts.count(column) > 0 ? kAnything : TypeOf(value));
-      if (isNew) {
-        names.push_back(column);
-      }
+      const auto found = types.emplace(column, kAll).first;
+      found->second &= row->texts.count(column) > 0 ? 0 : TypesFor(value);
     }
   }
   std::vector<TypedColumn> columns;
-  for (const std::string& name : names) {
-    constexpr const char* kNames[] = {"TEXT", "INTEGER", "REAL", "TEXT"};
-    columns.emplace_back(name + ':' + kNames[types.at(name)]);
+  for (const std::string& name : input.Columns()) {
+    constexpr const char* kNames[] = {"TEXT", "INTEGER", "REAL", "INTEGER"};
+    const unsigned type = types.emplace(name, kAll).first->second;
+    columns.emplace_back(name + ':' + kNames[type < kEmpty ? type : 0]);
   }
+  FailIf(columns.empty(), "the input names no columns");
   return columns;
 }
 

@@ -112,6 +112,7 @@ class JsonInput : public Input {
     }
     FailIf(!object.is_object(), "a row is an object");
     for (const auto& [name, value] : object.items()) {
+      RequireName(name);
       FailIf(value.is_structured(), "the value of " + name + " is no text or number");
       // NULL is a value that is not given.
       if (!value.is_null()) {
@@ -123,7 +124,6 @@ class JsonInput : public Input {
   }
 
   void AddValue(const std::string& name, const Json& value, InputRow& row) {
-    RequireName(name);
     row.values.emplace_back();
     row.values.back().column = name;
     if (value.is_string()) {
@@ -186,6 +186,7 @@ void Input::RequireName(const std::string& column) {
     FailIf(column.find('\0') != std::string::npos,
            "the name of a column holds a NUL; is the file UTF-16? It has to be UTF-8");
     RequirePlainName("column", column);
+    m_columns.push_back(column);
   }
 }
 

@@ -34,6 +34,9 @@ class Input : private std::streambuf {
   // The next row, or nothing at the end. Throws Failure.
   std::optional<InputRow> Next();
 
+  // Those that are named so far, in the order in which they are met.
+  const std::vector<std::string>& Columns() const { return m_columns; }
+
   // A line ends in "\n", "\r\n" or "\r".
   std::size_t Line() const { return m_line; }  // of the last character
   std::size_t RowLine() const { return m_rowLine == 0 ? m_line : m_rowLine; }
@@ -62,6 +65,7 @@ class Input : private std::streambuf {
   std::size_t m_taken = 0;
   std::size_t m_line = 1;
   std::set<std::string> m_names;  // that are plain
+  std::vector<std::string> m_columns;
 };
 
 // By the separator of its values, or 0 for JSON.
