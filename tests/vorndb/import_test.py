@@ -167,6 +167,12 @@ def test_formats(contacts, name, piped):
     assert age.split("\n")[3] == null
 
 
+@pytest.mark.parametrize("tab", ["tab", "\\t", "\t"])
+def test_a_tab_between_values(contacts, tab):
+    contacts.done("import", "contact", "-", "--separator", tab, input=b"uid\tname\na\tx y\n")
+    assert imported(contacts) == "a|x y|\n"
+
+
 @pytest.mark.parametrize(
     "content, line, rows, problem",
     [
@@ -268,12 +274,13 @@ def test_create_leaves_a_table_as_it_is(contacts, load):
     [
         ("'xml' cannot be imported; csv,", "--format xml"),
         ("';;' is no separator", "--separator ;;"),
+        ("'\\n' is no separator", "--separator=\n"),
         ("';' is no separator", "--format json --separator ;"),
         ("--key requires --create", "--key uid"),
     ],
 )
 def test_options_that_are_refused(contacts, message, arguments):
-    _, errors = contacts.run("import", "contact", "-", *arguments.split(), status=WRONG_USE)
+    _, errors = contacts.run("import", "contact", "-", *arguments.split(" "), status=WRONG_USE)
     assert errors.startswith(f"vorndb: {message}"), errors
 
 

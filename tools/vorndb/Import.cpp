@@ -90,9 +90,11 @@ char SeparatorOf(const Arguments& arguments) {
   RefuseIf(found == separators.end() && !arguments.format.empty(),
            '\'' + arguments.format + "' cannot be imported; csv, tsv, json and jsonl can");
   const char usual = found == separators.end() ? ',' : found->second;
-  const std::string given = arguments.separator == "tab" ? "\t" : arguments.separator;
-  RefuseIf(!given.empty() && (usual == '\0' || given.size() > 1 || given == "\""),
-           '\'' + given + "' is no separator: one character, or tab, in CSV");
+  const std::string& text = arguments.separator;
+  const std::string given = text == "tab" || text == "\\t" ? "\t" : text;
+  RefuseIf(
+      !given.empty() && (usual == '\0' || given.size() > 1 || given.find_first_of("\"\r\n") == 0),
+      '\'' + given + "' is no separator: one character, or tab, in CSV");
   return given.empty() ? usual : given.front();
 }
 
