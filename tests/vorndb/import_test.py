@@ -180,7 +180,7 @@ def test_a_tab_between_values(contacts, tab):
         ("", 0, 0, ""),
         ("[{}]", 1, 0, "the row has no value"),
         ('{"uid":"a"}\n{"uid":null}\n{"uid":"c"}', 2, 1, "the row has no value"),
-        ('[{"uid":"a"},\n\n {"uid":"b"}', 3, 2, "the array lacks a comma or its end"),
+        ('[{"uid":"a"},\n\n {"uid":"b"}', "3:2", 2, "the array lacks a comma or its end"),
         ("[", 1, 0, "the array lacks a comma or its end"),
         ('[{"uid":"a"}\n{"uid":"b"}]', 2, 1, "the array lacks a comma or its end"),
         ('[{"uid":"a"}]\n{"uid":"b"}', 2, 1, "there is more after the end of the array"),
@@ -277,11 +277,24 @@ def test_create_leaves_a_table_as_it_is(contacts, load):
         ("'\\n' is no separator", "--separator=\n"),
         ("';' is no separator", "--format json --separator ;"),
         ("--key requires --create", "--key uid"),
+        ("'7:' is not LINE or LINE:ROW", "--from-line 7:"),
     ],
 )
 def test_options_that_are_refused(contacts, message, arguments):
     _, errors = contacts.run("import", "contact", "-", *arguments.split(" "), status=WRONG_USE)
     assert errors.startswith(f"vorndb: {message}"), errors
+
+
+def test_an_import_goes_on_from_a_row_of_a_line(contacts, load):
+    content = '[{"uid":"a"}, {"uid":"b"},\n{"uid":"c"}\n,{"uid":"d"},{"uid":["e"]}]'
+    for place, count in (("1:2", 3), ("1:3", 2), ("3", 1), ("3:2", 0)):
+        _, errors = load(
+            content,
+            lambda *words: contacts.run(
+                *words, "--format", "json", "--from-line", place, status=FAILED
+            ),
+        )
+        assert errors.endswith(written(count, "3:2") + "\n"), errors
 
 
 def test_an_import_goes_on_from_a_line(contacts, load):
@@ -292,13 +305,20 @@ def test_an_import_goes_on_from_a_line(contacts, load):
 
 
 @pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM, signal.SIGHUP])
-@pytest.mark.parametrize("name, first", [("rows.csv", "a,b\n"), ("rows.jsonl", "")])
-def test_an_interrupted_import_goes_on_where_it_ended(tool, number, name, first):
+@pytest.mark.parametrize(
+    "name, first, form, end",
+    [
+        ("rows.csv", "a,b\n", "{0},x\n", ""),
+        ("rows.jsonl", "", '{{"a":{0},"b":"x"}}\n', ""),
+        ("rows.json", '[{"a":0,"b":"x"}', ',{{"a":{0},"b":"x"}}', "]"),
+    ],
+)
+def test_an_interrupted_import_goes_on_where_it_ended(tool, number, name, first, form, end):
     # Without a key, a row that is written twice is two rows.
     tool.sql("CREATE TABLE t (a INTEGER, b TEXT)")
-    form = '{{"a":{0},"b":"x"}}\n' if first == "" else "{0},x\n"
-    lines = [first] * bool(first) + [form.format(row) for row in range(200000)]
-    (tool.folder / name).write_text("".join(lines))
+    begin = 1 if end else 0
+    rows = [form.format(row) for row in range(begin, 200000)]
+    (tool.folder / name).write_text(first + "".join(rows) + end)
     with subprocess.Popen(
         [*PROGRAM, "app.db", "import", "t", name],
         cwd=tool.folder,
@@ -310,14 +330,14 @@ def test_an_interrupted_import_goes_on_where_it_ended(tool, number, name, first)
         process.send_signal(number)
         errors = process.communicate()[1].decode()
     assert process.returncode == -number
-    count, line = map(int, re.fullmatch(INTERRUPTED, errors).groups())
-    assert tool.sql("SELECT count(*), max(a) FROM t") == f"{count}|{count - 1}\n"
-    (tool.folder / name).write_text("".join(lines[: count + 100]))
-    tool.done("import", "t", name, "--from-line", str(line))
-    rows = count + 100 - bool(first)
-    assert tool.sql("SELECT count(DISTINCT a), min(a), max(a) FROM t") == f"{rows}|0|{rows - 1}\n"
-    # A row of JSON may begin in the line of the one before.
-    assert count_of(tool, "t") == rows + (not first)
+    count, place = re.fullmatch(INTERRUPTED, errors).groups()
+    assert tool.sql("SELECT count(*), max(a) FROM t") == f"{count}|{int(count) - 1}\n"
+    total = int(count) + 100
+    (tool.folder / name).write_text(first + "".join(rows[: total - begin]) + end)
+    tool.done("import", "t", name, "--from-line", place)
+    assert tool.sql("SELECT count(*), count(DISTINCT a), min(a), max(a) FROM t") == (
+        f"{total}|{total}|0|{total - 1}\n"
+    )
 
 
 def count_of(tool, table):
@@ -325,9 +345,7 @@ def count_of(tool, table):
     return int(tool.sql(f"SELECT count(*) FROM {table}", "-cmd", ".timeout 60000"))
 
 
-INTERRUPTED = (
-    r"vorndb: interrupted; rows before it that are written: (\d+); go on with --from-line (\d+)\n"
-)
+INTERRUPTED = r"vorndb: interrupted; rows before it that are written: (\d+); go on with --from-line ([\d:]+)\n"
 
 
 def test_an_import_that_waits_for_its_input_is_interrupted_at_once(contacts):

@@ -40,7 +40,7 @@ struct Arguments {
   std::string separator;
   bool create = false;       // the table, before an import
   bool noSync = false;       // until the last row
-  std::size_t fromLine = 0;  // of an import
+  Place fromLine;  // of an import
   std::string path;          // a file beside the database; "-" is standard input
 
   std::string since;  // a time in a log

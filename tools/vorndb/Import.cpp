@@ -107,24 +107,20 @@ std::istream& Rewound(std::istream& source, const std::string& name) {
 }
 
 void WriteRows(const Arguments& arguments, Input& input, std::uintmax_t total) {
-  const auto goOn = [](std::size_t line) {
-    return "; go on with --from-line " + std::to_string(line);
-  };
+  const auto goOn = [](const Place& place) { return "; go on with --from-line " + place.Text(); };
   RowWriter writer(arguments, total);
-  std::size_t line = input.Line();
   try {
     while (const auto row = input.Next()) {
-      line = row->line;
-      if (line >= arguments.fromLine) {
+      if (!(row->place < arguments.fromLine)) {
         try {
-          writer.Write(row->values, input.Taken(), goOn(input.NextLine()));
+          writer.Write(row->values, input.Taken(), goOn(input.After()));
         } catch (const std::runtime_error& problem) {
-          input.Fail(line, problem.what());
+          input.Fail(problem.what());
         }
       }
     }
   } catch (const Failure& failure) {
-    writer.Fail(failure.what(), goOn(std::max(line, input.RowLine())));
+    writer.Fail(failure.what(), goOn(std::max(arguments.fromLine, input.Here())));
   }
   writer.Finish();
 }

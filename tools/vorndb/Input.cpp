@@ -31,7 +31,7 @@ class CsvInput : public Input {
 
   ~CsvInput() override { csv_free(&m_parser); }
 
-  std::size_t NextLine() const override { return Line() + 1; }
+  Place After() const override { return {m_line + 1, 1}; }
 
  private:
   InputRow Read() override {
@@ -61,10 +61,10 @@ class CsvInput : public Input {
   void ReadFields() {
     m_fields.clear();
     m_ends = false;
-    m_rowLine = 0;
+    m_isInRow = false;
     for (char c = '\0'; !m_ends && m_stream.get(c);) {
-      if (m_rowLine == 0 && (c == m_separator || std::strchr(kSpaces, c) == nullptr)) {
-        m_rowLine = Line();
+      if (!m_isInRow && (c == m_separator || std::strchr(kSpaces, c) == nullptr)) {
+        Begin();
       }
       if (csv_parse(&m_parser, &c, 1, AddField, EndRow, this) != 1) {
         throw Failure("a quote is out of place; quoted fields are \"…\", with \"\" inside");
@@ -92,7 +92,7 @@ class JsonInput : public Input {
  public:
   using Input::Input;
 
-  std::size_t NextLine() const override { return Line(); }
+  Place After() const override { return Here().NextIn(Here().line); }
 
  private:
   using Json = nlohmann::ordered_json;
@@ -102,7 +102,7 @@ class JsonInput : public Input {
     if (!HasObject()) {
       return row;
     }
-    m_rowLine = Line();
+    Begin();
     Json object;
     try {
       m_stream >> object;
@@ -191,10 +191,10 @@ void Input::RequireName(const std::string& column) {
 }
 
 std::optional<InputRow> Input::Next() {
-  m_rowLine = 0;
+  m_isInRow = false;
   try {
     InputRow row = Read();
-    row.line = m_rowLine;
+    row.place = Here();
     for (const auto& [column, value] : row.values) {
       FailIf(value.find('\0') != std::string::npos,
              "the value of " + column + " holds a NUL, where a text ends");
@@ -204,14 +204,19 @@ std::optional<InputRow> Input::Next() {
     }
   } catch (const std::runtime_error& problem) {
     FailIf(m_source.bad(), "cannot read " + m_name);
-    Fail(RowLine(), problem.what());
+    Fail(problem.what());
   }
   FailIf(m_source.bad(), "cannot read " + m_name);
   return std::nullopt;
 }
 
-void Input::Fail(std::size_t line, const std::string& problem) const {
-  throw Failure(m_name + ", line " + std::to_string(line) + ": " + problem);
+void Input::Begin() {
+  m_place = Here();
+  m_isInRow = true;
+}
+
+void Input::Fail(const std::string& problem) const {
+  throw Failure(m_name + ", line " + Here().Text() + ": " + problem);
 }
 
 std::unique_ptr<Input> MakeInput(std::istream& source, const std::string& name, char separator) {

@@ -17,7 +17,7 @@
 namespace vorndb {
 
 struct InputRow {
-  std::size_t line = 0;  // where it begins, from 1
+  Place place;  // where it begins, from 1
   std::vector<Assignment> values;
   std::set<std::string> texts = {};  // the columns with texts, even if they look like numbers
 };
@@ -37,16 +37,15 @@ class Input : private std::streambuf {
   // Those that are named so far, in the order in which they are met.
   const std::vector<std::string>& Columns() const { return m_columns; }
 
-  // A line ends in "\n", "\r\n" or "\r".
-  std::size_t Line() const { return m_line; }  // of the last character
-  std::size_t RowLine() const { return m_rowLine == 0 ? m_line : m_rowLine; }
-  // The first line that the next row can begin in.
-  virtual std::size_t NextLine() const = 0;
+  // The place of the row that is read, or that should begin. A line ends in "\n", "\r\n" or "\r".
+  Place Here() const { return m_isInRow ? m_place : m_place.NextIn(m_line); }
+  // The first place that the row after it can have.
+  virtual Place After() const = 0;
   // The number of bytes so far.
   std::size_t Taken() const { return m_taken; }
 
   // Throws Failure: "NAME, line 7: …".
-  [[noreturn]] void Fail(std::size_t line, const std::string& problem) const;
+  [[noreturn]] void Fail(const std::string& problem) const;
 
  protected:
   // Without values at the end. Throws std::runtime_error.
@@ -54,7 +53,10 @@ class Input : private std::streambuf {
   void RequireName(const std::string& column);
 
   std::istream m_stream{this};
-  std::size_t m_rowLine = 0;  // where the row begins, if it has
+  void Begin();
+
+  std::size_t m_line = 1;  // of the last character
+  bool m_isInRow = false;
 
  private:
   int_type underflow() override;
@@ -63,7 +65,7 @@ class Input : private std::streambuf {
   std::string m_name;
   char m_character = '\0';
   std::size_t m_taken = 0;
-  std::size_t m_line = 1;
+  Place m_place;
   std::set<std::string> m_names;  // that are plain
   std::vector<std::string> m_columns;
 };

@@ -120,6 +120,21 @@ ColumnOrder::ColumnOrder(const std::string& text) : column(text.substr(0, text.f
   descending = direction == ":desc";
 }
 
+Place::Place(const std::string& text) {
+  RefuseIf(!Matches(text, "^[0-9]{1,9}(:[0-9]{1,9})?$"), "'" + text + "' is not LINE or LINE:ROW");
+  const std::size_t colon = text.find(':');
+  line = std::stoul(text);
+  row = colon == std::string::npos ? 1 : std::stoul(text.substr(colon + 1));
+}
+
+std::string Place::Text() const {
+  return std::to_string(line) + (row == 1 ? "" : ':' + std::to_string(row));
+}
+
+bool operator<(const Place& left, const Place& right) {
+  return std::tie(left.line, left.row) < std::tie(right.line, right.row);
+}
+
 std::string Suggestion(const std::string& word, const std::vector<std::string>& names) {
   const std::size_t most = std::max<std::size_t>(1, word.size() / 3);
   std::pair<std::size_t, std::string> nearest(most + 1, "");

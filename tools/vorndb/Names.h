@@ -4,6 +4,7 @@
 #ifndef VORNDB_NAMES_H
 #define VORNDB_NAMES_H
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -66,6 +67,22 @@ struct ColumnOrder {
   std::string column;
   bool descending = false;
 };
+
+// LINE or LINE:ROW, where a row of a file begins.
+struct Place {
+  Place() = default;
+  Place(std::size_t aLine, std::size_t aRow) : line(aLine), row(aRow) {}
+  explicit Place(const std::string& text);
+
+  std::string Text() const;
+  // The place of another row, which begins in this line.
+  Place NextIn(std::size_t aLine) const { return {aLine, aLine == line ? row + 1 : 1}; }
+
+  std::size_t line = 0;
+  std::size_t row = 1;  // among those that begin in the line
+};
+
+bool operator<(const Place& left, const Place& right);
 
 // "; did you mean NAME?" with the name that is most similar, or nothing.
 std::string Suggestion(const std::string& word, const std::vector<std::string>& names);
