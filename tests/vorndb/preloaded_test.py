@@ -1,6 +1,7 @@
 """The tool with a library that is loaded before its own."""
 
 import os
+import signal
 
 import pytest
 
@@ -79,10 +80,10 @@ def test_a_query_that_breaks_off_may_be_complete_or_not(tool):
     assert not (tool.folder / "x.csv").exists()
 
 
-def import_with_syncs(tool, *options, status=0, **variables):
+def import_with_syncs(tool, *options, status=0, rows="1,x\n2,y\n3,z\n", **variables):
     """The lines of the log of a successful upsert, and of syncs, in their order."""
     tool.sql("CREATE TABLE t (a, b)")
-    (tool.folder / "rows.csv").write_text("a,b\n1,x\n2,y\n3,z\n")
+    (tool.folder / "rows.csv").write_text("a,b\n" + rows)
     tool.environment = environment(LD_PRELOAD=os.environ["SHOW_SYNC"], **variables)
     _, errors = tool.run("-v", "import", "t", "rows.csv", *options, status=status)
     wanted = ("sync", "Upsert SUCCESS[0]", "vorndb: ")
@@ -106,3 +107,16 @@ def test_every_row_has_its_syncs(tool):
 def test_a_sync_that_fails_at_the_end(tool):
     lines = import_with_syncs(tool, "--no-sync", status=FAILED, FAIL_SYNC="1")
     assert lines[-1] == "vorndb: cannot sync app.db"
+
+
+def test_a_sync_that_fails_after_another_failure(tool):
+    lines = import_with_syncs(tool, "--no-sync", status=FAILED, FAIL_SYNC="1", rows="1,x\n2\n")
+    assert lines[-1].startswith("vorndb: rows.csv, line 3: it has 1 fields")
+    assert lines[-1].endswith("; go on with --from-line 3; cannot sync app.db")
+
+
+def test_a_signal_in_a_write_is_heeded_after_it(tool):
+    lines = import_with_syncs(tool, status=-signal.SIGINT, INTERRUPT_SYNC="1", rows="1,x\n" * 99)
+    assert len([line for line in lines if "SUCCESS" in line]) == 1
+    assert lines[-1].endswith("rows before it that are written: 1; go on with --from-line 3")
+    assert tool.sql("SELECT count(*) FROM t") == "1\n"

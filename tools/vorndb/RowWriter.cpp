@@ -28,38 +28,40 @@ std::string RowWriter::Written(const std::string& next) const {
   return m_upsert.sql ? "" : "; rows before it that are written: " + std::to_string(m_count) + next;
 }
 
-// A failure of the sync is as bad as one of a row.
-void RowWriter::End() {
+std::string RowWriter::End() {
   m_progress.Wipe();
-  if (m_noSync) {
-    m_noSync->Sync();
+  try {
+    if (m_noSync) {
+      m_noSync->Sync();
+    }
+    return "";
+  } catch (const Failure& failure) {
+    return failure.what();
   }
 }
 
 void RowWriter::Interrupt() {
-  std::string problem = "interrupted" + Written(m_next);
-  try {
-    End();
-  } catch (const Failure& failure) {
-    problem += std::string("; ") + failure.what();
-  }
-  Tell(problem);
+  const std::string problem = End();
+  Tell("interrupted" + Written(m_next) + (problem.empty() ? "" : "; " + problem));
 }
 
+// A failure of the sync is as bad as one of a row.
 void RowWriter::Finish() {
   const auto lock = m_watch.Lock();
-  End();
+  const std::string problem = End();
+  FailIf(!problem.empty(), problem);
   if (!m_upsert.sql && !m_upsert.quiet) {
     std::cout << Counted(m_count, "row") << " written to " << m_upsert.table << '\n';
   }
 }
 
-void RowWriter::Fail(const std::string& problem, const std::string& next) {
+void RowWriter::Fail(const std::string& failure, const std::string& next) {
+  std::string problem;
   {
     const auto lock = m_watch.Lock();
-    End();
+    problem = End();
   }
-  throw Failure(problem + Written(next));
+  throw Failure(failure + Written(next) + (problem.empty() ? "" : "; " + problem));
 }
 
 }  // namespace vorndb

@@ -30,11 +30,12 @@ class RowWriter {
   void Finish();
 
   // Ends the writing with a failure, to which the number of rows and the way to go on are added.
-  [[noreturn]] void Fail(const std::string& problem, const std::string& next);
+  [[noreturn]] void Fail(const std::string& failure, const std::string& next);
 
  private:
   std::string Written(const std::string& next) const;
-  void End();
+  // Returns the problem, or nothing.
+  std::string End();
   void Interrupt();
 
   Arguments m_upsert;
