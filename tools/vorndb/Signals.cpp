@@ -1,8 +1,9 @@
 #include "Signals.h"
 
+#include <poll.h>
+#include <sys/signalfd.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <csignal>
 #include <thread>
 #include <utility>
@@ -10,18 +11,6 @@
 namespace vorndb {
 
 namespace {
-
-// Lives until the process ends, as the thread does.
-struct State {
-  std::mutex mutex;
-  std::function<void()> work;
-  std::atomic<bool> arrived{false};
-};
-
-State& TheState() {
-  static State& state = *new State;
-  return state;
-}
 
 sigset_t EndingSignals() {
   sigset_t signals{};
@@ -34,34 +23,47 @@ sigset_t EndingSignals() {
   return signals;
 }
 
-// They stay blocked, so that each waits for the thread.
-void AwaitSignal(const sigset_t& signals) {
-  int number = 0;
-  static_cast<void>(sigwait(&signals, &number));
-  TheState().arrived = true;
-  const std::lock_guard<std::mutex> lock(TheState().mutex);
-  if (TheState().work) {
-    TheState().work();
-  }
-  static_cast<void>(kill(getpid(), number));
-  static_cast<void>(pthread_sigmask(SIG_UNBLOCK, &signals, nullptr));
-}
+// Lives until the process ends, as its thread does. The signals are blocked and stay pending, so
+// that they are seen from their arrival on.
+struct State {
+  std::mutex mutex;
+  std::function<void()> work;
+  const sigset_t signals = EndingSignals();
 
-void StartThread() {
-  static const bool started = [] {
-    const sigset_t signals = EndingSignals();
+  State() {
     static_cast<void>(pthread_sigmask(SIG_BLOCK, &signals, nullptr));
-    std::thread(AwaitSignal, signals).detach();
-    return true;
-  }();
-  static_cast<void>(started);
+    std::thread([this] { AwaitSignal(); }).detach();
+  }
+
+  bool HasSignal() const {
+    sigset_t arrived{};
+    static_cast<void>(sigpending(&arrived));
+    return sigandset(&arrived, &arrived, &signals) == 0 && sigisemptyset(&arrived) == 0;
+  }
+
+  void AwaitSignal() {
+    pollfd arrival{signalfd(-1, &signals, SFD_CLOEXEC), POLLIN, 0};
+    while (poll(&arrival, 1, -1) != 1) {
+    }
+    const std::lock_guard<std::mutex> lock(mutex);
+    if (work) {
+      work();
+    }
+    // Ends the process.
+    static_cast<void>(pthread_sigmask(SIG_UNBLOCK, &signals, nullptr));
+  }
+};
+
+State& TheState() {
+  static State& state = *new State;
+  return state;
 }
 
 }  // namespace
 
 SignalWatch::SignalWatch(std::function<void()> work) {
+  const std::lock_guard<std::mutex> lock(TheState().mutex);
   TheState().work = std::move(work);
-  StartThread();
 }
 
 SignalWatch::~SignalWatch() {
@@ -70,10 +72,14 @@ SignalWatch::~SignalWatch() {
 }
 
 std::unique_lock<std::mutex> SignalWatch::Lock() {
-  while (TheState().arrived) {
-    static_cast<void>(pause());
+  std::unique_lock<std::mutex> lock(TheState().mutex);
+  if (TheState().HasSignal()) {
+    lock.unlock();
+    for (;;) {
+      static_cast<void>(pause());
+    }
   }
-  return std::unique_lock<std::mutex>(TheState().mutex);
+  return lock;
 }
 
 }  // namespace vorndb
