@@ -31,7 +31,7 @@ class CsvInput : public Input {
 
   ~CsvInput() override { csv_free(&m_parser); }
 
-  Place After() const override { return {m_line + 1, 1}; }
+  Place After() const override { return {Line() + 1, 1}; }
 
  private:
   InputRow Read() override {

@@ -51,11 +51,11 @@ class Input : private std::streambuf {
   // Without values at the end. Throws std::runtime_error.
   virtual InputRow Read() = 0;
   void RequireName(const std::string& column);
+  // A row begins with the last character.
+  void Begin();
+  std::size_t Line() const { return m_line; }  // of the last character
 
   std::istream m_stream{this};
-  void Begin();
-
-  std::size_t m_line = 1;  // of the last character
   bool m_isInRow = false;
 
  private:
@@ -65,6 +65,7 @@ class Input : private std::streambuf {
   std::string m_name;
   char m_character = '\0';
   std::size_t m_taken = 0;
+  std::size_t m_line = 1;
   Place m_place;
   std::set<std::string> m_names;  // that are plain
   std::vector<std::string> m_columns;

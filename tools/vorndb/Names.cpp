@@ -123,7 +123,7 @@ ColumnOrder::ColumnOrder(const std::string& text) : column(text.substr(0, text.f
 Place::Place(const std::string& text) {
   RefuseIf(!Matches(text, "^[0-9]{1,9}(:[0-9]{1,9})?$"), "'" + text + "' is not LINE or LINE:ROW");
   const std::size_t colon = text.find(':');
-  line = std::stoul(text);
+  line = std::stoul(text.substr(0, colon));
   row = colon == std::string::npos ? 1 : std::stoul(text.substr(colon + 1));
 }
 
