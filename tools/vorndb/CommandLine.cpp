@@ -449,7 +449,8 @@ class CommandLine {
         ->needs(create);
     Add("--types", "COLUMN:TYPE", m_arguments.columns, "Types that are not guessed from the values")
         ->needs(create);
-    Add("--from-line", "LINE[:ROW]", m_arguments.fromLine, "Only rows from this line of the file on");
+    Add("--from-line", "LINE[:ROW]", m_arguments.fromLine,
+        "Only rows from this line of the file on");
     AddNoSync();
 
     AddOnTable("export", Export, "Write rows of a table into a file",

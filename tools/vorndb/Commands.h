@@ -38,10 +38,10 @@ struct Arguments {
   Choice choice;
   std::string format;  // empty if not given
   std::string separator;
-  bool create = false;       // the table, before an import
-  bool noSync = false;       // until the last row
-  Place fromLine;  // of an import
-  std::string path;          // a file beside the database; "-" is standard input
+  bool create = false;  // the table, before an import
+  bool noSync = false;  // until the last row
+  Place fromLine;       // of an import
+  std::string path;     // a file beside the database; "-" is standard input
 
   std::string since;  // a time in a log
   bool failures = false;
