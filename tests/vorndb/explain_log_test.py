@@ -217,6 +217,12 @@ def test_threads_are_told_apart_however_their_lines_mix(tool):
     assert sorted(mixed) == sorted(operations(explain(tool, b"".join(apart))))
 
 
+def test_a_code_that_is_too_large_is_damaged(tool):
+    log = f"{log_of('file')}E VORN 1 1 Database.cpp: Upsert(9) > Upsert FAILED[99999999999]: no\n"
+    (operation,) = json.loads(explain(tool, log.encode(), "--format=json"))["operations"]
+    assert (operation["code"], operation["text"]) == (None, "")
+
+
 def test_a_log_of_the_tool_itself(contacts):
     log = contacts.start("-v", "-f", "app.db", "select", "contact").stderr
     assert "Select on " in explain(contacts, log)

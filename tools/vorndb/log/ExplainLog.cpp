@@ -1,11 +1,7 @@
-#include <poll.h>
-#include <sqlite3.h>
-#include <sys/inotify.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cmath>
+#include <chrono>
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
@@ -13,9 +9,12 @@
 #include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <string>
+#include <thread>
 #include <tuple>
 #include <utility>
+#include <vector>
 
 #include "Commands.h"
 #include "Errors.h"
@@ -72,26 +71,21 @@ std::string CodeOf(const Operation& operation) {
 
 // SQLite's name for it, if docs/log.md explains the code.
 std::string CodeNameOf(const Operation& operation) {
-// NOLINTNEXTLINE(cppcoreguidelines-macro-usage): a function has no name of its argument
-#define VORNDB_CODE(name) \
-  { std::to_string(name), #name }
   static const std::map<std::string, std::string> names = {
-      VORNDB_CODE(SQLITE_ERROR),   VORNDB_CODE(SQLITE_BUSY),       VORNDB_CODE(SQLITE_LOCKED),
-      VORNDB_CODE(SQLITE_NOMEM),   VORNDB_CODE(SQLITE_READONLY),   VORNDB_CODE(SQLITE_IOERR),
-      VORNDB_CODE(SQLITE_CORRUPT), VORNDB_CODE(SQLITE_FULL),       VORNDB_CODE(SQLITE_CANTOPEN),
-      VORNDB_CODE(SQLITE_TOOBIG),  VORNDB_CODE(SQLITE_CONSTRAINT), VORNDB_CODE(SQLITE_MISMATCH),
-      VORNDB_CODE(SQLITE_NOTADB),
+      {"1", "SQLITE_ERROR"},    {"5", "SQLITE_BUSY"},        {"6", "SQLITE_LOCKED"},
+      {"7", "SQLITE_NOMEM"},    {"8", "SQLITE_READONLY"},    {"10", "SQLITE_IOERR"},
+      {"11", "SQLITE_CORRUPT"}, {"13", "SQLITE_FULL"},       {"14", "SQLITE_CANTOPEN"},
+      {"18", "SQLITE_TOOBIG"},  {"19", "SQLITE_CONSTRAINT"}, {"20", "SQLITE_MISMATCH"},
+      {"26", "SQLITE_NOTADB"},
   };
-#undef VORNDB_CODE
   const auto found = names.find(operation.code);
   return found == names.end() ? "" : found->second;
 }
 
 // A line about that many, unless there is none.
-void WriteCount(const char* before, std::size_t count, const char* noun, const char* after,
-                std::ostream& output) {
+void WriteCount(const char* before, std::size_t count, const char* noun, const char* after) {
   if (count > 0) {
-    output << before << Counted(count, noun) << after << '\n';
+    std::cout << before << Counted(count, noun) << after << '\n';
   }
 }
 
@@ -136,50 +130,48 @@ std::string OriginOf(const LogPrefix& prefix) {
   return origin.empty() ? "" : " [" + Printable(origin) + ']';
 }
 
-void WriteWaits(const Operation& operation, std::ostream& output) {
+void WriteWaits(const Operation& operation) {
   if (operation.waits > 0) {
-    output << "   waited " << WaitOf(operation, " for the busy file") << '\n';
+    std::cout << "   waited " << WaitOf(operation, " for the busy file") << '\n';
   }
   WriteCount("   met the busy file: ", operation.busyUnreadable, "unreadable line",
-             " of a wait or of the limit", output);
+             " of a wait or of the limit");
 }
 
-void WriteRows(const Operation& operation, std::ostream& output) {
+void WriteRows(const Operation& operation) {
   const char* const doubt = operation.members == Members{"CheckExistTable"}
                                 ? "; the answer may be wrong\n"
                                 : "; the cursor may lack rows\n";
   for (const std::string& text : operation.stepFailures) {
-    output << "   fetching rows failed" << Appended(text) << doubt;
+    std::cout << "   fetching rows failed" << Appended(text) << doubt;
   }
   if (operation.stepLimits > 0) {
-    output << "   the limit was met while fetching rows" << doubt;
+    std::cout << "   the limit was met while fetching rows" << doubt;
   }
   WriteCount("   ", operation.blobs, "cell",
              operation.blobs == 1 ? " is a blob and empty in the cursor"
-                                  : " are blobs and empty in the cursor",
-             output);
+                                  : " are blobs and empty in the cursor");
   WriteCount("   fetching rows: ", operation.stepUnreadable, "unreadable line",
-             " of a failure or a blob", output);
+             " of a failure or a blob");
 }
 
-void WriteReadFailures(const std::map<std::string, int>& failures, const char* indent,
-                       std::ostream& output) {
+void WriteReadFailures(const std::map<std::string, int>& failures, const char* indent) {
   for (const auto& [failure, count] : failures) {
-    output << indent << ", reading a cursor: " << Printable(failure)
-           << (count > 1 ? " (" + Times(count) + ')' : "") << '\n';
+    std::cout << indent << ", reading a cursor: " << Printable(failure)
+              << (count > 1 ? " (" + Times(count) + ')' : "") << '\n';
   }
 }
 
-void WriteOperation(const Operation& operation, Outcome outcome, std::ostream& output) {
-  output << operation.number << ". " << KindOf(operation) << " on " << FileOf(operation)
-         << OriginOf(operation.prefix) << ": " << TextOf(outcome).label;
+void WriteOperation(const Operation& operation, Outcome outcome) {
+  std::cout << operation.number << ". " << KindOf(operation) << " on " << FileOf(operation)
+            << OriginOf(operation.prefix) << ": " << TextOf(outcome).label;
   if (HasCode(outcome)) {
-    output << ", " << CodeOf(operation) << Appended(operation.text);
+    std::cout << ", " << CodeOf(operation) << Appended(operation.text);
   }
-  output << '\n' << (operation.begun ? "" : "   its beginning is not in the log\n");
-  WriteWaits(operation, output);
-  WriteRows(operation, output);
-  WriteReadFailures(operation.readFailures, "   then", output);
+  std::cout << '\n' << (operation.begun ? "" : "   its beginning is not in the log\n");
+  WriteWaits(operation);
+  WriteRows(operation);
+  WriteReadFailures(operation.readFailures, "   then");
 }
 
 SortedJson JsonOf(const Operation& operation, Outcome outcome) {
@@ -206,82 +198,98 @@ std::string Dump(const SortedJson& json) {
   return json.dump(-1, ' ', false, SortedJson::error_handler_t::replace);
 }
 
-// Adds the operation to the summary. Its waits are listed if the history keeps it.
-void CountOperation(const Operation& operation, Outcome outcome, bool isKept, SortedJson& summary) {
-  const auto increase = [](SortedJson& count) {
-    count = count.is_null() ? 1 : count.get<int>() + 1;
-  };
-  increase(summary["operations"][KindOf(operation)][TextOf(outcome).label]);
+// The waits of all operations for a file.
+struct FileWaits {
+  int waits = 0;                     // of 100 ms each
+  std::vector<std::size_t> numbers;  // of the operations
+  std::string list;
+};
+
+void to_json(SortedJson& json, const FileWaits& file) {
+  json = {{"seconds", file.waits / 10.0},
+          {"operations", file.numbers.size()},
+          {"numbers", file.numbers}};
+}
+
+struct Summary {
+  std::set<Outcome> outcomes;
+  std::map<std::string, std::map<std::string, int>> kinds;  // by their labels
+  std::map<std::string, int> codes;
+  std::map<std::string, FileWaits> files;
+};
+
+void CountOperation(const Operation& operation, Outcome outcome, Summary& summary) {
+  summary.outcomes.insert(outcome);
+  ++summary.kinds[KindOf(operation)][TextOf(outcome).label];
   if (HasCode(outcome)) {
     const std::string name = CodeNameOf(operation);
-    increase(summary["codes"][CodeOf(operation) + (name.empty() ? "" : ' ' + name)]);
+    ++summary.codes[CodeOf(operation) + (name.empty() ? "" : ' ' + name)];
   }
   if (operation.waits > 0) {
-    SortedJson& waits =
-        *summary["waits"].emplace(FileOf(operation), SortedJson{{"seconds", 0.0}}).first;
-    waits["seconds"] = std::round(waits["seconds"].get<double>() * 10 + operation.waits) / 10;
-    increase(waits["operations"]);
-    if (isKept) {
-      waits["numbers"].push_back(operation.number);
-    }
-  }
-}
-
-void WriteFileWaits(const LogHistory& history, const SortedJson& waits, std::ostream& output) {
-  output << Seconds(static_cast<int>(std::lround(waits["seconds"].get<double>() * 10))) << " in "
-         << Counted(waits["operations"], "operation") << '\n';
-  for (const std::size_t number : waits.value("numbers", std::vector<std::size_t>())) {
-    const Operation& operation = history.operations[number - 1];
+    FileWaits& file = summary.files[FileOf(operation)];
+    file.waits += operation.waits;
+    file.numbers.push_back(operation.number);
     LogPrefix origin = operation.prefix;
     origin.thread = origin.thread == origin.process ? "" : origin.thread;
-    output << "    " << number << ". " << KindOf(operation) << OriginOf(origin) << ": "
-           << WaitOf(operation, "") << '\n';
+    file.list += "    " + std::to_string(operation.number) + ". " + KindOf(operation) +
+                 OriginOf(origin) + ": " + WaitOf(operation, "") + '\n';
   }
 }
 
-void WriteSummary(const LogHistory& history, const SortedJson& summary, std::ostream& output) {
-  output << "Summary\n  " << Counted(history.own, "line") << " of the library, " << history.foreign
-         << " of others\n";
-  WriteCount("  unreadable, since protected or damaged: ", history.unreadable, "line", "", output);
-  WriteCount("  continuing the text of the line before: ", history.continued, "line", "", output);
-  for (const auto& [kind, outcomes] : summary["operations"].items()) {
-    output << "  " << kind;
+void WriteSummary(const LogHistory& history, const Summary& summary) {
+  std::cout << "Summary\n  " << Counted(history.own, "line") << " of the library, "
+            << history.foreign << " of others\n";
+  WriteCount("  unreadable, since protected or damaged: ", history.unreadable, "line", "");
+  WriteCount("  continuing the text of the line before: ", history.continued, "line", "");
+  for (const auto& [kind, counts] : summary.kinds) {
     const char* separator = ": ";
-    for (const auto& [label, note] : kOutcomeTexts) {
-      if (outcomes.contains(label)) {
-        output << separator << outcomes[label] << ' ' << label;
-        separator = ", ";
+    std::cout << "  " << kind;
+    for (const Outcome outcome : summary.outcomes) {
+      if (const auto found = counts.find(TextOf(outcome).label); found != counts.end()) {
+        std::cout << std::exchange(separator, ", ") << found->second << ' ' << found->first;
       }
     }
-    output << '\n';
+    std::cout << '\n';
   }
-  for (const auto& [code, count] : summary["codes"].items()) {
-    output << "  failed with " << code << ": " << Times(count) << '\n';
+  for (const auto& [code, count] : summary.codes) {
+    std::cout << "  failed with " << code << ": " << Times(count) << '\n';
   }
-  for (const auto& [file, waits] : summary["waits"].items()) {
-    output << "  waited for " << file << ": ";
-    WriteFileWaits(history, waits, output);
+  for (const auto& [name, file] : summary.files) {
+    std::cout << "  waited for " << name << ": " << Seconds(file.waits) << " in "
+              << Counted(file.numbers.size(), "operation") << '\n'
+              << file.list;
   }
-  WriteReadFailures(history.earlyReadFailures, "  before the first operation of a thread", output);
+  WriteReadFailures(history.earlyReadFailures, "  before the first operation of a thread");
   if (history.unnamedLocks > 0) {
-    output << "  locks that could not be named: " << history.unnamedLocks << '\n';
+    std::cout << "  locks that could not be named: " << history.unnamedLocks << '\n';
   }
 }
 
-SortedJson NotesOn(const LogHistory& history, const SortedJson& summary) {
-  SortedJson notes = SortedJson::array();
-  for (const auto& [label, note] : kOutcomeTexts) {
-    const auto has = [text = label](const SortedJson& outcomes) { return outcomes.contains(text); };
-    const SortedJson& kinds = summary["operations"];
-    if (note != nullptr && std::any_of(kinds.begin(), kinds.end(), has)) {
+SortedJson JsonOf(const LogHistory& history, const Summary& summary) {
+  return {{"operations", summary.kinds},
+          {"codes", summary.codes},
+          {"waits", summary.files},
+          {"lines", history.own},
+          {"otherLines", history.foreign},
+          {"unreadableLines", history.unreadable},
+          {"continuedLines", history.continued},
+          {"unnamedLocks", history.unnamedLocks},
+          {"earlyReadFailures", history.earlyReadFailures}};
+}
+
+std::vector<std::string> NotesOn(const LogHistory& history, const Summary& summary) {
+  std::vector<std::string> notes;
+  for (const Outcome outcome : summary.outcomes) {
+    if (const auto& [label, note] = TextOf(outcome); note != nullptr) {
       notes.push_back(std::string(label) + ": " + note + '.');
     }
   }
   if (history.unreadable > 0) {
-    notes.push_back("unreadable: only call site and priority show the meaning of such lines.");
+    notes.emplace_back("unreadable: only call site and priority show the meaning of such lines.");
   }
   if (history.lacksThreads) {
-    notes.push_back("The log names no threads: operations of a process that overlap are mixed up.");
+    notes.emplace_back(
+        "The log names no threads: operations of a process that overlap are mixed up.");
   }
   return notes;
 }
@@ -292,11 +300,10 @@ bool HasFailure(const Operation& operation, Outcome outcome) {
          !operation.readFailures.empty();
 }
 
-// On standard output.
 class Report {
  public:
-  explicit Report(const Arguments& arguments)
-      : m_arguments(arguments), m_isJson(arguments.format == "json") {
+  Report(const Arguments& arguments, const LogHistory& history)
+      : m_arguments(arguments), m_history(history), m_isJson(arguments.format == "json") {
     if (m_isJson) {
       m_next = arguments.follow ? "" : "{\"operations\": [\n";
     } else if (!arguments.summary) {
@@ -305,44 +312,32 @@ class Report {
   }
 
   // Again with later failures to read its cursor.
-  void Add(const LogHistory& history, Operation& operation) {
-    const Outcome outcome = OutcomeOf(history, operation);
-    bool isShown = !operation.readFailures.empty();
-    if (operation.number == 0) {
-      operation.number = ++m_count;
-      CountOperation(operation, outcome, !m_arguments.follow, m_summary);
-      isShown = !m_arguments.failures || HasFailure(operation, outcome);
+  void Add(Operation& operation) {
+    if (!m_arguments.follow) {
+      m_operations[operation.position] = operation;
+      return;
     }
-    if (isShown && !m_arguments.summary) {
-      Write(operation, outcome);
-    }
-    if (m_arguments.follow) {
-      operation.readFailures.clear();
-      FailIf(!std::cout.flush(), "cannot write to standard output");
-    }
+    List(operation);
+    operation.readFailures.clear();
+    FailIf(!std::cout.flush(), "cannot write to standard output");
   }
 
-  void End(LogHistory& history) {
-    for (Operation& operation : history.operations) {
-      Add(history, operation);
+  void End() {
+    for (auto& [position, operation] : m_operations) {
+      List(operation);
     }
     std::cout << (m_next == kSeparator ? "" : m_next);
-    const SortedJson notes = NotesOn(history, m_summary);
+    const std::vector<std::string> notes = NotesOn(m_history, m_summary);
     if (m_isJson) {
-      m_summary.update({{"lines", history.own},
-                        {"otherLines", history.foreign},
-                        {"unreadableLines", history.unreadable},
-                        {"continuedLines", history.continued},
-                        {"unnamedLocks", history.unnamedLocks},
-                        {"earlyReadFailures", history.earlyReadFailures}});
-      std::cout << (m_arguments.follow ? "{" : "\n],\n") << "\"summary\": " << Dump(m_summary)
+      std::cout << (m_arguments.follow ? "{" : "\n],\n")
+                << "\"summary\": " << Dump(JsonOf(m_history, m_summary))
                 << ", \"notes\": " << Dump(notes) << "}\n";
       return;
     }
     std::cout << (m_arguments.summary ? "" : "\n");
-    WriteSummary(history, m_summary, std::cout);
+    WriteSummary(m_history, m_summary);
     std::cout << (notes.empty() ? "" : "\nNotes\n");
-    for (const std::string note : notes) {
+    for (const std::string& note : notes) {
       std::cout << "  " << note << '\n';
     }
   }
@@ -350,23 +345,36 @@ class Report {
  private:
   static constexpr char kSeparator[] = ",\n";
 
+  void List(Operation& operation) {
+    const Outcome outcome = OutcomeOf(m_history, operation);
+    bool isShown = !operation.readFailures.empty();
+    if (operation.number == 0) {
+      operation.number = ++m_count;
+      CountOperation(operation, outcome, m_summary);
+      isShown = !m_arguments.failures || HasFailure(operation, outcome);
+    }
+    if (isShown && !m_arguments.summary) {
+      Write(operation, outcome);
+    }
+  }
+
   void Write(const Operation& operation, Outcome outcome) {
     const bool isList = m_isJson && !m_arguments.follow;
     std::cout << std::exchange(m_next, isList ? kSeparator : "");
     if (m_isJson) {
       std::cout << Dump(JsonOf(operation, outcome)) << (isList ? "" : "\n");
     } else {
-      WriteOperation(operation, outcome, std::cout);
+      WriteOperation(operation, outcome);
     }
   }
 
   const Arguments& m_arguments;
+  const LogHistory& m_history;
   const bool m_isJson;
-  std::string m_next;  // before the next operation
-  unsigned m_count = 0;
-  SortedJson m_summary{{"operations", SortedJson::object()},
-                       {"codes", SortedJson::object()},
-                       {"waits", SortedJson::object()}};
+  std::string m_next;                             // before the next operation
+  std::map<std::size_t, Operation> m_operations;  // by position; none with --follow
+  std::size_t m_count = 0;
+  Summary m_summary;
 };
 
 // A file that may still grow: at its end more is awaited, also if it is emptied or another one
@@ -379,7 +387,12 @@ class GrowingFile : public std::filebuf {
   int_type underflow() override {
     int_type next = std::filebuf::underflow();
     for (; next == traits_type::eof(); next = std::filebuf::underflow()) {
-      AwaitMore();
+      std::this_thread::sleep_for(std::chrono::milliseconds(200));
+      struct stat named {};
+      if (stat(m_path.c_str(), &named) == 0 &&
+          (named.st_ino != m_opened.st_ino || named.st_size < seekoff(0, std::ios::cur))) {
+        Open();
+      }
     }
     return next;
   }
@@ -389,26 +402,9 @@ class GrowingFile : public std::filebuf {
     close();
     static_cast<void>(stat(m_path.c_str(), &m_opened));
     open(m_path, std::ios::in);
-    static_cast<void>(inotify_add_watch(m_events, m_path.c_str(), IN_MODIFY));
-  }
-
-  void AwaitMore() {
-    struct stat named {};
-    if (stat(m_path.c_str(), &named) == 0 &&
-        (named.st_ino != m_opened.st_ino || named.st_size < seekoff(0, std::ios::cur))) {
-      return Open();
-    }
-    // Another file of the name is no event.
-    constexpr int kLongest = 1000;
-    pollfd events{m_events, POLLIN, 0};
-    char ignored[4096];
-    if (poll(&events, 1, kLongest) > 0) {
-      static_cast<void>(read(m_events, ignored, sizeof ignored) == 0);
-    }
   }
 
   const std::string m_path;
-  const int m_events = inotify_init1(IN_CLOEXEC);  // until the process ends
   struct stat m_opened {};
 };
 
@@ -432,13 +428,11 @@ void Explain(const Arguments& arguments) {
     opened = growing.get();
   }
   std::istream log(opened);
-  Report report(arguments);
-  const Listener listener = [&report](LogHistory& history, Operation& operation) {
-    report.Add(history, operation);
-  };
-  LogHistory history = ReadHistory(log, since, arguments.follow ? listener : Listener());
+  LogHistory history;
+  Report report(arguments, history);
+  ReadHistory(log, since, history, [&report](Operation& operation) { report.Add(operation); });
   if (history.own > 0) {
-    report.End(history);
+    report.End();
   }
   FailIf(log.bad(), "cannot read " + name);
   FailIf(history.own == 0,

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <memory>
+#include <deque>
 #include <string_view>
 #include <utility>
 
@@ -19,9 +19,8 @@ constexpr std::string_view kCursor = "Cursor.cpp";
 constexpr char kOpenMember[] = "OpenDB";
 constexpr char kExistMember[] = "CheckExistTable";
 
-bool IsOpenMember(const LogLine& line) {
-  return line.file == kDatabase && line.function == kOpenMember;
-}
+// The steps of an operation. A record of one that is not later begins the next operation.
+enum class Step { kEntry, kOpenEntry, kOpening, kInside };
 
 bool IsOperation(const LogLine& line) {
   return line.file == kDatabase && line.function != "Database" && line.function != "~Database";
@@ -39,43 +38,41 @@ std::string TakerOf(const LogLine& getter) {
   return name + (name == "Join" ? "Select" : ofTable ? "Table" : "");
 }
 
-// The members that can call a function of the parser.
-Members CallersOf(const LogLine& line) {
-  Members members;
-  for (const std::string& member : Queries()) {
-    const bool calls = (member == kExistMember) == (line.function == "ParseExistTable");
-    if (calls || line.function == "IsRetryLimit") {
-      members.push_back(member);
-    }
+// The members that can write a record.
+Members WritersOf(const LogLine& line) {
+  if (line.function == "IsRetryLimit" || line.function == kOpenMember) {
+    return line.file == kParser ? Queries() : Members();
   }
-  return members;
+  if (line.function == "ParseDatabase") {
+    return {"Select", "JoinSelect"};
+  }
+  return {line.function == "ParseExistTable" ? kExistMember : line.function};
 }
 
-// Leaves the members that are possible; false, changing nothing, where there are none.
-bool Narrow(Members& members, const Members& possible) {
+// The members that are possible by both; nothing where there are none.
+std::optional<Members> Common(const Members& some, const Members& others) {
+  if (some.empty() || others.empty()) {
+    return some.empty() ? others : some;
+  }
   Members common;
-  for (const std::string& member : possible) {
-    if (members.empty() || std::count(members.begin(), members.end(), member) != 0) {
+  for (const std::string& member : some) {
+    if (std::count(others.begin(), others.end(), member) != 0) {
       common.push_back(member);
     }
   }
-  members = common.empty() ? members : common;
-  return !common.empty() || possible.empty();
+  return common.empty() ? std::nullopt : std::make_optional(common);
 }
 
 // Directory and name are logged with a space between them. With a single space the path is
 // clear, and joined as the library does.
 std::string PathOf(const std::string& logged) {
-  const std::size_t space = logged.find(' ');
-  if (space == std::string::npos || logged.find(' ', space + 1) != std::string::npos ||
-      logged == " ") {
+  if (std::count(logged.begin(), logged.end(), ' ') != 1 || logged == " ") {
     return '"' + Printable(logged) + '"';
   }
-  std::string path = logged.substr(0, space);
-  if (!path.empty() && path.back() != '/') {
-    path += '/';
-  }
-  return Printable(path + logged.substr(space + 1));
+  const std::size_t space = logged.find(' ');
+  const std::string directory = logged.substr(0, space);
+  const bool needsSlash = !directory.empty() && directory.back() != '/';
+  return Printable(directory + (needsSlash ? "/" : "") + logged.substr(space + 1));
 }
 
 // The operations of one thread, in which they never overlap. Without the names of threads
@@ -84,7 +81,7 @@ class LogThread {
  public:
   LogThread(LogHistory& history, const Listener& listener)
       : m_history(history), m_listener(listener) {
-    m_none.end = Outcome::kSucceeded;
+    m_last.leftBehind = true;
   }
 
   void Add(const LogLine& line) {
@@ -92,25 +89,24 @@ class LogThread {
       case LogEvent::kEntered:
         return Enter(line);
       case LogEvent::kOpening:
-        return Opening(line);
+        Take(line, Step::kOpening).file = PathOf(line.text);
+        return;
       case LogEvent::kOpenFailed:
-        return Close(Continue(line), line, Outcome::kNotOpened);
       case LogEvent::kSelectNotOpened:
-        return SelectNotOpened(line);
+        return End(line, Outcome::kNotOpened);
       case LogEvent::kSucceeded:
         return End(line, Outcome::kSucceeded);
       case LogEvent::kFailed:
         return End(line, Outcome::kFailed);
       case LogEvent::kBusy:
-        return Busy(line);
       case LogEvent::kBusyLimit:
-        return Limit(line);
+        return Wait(line);
       case LogEvent::kStepFailed:
       case LogEvent::kExistStepFailed:
-        Continue(line).stepFailures.push_back(line.text);
+        Take(line).stepFailures.push_back(line.text);
         return;
       case LogEvent::kUnknownType:
-        ++Continue(line).blobs;
+        ++Take(line).blobs;
         return;
       case LogEvent::kReadFailed:
         return ReadFailed(line);
@@ -127,31 +123,58 @@ class LogThread {
   }
 
   void Report() {
-    if (m_listener && m_last != nullptr) {
-      m_listener(m_history, *m_last);
+    if (m_last.position > 0) {
+      m_listener(m_last);
     }
   }
 
  private:
-  Operation& Begin(const LogLine& line, const Members& members, bool begun) {
+  // The possible members of the last operation if the record is one of its own.
+  std::optional<Members> MembersWith(const LogLine& line, Step step) const {
+    // A select that could not open its file has a second record of that.
+    const bool again =
+        line.event == LogEvent::kSelectNotOpened && m_last.end == Outcome::kNotOpened;
+    if ((m_last.leftBehind && !again) || (step <= m_step && step != Step::kInside)) {
+      return std::nullopt;
+    }
+    // The application may fetch rows itself from a file that it has opened itself.
+    const bool own = m_last.members == Members{kOpenMember} && line.file == kParser;
+    return Common(m_last.members, own ? Members() : WritersOf(line));
+  }
+
+  // The operation of the record: the running one, or a new one.
+  Operation& Take(const LogLine& line, Step step = Step::kInside) {
+    if (const std::optional<Members> members = MembersWith(line, step)) {
+      m_last.members = *members;
+      m_step = step == Step::kInside ? m_step : step;
+    } else {
+      Begin(line, step);
+    }
+    if (line.file == kDatabase) {
+      m_numbers.insert(line.number);
+    }
+    m_last.stepped = m_last.stepped || line.file == kParser;
+    return m_last;
+  }
+
+  // A thread's first records may lack the member that opens the file.
+  void Begin(const LogLine& line, Step step) {
     Leave();
+    const bool opens = step == Step::kOpenEntry;
+    m_last = Operation();
+    m_last.position = ++m_history.operations;
+    m_last.prefix = line.prefix;
+    m_last.members = opens && !m_isNew ? Members{kOpenMember} : WritersOf(line);
+    m_last.begun = step != Step::kInside && !(opens && m_isNew);
     m_isNew = false;
-    m_kept = m_listener ? std::make_unique<Operation>() : nullptr;
-    m_current = m_last = m_listener ? m_kept.get() : &m_history.operations.emplace_back();
-    m_current->prefix = line.prefix;
-    m_current->members = members;
-    m_current->begun = begun;
-    m_entry = line.number;
-    m_busyLines = 0;
-    m_opens.clear();
-    m_isOpened = !begun;
-    return *m_current;
+    m_step = step;
+    m_numbers.clear();
+    m_waits.clear();
   }
 
   void Leave() {
-    m_current->leftBehind = true;
+    m_last.leftBehind = true;
     Report();
-    m_current = &m_none;
   }
 
   // For a line outside of operations. Without names it may be another thread's.
@@ -162,176 +185,90 @@ class LogThread {
     }
   }
 
-  // The running operation, if it may be one of the members.
-  Operation& Continue(const LogLine& line, const Members& members) {
-    const bool fits = !m_current->end && Narrow(m_current->members, members);
-    return fits ? *m_current : Begin(line, members, false);
-  }
-
-  // The operation that a line inside of one belongs to.
-  Operation& Continue(const LogLine& line) {
-    if (line.file != kParser) {
-      return Continue(line, {});
+  void End(const LogLine& line, Outcome end) {
+    Operation& operation = Take(line);
+    if (!operation.end) {
+      operation.end = end;
+      operation.code = line.code;
+      operation.text = line.text;
     }
-    // The application may fetch rows itself from a file that it has opened itself.
-    const bool own = !m_current->end && m_current->members == Members{kOpenMember};
-    Operation& query = Continue(line, own ? Members() : CallersOf(line));
-    query.stepped = true;
-    return query;
-  }
-
-  void Close(Operation& operation, const LogLine& line, Outcome end) {
-    operation.end = end;
-    operation.code = line.code;
-    operation.text = line.text;
-    Report();
+    Leave();
   }
 
   void Enter(const LogLine& line) {
-    if (IsOpenMember(line)) {
-      EnterOpen(line);
-    } else if (IsOperation(line)) {
-      Begin(line, {line.function}, true);
+    if (IsOperation(line)) {
+      Take(line, line.function == kOpenMember ? Step::kOpenEntry : Step::kEntry);
     } else if (!IsGetter(line)) {
       LeaveIfNamed(line);
-    } else if (!m_current->end && m_current->members.empty()) {
+    } else if (!m_last.leftBehind && m_last.members.empty()) {
       // Entries are in the log, but not that of the member.
-      m_current->members = {TakerOf(line)};
-      m_current->begun = false;
+      m_last.members = {TakerOf(line)};
+      m_last.begun = false;
     }
   }
 
-  // On behalf of the running operation, unless that has come here before. The first records of a
-  // thread may lack the member.
-  void EnterOpen(const LogLine& line) {
-    if (m_isNew) {
-      Begin(line, {}, false);
-      m_isOpened = false;
-    } else if (m_current->end || m_isOpened || !m_opens.empty()) {
-      Begin(line, {kOpenMember}, true);
-    }
-    m_opens.insert(line.number);
-  }
-
-  void Opening(const LogLine& line) {
-    if (m_current->end || m_isOpened) {
-      Begin(line, {}, true);
-    }
-    m_opens.insert(line.number);
-    m_isOpened = true;
-    m_current->file = PathOf(line.text);
-  }
-
-  // Follows the record of the open itself.
-  void SelectNotOpened(const LogLine& line) {
-    if (m_current->end != Outcome::kNotOpened || !Narrow(m_current->members, {line.function})) {
-      Close(Begin(line, {line.function}, false), line, Outcome::kNotOpened);
-    }
-    Leave();
-  }
-
-  void End(const LogLine& line, Outcome end) {
-    Close(Continue(line, {line.function}), line, end);
-    Leave();
-  }
-
-  void Busy(const LogLine& line) {
-    Operation& operation = Continue(line);
-    if (line.code == "1" || m_busyFile != line.file) {
-      m_busyLines = 0;
-    }
-    m_busyFile = line.file;
-    ++m_busyLines;
-    ++operation.waits;
-  }
-
-  // Follows fifteen waits, also where their lines are missing.
-  void Limit(const LogLine& line) {
+  // The limit follows fifteen waits, also where their lines are missing.
+  void Wait(const LogLine& line) {
     constexpr int kWaitsOfLimit = 15;
-    Operation& operation = Continue(line);
-    const int seen = m_busyFile == line.file ? m_busyLines : 0;
-    operation.waits += std::max(0, kWaitsOfLimit - seen);
-    m_busyLines = 0;
-    ++operation.limits;
-    operation.stepLimits += line.file == kParser ? 1 : 0;
+    Operation& operation = Take(line);
+    int& waits = m_waits[line.file];
+    if (line.event == LogEvent::kBusy) {
+      waits = line.code == "1" ? 1 : waits + 1;
+      ++operation.waits;
+    } else {
+      operation.waits += std::max(0, kWaitsOfLimit - std::exchange(waits, 0));
+      ++operation.limits;
+      operation.stepLimits += line.file == kParser ? 1 : 0;
+    }
   }
 
   void ReadFailed(const LogLine& line) {
     LeaveIfNamed(line);
-    auto& failures = m_last != nullptr ? m_last->readFailures : m_history.earlyReadFailures;
+    auto& failures = m_last.position > 0 ? m_last.readFailures : m_history.earlyReadFailures;
     ++failures[line.function + ": " + (line.unreadable ? "an unreadable line" : line.text)];
-    if (m_current->end) {
+    if (m_last.leftBehind) {
       Report();
     }
   }
 
+  // Its entry, or the line that names the file, comes first. Each line of the source is run once
+  // in an operation: another one is of its end.
   void Unreadable(const LogLine& line) {
+    const bool opens = line.function == kOpenMember;
+    const bool isLater = m_step >= Step::kOpening && m_numbers.count(line.number) == 0 &&
+                         MembersWith(line, Step::kInside) && (m_last.file || !opens);
     if (line.function == "IsRetryLimit") {
-      ++Continue(line).busyUnreadable;
+      ++Take(line).busyUnreadable;
     } else if (line.file == kParser) {
-      ++Continue(line).stepUnreadable;
-    } else if (IsOpenMember(line)) {
-      UnreadableOpen(line);
+      ++Take(line).stepUnreadable;
+    } else if (IsOperation(line) && isLater) {
+      UnreadableEnd(line);
+    } else if (opens) {
+      Take(line, Step::kOpening).file = "an unreadable file";
     } else if (IsOperation(line)) {
-      UnreadableOperation(line);
+      Take(line, Step::kEntry);
     }
   }
 
-  // Its entry; or its end, if the file has been opened since.
-  void UnreadableOperation(const LogLine& line) {
-    Members members = m_current->members;
-    const bool mayEnd = members.empty() || line.number != m_entry;
-    if (!m_current->end && m_isOpened && mayEnd && Narrow(members, {line.function})) {
+  void UnreadableEnd(const LogLine& line) {
+    if (line.function != kOpenMember) {
       End(line, Outcome::kUnreadable);
+    } else if (line.prefix.priority == 'E') {
+      End(line, Outcome::kNotOpened);
     } else {
-      Begin(line, {line.function}, true);
+      // Without a priority entries look the same.
+      Take(line);
     }
-  }
-
-  // The line that names the file comes first; a later one from another line of the source
-  // is the failure. Without a priority entries look the same.
-  void UnreadableOpen(const LogLine& line) {
-    const bool isNew = m_opens.insert(line.number).second;
-    if (m_current->end || (m_isOpened && !(isNew && m_current->file))) {
-      Begin(line, {}, true);
-      m_opens.insert(line.number);
-    } else if (m_isOpened && line.prefix.priority == 'E') {
-      m_current->end = Outcome::kNotOpened;
-    }
-    m_isOpened = true;
-    m_current->file = m_current->file.value_or("an unreadable file");
   }
 
   LogHistory& m_history;
   const Listener& m_listener;
-  Operation m_none;                   // the current operation while there is none: it has ended
-  std::unique_ptr<Operation> m_kept;  // the last one, if the history keeps none
-  Operation* m_current = &m_none;
-  Operation* m_last = nullptr;
-  bool m_isNew = true;            // no record has shown a beginning or an end
-  bool m_isOpened = false;        // the current operation has begun to open its file
-  std::string m_entry;            // the line number of the current operation's first record
-  std::string m_busyFile;         // of the last busy line
-  int m_busyLines = 0;            // of the loop that goes on
-  std::set<std::string> m_opens;  // the line numbers of the current operation's OpenDB
+  Operation m_last;                    // without a position before the first one
+  bool m_isNew = true;                 // no record has shown a beginning or an end
+  Step m_step = Step::kEntry;          // the latest of the operation
+  std::set<std::string> m_numbers;     // of its lines in Database.cpp
+  std::map<std::string, int> m_waits;  // of its loop that goes on, by file
 };
-
-// Reads a line, without its end. The rest of an endless one is left out, so that a file
-// that is no log does not fill the memory.
-bool ReadLine(std::istream& log, std::string& line) {
-  constexpr std::size_t kLimit = 65536;
-  line.clear();
-  for (char next = '\0'; log.get(next) && next != '\n';) {
-    if (line.size() < kLimit) {
-      line += next;
-    }
-  }
-  const bool isLine = log || !line.empty();
-  if (!line.empty() && line.back() == '\r') {
-    line.pop_back();
-  }
-  return isLine;
-}
 
 // SQLite quotes the parts of a statement in its texts.
 bool HasOpenQuote(const std::string& text) {
@@ -354,88 +291,66 @@ void Mend(LogPrefix& torn, const LogPrefix& next) {
       torn.*part = whole;
     }
   }
-  if (FormOfTime(torn.time) != FormOfTime(next.time)) {
+  if (!HaveSameForm(torn.time, next.time)) {
     torn.time.clear();
   }
 }
 
 // Sorts lines into the library's and others.
-class Explanation {
+class LogReader {
  public:
-  Explanation(const std::string& since, const Listener& listener)
-      : m_since(since), m_listener(listener) {}
+  LogReader(LogHistory& history, const Listener& listener)
+      : m_history(history), m_listener(listener) {}
 
   void Add(const std::string& text) {
-    m_isReached = m_isReached || m_since.empty() || IsReached(text);
-    if (!m_isReached) {
-      return;
-    }
     std::optional<LogLine> line = ParseLogLine(text);
-    if (m_open && !line && MayGoOn(text)) {
-      return;
+    const bool isOwn = line && SetMeaning(*line);
+    m_history.foreign += isOwn ? 0 : 1;
+    if (m_isOpen && !line && ParseLogPrefix(text).priority == '\0') {
+      m_isOpen = MayGoOn(text);
+    } else {
+      m_rest.clear();
+      m_isOpen = isOwn && IsOpen(*line);
     }
-    CommitOpen();
-    if (!line || !SetMeaning(*line)) {
-      ++m_history.foreign;
-    } else if (m_open = line; !IsOpen(*line)) {
-      CommitOpen();
+    if (isOwn) {
+      m_records.push_back(*line);
+    }
+    // The first record waits for the next one, and an open one for the rest of its text.
+    if (m_history.own > 0 || m_records.size() > 1) {
+      AddRecords(m_isOpen ? 1 : 0);
     }
   }
 
-  LogHistory Finish() {
-    CommitOpen();
-    AddRecords();
-    FailIf(!m_since.empty() && !m_hasTime, "the log has no times of the form of " + m_since);
-    for (auto* threads : {&m_oldThreads, &m_threads}) {
-      for (auto& [name, thread] : *threads) {
-        thread.Report();
-      }
+  void Finish() {
+    AddRecords(0);
+    for (auto& [name, thread] : m_threads) {
+      thread.Report();
     }
-    return std::move(m_history);
   }
 
  private:
-  // Once a line is of that time, all later ones count: a clock may be set back.
-  bool IsReached(const std::string& text) {
-    const std::optional<bool> isSince = IsSince(ParseLogPrefix(text).time, m_since);
-    m_hasTime = m_hasTime || isSince;
-    return isSince.value_or(false);
-  }
-
   // A statement may contain line ends; its line of the log then goes on in the next ones,
   // as one with the other end of the quote shows.
   bool MayGoOn(const std::string& text) {
     constexpr std::size_t kMost = 100;
-    if (m_held == kMost || ParseLogPrefix(text).priority != '\0') {
+    m_rest.push_back('\n' + text);
+    if (HasOpenQuote(text)) {
+      for (const std::string& rest : m_rest) {
+        m_records.back().text += rest;
+      }
+      m_history.continued += m_rest.size();
+      m_history.foreign -= m_rest.size();
       return false;
     }
-    ++m_held;
-    m_rest += '\n' + text;
-    if (HasOpenQuote(text)) {
-      m_open->text += m_rest;
-      m_history.continued += std::exchange(m_held, 0);
-      CommitOpen();
-    }
-    return true;
+    return m_rest.size() < kMost;
   }
 
-  void CommitOpen() {
-    if (m_open) {
-      m_history.foreign += std::exchange(m_held, 0);
-      // The first record waits for the next one.
-      m_pending.push_back(*m_open);
-      if (m_history.own > 0 || m_pending.size() > 1) {
-        Mend(m_pending.front().prefix, m_open->prefix);
-        AddRecords();
-      }
+  void AddRecords(std::size_t kept) {
+    if (m_history.own == 0 && !m_records.empty()) {
+      Mend(m_records.front().prefix, m_records.back().prefix);
     }
-    m_open.reset();
-    m_rest.clear();
-  }
-
-  void AddRecords() {
-    for (const LogLine& line : std::exchange(m_pending, {})) {
-      AddRecord(line);
+    for (; m_records.size() > kept; m_records.pop_front()) {
+      AddRecord(m_records.front());
     }
   }
 
@@ -448,45 +363,42 @@ class Explanation {
         line.event == LogEvent::kSelectNotOpened || line.event == LogEvent::kMoved) {
       m_history.successes.insert(process);
     }
-    ThreadOf(process + ' ' + name).Add(line);
+    m_threads.try_emplace(process + ' ' + name, m_history, m_listener).first->second.Add(line);
   }
 
-  // A log without an end may have any number of threads: those of long ago are forgotten.
-  LogThread& ThreadOf(const std::string& name) {
-    constexpr std::size_t kMost = 1000;
-    if (m_listener && m_threads.size() == kMost) {
-      for (auto& [old, thread] : m_oldThreads) {
-        thread.Report();
-      }
-      m_oldThreads.clear();
-      m_oldThreads.swap(m_threads);
-    }
-    m_threads.insert(m_oldThreads.extract(name));
-    return m_threads.try_emplace(name, m_history, m_listener).first->second;
-  }
-
-  const std::string& m_since;
+  LogHistory& m_history;
   const Listener& m_listener;
-  bool m_isReached = false;  // the time
-  bool m_hasTime = false;    // of the form of that time
-  LogHistory m_history;
   std::map<std::string, LogThread> m_threads;
-  std::map<std::string, LogThread> m_oldThreads;
-  std::vector<LogLine> m_pending;
-  std::optional<LogLine> m_open;
-  // Lines that may belong to the open one, and their texts.
-  std::size_t m_held = 0;
-  std::string m_rest;
+  std::deque<LogLine> m_records;    // not yet added
+  bool m_isOpen = false;            // the last of them
+  std::vector<std::string> m_rest;  // lines that may belong to it
 };
 
 }  // namespace
 
-LogHistory ReadHistory(std::istream& log, const std::string& since, const Listener& listener) {
-  Explanation explanation(since, listener);
-  for (std::string line; ReadLine(log, line);) {
-    explanation.Add(line);
+const Members& Queries() {
+  static const Members queries = {"Select", "JoinSelect", kExistMember};
+  return queries;
+}
+
+void ReadHistory(std::istream& log, const std::string& since, LogHistory& history,
+                 const Listener& listener) {
+  LogReader reader(history, listener);
+  bool isReached = since.empty();
+  bool hasTime = isReached;  // of the form of `since`
+  for (std::string line; std::getline(log, line);) {
+    // Once a line is of that time, all later ones count: a clock may be set back.
+    if (!isReached) {
+      const std::optional<bool> isSince = IsSince(ParseLogPrefix(line).time, since);
+      hasTime = hasTime || isSince;
+      isReached = isSince.value_or(false);
+    }
+    if (isReached) {
+      reader.Add(line.substr(0, line.size() - (!line.empty() && line.back() == '\r' ? 1 : 0)));
+    }
   }
-  return explanation.Finish();
+  FailIf(!hasTime, "the log has no times of the form of " + since);
+  reader.Finish();
 }
 
 Outcome OutcomeOf(const LogHistory& history, const Operation& operation) {
@@ -500,8 +412,7 @@ Outcome OutcomeOf(const LogHistory& history, const Operation& operation) {
   if (operation.members == Members{kOpenMember}) {
     return operation.file ? Outcome::kOpened : Outcome::kNoEnd;
   }
-  Members members = operation.members;
-  if (!Narrow(members, Queries()) || (!operation.stepped && !operation.file)) {
+  if (!Common(operation.members, Queries()) || (!operation.stepped && !operation.file)) {
     return Outcome::kNoEnd;
   }
   return operation.stepped || operation.leftBehind ? Outcome::kPrepared : Outcome::kNothingYet;

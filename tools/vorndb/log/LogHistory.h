@@ -4,7 +4,6 @@
 #define VORNDB_LOG_LOGHISTORY_H
 
 #include <cstddef>
-#include <deque>
 #include <functional>
 #include <istream>
 #include <map>
@@ -34,23 +33,27 @@ enum class Outcome {
 // Members of Database, one of which an operation is; none where all are possible.
 using Members = std::vector<std::string>;
 
+// Those that log a failure but no success.
+const Members& Queries();
+
 struct Operation {
-  LogPrefix prefix;  // of its first line
+  std::size_t position = 0;  // by its first line, from 1
+  std::size_t number = 0;    // in the report; 0 before
+  LogPrefix prefix;          // of its first line
   Members members;
   std::optional<std::string> file;  // printable
   std::optional<Outcome> end;       // if a record shows it
   std::string code;
   std::string text;
-  int waits = 0;                // of 100 ms each
-  int limits = 0;               // how often it did not wait any longer
-  int stepLimits = 0;           // of these, while rows were fetched
-  bool stepped = false;         // rows were fetched
-  bool begun = true;            // its beginning is in the log
-  bool leftBehind = false;      // its thread went on to something else
-  unsigned busyUnreadable = 0;  // lines of a wait or of the limit
-  unsigned blobs = 0;
-  unsigned stepUnreadable = 0;
-  unsigned number = 0;  // in the report; 0 before
+  int waits = 0;            // of 100 ms each
+  int limits = 0;           // how often it did not wait any longer
+  int stepLimits = 0;       // of these, while rows were fetched
+  bool stepped = false;     // rows were fetched
+  bool begun = true;        // its beginning is in the log
+  bool leftBehind = false;  // its thread went on to something else
+  std::size_t blobs = 0;
+  std::size_t busyUnreadable = 0;  // lines of a wait or of the limit
+  std::size_t stepUnreadable = 0;
   std::vector<std::string> stepFailures;
   // Failures to read the cursor before the thread's next operation.
   std::map<std::string, int> readFailures;
@@ -63,7 +66,7 @@ struct LogHistory {
   std::size_t continued = 0;   // with the rest of a text of the line before
   std::size_t foreign = 0;
 
-  std::deque<Operation> operations;  // in the order of their first lines
+  std::size_t operations = 0;
   // Failures to read a cursor before the first operation of a thread.
   std::map<std::string, int> earlyReadFailures;
   int unnamedLocks = 0;
@@ -71,13 +74,13 @@ struct LogHistory {
   std::set<std::string> successes;  // the processes with records of priority 4 or lower
 };
 
-// Takes an operation when it has ended or its thread went on, perhaps again, and after each later
-// failure to read a cursor.
-using Listener = std::function<void(LogHistory&, Operation&)>;
+// Takes an operation when it has ended or its thread went on, perhaps again, after each later
+// failure to read a cursor, and at the end of the log.
+using Listener = std::function<void(Operation&)>;
 
-// With a listener the history keeps no operations. Unless `since` is empty, lines before the
-// first one of that time are left out. Throws Failure.
-LogHistory ReadHistory(std::istream& log, const std::string& since, const Listener& listener);
+// Unless `since` is empty, lines before the first one of that time are left out. Throws Failure.
+void ReadHistory(std::istream& log, const std::string& since, LogHistory& history,
+                 const Listener& listener);
 
 Outcome OutcomeOf(const LogHistory& history, const Operation& operation);
 

@@ -61,16 +61,13 @@ LogPrefix ParseLogPrefix(std::string_view text) {
       // "E/VORN( 4711): ", "E(4711:4712) "
       {Pattern("^([VDIWEF])(/[^(]*)?\\([ \t]*([0-9]+)[ \t]*(:[ \t]*([^)]*[^) \t])?[ \t]*)?\\)"), 1,
        3, 5},
-      {Pattern("^([VDIWEF])[/(]"), 1},
       // "E VORN 4711 4712 ": the first two numbers in a row, behind a tag of any words
       {Pattern("^([VDIWEF])(([ \t]+[0-9]+)?[ \t]+[^ \t]*[^ \t0-9][^ \t]*)*"
                "[ \t]+([0-9]+)[ \t]+([0-9]+)([ \t]|$)"),
        1, 4, 5},
-      {Pattern("^([VDIWEF])([ \t]|$)"), 1},
-      // "4711 4712 E VORN: "
-      {Pattern("^([0-9]+)[ \t]+([0-9]+)[ \t]+([VDIWEF])([ \t]|$)"), 3, 1, 2},
-      // "P 4711 T 4712 E VORN: "
-      {Pattern("^P[ \t]+([0-9]+)[ \t]+T[ \t]+([0-9]+)[ \t]+([VDIWEF])([ \t]|$)"), 3, 1, 2},
+      {Pattern("^([VDIWEF])([/( \t]|$)"), 1},
+      // "4711 4712 E VORN: ", "P 4711 T 4712 E VORN: "
+      {Pattern("^(P[ \t]+)?([0-9]+)[ \t]+(T[ \t]+)?([0-9]+)[ \t]+([VDIWEF])([ \t]|$)"), 5, 2, 4},
   };
   text = text.substr(0, kSearched);
   LogPrefix prefix;
@@ -98,25 +95,22 @@ bool IsTime(const std::string& text) {
   return !time.Find(text).empty();
 }
 
-std::string FormOfTime(const std::string& time) {
-  if (time.find_first_of("-:") == std::string::npos) {
-    return time.empty() ? "" : "seconds";
-  }
-  std::string form = time;
-  std::replace_if(
-      form.begin(), form.end(), [](char c) { return c >= '0' && c <= '9'; }, '0');
-  return form;
+bool HaveSameForm(const std::string& time, const std::string& other) {
+  const std::size_t place = time.find_first_of("-:");
+  return !time.empty() && !other.empty() && place == other.find_first_of("-:") &&
+         (place == std::string::npos || time[place] == other[place]);
 }
 
 std::optional<bool> IsSince(const std::string& time, const std::string& since) {
   const bool isOfDay = since.find(':') == 2;
   const std::string part = isOfDay ? time.substr(time.find(' ') + 1) : time;
-  if (FormOfTime(part).rfind(FormOfTime(since), 0) != 0) {
+  if (!HaveSameForm(part, since)) {
     return std::nullopt;
   }
-  return FormOfTime(since) == "seconds"
-             ? std::strtod(part.c_str(), nullptr) >= std::strtod(since.c_str(), nullptr)
-             : part.compare(0, since.size(), since) >= 0;
+  // Seconds since boot are not padded.
+  const bool isPadded = since.find_first_of("-:") != std::string::npos;
+  return isPadded ? part >= since
+                  : std::strtod(part.c_str(), nullptr) >= std::strtod(since.c_str(), nullptr);
 }
 
 std::optional<LogLine> ParseLogLine(std::string_view text) {

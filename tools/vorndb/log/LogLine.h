@@ -34,8 +34,8 @@ struct LogPrefix {
 // Whether a text is a time as log readers write it, or a beginning of one, or a time of day.
 bool IsTime(const std::string& text);
 
-// The time with zeros for its digits; all seconds since boot have one form.
-std::string FormOfTime(const std::string& time);
+// Whether both are times with years, dates without years, times of day, or seconds since boot.
+bool HaveSameForm(const std::string& time, const std::string& other);
 
 // Whether the time of a log is that or a later one; nothing if it is of another form.
 std::optional<bool> IsSince(const std::string& time, const std::string& since);
@@ -66,9 +66,6 @@ bool SetMeaning(LogLine& line);
 
 // The letter that log readers show.
 char LetterOf(int priority);
-
-// The members of Database that log a failure but no success.
-const std::vector<std::string>& Queries();
 
 // The library logs to this program instead of to the system's log: its records have the
 // causes of failures, and the errors of queries that return 0.

@@ -86,38 +86,28 @@ const std::vector<LogMessage>& LogMessages() {
   return messages;
 }
 
-// The format with the call site, if it names that once more.
-std::string WithSite(std::string format, const LogLine& line) {
-  const std::size_t site = format.find("%s::%s");
-  if (site != std::string::npos) {
+// Compares the message with a format, in which the parts of the line take their places. The last
+// %s takes all the rest: the two texts of a format cannot be told apart.
+bool Matches(std::string format, LogLine& line) {
+  if (const std::size_t site = format.find("%s::%s"); site != std::string::npos) {
     format.replace(format.find("%d"), 2, line.number);
     format.replace(site, 6, line.file + "::" + line.function);
   }
-  return format;
-}
-
-// Compares the message with a format. A %s takes all the rest: the two texts of a format
-// cannot be told apart.
-bool Matches(std::string_view format, LogLine& line) {
-  std::string_view message = line.message;
   line.code.clear();
-  for (; !format.empty() && format.substr(0, 2) != "%s"; format.remove_prefix(1)) {
-    std::size_t length = message.substr(0, 1) == format.substr(0, 1) ? 1 : 0;
-    if (format.substr(0, 2) == "%d") {
-      int number = 0;
-      const char* const begin = message.data();
-      const char* const end = std::from_chars(begin, begin + message.size(), number).ptr;
-      length = static_cast<std::size_t>(end - begin);
-      line.code = message.substr(0, length);
-      format.remove_prefix(1);
-    }
-    if (length == 0) {
+  if (const std::size_t place = format.find("%d"); place < line.message.size()) {
+    int number = 0;
+    const char* const begin = line.message.data() + place;
+    const char* const limit = line.message.data() + line.message.size();
+    const auto [end, error] = std::from_chars(begin, limit, number);
+    if (error != std::errc()) {
       return false;
     }
-    message.remove_prefix(length);
+    line.code.assign(begin, end);
+    format.replace(place, 2, line.code);
   }
-  line.text = format.empty() ? std::string_view() : message;
-  return !format.empty() || message.empty();
+  const std::size_t length = format.find("%s");
+  line.text = length < line.message.size() ? line.message.substr(length) : "";
+  return line.message.compare(0, length, format, 0, length) == 0;
 }
 
 // "Error (6, E)"
@@ -154,7 +144,7 @@ bool SetMeaning(LogLine& line) {
       continue;
     }
     known = true;
-    if (Matches(WithSite(message.format, line), line)) {
+    if (Matches(message.format, line)) {
       line.event = message.event;
       line.text = message.event == LogEvent::kReadFailed ? line.message : line.text;
       return true;
@@ -168,23 +158,6 @@ bool SetMeaning(LogLine& line) {
   line.code.clear();
   line.text.clear();
   return known;
-}
-
-const std::vector<std::string>& Queries() {
-  static const std::vector<std::string> queries = [] {
-    std::vector<std::string> members;
-    for (const LogMessage& failure : LogMessages()) {
-      const auto isSuccess = [&failure](const LogMessage& message) {
-        return message.event == LogEvent::kSucceeded && message.sites == failure.sites;
-      };
-      if (failure.event == LogEvent::kFailed &&
-          std::none_of(LogMessages().begin(), LogMessages().end(), isSuccess)) {
-        members.push_back(failure.sites.front().second);
-      }
-    }
-    return members;
-  }();
-  return queries;
 }
 
 void LogReference(const Arguments& /*arguments*/) {
