@@ -1,17 +1,16 @@
-#include <sys/stat.h>
+#include <sys/prctl.h>
+#include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
+#include <csignal>
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <map>
-#include <memory>
 #include <nlohmann/json.hpp>
 #include <set>
 #include <string>
-#include <thread>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -82,12 +81,7 @@ std::string CodeNameOf(const Operation& operation) {
   return found == names.end() ? "" : found->second;
 }
 
-// A line about that many, unless there is none.
-void WriteCount(const char* before, std::size_t count, const char* noun, const char* after) {
-  if (count > 0) {
-    std::cout << before << Counted(count, noun) << after << '\n';
-  }
-}
+void WriteIf(bool applies, const std::string& line) { std::cout << (applies ? line + '\n' : ""); }
 
 std::string Times(int count) { return count == 1 ? "once" : std::to_string(count) + " times"; }
 
@@ -95,9 +89,8 @@ std::string Seconds(int waits) {
   return std::to_string(waits / 10) + '.' + std::to_string(waits % 10) + " s";
 }
 
-// "TIME", or with the limit.
-std::string WaitOf(const Operation& operation, const char* purpose) {
-  return Seconds(operation.waits) + purpose + (operation.limits > 0 ? ", up to the limit" : "") +
+std::string LimitsOf(const Operation& operation) {
+  return std::string(operation.limits > 0 ? ", up to the limit" : "") +
          (operation.limits > 1 ? ' ' + Times(operation.limits) : "");
 }
 
@@ -130,36 +123,35 @@ std::string OriginOf(const LogPrefix& prefix) {
   return origin.empty() ? "" : " [" + Printable(origin) + ']';
 }
 
-void WriteWaits(const Operation& operation) {
-  if (operation.waits > 0) {
-    std::cout << "   waited " << WaitOf(operation, " for the busy file") << '\n';
-  }
-  WriteCount("   met the busy file: ", operation.busyUnreadable, "unreadable line",
-             " of a wait or of the limit");
-}
-
-void WriteRows(const Operation& operation) {
-  const char* const doubt = operation.members == Members{"CheckExistTable"}
-                                ? "; the answer may be wrong\n"
-                                : "; the cursor may lack rows\n";
-  for (const std::string& text : operation.stepFailures) {
-    std::cout << "   fetching rows failed" << Appended(text) << doubt;
-  }
-  if (operation.stepLimits > 0) {
-    std::cout << "   the limit was met while fetching rows" << doubt;
-  }
-  WriteCount("   ", operation.blobs, "cell",
-             operation.blobs == 1 ? " is a blob and empty in the cursor"
-                                  : " are blobs and empty in the cursor");
-  WriteCount("   fetching rows: ", operation.stepUnreadable, "unreadable line",
-             " of a failure or a blob");
-}
-
-void WriteReadFailures(const std::map<std::string, int>& failures, const char* indent) {
+void WriteReadFailures(const std::map<std::string, int>& failures, const std::string& when) {
   for (const auto& [failure, count] : failures) {
-    std::cout << indent << ", reading a cursor: " << Printable(failure)
-              << (count > 1 ? " (" + Times(count) + ')' : "") << '\n';
+    WriteIf(true, when + ", reading a cursor: " + Printable(failure) +
+                      (count > 1 ? " (" + Times(count) + ')' : ""));
   }
+}
+
+void WriteDetails(const Operation& operation) {
+  const std::string doubt = operation.members == Members{"CheckExistTable"}
+                                ? "; the answer may be wrong"
+                                : "; the cursor may lack rows";
+  const std::string lines = "unreadable line";
+  WriteIf(!operation.begun, "   its beginning is not in the log");
+  WriteIf(operation.waits > 0,
+          "   waited " + Seconds(operation.waits) + " for the busy file" + LimitsOf(operation));
+  WriteIf(operation.busyUnreadable > 0,
+          "   met the busy file: " + Counted(operation.busyUnreadable, lines) +
+              " of a wait or of the limit");
+  for (const std::string& text : operation.stepFailures) {
+    WriteIf(true, "   fetching rows failed" + Appended(text) + doubt);
+  }
+  WriteIf(operation.stepLimits > 0, "   the limit was met while fetching rows" + doubt);
+  WriteIf(operation.blobs > 0, "   " + Counted(operation.blobs, "cell") +
+                                   (operation.blobs == 1 ? " is a blob" : " are blobs") +
+                                   " and empty in the cursor");
+  WriteIf(
+      operation.stepUnreadable > 0,
+      "   fetching rows: " + Counted(operation.stepUnreadable, lines) + " of a failure or a blob");
+  WriteReadFailures(operation.readFailures, "   then");
 }
 
 void WriteOperation(const Operation& operation, Outcome outcome) {
@@ -168,10 +160,8 @@ void WriteOperation(const Operation& operation, Outcome outcome) {
   if (HasCode(outcome)) {
     std::cout << ", " << CodeOf(operation) << Appended(operation.text);
   }
-  std::cout << '\n' << (operation.begun ? "" : "   its beginning is not in the log\n");
-  WriteWaits(operation);
-  WriteRows(operation);
-  WriteReadFailures(operation.readFailures, "   then");
+  std::cout << '\n';
+  WriteDetails(operation);
 }
 
 SortedJson JsonOf(const Operation& operation, Outcome outcome) {
@@ -232,15 +222,17 @@ void CountOperation(const Operation& operation, Outcome outcome, Summary& summar
     LogPrefix origin = operation.prefix;
     origin.thread = origin.thread == origin.process ? "" : origin.thread;
     file.list += "    " + std::to_string(operation.number) + ". " + KindOf(operation) +
-                 OriginOf(origin) + ": " + WaitOf(operation, "") + '\n';
+                 OriginOf(origin) + ": " + Seconds(operation.waits) + LimitsOf(operation) + '\n';
   }
 }
 
 void WriteSummary(const LogHistory& history, const Summary& summary) {
   std::cout << "Summary\n  " << Counted(history.own, "line") << " of the library, "
             << history.foreign << " of others\n";
-  WriteCount("  unreadable, since protected or damaged: ", history.unreadable, "line", "");
-  WriteCount("  continuing the text of the line before: ", history.continued, "line", "");
+  WriteIf(history.unreadable > 0,
+          "  unreadable, since protected or damaged: " + Counted(history.unreadable, "line"));
+  WriteIf(history.continued > 0,
+          "  continuing the text of the line before: " + Counted(history.continued, "line"));
   for (const auto& [kind, counts] : summary.kinds) {
     const char* separator = ": ";
     std::cout << "  " << kind;
@@ -260,9 +252,8 @@ void WriteSummary(const LogHistory& history, const Summary& summary) {
               << file.list;
   }
   WriteReadFailures(history.earlyReadFailures, "  before the first operation of a thread");
-  if (history.unnamedLocks > 0) {
-    std::cout << "  locks that could not be named: " << history.unnamedLocks << '\n';
-  }
+  WriteIf(history.unnamedLocks > 0,
+          "  locks that could not be named: " + std::to_string(history.unnamedLocks));
 }
 
 SortedJson JsonOf(const LogHistory& history, const Summary& summary) {
@@ -377,36 +368,22 @@ class Report {
   Summary m_summary;
 };
 
-// A file that may still grow: at its end more is awaited, also if it is emptied or another one
-// takes its name.
-class GrowingFile : public std::filebuf {
- public:
-  explicit GrowingFile(std::string path) : m_path(std::move(path)) { Open(); }
-
- protected:
-  int_type underflow() override {
-    int_type next = std::filebuf::underflow();
-    for (; next == traits_type::eof(); next = std::filebuf::underflow()) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(200));
-      struct stat named {};
-      if (stat(m_path.c_str(), &named) == 0 &&
-          (named.st_ino != m_opened.st_ino || named.st_size < seekoff(0, std::ios::cur))) {
-        Open();
-      }
-    }
-    return next;
+// Makes a file standard input, without an end: tail awaits more, also if the file is emptied or
+// another one takes its name. tail ends with this process.
+void Follow(const std::string& path) {
+  int ends[2];
+  FailIf(pipe(ends) != 0, "no pipe is left for tail");
+  const pid_t tail = fork();
+  FailIf(tail < 0, "tail cannot be started");
+  if (tail == 0) {
+    static_cast<void>(prctl(PR_SET_PDEATHSIG, SIGKILL));
+    static_cast<void>(dup2(ends[1], STDOUT_FILENO));
+    execlp("tail", "tail", "-n", "+1", "-F", "--", path.c_str(), nullptr);
+    _exit(1);
   }
-
- private:
-  void Open() {
-    close();
-    static_cast<void>(stat(m_path.c_str(), &m_opened));
-    open(m_path, std::ios::in);
-  }
-
-  const std::string m_path;
-  struct stat m_opened {};
-};
+  static_cast<void>(dup2(ends[0], STDIN_FILENO));
+  static_cast<void>(close(ends[1]));
+}
 
 }  // namespace
 
@@ -421,20 +398,18 @@ void Explain(const Arguments& arguments) {
            '\'' + since + "' is no time of a log, such as 11-21 10:00, 10:00:30 or 71.5");
   std::string name = arguments.path;
   std::ifstream file;
-  std::streambuf* opened = OpenInput(name, file).rdbuf();
-  std::unique_ptr<std::streambuf> growing;
+  std::istream* log = &OpenInput(name, file);
   if (arguments.follow && file.is_open() && std::filesystem::is_regular_file(name)) {
-    growing = std::make_unique<GrowingFile>(name);
-    opened = growing.get();
+    Follow(name);
+    log = &std::cin;
   }
-  std::istream log(opened);
   LogHistory history;
   Report report(arguments, history);
-  ReadHistory(log, since, history, [&report](Operation& operation) { report.Add(operation); });
+  ReadHistory(*log, since, history, [&report](Operation& operation) { report.Add(operation); });
   if (history.own > 0) {
     report.End();
   }
-  FailIf(log.bad(), "cannot read " + name);
+  FailIf(log->bad(), "cannot read " + name);
   FailIf(history.own == 0,
          name + " has no line of the library's log" + (since.empty() ? "" : " since " + since));
 }
