@@ -394,7 +394,7 @@ void Explain(const Arguments& arguments) {
   const std::vector<std::string> formats = LogFormats();
   RefuseIf(!format.empty() && std::count(formats.begin(), formats.end(), format) == 0,
            '\'' + format + "' is no format; the formats are " + Joined(formats));
-  RefuseIf(!since.empty() && !IsTime(since),
+  RefuseIf(!since.empty() && FormOfTime(since).empty(),
            '\'' + since + "' is no time of a log, such as 11-21 10:00, 10:00:30 or 71.5");
   std::string name = arguments.path;
   std::ifstream file;

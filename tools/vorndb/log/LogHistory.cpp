@@ -15,7 +15,6 @@ namespace {
 
 constexpr std::string_view kDatabase = "Database.cpp";
 constexpr std::string_view kParser = "DatabasePasrser.cpp";
-constexpr std::string_view kCursor = "Cursor.cpp";
 constexpr char kOpenMember[] = "OpenDB";
 constexpr char kExistMember[] = "CheckExistTable";
 
@@ -26,14 +25,13 @@ bool IsOperation(const LogLine& line) {
   return line.file == kDatabase && line.function != "Database" && line.function != "~Database";
 }
 
-// A running operation calls these of its request.
-bool IsGetter(const LogLine& line) {
-  return line.file != kDatabase && line.file != kCursor && line.function.rfind("Get", 0) == 0;
-}
-
-// The member that takes the request.
-std::string TakerOf(const LogLine& getter) {
-  const std::string name = getter.file.substr(0, getter.file.find("Request"));
+// The member that calls a getter of its request; nothing for another line.
+std::string CallerOf(const LogLine& line) {
+  const std::size_t end = line.file.find("Request");
+  if (end == std::string::npos || line.function.rfind("Get", 0) != 0) {
+    return "";
+  }
+  const std::string name = line.file.substr(0, end);
   const bool ofTable = name == "Create" || name == "Drop";
   return name + (name == "Join" ? "Select" : ofTable ? "Table" : "");
 }
@@ -198,11 +196,11 @@ class LogThread {
   void Enter(const LogLine& line) {
     if (IsOperation(line)) {
       Take(line, line.function == kOpenMember ? Step::kOpenEntry : Step::kEntry);
-    } else if (!IsGetter(line)) {
+    } else if (CallerOf(line).empty()) {
       LeaveIfNamed(line);
     } else if (!m_last.leftBehind && m_last.members.empty()) {
       // Entries are in the log, but not that of the member.
-      m_last.members = {TakerOf(line)};
+      m_last.members = {CallerOf(line)};
       m_last.begun = false;
     }
   }
@@ -291,7 +289,7 @@ void Mend(LogPrefix& torn, const LogPrefix& next) {
       torn.*part = whole;
     }
   }
-  if (!HaveSameForm(torn.time, next.time)) {
+  if (FormOfTime(torn.time) != FormOfTime(next.time)) {
     torn.time.clear();
   }
 }
@@ -359,8 +357,7 @@ class LogReader {
     ++m_history.own;
     m_history.unreadable += line.unreadable ? 1 : 0;
     m_history.lacksThreads = m_history.lacksThreads || name.empty();
-    if (line.event == LogEvent::kEntered || line.event == LogEvent::kSucceeded ||
-        line.event == LogEvent::kSelectNotOpened || line.event == LogEvent::kMoved) {
+    if (priority == LetterOf(kDebug) || priority == LetterOf(kInfo)) {
       m_history.successes.insert(process);
     }
     m_threads.try_emplace(process + ' ' + name, m_history, m_listener).first->second.Add(line);

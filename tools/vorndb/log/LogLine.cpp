@@ -88,29 +88,25 @@ LogPrefix ParseLogPrefix(std::string_view text) {
   return prefix;
 }
 
-bool IsTime(const std::string& text) {
+std::string FormOfTime(const std::string& text) {
   static const Pattern time(
-      "^(([0-9]{4}-)?[0-9]{2}-[0-9]{2}|[0-9]+(\\.[0-9]+)?|(([0-9]{4}-)?[0-9]{2}-[0-9]{2} )?"
-      "[0-9]{2}:[0-9]{2}(:[0-9]{2}(\\.[0-9]+([-+][0-9]{4})?)?)?)$");
-  return !time.Find(text).empty();
-}
-
-bool HaveSameForm(const std::string& time, const std::string& other) {
-  const std::size_t place = time.find_first_of("-:");
-  return !time.empty() && !other.empty() && place == other.find_first_of("-:") &&
-         (place == std::string::npos || time[place] == other[place]);
+      "^(([0-9]{4}-)?[0-9]{2}-[0-9]{2}|[0-9]+(\\.[0-9]+)?|"
+      "(([0-9]{4}-)?[0-9]{2}-[0-9]{2} )?[0-9]{2}:[0-9]{2}(:[0-9]{2}[^ ]*)?)$");
+  if (time.Find(text).empty()) {
+    return "";
+  }
+  const std::size_t digits = text.find_first_of("-:");
+  return digits == std::string::npos ? "." : std::string(digits, '0') + text[digits];
 }
 
 std::optional<bool> IsSince(const std::string& time, const std::string& since) {
-  const bool isOfDay = since.find(':') == 2;
-  const std::string part = isOfDay ? time.substr(time.find(' ') + 1) : time;
-  if (!HaveSameForm(part, since)) {
+  const std::string form = FormOfTime(since);
+  const std::string part = form == "00:" ? time.substr(time.find(' ') + 1) : time;
+  if (FormOfTime(part) != form) {
     return std::nullopt;
   }
-  // Seconds since boot are not padded.
-  const bool isPadded = since.find_first_of("-:") != std::string::npos;
-  return isPadded ? part >= since
-                  : std::strtod(part.c_str(), nullptr) >= std::strtod(since.c_str(), nullptr);
+  return form == "." ? std::strtod(part.c_str(), nullptr) >= std::strtod(since.c_str(), nullptr)
+                     : part >= since;
 }
 
 std::optional<LogLine> ParseLogLine(std::string_view text) {

@@ -18,6 +18,7 @@ using Sites = std::vector<std::pair<std::string, std::string>>;
 
 struct LogMessage {
   const char* chapter;  // of the log reference
+  std::string name;
   LogEvent event;
   int priority;
   const char* priorityName;
@@ -52,30 +53,25 @@ const char* FormatOf(const char* format, Examples... /*arguments*/) {
 
 // The outcome of operation X is XSucceeded or XFailed; the messages of Cursor.cpp are
 // about reading.
-LogEvent EventOf(LogEvent own, const std::string& name, LogPriority priority, const Sites& sites) {
-  const auto& [file, operation] = sites.front();
+LogEvent EventOf(const LogMessage& message) {
+  const auto& [file, operation] = message.sites.front();
   if (file == "Cursor.cpp") {
-    return priority == kError ? LogEvent::kReadFailed : LogEvent::kMoved;
+    return message.priority == kError ? LogEvent::kReadFailed : LogEvent::kMoved;
   }
-  if (name == operation + "Succeeded") {
+  if (message.name == operation + "Succeeded") {
     return LogEvent::kSucceeded;
   }
-  return name == operation + "Failed" ? LogEvent::kFailed : own;
+  return message.name == operation + "Failed" ? LogEvent::kFailed : message.event;
 }
 
 std::vector<LogMessage> MakeMessages() {
   std::vector<LogMessage> messages;
   const char* chapter = "";
-  const auto add = [&](LogEvent own, const char* name, LogPriority priority,
-                       const char* priorityName, const char* format, const char* text,
-                       const char* meaning, const char* remedy) {
-    const Sites sites = SitesOf(text);
-    messages.push_back({chapter, EventOf(own, name, priority, sites), priority, priorityName,
-                        format, sites, meaning, remedy});
-  };
 #define VORN_LOG_CHAPTER(title) chapter = title;
-#define VORN_LOG_MESSAGE(name, priority, message, sites, meaning, remedy) \
-  add(LogEvent::k##name, #name, priority, &#priority[1], FormatOf message, sites, meaning, remedy);
+#define VORN_LOG_MESSAGE(name, priority, message, sites, meaning, remedy)         \
+  messages.push_back({chapter, #name, LogEvent::k##name, priority, &#priority[1], \
+                      FormatOf message, SitesOf(sites), meaning, remedy});        \
+  messages.back().event = EventOf(messages.back());
 #include "private/LogMessages.h"
   return messages;
 }
@@ -146,6 +142,7 @@ bool SetMeaning(LogLine& line) {
     known = true;
     if (Matches(message.format, line)) {
       line.event = message.event;
+      line.prefix.priority = LetterOf(message.priority);
       line.text = message.event == LogEvent::kReadFailed ? line.message : line.text;
       return true;
     }
