@@ -27,37 +27,16 @@ namespace {
 // With its members in the order of their names.
 using SortedJson = nlohmann::json;
 
-// Sentences without capital and full stop; the note explains the label, or is null.
 struct OutcomeText {
-  const char* label;
-  const char* note;
-};
-
-// In the order of Outcome.
-constexpr OutcomeText kOutcomeTexts[] = {
-    {"succeeded", nullptr},
-    {"failed", nullptr},
-    {"not opened", nullptr},
-    {"prepared",
-     "a query logs nothing when it succeeds; its statement was prepared, unless an exception ended "
-     "it first"},
-    {"opened", "the application called OpenDB itself, which logs nothing when it succeeds"},
-    {"no end in the log",
-     "an exception ended it, its process ended or was still running it, or lines are missing"},
-    {"no failure up to the end of the log",
-     "no record of its thread follows; it may still have been running"},
-    {"no failure in the log",
-     "records of success (priority 4) of its process are not in the log; it is a write that "
-     "succeeded, a query that was prepared, or OpenDB alone"},
-    {"neither success nor failure in the log",
-     "its entry (priority 3) is not in the log; it is a query that was prepared, OpenDB alone, or "
-     "a "
-     "write whose end is missing"},
-    {"ended with an unreadable outcome", nullptr},
+  std::string label;
+  std::string note;
 };
 
 const OutcomeText& TextOf(Outcome outcome) {
-  return kOutcomeTexts[static_cast<std::size_t>(outcome)];
+#define VORN_OUTCOME(name, label, note) {Outcome::name, {label, note}},
+  static const std::map<Outcome, OutcomeText> texts = {VORN_OUTCOMES(VORN_OUTCOME)};
+#undef VORN_OUTCOME
+  return texts.at(outcome);
 }
 
 bool HasCode(Outcome outcome) {
@@ -271,8 +250,8 @@ SortedJson JsonOf(const LogHistory& history, const Summary& summary) {
 std::vector<std::string> NotesOn(const LogHistory& history, const Summary& summary) {
   std::vector<std::string> notes;
   for (const Outcome outcome : summary.outcomes) {
-    if (const auto& [label, note] = TextOf(outcome); note != nullptr) {
-      notes.push_back(std::string(label) + ": " + note + '.');
+    if (const auto& [label, note] = TextOf(outcome); !note.empty()) {
+      notes.push_back(label + ": " + note + '.');
     }
   }
   if (history.unreadable > 0) {
@@ -405,7 +384,8 @@ void Explain(const Arguments& arguments) {
   }
   LogHistory history;
   Report report(arguments, history);
-  ReadHistory(*log, since, history, [&report](Operation& operation) { report.Add(operation); });
+  history.listener = [&report](Operation& operation) { report.Add(operation); };
+  ReadHistory(*log, since, history);
   if (history.own > 0) {
     report.End();
   }

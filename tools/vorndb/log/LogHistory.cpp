@@ -77,10 +77,7 @@ std::string PathOf(const std::string& logged) {
 // this is a whole process.
 class LogThread {
  public:
-  LogThread(LogHistory& history, const Listener& listener)
-      : m_history(history), m_listener(listener) {
-    m_last.leftBehind = true;
-  }
+  explicit LogThread(LogHistory& history) : m_history(history) { m_last.leftBehind = true; }
 
   void Add(const LogLine& line) {
     switch (line.event) {
@@ -122,7 +119,7 @@ class LogThread {
 
   void Report() {
     if (m_last.position > 0) {
-      m_listener(m_last);
+      m_history.listener(m_last);
     }
   }
 
@@ -260,7 +257,6 @@ class LogThread {
   }
 
   LogHistory& m_history;
-  const Listener& m_listener;
   Operation m_last;                    // without a position before the first one
   bool m_isNew = true;                 // no record has shown a beginning or an end
   Step m_step = Step::kEntry;          // the latest of the operation
@@ -297,8 +293,7 @@ void Mend(LogPrefix& torn, const LogPrefix& next) {
 // Sorts lines into the library's and others.
 class LogReader {
  public:
-  LogReader(LogHistory& history, const Listener& listener)
-      : m_history(history), m_listener(listener) {}
+  explicit LogReader(LogHistory& history) : m_history(history) {}
 
   void Add(const std::string& text) {
     std::optional<LogLine> line = ParseLogLine(text);
@@ -360,11 +355,10 @@ class LogReader {
     if (priority == LetterOf(kDebug) || priority == LetterOf(kInfo)) {
       m_history.successes.insert(process);
     }
-    m_threads.try_emplace(process + ' ' + name, m_history, m_listener).first->second.Add(line);
+    m_threads.try_emplace(process + ' ' + name, m_history).first->second.Add(line);
   }
 
   LogHistory& m_history;
-  const Listener& m_listener;
   std::map<std::string, LogThread> m_threads;
   std::deque<LogLine> m_records;    // not yet added
   bool m_isOpen = false;            // the last of them
@@ -378,9 +372,8 @@ const Members& Queries() {
   return queries;
 }
 
-void ReadHistory(std::istream& log, const std::string& since, LogHistory& history,
-                 const Listener& listener) {
-  LogReader reader(history, listener);
+void ReadHistory(std::istream& log, const std::string& since, LogHistory& history) {
+  LogReader reader(history);
   bool isReached = since.empty();
   bool hasTime = isReached;  // of the form of `since`
   for (std::string line; std::getline(log, line);) {

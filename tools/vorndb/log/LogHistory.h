@@ -16,18 +16,35 @@
 
 namespace vorndb {
 
-// The end of an operation, as far as its records show.
+// The end of an operation, as far as its records show: a label, and a note that explains it.
+// Sentences without capital and full stop.
+// clang-format off
+#define VORN_OUTCOMES(outcome)                                                                 \
+  outcome(kSucceeded, "succeeded", "")                                                         \
+  outcome(kFailed, "failed", "")                                                               \
+  outcome(kNotOpened, "not opened", "")                                                        \
+  outcome(kPrepared, "prepared",                                                               \
+    "a query logs nothing when it succeeds; its statement was prepared, unless an exception"   \
+    " ended it first")                                                                         \
+  outcome(kOpened, "opened",                                                                   \
+    "the application called OpenDB itself, which logs nothing when it succeeds")               \
+  outcome(kNoEnd, "no end in the log",                                                         \
+    "an exception ended it, its process ended or was still running it, or lines are missing")  \
+  outcome(kNothingYet, "no failure up to the end of the log",                                  \
+    "no record of its thread follows; it may still have been running")                         \
+  outcome(kNoFailure, "no failure in the log",                                                 \
+    "records of success (priority 4) of its process are not in the log; it is a write that"    \
+    " succeeded, a query that was prepared, or OpenDB alone")                                  \
+  outcome(kNoSuccess, "neither success nor failure in the log",                                \
+    "its entry (priority 3) is not in the log; it is a query that was prepared, OpenDB alone," \
+    " or a write whose end is missing")                                                        \
+  outcome(kUnreadable, "ended with an unreadable outcome", "")
+// clang-format on
+
 enum class Outcome {
-  kSucceeded,
-  kFailed,
-  kNotOpened,
-  kPrepared,
-  kOpened,
-  kNoEnd,       // known to be missing
-  kNothingYet,  // a query at the end of the log
-  kNoFailure,   // where records of success are not in the log
-  kNoSuccess,   // nor failure, where the member is unknown
-  kUnreadable,
+#define VORN_OUTCOME(name, label, note) name,
+  VORN_OUTCOMES(VORN_OUTCOME)
+#undef VORN_OUTCOME
 };
 
 // Members of Database, one of which an operation is; none where all are possible.
@@ -60,6 +77,10 @@ struct Operation {
 };
 
 struct LogHistory {
+  // Takes an operation when it has ended or its thread went on, perhaps again, after each later
+  // failure to read a cursor, and at the end of the log.
+  std::function<void(Operation&)> listener;
+
   // Lines by kind.
   std::size_t own = 0;         // of the library
   std::size_t unreadable = 0;  // of these, protected or damaged
@@ -74,13 +95,8 @@ struct LogHistory {
   std::set<std::string> successes;  // the processes with records of priority 4 or lower
 };
 
-// Takes an operation when it has ended or its thread went on, perhaps again, after each later
-// failure to read a cursor, and at the end of the log.
-using Listener = std::function<void(Operation&)>;
-
 // Unless `since` is empty, lines before the first one of that time are left out. Throws Failure.
-void ReadHistory(std::istream& log, const std::string& since, LogHistory& history,
-                 const Listener& listener);
+void ReadHistory(std::istream& log, const std::string& since, LogHistory& history);
 
 Outcome OutcomeOf(const LogHistory& history, const Operation& operation);
 
