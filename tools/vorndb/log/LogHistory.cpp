@@ -127,9 +127,9 @@ class LogThread {
   // The possible members of the last operation if the record is one of its own.
   std::optional<Members> MembersWith(const LogLine& line, Step step) const {
     // A select that could not open its file has a second record of that.
-    const bool again =
-        line.event == LogEvent::kSelectNotOpened && m_last.end == Outcome::kNotOpened;
-    if ((m_last.leftBehind && !again) || (step <= m_step && step != Step::kInside)) {
+    const bool runs = !m_last.leftBehind || (line.event == LogEvent::kSelectNotOpened &&
+                                             m_last.end == Outcome::kNotOpened);
+    if (!runs || (step <= m_step && step != Step::kInside)) {
       return std::nullopt;
     }
     // The application may fetch rows itself from a file that it has opened itself.
@@ -226,32 +226,29 @@ class LogThread {
     }
   }
 
-  // Its entry, or the line that names the file, comes first. Each line of the source is run once
-  // in an operation: another one is of its end.
   void Unreadable(const LogLine& line) {
-    const bool opens = line.function == kOpenMember;
-    const bool isLater = m_step >= Step::kOpening && m_numbers.count(line.number) == 0 &&
-                         MembersWith(line, Step::kInside) && (m_last.file || !opens);
     if (line.function == "IsRetryLimit") {
       ++Take(line).busyUnreadable;
     } else if (line.file == kParser) {
       ++Take(line).stepUnreadable;
-    } else if (IsOperation(line) && isLater) {
-      UnreadableEnd(line);
-    } else if (opens) {
-      Take(line, Step::kOpening).file = "an unreadable file";
     } else if (IsOperation(line)) {
-      Take(line, Step::kEntry);
+      UnreadableStep(line);
     }
   }
 
-  void UnreadableEnd(const LogLine& line) {
-    if (line.function != kOpenMember) {
-      End(line, Outcome::kUnreadable);
-    } else if (line.prefix.priority == 'E') {
-      End(line, Outcome::kNotOpened);
+  // Its entry, or the line that names the file, comes first. Each line of the source is run once
+  // in an operation: another one is of its end. Without a priority entries of OpenDB look the same.
+  void UnreadableStep(const LogLine& line) {
+    const bool opens = line.function == kOpenMember;
+    const bool isLater = m_step >= Step::kOpening && m_numbers.count(line.number) == 0 &&
+                         MembersWith(line, Step::kInside) && (m_last.file || !opens);
+    if (!isLater && opens) {
+      Take(line, Step::kOpening).file = "an unreadable file";
+    } else if (!isLater) {
+      Take(line, Step::kEntry);
+    } else if (!opens || line.prefix.priority == LetterOf(kError)) {
+      End(line, opens ? Outcome::kNotOpened : Outcome::kUnreadable);
     } else {
-      // Without a priority entries look the same.
       Take(line);
     }
   }

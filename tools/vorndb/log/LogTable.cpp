@@ -17,15 +17,12 @@ namespace {
 using Sites = std::vector<std::pair<std::string, std::string>>;
 
 struct LogMessage {
-  const char* chapter;  // of the log reference
   std::string name;
   LogEvent event;
   int priority;
   const char* priorityName;
   std::string format;
   Sites sites;
-  const char* meaning;
-  const char* remedy;
 };
 
 Sites SitesOf(const std::string& text) {
@@ -66,11 +63,9 @@ LogEvent EventOf(const LogMessage& message) {
 
 std::vector<LogMessage> MakeMessages() {
   std::vector<LogMessage> messages;
-  const char* chapter = "";
-#define VORN_LOG_CHAPTER(title) chapter = title;
-#define VORN_LOG_MESSAGE(name, priority, message, sites, meaning, remedy)         \
-  messages.push_back({chapter, #name, LogEvent::k##name, priority, &#priority[1], \
-                      FormatOf message, SitesOf(sites), meaning, remedy});        \
+#define VORN_LOG_MESSAGE(name, priority, message, sites, meaning, remedy)                     \
+  messages.push_back(                                                                         \
+      {#name, LogEvent::k##name, priority, &#priority[1], FormatOf message, SitesOf(sites)}); \
   messages.back().event = EventOf(messages.back());
 #include "private/LogMessages.h"
   return messages;
@@ -107,21 +102,20 @@ bool Matches(std::string format, LogLine& line) {
 }
 
 // "Error (6, E)"
-std::string PriorityOf(const LogMessage& message) {
-  return std::string(message.priorityName) + " (" + std::to_string(message.priority) + ", " +
-         LetterOf(message.priority) + ')';
+std::string PriorityOf(int priority, const std::string& name) {
+  return name + " (" + std::to_string(priority) + ", " + LetterOf(priority) + ')';
 }
 
 // "`FILE`: `FUNCTION`, `FUNCTION`; `FILE`: `FUNCTION`"
-std::string TextOf(const Sites& sites) {
+std::string QuotedSites(const std::string& sites) {
   std::string text;
-  std::string last;
-  for (const auto& [file, function] : sites) {
-    text += text.empty() ? "" : (file == last ? ", " : "; ");
-    text.append(file == last ? "" : '`' + file + "`: ").append('`' + function + '`');
-    last = file;
+  std::istringstream words(sites);
+  for (std::string word; words >> word;) {
+    const std::size_t end = std::min(word.find_first_of(":;"), word.size());
+    const std::string mark = end == word.size() ? "," : word.substr(end);
+    text += '`' + word.substr(0, end) + '`' + mark + ' ';
   }
-  return text;
+  return text.substr(0, text.size() - 2);
 }
 
 }  // namespace
@@ -161,23 +155,23 @@ void LogReference(const Arguments& /*arguments*/) {
   std::map<int, std::string, std::greater<>> rows;
   for (const LogMessage& message : LogMessages()) {
     std::string& row = rows[message.priority];
-    row += row.empty() ? "| " + PriorityOf(message) + " | " : ", ";
+    row += row.empty() ? "| " + PriorityOf(message.priority, message.priorityName) + " | " : ", ";
     row += '`' + message.format + '`';
   }
   std::cout << "# Messages of the log\n\n| Priority | Messages |\n|---|---|\n";
   for (const auto& [priority, row] : rows) {
     std::cout << row << " |\n";
   }
-  std::string chapter;
-  for (const LogMessage& message : LogMessages()) {
-    if (chapter != message.chapter) {
-      chapter = message.chapter;
-      std::cout << "\n## " << chapter << '\n';
-    }
-    std::cout << "\n### `" << message.format << "`\n\n**" << PriorityOf(message) << "** from "
-              << TextOf(message.sites) << ".\n\n"
-              << message.meaning << "\n\n*Action:* " << message.remedy << '\n';
-  }
+  const auto write = [](const char* format, const std::string& priority, const char* sites,
+                        const char* meaning, const char* remedy) {
+    std::cout << "\n### `" << format << "`\n\n**" << priority << "** from " << QuotedSites(sites)
+              << ".\n\n"
+              << meaning << "\n\n*Action:* " << remedy << '\n';
+  };
+#define VORN_LOG_CHAPTER(title) std::cout << "\n## " title "\n";
+#define VORN_LOG_MESSAGE(name, priority, message, sites, meaning, remedy) \
+  write(FormatOf message, PriorityOf(priority, &#priority[1]), sites, meaning, remedy);
+#include "private/LogMessages.h"
 }
 
 }  // namespace vorndb
