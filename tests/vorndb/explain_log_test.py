@@ -53,6 +53,7 @@ RECORDS = {
     "wait": "Database.cpp: IsRetryLimit(4) > SQLITE BUSY[3]",
     "step": "DatabasePasrser.cpp: IsRetryLimit(4) > SQLITE BUSY[3]",
     "refused": "Database.cpp: Select(9) > SELECT FAILED[1]: no",
+    "unopened": "Database.cpp: Select(9) > OpenDB Error: 14",
     "missed": "Cursor.cpp: GetString(9) > NO MATCHED ERROR!!!",
 }
 LOST = "\n   its beginning is not in the log"
@@ -83,6 +84,7 @@ def test_a_log_that_is_cut_within_an_operation(tool, name):
         ("open file done", "Upsert on ./app.db: succeeded" + LOST),
         ("file done", "Upsert on ./app.db: succeeded"),
         ("open file wait refused", "Select on ./app.db: failed, 1: no" + LOST + WAITED),
+        ("open file unopened", "Select on ./app.db: not opened, 14" + LOST),
         ("open file join new", "JoinSelect on ./app.db: prepared" + LOST),
         ("step file done", f"a query on ?: prepared{LOST}{WAITED}; Upsert on ./app.db: succeeded"),
         ("new open file", "OpenDB on ./app.db: opened"),
@@ -101,6 +103,8 @@ def test_failures_alone_and_the_summary_alone(tool):
     text = explain(tool, log)
     assert operations(explain(tool, log, "--failures")) == operations(text)[1:3]
     assert explain(tool, log, "--summary") == text[text.index("Summary\n") :]
+    summary = explain(tool, kept("captured_busy"), "--summary")
+    assert explain(tool, kept("captured_busy"), "--summary", "--follow") == summary
 
 
 @pytest.mark.parametrize("name", KEPT)

@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <sys/prctl.h>
 #include <unistd.h>
 
@@ -251,7 +252,7 @@ std::vector<std::string> NotesOn(const LogHistory& history, const Summary& summa
   std::vector<std::string> notes;
   for (const Outcome outcome : summary.outcomes) {
     if (const auto& [label, note] = TextOf(outcome); !note.empty()) {
-      notes.push_back(label + ": " + note + '.');
+      notes.emplace_back(label).append(": ").append(note).append(".");
     }
   }
   if (history.unreadable > 0) {
@@ -351,7 +352,7 @@ class Report {
 // another one takes its name. tail ends with this process.
 void Follow(const std::string& path) {
   int ends[2];
-  FailIf(pipe(ends) != 0, "no pipe is left for tail");
+  FailIf(pipe2(ends, O_CLOEXEC) != 0, "no pipe is left for tail");
   const pid_t tail = fork();
   FailIf(tail < 0, "tail cannot be started");
   if (tail == 0) {

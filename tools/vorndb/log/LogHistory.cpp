@@ -266,13 +266,6 @@ bool HasOpenQuote(const std::string& text) {
   return std::count(text.begin(), text.end(), '"') % 2 != 0;
 }
 
-// The line's text is from SQLite and goes on in the next line.
-bool IsOpen(const LogLine& line) {
-  return (line.event == LogEvent::kFailed || line.event == LogEvent::kOpenFailed ||
-          line.event == LogEvent::kStepFailed) &&
-         HasOpenQuote(line.text);
-}
-
 // The first record of a log may lack the beginning of its prefix.
 void Mend(LogPrefix& torn, const LogPrefix& next) {
   for (std::string LogPrefix::*part : {&LogPrefix::process, &LogPrefix::thread}) {
@@ -300,7 +293,8 @@ class LogReader {
       m_isOpen = MayGoOn(text);
     } else {
       m_rest.clear();
-      m_isOpen = isOwn && IsOpen(*line);
+      // All texts but paths are SQLite's.
+      m_isOpen = isOwn && line->event != LogEvent::kOpening && HasOpenQuote(line->text);
     }
     if (isOwn) {
       m_records.push_back(*line);
