@@ -261,6 +261,18 @@ class LogThread {
   std::map<std::string, int> m_waits;  // of its loop that goes on, by file
 };
 
+// Leaves out the rest of an endless line, so that a file that is no log does not fill the memory.
+bool ReadLine(std::istream& log, std::string& line) {
+  constexpr std::size_t kLimit = 65536;
+  line.clear();
+  for (char next = '\0'; log.get(next) && next != '\n';) {
+    if (line.size() < kLimit) {
+      line += next;
+    }
+  }
+  return log || !line.empty();
+}
+
 // SQLite quotes the parts of a statement in its texts.
 bool HasOpenQuote(const std::string& text) {
   return std::count(text.begin(), text.end(), '"') % 2 != 0;
@@ -367,7 +379,7 @@ void ReadHistory(std::istream& log, const std::string& since, LogHistory& histor
   LogReader reader(history);
   bool isReached = since.empty();
   bool hasTime = isReached;  // of the form of `since`
-  for (std::string line; std::getline(log, line);) {
+  for (std::string line; ReadLine(log, line);) {
     // Once a line is of that time, all later ones count: a clock may be set back.
     if (!isReached) {
       const std::optional<bool> isSince = IsSince(ParseLogPrefix(line).time, since);
