@@ -130,6 +130,11 @@ def test_a_replaced_name_is_warned_of_like_a_cell(tool):
     assert "warning: JSON holds UTF-8 only" in errors
 
 
+def test_a_column_without_a_text(tool):
+    tool.sql('CREATE VIEW v AS SELECT NULL AS "", 2 AS b')
+    assert tool.done("select", "v") == "   b\n-  -\n   2\n"
+
+
 @pytest.mark.parametrize(
     "name, expected",
     [

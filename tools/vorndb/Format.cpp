@@ -85,7 +85,8 @@ void WriteFramed(Result& result, Width width, const Frame& frame, std::ostream& 
   const Texts header = TextsOf({result.columns.begin(), result.columns.end()}, frame);
   std::vector<Column> columns;
   for (std::size_t i = 0; i < header.size(); ++i) {
-    columns.push_back({DisplayWidth(header[i]), HasNumbersOnly(result, result.columns[i])});
+    columns.push_back({std::max<std::size_t>(1, DisplayWidth(header[i])),
+                       HasNumbersOnly(result, result.columns[i])});
   }
   EachRow(result, [&](const Row& row) {
     const Texts texts = TextsOf(row, frame);
