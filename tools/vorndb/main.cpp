@@ -12,6 +12,16 @@ namespace {
 
 enum ExitStatus { kDone = 0, kFailed = 1, kWrongUse = 2 };
 
+// The status that is the answer of a command, or 0.
+int Run(int argc, char** argv) {
+  try {
+    vorndb::RunCommandLine(argc, argv);
+    return kDone;
+  } catch (const vorndb::Answer& answer) {
+    return answer.status;
+  }
+}
+
 int Fail(const char* problem, ExitStatus status) {
   std::cout.flush();
   vorndb::Tell(problem);
@@ -22,12 +32,10 @@ int Fail(const char* problem, ExitStatus status) {
 
 int main(int argc, char** argv) {
   try {
-    vorndb::RunCommandLine(argc, argv);
+    const int status = Run(argc, argv);
     // A full disk shows here at the latest.
     vorndb::FailIf(!std::cout.flush(), "cannot write to standard output");
-    return kDone;
-  } catch (const vorndb::Answer& answer) {
-    return answer.status;
+    return status;
   } catch (const vorndb::UsageError& error) {
     const int status = Fail(error.what(), kWrongUse);
     std::cerr << "For help: vorndb help" + (error.command.empty() ? "" : ' ' + error.command) +
