@@ -272,7 +272,7 @@ def test_create_leaves_a_table_as_it_is(contacts, load):
 @pytest.mark.parametrize(
     "message, arguments",
     [
-        ("'xml' cannot be imported; csv,", "--format xml"),
+        ("'xml' is no format; the formats are csv,", "--format xml"),
         ("';;' is no separator", "--separator ;;"),
         ("'\\n' is no separator", "--separator=\n"),
         ("';' is no separator", "--format json --separator ;"),

@@ -1,10 +1,10 @@
-#include "CommandLine.h"
-
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
+#include <iterator>
+#include <map>
 #include <memory>
 #include <set>
 #include <stdexcept>
@@ -13,7 +13,6 @@
 #include <vector>
 
 #include "Commands.h"
-#include "Completion.h"
 #include "DatabaseFile.h"
 #include "Errors.h"
 #include "Result.h"
@@ -24,7 +23,7 @@ namespace vorndb {
 namespace {
 
 using Run = void (*)(const Arguments&);
-using Words = std::vector<std::string>;
+using ParsePair = Pair (*)(const std::string&);
 
 bool IsOption(const std::string& word) { return word.size() > 1 && word.front() == '-'; }
 
@@ -32,6 +31,8 @@ bool Repeats(const CLI::Option* option) {
   return option->get_allow_extra_args() &&
          option->get_expected_max() == CLI::detail::expected_max_vector_size;
 }
+
+void RequireTableName(const std::string& name) { RequirePlainName("table", name); }
 
 // The database file is an option of all other commands.
 bool TakesFile(const std::string& command) {
@@ -76,16 +77,16 @@ class CommandLine {
     const auto help = std::make_shared<Help>();
     help->label("Positionals", "Arguments");
     m_app.formatter(help);
+    m_app.option_defaults()->group("Options of all commands");
     m_app.set_help_flag("-h,--help", "Print help");
     m_app.set_version_flag("-V,--version", "vorndb " VORNDB_VERSION, "Print the version");
-    m_app.option_defaults()->group("Options of all commands");
-    m_app.get_help_ptr()->group("Options of all commands");
-    m_app.get_version_ptr()->group("Options of all commands");
     m_app.require_subcommand(1);
     m_app.footer(
         "The file may also follow -f, or be named by the variable VORNDB_FILE.\n"
         "Exit status: 0, 1 for an operation that failed, 2 for wrong use.\n"
         "An example for each command: vorndb help COMMAND");
+    const char* const file = std::getenv("VORNDB_FILE");
+    m_arguments.file = file == nullptr ? "" : file;
     Add("-f,--file", "FILE", m_arguments.file, "The database file");
     AddFlag("-n,--dry-run,--sql", m_arguments.sql, "Print the SQL statements, and run nothing");
     AddFlag("-q,--quiet", m_arguments.quiet, "Print nothing about success");
@@ -97,7 +98,7 @@ class CommandLine {
   }
 
   // Runs the command, or prints help or the version.
-  void Parse(Words words) {
+  int Parse(Texts words) {
     try {
       PlaceFile(words);
       if (m_name == "help" && words.back() != "--help") {
@@ -109,22 +110,24 @@ class CommandLine {
       RequireKnownOptions(words);
       std::reverse(words.begin(), words.end());
       m_app.parse(words);
+      return 0;
+    } catch (const Answer& answer) {
+      return answer.status;
     } catch (const CLI::Success& help) {
-      m_app.exit(help, std::cout, std::cerr);
+      return m_app.exit(help, std::cout, std::cerr);
     } catch (const CLI::ParseError& error) {
-      Refuse(Rephrased(error));
-    } catch (UsageError& error) {
-      error.command = m_name;
-      throw;
+      throw UsageError(Rephrased(error), m_name);
+    } catch (const UsageError& error) {
+      throw UsageError(error.what(), m_name);
     }
   }
 
   // Prints the candidates for the last word. Bash makes three words of "NAME=VALUE".
-  void Complete(Words words) {
+  int Complete(Texts words) {
     std::string word = words.empty() ? "" : words.back();
     words.resize(words.empty() ? 0 : words.size() - 1);
     if (words.size() > 1 && words.back() == "=" && !IsOption(words[words.size() - 2])) {
-      return;
+      return 0;
     }
     words.erase(std::remove(words.begin(), words.end(), "="), words.end());
     word = word == "=" ? "" : word;
@@ -133,23 +136,24 @@ class CommandLine {
         std::cout << candidate << '\n';
       }
     }
+    return 0;
   }
 
  private:
-  [[noreturn]] void Refuse(const std::string& problem) const {
-    UsageError error(problem);
-    error.command = m_name;
-    throw error;
+  bool IsCommand(const std::string& word) const {
+    return std::count(m_commands.begin(), m_commands.end(), word) > 0;
   }
 
-  CLI::App* Find(const std::string& command) {
-    const auto found = m_app.get_subcommands(
-        [&command](const CLI::App* app) { return app->get_name() == command; });
-    return found.empty() ? nullptr : found.front();
+  // The command to be run, or all of them where it is not known.
+  CLI::App* Command() { return m_name.empty() ? &m_app : m_app.get_subcommand(m_name); }
+
+  const CLI::Option* FindOption(const std::string& name) {
+    const CLI::Option* const option = Command()->get_option_no_throw(name);
+    return option != nullptr ? option : m_app.get_option_no_throw(name);
   }
 
   // The first word from a position on that is neither an option nor the file of one.
-  static Words::iterator Bare(Words& words, Words::iterator word) {
+  static Texts::iterator Bare(Texts& words, Texts::iterator word) {
     bool isValue = false;
     for (; word != words.end() && (isValue || IsOption(*word)); ++word) {
       isValue = !isValue && (*word == "-f" || *word == "--file");
@@ -157,44 +161,39 @@ class CommandLine {
     return word;
   }
 
-  bool IsFile(Words& words, Words::iterator word) {
+  bool IsFile(Texts& words, Texts::iterator word) {
     const auto next = Bare(words, word + 1);
     std::error_code ignored;
     return word->find_first_of("./") != std::string::npos ||
-           std::filesystem::exists(*word, ignored) ||
-           (next != words.end() && Find(*next) != nullptr);
+           std::filesystem::exists(*word, ignored) || (next != words.end() && IsCommand(*next));
   }
 
   // Finds the command, and puts the option before a file that comes without.
-  void PlaceFile(Words& words) {
+  void PlaceFile(Texts& words) {
     auto word = Bare(words, words.begin());
-    if (word != words.end() && Find(*word) == nullptr && IsFile(words, word)) {
+    if (word != words.end() && !IsCommand(*word) && IsFile(words, word)) {
       word = Bare(words, words.insert(word, "--file"));
     }
     if (word != words.end()) {
-      RefuseIf(Find(*word) == nullptr,
-               '\'' + *word + "' is no command" + Suggestion(*word, CommandNames()));
+      RefuseIf(!IsCommand(*word), '\'' + *word + "' is no command" + Suggestion(*word, m_commands));
       m_name = *word;
     }
   }
 
   // Before any value is looked at.
-  void RequireKnownOptions(const Words& words) {
-    const CLI::App* const command = m_name.empty() ? &m_app : Find(m_name);
+  void RequireKnownOptions(const Texts& words) {
     for (auto word = words.begin(); word != words.end() && *word != "--"; ++word) {
       const std::string name = word->substr(0, word->find('='));
-      if (name.rfind("--", 0) == 0 && command->get_option_no_throw(name) == nullptr &&
-          m_app.get_option_no_throw(name) == nullptr) {
-        throw UsageError(name + " is no option of " + (m_name.empty() ? "vorndb" : m_name) +
-                         Suggestion(name, OptionNames(command)));
-      }
+      RefuseIf(name.rfind("--", 0) == 0 && FindOption(name) == nullptr,
+               name + " is no option of " + (m_name.empty() ? "vorndb" : m_name) +
+                   Suggestion(name, OptionNames()));
     }
   }
 
-  // The long options of a command, and those of all.
-  Words OptionNames(const CLI::App* command) const {
+  // The long options of the command, and those of all.
+  Texts OptionNames() {
     std::set<std::string> names;
-    for (const CLI::App* const app : {command, &m_app}) {
+    for (const CLI::App* const app : {Command(), &m_app}) {
       for (const CLI::Option* const option : app->get_options()) {
         for (const std::string& name : option->get_lnames()) {
           names.insert("--" + name);
@@ -204,55 +203,38 @@ class CommandLine {
     return {names.begin(), names.end()};
   }
 
-  Words CommandNames() const {
-    Words names;
-    for (const CLI::App* const command :
-         m_app.get_subcommands([](const CLI::App*) { return true; })) {
-      names.push_back(command->get_name());
-    }
-    return names;
-  }
-
-  // The option or argument that the next word belongs to. An option without its value is
-  // removed.
-  const CLI::Option* TakePlace(const CLI::App& command, Words& words) const {
-    const auto last = std::find_if(words.rbegin(), words.rend(), IsOption);
-    if (last != words.rend()) {
-      const CLI::Option* option = command.get_option_no_throw(*last);
-      option = option != nullptr ? option : m_app.get_option_no_throw(*last);
-      const bool takesValue = option != nullptr && option->get_type_size() > 0;
-      if (takesValue && (last == words.rbegin() || Repeats(option))) {
-        words.resize(words.size() - (last == words.rbegin() ? 1 : 0));
-        return option;
-      }
-    }
-    return nullptr;
-  }
-
-  Words CandidatesAfter(Words words, const std::string& word) {
-    PlaceFile(words);
-    const CLI::App* const command = m_name.empty() ? &m_app : Find(m_name);
-    const CLI::Option* place = TakePlace(*command, words);
-    m_isCompletion = true;
+  // The option or argument that takes the next word, or nothing. Takes the words before it.
+  std::string TakePlace(Texts words) {
+    const std::string next = "\x01";
+    words.push_back(next);
+    Command()->callback(nullptr);
     try {
       std::reverse(words.begin(), words.end());
       m_app.parse(words);
     } catch (const std::runtime_error&) {
       // The line is not complete.
     }
-    for (const CLI::Option* const option : command->get_options()) {
-      const bool isFree = option->get_positional() && (option->count() == 0 || Repeats(option));
-      place = place == nullptr && isFree ? option : place;
+    for (const CLI::App* const app : {Command(), &m_app}) {
+      for (const CLI::Option* const option : app->get_options()) {
+        const Texts& taken = option->results();
+        if (std::find(taken.begin(), taken.end(), next) != taken.end()) {
+          return option->get_name();
+        }
+      }
     }
-    SetFileFromEnvironment();
+    return "";
+  }
+
+  Texts CandidatesAfter(Texts words, const std::string& word) {
+    PlaceFile(words);
+    const std::string place = TakePlace(words);
     if (IsOption(word) || word == "-") {
-      return OptionNames(command);
+      return OptionNames();
     }
-    if (place == nullptr || place->get_name() == "COMMAND") {
-      return place == nullptr && command != &m_app ? Words() : CommandNames();
+    if (place == "COMMAND" || (place.empty() && m_name.empty())) {
+      return m_commands;
     }
-    const bool isOfLog = m_name == "explain-log" && place->get_name() == "--format";
-    return isOfLog ? LogFormats() : Candidates(place->get_name(), m_arguments, word);
+    return place == "--format" ? m_formats[m_name] : Candidates(place, m_arguments, word);
   }
 
   static std::string Rephrased(const CLI::ParseError& error) {
@@ -276,6 +258,7 @@ class CommandLine {
   }
 
   void AddCommand(const char* name, Run run, const char* description, const std::string& example) {
+    m_commands.emplace_back(name);
     m_command = m_app.add_subcommand(name, description);
     m_command->group(m_group);
     // The options of all commands may also follow the command.
@@ -283,56 +266,48 @@ class CommandLine {
     m_command->set_help_flag("-h,--help", "Print help")->group("");
     m_command->option_defaults()->group("Options");
     m_command->footer("Example:\n  vorndb " + example);
-    m_command->callback([this, run] {
-      if (m_isCompletion) {
-        return;
-      }
-      if (TakesFile(m_name)) {
-        TakeFile();
-      } else {
-        RefuseIf(!m_arguments.file.empty(), m_name + " takes no -f, and no file before it");
-        RefuseIf(m_arguments.sql && run != Copy, m_name + " has no statement to be printed");
-      }
-      ShowLog(m_arguments.verbose);
-      run(m_arguments);
-    });
+    m_command->callback([this, run] { RunCommand(run); });
   }
 
-  void SetFileFromEnvironment() {
-    if (const char* const file = std::getenv("VORNDB_FILE");
-        file != nullptr && m_arguments.file.empty()) {
-      m_arguments.file = file;
-    }
-  }
-
-  void TakeFile() {
-    SetFileFromEnvironment();
-    if (!m_arguments.sql) {
+  void RunCommand(Run run) {
+    if (!TakesFile(m_name)) {
+      RefuseIf(m_app.count("--file") > 0, m_name + " takes no -f, and no file before it");
+      RefuseIf(m_arguments.sql && run != Copy, m_name + " has no statement to be printed");
+    } else if (!m_arguments.sql) {
       RequireFileName(m_arguments.file);
     }
+    ShowLog(m_arguments.verbose);
+    run(m_arguments);
   }
 
-  // The texts have to be those of a `Form`.
-  template <typename Value, typename Form = Value>
+  template <typename Value>
   CLI::Option* Add(const char* name, const char* type, Value& value,
                    const std::string& description) {
-    return m_command->add_option<Value, Form>(name, value, description)->type_name(type);
+    return m_command->add_option(name, value, description)->type_name(type);
+  }
+
+  CLI::Option* Add(const char* name, const char* type, Pairs& pairs, ParsePair parse,
+                   const std::string& description) {
+    const auto take = [&pairs, parse](const Texts& words) {
+      std::transform(words.begin(), words.end(), std::back_inserter(pairs), parse);
+    };
+    return m_command->add_option_function<Texts>(name, take, description)->type_name(type);
+  }
+
+  // A pair, perhaps an optional one.
+  template <typename Single>
+  CLI::Option* Add(const char* name, const char* type, Single& pair, ParsePair parse,
+                   const std::string& description) {
+    const auto take = [&pair, parse](const std::string& word) { pair = parse(word); };
+    return m_command->add_option_function<std::string>(name, take, description)->type_name(type);
   }
 
   CLI::Option* AddFlag(const char* name, bool& value, const char* description) {
     return m_command->add_flag(name, value, description);
   }
 
-  // For an argument without a name of its own.
-  template <typename Value>
-  CLI::Option* AddPlace(const char* name, Value& value, const char* description) {
-    return Add(name, "", value, description)->required();
-  }
-
-  CLI::Option* AddTable() {
-    return AddPlace("TABLE", m_arguments.table, "The table")->each([](const std::string& table) {
-      RequirePlainName("table", table);
-    });
+  void AddTable() {
+    Add("TABLE", "", m_arguments.table, "The table")->required()->each(RequireTableName);
   }
 
   void AddOnTable(const char* name, Run run, const char* description, const std::string& example) {
@@ -340,23 +315,37 @@ class CommandLine {
     AddTable();
   }
 
+  void AddPath(const char* name, const char* description) {
+    Add(name, "", m_arguments.path, description)->required();
+  }
+
   void AddValues() {
-    AddPlace("VALUES", m_arguments.values, "The values to be written: COLUMN=VALUE...");
+    Add("VALUES", "", m_arguments.values, ParseAssignment,
+        "The values to be written: COLUMN=VALUE...")
+        ->required();
   }
 
   void AddWhere() {
-    Add("--where", "COLUMN=VALUE", m_arguments.where, "Only rows with these values, all of them");
+    Add("--where", "COLUMN=VALUE", m_arguments.where, ParseAssignment,
+        "Only rows with these values, all of them");
+  }
+
+  CLI::Option* AddFormatName(const Texts& formats, const std::string& description) {
+    m_formats[m_command->get_name()] = formats;
+    return Add("--format", "NAME", m_arguments.format, description)
+        ->each([formats](const std::string& name) {
+          RefuseIf(std::count(formats.begin(), formats.end(), name) == 0,
+                   '\'' + name + "' is no format; the formats are " + Joined(formats));
+        });
   }
 
   void AddFormat() {
-    CLI::Option* const format =
-        Add("--format", "NAME", m_arguments.format, "One of " + Joined(FormatNames()))
-            ->each(RequireFormat);
-    for (const char* const name : {"csv", "json"}) {
+    CLI::Option* const format = AddFormatName(FormatNames(), "One of " + Joined(FormatNames()));
+    for (const std::string name : {"csv", "json"}) {
       m_command
           ->add_flag_callback(
-              std::string("--") + name, [this, name] { m_arguments.format = name; },
-              std::string("The same as --format ") + name)
+              "--" + name, [this, name] { m_arguments.format = name; },
+              "The same as --format " + name)
           ->excludes(format);
     }
     AddFlag("--typed", m_arguments.typed,
@@ -367,15 +356,11 @@ class CommandLine {
     Add("--columns", "COLUMN,...", m_arguments.choice.columns, "Only these columns, in this order")
         ->delimiter(',')
         ->allow_extra_args(false);
-    Add("--order", "COLUMN[:desc]", m_arguments.choice.order, "Sort the rows");
+    Add("--order", "COLUMN[:desc]", m_arguments.choice.order, ParseOrder, "Sort the rows");
     Add("--limit", "NUMBER", m_arguments.choice.limit, "No more rows than that");
   }
 
   void AddWide() { AddFlag("--wide", m_arguments.wide, "Cut no cells to the terminal's width"); }
-
-  void AddYes(const char* names, const char* description) {
-    AddFlag(names, m_arguments.yes, description);
-  }
 
   void DeclareReads() {
     m_group = "Read";
@@ -387,10 +372,9 @@ class CommandLine {
 
     AddCommand("join", Join, "Read the rows of two tables that have a value in common",
                "app.db join contact.uid note.owner --where note.kind=2");
-    AddPlace("LEFT", m_arguments.left, "TABLE.COLUMN");
-    AddPlace("RIGHT", m_arguments.right, "TABLE.COLUMN");
-    Add<std::vector<Assignment>, std::vector<JoinCondition>>(
-        "--where", "COLUMN=VALUE", m_arguments.where,
+    Add("LEFT", "", m_arguments.left, ParseTableColumn, "TABLE.COLUMN")->required();
+    Add("RIGHT", "", m_arguments.right, ParseTableColumn, "TABLE.COLUMN")->required();
+    Add("--where", "COLUMN=VALUE", m_arguments.where, ParseJoinCondition,
         "Only rows with these values, all of them; a column may be TABLE.COLUMN");
     AddFormat();
     AddWide();
@@ -404,7 +388,8 @@ class CommandLine {
     AddWide();
     AddCommand("schema", Schema, "Print the statements that made the tables, or one of them",
                "app.db schema contact");
-    AddTable()->required(false);
+    AddTable();
+    m_command->get_option("TABLE")->required(false);
     AddOnTable("exists", Exists, "Exit with status 0 if there is the table, otherwise with 1",
                "app.db exists contact");
   }
@@ -413,10 +398,11 @@ class CommandLine {
     m_group = "Write";
     AddOnTable("create", Create, "Create a table, unless it exists",
                "app.db create contact name:TEXT age:INTEGER --key uid:TEXT");
-    Add("COLUMNS", "", m_arguments.columns, "Its columns: COLUMN:TYPE...");
-    Add("--key", "COLUMN:TYPE", m_arguments.key,
+    Add("COLUMNS", "", m_arguments.columns, ParseTypedColumn, "Its columns: COLUMN:TYPE...");
+    Add("--key", "COLUMN:TYPE", m_arguments.key, ParseTypedColumn,
         "The primary key; without it there is a column _ID");
-    Add("--composite", "COLUMN:TYPE", m_arguments.composite, "A second column of the primary key");
+    Add("--composite", "COLUMN:TYPE", m_arguments.composite, ParseTypedColumn,
+        "A second column of the primary key");
 
     AddOnTable("upsert", Upsert, "Write a row, in the place of one with the same key",
                "app.db upsert contact uid=7 name=\"Miles O'Brien\" age=42");
@@ -428,26 +414,26 @@ class CommandLine {
 
     AddOnTable("delete", Delete, "Delete rows", "app.db delete contact --where uid=7");
     AddWhere();
-    AddYes("--all,-y,--yes", "Every row, without a question");
+    AddFlag("--all,-y,--yes", m_arguments.yes, "Every row, without a question");
 
     AddOnTable("drop", Drop, "Remove a table with all its rows", "app.db drop contact --yes");
-    AddYes("-y,--yes", "Without a question");
+    AddFlag("-y,--yes", m_arguments.yes, "Without a question");
   }
 
   void DeclareTransfers() {
     m_group = "Transfer";
     AddOnTable("import", Import, "Write the rows of a CSV or JSON file into a table",
                "app.db import person persons.csv --create --key uid");
-    AddPlace("IN", m_arguments.path, "The file; - for standard input");
-    Add("--format", "NAME", m_arguments.format,
-        "csv, tsv, json or jsonl; otherwise by the ending of the file");
+    AddPath("IN", "The file; - for standard input");
+    AddFormatName(ImportFormats(), "csv, tsv, json or jsonl; otherwise by the ending of the file");
     Add("--separator", "CHARACTER", m_arguments.separator, "Between the values of CSV; or tab");
     CLI::Option* const create =
         AddFlag("--create", m_arguments.create, "Create the table first, unless it exists");
-    Add<std::optional<TypedColumn>, KeyColumn>("--key", "COLUMN[:TYPE]", m_arguments.key,
-                                               "Its primary key; without it there is a column _ID")
+    Add("--key", "COLUMN[:TYPE]", m_arguments.key, ParseKeyColumn,
+        "Its primary key; without it there is a column _ID")
         ->needs(create);
-    Add("--types", "COLUMN:TYPE", m_arguments.columns, "Types that are not guessed from the values")
+    Add("--types", "COLUMN:TYPE", m_arguments.columns, ParseTypedColumn,
+        "Types that are not guessed from the values")
         ->needs(create);
     Add("--from-line", "LINE[:ROW]", m_arguments.fromLine,
         "Only rows from this line of the file on");
@@ -455,7 +441,7 @@ class CommandLine {
 
     AddOnTable("export", Export, "Write rows of a table into a file",
                "app.db export contact contacts.json --where age=42");
-    AddPlace("OUT", m_arguments.path, "The file; its ending is that of a format");
+    AddPath("OUT", "The file; its ending is that of a format");
     AddWhere();
     AddChoice();
     AddFormat();
@@ -476,24 +462,22 @@ class CommandLine {
   void AddOnFiles(const char* name, Run run, const char* description, const char* from,
                   const char* to, const std::string& example) {
     AddCommand(name, run, description, example);
-    AddPlace(from, m_arguments.from, "A database file")->each(RequireFileName);
-    AddPlace(to, m_arguments.to, "Another one")->each(RequireFileName);
-    Add("TABLES", "", m_arguments.tables, "Only these tables")->each([](const std::string& table) {
-      RequirePlainName("table", table);
-    });
+    Add(from, "", m_arguments.from, "A database file")->required()->each(RequireFileName);
+    Add(to, "", m_arguments.to, "Another one")->required()->each(RequireFileName);
+    Add("TABLES", "", m_arguments.tables, "Only these tables")->each(RequireTableName);
   }
 
   void DeclareOthers() {
     m_group = "Log and help";
     AddCommand("explain-log", Explain, "List the operations in a log of the library",
                "explain-log captured.log");
-    AddPlace("LOG", m_arguments.path, "The captured log; - for standard input");
+    AddPath("LOG", "The captured log; - for standard input");
     AddFlag("--failures", m_arguments.failures, "List only operations with failures");
     AddFlag("--summary", m_arguments.summary, "List no operations");
     Add("--since", "TIME", m_arguments.since, "Only records from that time on");
     AddFlag("--follow", m_arguments.follow,
             "Await more of the log, and list each operation at its end");
-    Add("--format", "NAME", m_arguments.format, "One of " + Joined(LogFormats()));
+    AddFormatName(LogFormats(), "One of " + Joined(LogFormats()));
     AddCommand("log-reference", LogReference,
                "Print every message of the library's log with its meaning, in Markdown",
                "log-reference");
@@ -504,22 +488,20 @@ class CommandLine {
   CLI::App m_app{"Keeps and reads rows in SQLite files with the library vorndatabase.", "vorndb"};
   CLI::App* m_command = &m_app;
   const char* m_group = "";
-  std::string m_name;           // of the command to be run, if known
-  std::string m_topic;          // of help
-  bool m_isCompletion = false;  // no command is to be run
+  std::string m_name;   // of the command to be run, if known
+  std::string m_topic;  // of help
+  Texts m_commands;
+  std::map<std::string, Texts> m_formats;  // by command
   Arguments m_arguments;
 };
 
 }  // namespace
 
-void RunCommandLine(int argc, const char* const* argv) {
-  const Words words(argv + 1, argv + argc);
+int RunCommandLine(int argc, const char* const* argv) {
+  const Texts words(argv + 1, argv + argc);
+  const bool isCompletion = words.size() > 1 && words[0] == "complete" && words[1] == "--";
   CommandLine line;
-  if (words.size() > 1 && words[0] == "complete" && words[1] == "--") {
-    line.Complete(Words(words.begin() + 2, words.end()));
-  } else {
-    line.Parse(words);
-  }
+  return isCompletion ? line.Complete({words.begin() + 2, words.end()}) : line.Parse(words);
 }
 
 }  // namespace vorndb

@@ -4,11 +4,10 @@
 
 #include <fstream>
 #include <iostream>
+#include <tuple>
 #include <type_traits>
 
 #include "CreateRequest.h"
-#include "Cursor.h"
-#include "Database.h"
 #include "DatabaseFile.h"
 #include "DeleteRequest.h"
 #include "DropRequest.h"
@@ -25,86 +24,42 @@ namespace vorndb {
 
 namespace {
 
-// A request with the values and conditions of the command line. It refers to their names.
-template <typename Request>
-struct Statement {
-  explicit Statement(const Arguments& arguments)
-      : values(NamesOf(arguments.values)), conditions(NamesOf(arguments.where)) {
-    const char* name = values.c_str();
-    for (const auto& [column, value] : arguments.values) {
-      request.SetData(name, Quoted(value).c_str());
-      name += column.size() + 1;
-    }
-    name = conditions.c_str();
-    for (const auto& [column, value] : arguments.where) {
-      request.SetWhere(name, Quoted(value).c_str());
-      name += column.size() + 1;
-    }
-  }
-
-  std::string values;
-  std::string conditions;
-  Request request;
-};
+template <typename Subject, typename Given>
+void Print(void (SqlGenerator::*generate)(Subject, std::string&), Given& subject) {
+  std::string sql;
+  (SqlGenerator().*generate)(subject, sql);
+  std::cout << sql << ";\n";
+}
 
 template <typename Request>
 using Generate = void (SqlGenerator::*)(Request&, std::string&);
 
-// Runs a request on these tables, a query with its cursor; or, with --sql, prints its
-// statement and returns nothing. Throws Failure.
-template <typename Request, typename... Output>
-std::optional<CallResult> RunOrPrint(const Arguments& arguments, Request& request,
-                                     const std::vector<std::string>& tables,
-                                     Generate<Request> generate,
-                                     int (Database::*run)(Request&, Output&...),
-                                     Output&... output) {
+// Runs a request on the table or, with --sql, prints its statement. Throws Failure.
+template <typename Request>
+void RunOrPrint(const Arguments& arguments, Request& request, Generate<Request> generate,
+                int (Database::*run)(Request&)) {
+  request.SetTable(arguments.table.c_str());
   if (arguments.sql) {
-    std::string sql;
-    (SqlGenerator().*generate)(request, sql);
-    std::cout << sql << ";\n";
-    return std::nullopt;
+    Print(generate, request);
+    return;
   }
   if constexpr (!std::is_same_v<Request, CreateRequest>) {
     RequireExisting(arguments.file);
   }
   Locate(arguments.file, request);
-  const CallResult call = Observe([&] { return (Database().*run)(request, output...); });
-  ExpectSuccess(arguments.file, tables, call);
-  return call;
+  Observe(arguments.file, {arguments.table}, [&] { return (Database().*run)(request); });
 }
 
-// Upsert, update and delete.
+// The chosen part of a query's result. With --sql it prints the statement and ends the run.
 template <typename Request>
-void WriteRows(const Arguments& arguments, Generate<Request> generate,
-               int (Database::*run)(Request&)) {
-  Statement<Request> statement(arguments);
-  statement.request.SetTable(arguments.table.c_str());
-  RunOrPrint(arguments, statement.request, {arguments.table}, generate, run);
-}
-
-// Returns the names of all columns of the table.
-std::vector<std::string> Fill(CreateRequest& request, const Arguments& arguments) {
-  std::vector<std::string> columns{arguments.key ? arguments.key->column : "_ID"};
-  request.SetTable(arguments.table.c_str());
-  if (arguments.key) {
-    request.SetPrimaryKey(columns.front().c_str(), arguments.key->type.c_str());
+Result QueryOrPrint(const Arguments& arguments, const Texts& tables, Request& request,
+                    Generate<Request> generate, int (Database::*run)(Request&, Cursor&)) {
+  if (arguments.sql) {
+    Print(generate, request);
+    throw Answer{0};
   }
-  if (arguments.composite) {
-    request.SetCompositeKey(arguments.composite->column.c_str(), arguments.composite->type.c_str());
-    columns.push_back(arguments.composite->column);
-  }
-  for (const auto& [column, type] : arguments.columns) {
-    request.SetColumnKey(column.c_str(), type.c_str());
-    columns.push_back(column);
-  }
-  return columns;
-}
-
-// Reads the result of a query on these tables.
-Result Read(const Arguments& arguments, const std::vector<std::string>& tables,
-            const CallResult& call, Cursor& cursor) {
-  Result result = ReadResult(cursor, ReadLines(call.lines));
-  for (const std::string& table : arguments.typed ? tables : std::vector<std::string>()) {
+  Result result = Query(arguments.file, tables, request, run);
+  for (const std::string& table : arguments.typed ? tables : Texts()) {
     for (const Column& column : ColumnsOf(arguments.file, table)) {
       if (column.holdsNumbers) {
         result.numberColumns.insert(column.name);
@@ -115,44 +70,66 @@ Result Read(const Arguments& arguments, const std::vector<std::string>& tables,
   return result;
 }
 
-void Show(const Arguments& arguments, const CallResult& call, Result& result) {
+// Upsert, update and delete.
+template <typename Request>
+void WriteRows(const Arguments& arguments, Generate<Request> generate,
+               int (Database::*run)(Request&)) {
+  Statement<Request> statement(arguments.values, arguments.where);
+  RunOrPrint(arguments, statement.request, generate, run);
+}
+
+void Show(const Arguments& arguments, Result result) {
   const std::optional<std::size_t> width = TerminalWidth(STDOUT_FILENO);
   Write(result, arguments.format, arguments.wide ? std::nullopt : width, std::cout);
-  if (width && !arguments.quiet && arguments.format.empty() && result.rowCount > 0) {
-    std::cout << '(' << Counted(result.rowCount, "row") << ")\n";
+  if (width && !arguments.quiet && arguments.format.empty() && !result.rows.empty()) {
+    std::cout << '(' << Counted(result.rows.size(), "row") << ")\n";
   }
   std::cout.flush();
   for (const std::string& doubt : result.doubts) {
     Tell("warning: " + doubt);
   }
-  ExpectComplete(arguments.file, call);
+  ExpectComplete(arguments.file, result.end);
 }
 
 // The number of rows of a select; nothing where a cursor does not have it.
 std::optional<std::size_t> CountOf(const Result& result) {
-  return result.columns.size() == 1 ? std::nullopt : std::make_optional(result.rowCount);
-}
-
-// The number of rows that meet the conditions of a change.
-std::optional<std::size_t> CountRows(const Arguments& arguments) {
-  Arguments select = arguments;
-  select.values.clear();
-  Cursor cursor;
-  const Selected selected = *RunSelect(select, cursor);
-  return IsComplete(selected.call) ? CountOf(selected.result) : std::nullopt;
+  return result.columns.size() == 1 ? std::nullopt : std::make_optional(result.rows.size());
 }
 
 // Update and delete. The library does not report the number of rows, so they are counted before.
 template <typename Request>
 void ChangeRows(const Arguments& arguments, Generate<Request> generate,
                 int (Database::*run)(Request&)) {
-  const bool counts = !arguments.sql && !arguments.quiet;
-  const std::optional<std::size_t> count = counts ? CountRows(arguments) : std::nullopt;
+  std::optional<std::size_t> count;
+  if (!arguments.sql && !arguments.quiet) {
+    Arguments select = arguments;
+    select.values.clear();
+    const Result result = RunSelect(select);
+    count = result.end.empty() ? CountOf(result) : std::nullopt;
+  }
   WriteRows(arguments, generate, run);
   if (count) {
     std::cout << Counted(*count, "row")
               << (arguments.where.empty() ? " in the table\n" : " met the conditions\n");
   }
+}
+
+// Returns the names of all columns of the table.
+Texts Fill(CreateRequest& request, const Arguments& arguments) {
+  const auto& [key, composite] = std::tie(arguments.key, arguments.composite);
+  Texts columns{key ? key->first : "_ID"};
+  if (key) {
+    request.SetPrimaryKey(key->first.c_str(), key->second.c_str());
+  }
+  if (composite) {
+    request.SetCompositeKey(composite->first.c_str(), composite->second.c_str());
+    columns.push_back(composite->first);
+  }
+  for (const auto& [column, type] : arguments.columns) {
+    request.SetColumnKey(column.c_str(), type.c_str());
+    columns.push_back(column);
+  }
+  return columns;
 }
 
 // Loses data, so somebody has to have meant it.
@@ -165,15 +142,15 @@ void RequireConsent(const Arguments& arguments, const std::string& question,
   }
 }
 
-// A select on one of SQLite's own tables.
-Arguments LookUp(const Arguments& arguments, const std::string& source,
-                 const std::string& table = "") {
-  Arguments select = arguments;
-  select.table = source;
-  if (!table.empty()) {
-    select.where.emplace_back("tbl_name=" + table);
+// With --sql prints the select on the list of all tables, and ends the run.
+void PrintLookup(Arguments arguments) {
+  if (arguments.sql) {
+    if (!arguments.table.empty()) {
+      arguments.where.emplace_back("tbl_name", arguments.table);
+    }
+    arguments.table = "sqlite_master";
+    RunSelect(arguments);
   }
-  return select;
 }
 
 }  // namespace
@@ -184,7 +161,7 @@ void Create(const Arguments& arguments) {
   RefuseIf(arguments.composite && !arguments.key,
            "--composite needs --key: alone, the library leaves it out");
   CreateRequest request;
-  const std::vector<std::string> columns = Fill(request, arguments);
+  const Texts columns = Fill(request, arguments);
   RequireDistinct(columns);
   const std::string& table = arguments.table;
   if (!arguments.sql) {
@@ -196,9 +173,8 @@ void Create(const Arguments& arguments) {
            " has a single column; a select of it reads one row only");
     }
   }
-  const auto call = RunOrPrint(arguments, request, {table}, &SqlGenerator::GetCreateTableSql,
-                               &Database::CreateTable);
-  if (call && LacksTable(arguments.file, table)) {
+  RunOrPrint(arguments, request, &SqlGenerator::GetCreateTableSql, &Database::CreateTable);
+  if (!arguments.sql && LacksTable(arguments.file, table)) {
     Tell("nothing is created: in " + arguments.file + " there is a view " + table +
          ", or a table that differs in capital letters");
   }
@@ -225,96 +201,65 @@ void Delete(const Arguments& arguments) {
   ChangeRows(arguments, &SqlGenerator::GetDeleteSql, &Database::Delete);
 }
 
-std::optional<Selected> RunSelect(const Arguments& arguments, Cursor& cursor) {
-  Statement<SelectRequest> statement(arguments);
+Result RunSelect(const Arguments& arguments) {
+  Statement<SelectRequest> statement({}, arguments.where);
   statement.request.SetTable(arguments.table.c_str());
-  auto call = RunOrPrint(arguments, statement.request, {arguments.table},
-                         &SqlGenerator::GetSelectSql, &Database::Select, cursor);
-  if (!call) {
-    return std::nullopt;
-  }
-  Result result = Read(arguments, {arguments.table}, *call, cursor);
-  return Selected{std::move(*call), std::move(result)};
+  return QueryOrPrint(arguments, {arguments.table}, statement.request, &SqlGenerator::GetSelectSql,
+                      &Database::Select);
 }
 
-void Select(const Arguments& arguments) {
-  Cursor cursor;
-  if (auto selected = RunSelect(arguments, cursor)) {
-    Show(arguments, selected->call, selected->result);
-  }
-}
+void Select(const Arguments& arguments) { Show(arguments, RunSelect(arguments)); }
 
 void Join(const Arguments& arguments) {
-  const TableColumn& left = arguments.left;
-  const TableColumn& right = arguments.right;
-  const std::vector<std::string> tables{left.table, right.table};
-  Statement<JoinRequest> statement(arguments);
-  JoinRequest& request = statement.request;
-  request.SetLeftJoin(left.table.c_str(), left.column.c_str());
-  request.SetRightJoin(right.table.c_str(), right.column.c_str());
-  Cursor cursor;
-  if (const auto call = RunOrPrint(arguments, request, tables, &SqlGenerator::GetJoinSql,
-                                   &Database::JoinSelect, cursor)) {
-    Result result = Read(arguments, tables, *call, cursor);
-    Show(arguments, *call, result);
-  }
+  const auto& [leftTable, leftColumn] = arguments.left;
+  const auto& [rightTable, rightColumn] = arguments.right;
+  Statement<JoinRequest> statement({}, arguments.where);
+  statement.request.SetLeftJoin(leftTable.c_str(), leftColumn.c_str());
+  statement.request.SetRightJoin(rightTable.c_str(), rightColumn.c_str());
+  Show(arguments, QueryOrPrint(arguments, {leftTable, rightTable}, statement.request,
+                               &SqlGenerator::GetJoinSql, &Database::JoinSelect));
 }
 
 void Count(const Arguments& arguments) {
-  Cursor cursor;
-  if (const auto selected = RunSelect(arguments, cursor)) {
-    ExpectComplete(arguments.file, selected->call);
-    const std::optional<std::size_t> count = CountOf(selected->result);
-    FailIf(!count, "the rows of " + arguments.table +
-                       " cannot be counted: a cursor counts one row of a single column");
-    std::cout << *count << '\n';
-  }
+  const Result result = RunSelect(arguments);
+  ExpectComplete(arguments.file, result.end);
+  const std::optional<std::size_t> count = CountOf(result);
+  FailIf(!count, "the rows of " + arguments.table +
+                     " cannot be counted: a cursor counts one row of a single column");
+  std::cout << *count << '\n';
 }
 
 void Tables(const Arguments& arguments) {
-  if (arguments.sql) {
-    Select(LookUp(arguments, "sqlite_master"));
-    return;
-  }
-  RequireExisting(arguments.file);
+  PrintLookup(arguments);
   for (const std::string& table : TablesOf(arguments.file)) {
     std::cout << Printable(table) << '\n';
   }
 }
 
 void Columns(const Arguments& arguments) {
-  Arguments select = LookUp(arguments, ColumnTable(arguments.table));
+  Arguments select = arguments;
+  select.table = ColumnTable(arguments.table);
   select.choice.columns = {"name", "type", "notnull", "dflt_value", "pk"};
-  Cursor cursor;
-  if (auto selected = RunSelect(select, cursor)) {
-    RequireTable(arguments.file, arguments.table, selected->result.rowCount);
-    Show(arguments, selected->call, selected->result);
-  }
+  Result result = RunSelect(select);
+  RequireTable(arguments.file, arguments.table, result.rows.size());
+  Show(arguments, std::move(result));
 }
 
 void Schema(const Arguments& arguments) {
-  const std::string& table = arguments.table;
-  if (arguments.sql) {
-    Select(LookUp(arguments, "sqlite_master", table));
-    return;
-  }
-  RequireExisting(arguments.file);
-  const std::vector<std::string> statements = StatementsOf(arguments.file, table);
-  RequireTable(arguments.file, table, statements.size());
+  PrintLookup(arguments);
+  const Texts statements = StatementsOf(arguments.file, arguments.table);
+  RequireTable(arguments.file, arguments.table, statements.size());
   const bool isShown = TerminalWidth(STDOUT_FILENO).has_value();
   for (const std::string& statement : statements) {
-    std::cout << (isShown ? PrintableLines(statement) : statement) << ";\n";
+    std::cout << (isShown ? Printable(statement, "\n") : statement) << ";\n";
   }
 }
 
 void Exists(const Arguments& arguments) {
   if (arguments.sql) {
-    std::string sql;
-    SqlGenerator().GetCheckTableSql(arguments.table, sql);
-    std::cout << sql << ";\n";
+    Print(&SqlGenerator::GetCheckTableSql, arguments.table);
     return;
   }
-  RequireExisting(arguments.file);
   const bool exists = HasTable(arguments.file, arguments.table);
   if (arguments.verbose || (TerminalWidth(STDOUT_FILENO) && !arguments.quiet)) {
     std::cout << (exists ? "yes\n" : "no\n");
@@ -329,9 +274,7 @@ void Drop(const Arguments& arguments) {
                  "drop removes a table with all its rows; if that is meant, give --yes",
                  "nothing is dropped");
   DropRequest request;
-  request.SetTable(arguments.table.c_str());
-  RunOrPrint(arguments, request, {arguments.table}, &SqlGenerator::GetDropTableSql,
-             &Database::DropTable);
+  RunOrPrint(arguments, request, &SqlGenerator::GetDropTableSql, &Database::DropTable);
 }
 
 std::istream& OpenInput(std::string& name, std::ifstream& file) {

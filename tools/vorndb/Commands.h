@@ -1,4 +1,4 @@
-// The commands and their arguments.
+// The command line: commands and their arguments.
 
 #ifndef VORNDB_COMMANDS_H
 #define VORNDB_COMMANDS_H
@@ -8,11 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "DatabaseFile.h"
 #include "Names.h"
 #include "Result.h"
-
-class Cursor;
 
 namespace vorndb {
 
@@ -22,14 +19,14 @@ struct Arguments {
   bool quiet = false;    // no word about success
   bool verbose = false;  // show the library's log
 
-  std::string table;                 // empty if not given
-  std::vector<TypedColumn> columns;  // all, or some with their types
-  std::optional<TypedColumn> key;
-  std::optional<TypedColumn> composite;
-  std::vector<Assignment> values;
-  std::vector<Assignment> where;
-  TableColumn left;
-  TableColumn right;
+  std::string table;        // empty if not given
+  Pairs columns;            // with types; all, or some
+  std::optional<Pair> key;  // with its type
+  std::optional<Pair> composite;
+  Pairs values;
+  Pairs where;
+  Pair left;  // a table with a column
+  Pair right;
 
   bool yes = false;    // delete every row, or a table
   bool force = false;  // write over a file
@@ -50,7 +47,7 @@ struct Arguments {
 
   std::string from;  // two databases, to be compared or copied
   std::string to;
-  std::vector<std::string> tables;  // all if empty
+  Texts tables;  // all if empty
 };
 
 // Each throws Failure, and UsageError before anything is done.
@@ -74,15 +71,23 @@ void Explain(const Arguments& arguments);
 void LogReference(const Arguments& arguments);
 
 // Runs a select, and reads the part of its rows that is chosen. With --sql it prints the
-// statement and returns nothing.
-struct Selected {
-  CallResult call;
-  Result result;
-};
-std::optional<Selected> RunSelect(const Arguments& arguments, Cursor& cursor);
+// statement and ends the run.
+Result RunSelect(const Arguments& arguments);
 
 // Of explain-log; the first is the default.
-std::vector<std::string> LogFormats();
+Texts LogFormats();
+
+// Of files that can be imported.
+Texts ImportFormats();
+
+// The candidates for a value of the option or argument of that name, of which `word` is the
+// beginning; none for a file, or for any text. Only plain names can be given to the tool, and a
+// shell would run other texts.
+Texts Candidates(const std::string& name, const Arguments& arguments, const std::string& word);
+
+// Runs a command line: a command, or help, the version or completion. Returns the exit status.
+// Throws as the commands do.
+int RunCommandLine(int argc, const char* const* argv);
 
 // Opens a file, or standard input for "-", and makes the name one for messages.
 std::istream& OpenInput(std::string& name, std::ifstream& file);

@@ -3,15 +3,11 @@
 #include <sqlite3.h>
 
 #include <algorithm>
-#include <cctype>
 #include <filesystem>
+#include <set>
 #include <system_error>
 
-#include "BasePath.h"
-#include "Cursor.h"
-#include "Database.h"
 #include "Errors.h"
-#include "Names.h"
 #include "SelectRequest.h"
 #include "Terminal.h"
 
@@ -35,49 +31,68 @@ std::string OpenProblem(const std::string& file) {
          (std::filesystem::is_directory(file, ignored) ? " is a folder" : " cannot be opened");
 }
 
-CallResult CheckTable(const std::string& file, const std::string& table, bool& exists) {
-  BasePath location;
-  Locate(file, location);
-  const std::string name = Quoted(table);
-  return Observe([&] { return Database().CheckExistTable(location, name.c_str(), exists); });
+// The columns of sqlite_master, and of the table with the columns of a table.
+enum Master { kKind, kName, kTable, kRootPage, kSql };
+enum ColumnPart { kPosition, kColumnName, kType, kNotNull, kDefault, kKey };
+
+Result SelectFrom(const std::string& file, const std::string& table, const Pairs& where) {
+  Statement<SelectRequest> statement({}, where);
+  statement.request.SetTable(table.c_str());
+  return Query(file, {}, statement.request, &Database::Select);
 }
 
-// Calls `take` with a cursor on each row. Throws Failure.
-template <typename Take>
-void EachRowOf(const std::string& file, const std::string& table, Take take) {
-  SelectRequest request;
-  Locate(file, request);
-  request.SetTable(table.c_str());
-  Cursor cursor;
-  const CallResult call = Observe([&] { return Database().Select(request, cursor); });
-  ExpectSuccess(file, {}, call);
-  ExpectComplete(file, call);
-  while (cursor.MoveToNext() == 0) {
-    take(cursor);
+std::vector<Row> AllRows(const std::string& file, const Result& result) {
+  ExpectComplete(file, result.end);
+  std::vector<Row> rows;
+  EachRow(result, [&rows](const Row& row) { rows.push_back(row); });
+  return rows;
+}
+
+std::vector<Row> Lookup(const std::string& file, const std::string& table) {
+  return AllRows(file, SelectFrom(file, table, {}));
+}
+
+// Empty texts may be NULL.
+std::vector<Row> ReadTexts(const std::string& file, const std::string& table, const Texts& columns,
+                           const Pairs& where) {
+  Result result = SelectFrom(file, table, where);
+  Choose(result, {columns, std::nullopt, std::nullopt});
+  if (!result.doubts.empty()) {
+    throw Failure(table + " in " + file + " cannot be read as it is: " + result.doubts.front());
   }
+  return AllRows(file, result);
 }
 
-std::string Text(Cursor& row, const char* column) {
-  std::string text;
-  row.GetString(column, text);
-  return text;
+// A cursor has an empty text for NULL, too, but no condition on a text is met by NULL: `empty` are
+// the rows with an empty text in the column.
+void RemoveNulls(const std::vector<Row>& empty, const std::vector<Row>& texts, std::size_t column,
+                 std::vector<Row>& rows) {
+  std::multiset<Row> left(empty.begin(), empty.end());
+  for (std::size_t row = 0; row < texts.size(); ++row) {
+    if (const auto text = left.find(texts[row]); text != left.end()) {
+      left.erase(text);
+    } else if (texts[row][column]->empty()) {
+      rows[row][column].reset();
+    }
+  }
 }
 
 // Whether SQLite makes the table or index of that name by itself.
 bool IsInternal(const std::string& name) { return name.rfind("sqlite_", 0) == 0; }
 
 // By SQLite's rules: a type with one of these words is no number's, unless it has INT.
-bool HoldsNumbers(std::string type) {
-  std::transform(type.begin(), type.end(), type.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-  const auto has = [&type](const char* word) { return type.find(word) != std::string::npos; };
-  return has("INT") || !(type.empty() || has("CHAR") || has("CLOB") || has("TEXT") || has("BLOB"));
+bool HoldsNumbers(const std::string& type) {
+  const auto has = [&type](const char* word) {
+    return sqlite3_strlike(word, type.c_str(), 0) == 0;
+  };
+  return has("%INT%") ||
+         !(type.empty() || has("%CHAR%") || has("%CLOB%") || has("%TEXT%") || has("%BLOB%"));
 }
 
 // SQLite's text for the failure of an operation, or nothing.
-std::string FailureIn(const CallResult& call) {
+std::string FailureIn(const Texts& lines) {
   std::string text;
-  for (const LogLine& line : ReadLines(call.lines)) {
+  for (const LogLine& line : ReadLines(lines)) {
     if (line.event == LogEvent::kFailed || line.event == LogEvent::kOpenFailed) {
       text = line.text;
     }
@@ -85,24 +100,10 @@ std::string FailureIn(const CallResult& call) {
   return text;
 }
 
-// The reason why a result is truncated, or nothing if it is complete.
-std::string BreakIn(const CallResult& call) {
-  for (const LogLine& line : ReadLines(call.lines)) {
-    if (line.event == LogEvent::kStepFailed || line.event == LogEvent::kExistStepFailed) {
-      return "reading stopped" + (line.text.empty() ? "" : " with: " + line.text);
-    }
-    // Only the wait for a row truncates a result; elsewhere the last attempt decides.
-    if (line.event == LogEvent::kBusyLimit && line.file == "DatabasePasrser.cpp") {
-      return "the file stayed busy";
-    }
-  }
-  return "";
-}
-
 // Names the tables that there are.
 std::string MissingTable(const std::string& file, const std::string& table) {
   constexpr std::size_t kMost = 20;
-  std::vector<std::string> tables = TablesOf(file);
+  Texts tables = TablesOf(file);
   if (tables.size() > kMost) {
     const std::size_t more = tables.size() - kMost;
     tables.resize(kMost);
@@ -113,23 +114,22 @@ std::string MissingTable(const std::string& file, const std::string& table) {
 }
 
 // For SQLite's text about a column, which it ends with.
-std::string ColumnSuggestion(const std::string& file, const std::vector<std::string>& tables,
+std::string ColumnSuggestion(const std::string& file, const Texts& tables,
                              const std::string& message) {
   if (message.find("no such column: ") != 0 &&
       message.find(" has no column named ") == std::string::npos) {
     return "";
   }
-  std::vector<std::string> names;
+  Texts names;
   for (const std::string& table : tables) {
-    for (const Column& column : ColumnsOf(file, table)) {
-      names.push_back(column.name);
-    }
+    const Texts own = NamesOf(ColumnsOf(file, table));
+    names.insert(names.end(), own.begin(), own.end());
   }
   return Suggestion(message.substr(message.find_last_of(" .") + 1), names);
 }
 
 // SQLite's words where they are as clear as the tool's could be.
-std::string Explain(const std::string& file, const std::vector<std::string>& tables, int result,
+std::string Explain(const std::string& file, const Texts& tables, int result,
                     const std::string& message) {
   const std::string words = message.empty() ? "no more is known" : message;
   switch (result) {
@@ -181,38 +181,43 @@ void RequireExisting(const std::string& file) {
 }
 
 bool HasTable(const std::string& file, const std::string& table) {
+  RequireExisting(file);
+  BasePath location;
+  Locate(file, location);
+  const std::string name = Escaped(table, "'", '\'');
   bool exists = false;
-  const CallResult call = CheckTable(file, table, exists);
-  ExpectSuccess(file, {}, call);
-  ExpectComplete(file, call);
+  const auto lines =
+      Observe(file, {}, [&] { return Database().CheckExistTable(location, name.c_str(), exists); });
+  ExpectComplete(file, EndOf(ReadLines(lines)));
   return exists;
 }
 
 bool LacksTable(const std::string& file, const std::string& table) {
-  bool exists = false;
-  const CallResult call = CheckTable(file, table, exists);
-  return call.result == SQLITE_OK && BreakIn(call).empty() && !exists;
+  try {
+    return !HasTable(file, table);
+  } catch (const Failure&) {
+    return false;
+  }
 }
 
-std::vector<std::string> TablesOf(const std::string& file) {
-  std::vector<std::string> tables;
-  EachRowOf(file, "sqlite_master", [&tables](Cursor& row) {
-    const std::string name = Text(row, "name");
-    if (Text(row, "type") == "table" && !IsInternal(name)) {
-      tables.push_back(name);
+Texts TablesOf(const std::string& file) {
+  Texts tables;
+  for (const Row& row : Lookup(file, "sqlite_master")) {
+    if (row[kKind] == "table" && !IsInternal(*row[kName])) {
+      tables.push_back(*row[kName]);
     }
-  });
+  }
   std::sort(tables.begin(), tables.end());
   return tables;
 }
 
-std::vector<std::string> StatementsOf(const std::string& file, const std::string& table) {
-  std::vector<std::string> statements;
-  EachRowOf(file, "sqlite_master", [&](Cursor& row) {
-    if ((table.empty() || Text(row, "tbl_name") == table) && !IsInternal(Text(row, "name"))) {
-      statements.push_back(Text(row, "sql"));
+Texts StatementsOf(const std::string& file, const std::string& table) {
+  Texts statements;
+  for (const Row& row : Lookup(file, "sqlite_master")) {
+    if ((table.empty() || row[kTable] == table) && !IsInternal(*row[kName])) {
+      statements.push_back(*row[kSql]);
     }
-  });
+  }
   return statements;
 }
 
@@ -220,20 +225,43 @@ std::string ColumnTable(const std::string& table) { return "pragma_table_info('"
 
 std::vector<Column> ColumnsOf(const std::string& file, const std::string& table) {
   std::vector<Column> columns;
-  EachRowOf(file, ColumnTable(table), [&columns](Cursor& row) {
-    const std::string type = Text(row, "type");
-    columns.push_back({Text(row, "name"), type, HoldsNumbers(type), Text(row, "notnull") == "1",
-                       std::stoi(Text(row, "pk"))});
-  });
+  for (const Row& row : Lookup(file, ColumnTable(table))) {
+    columns.push_back({*row[kColumnName], *row[kType], HoldsNumbers(*row[kType]),
+                       row[kNotNull] == "1", std::stoi(*row[kKey])});
+  }
   return columns;
 }
 
-void ExpectSuccess(const std::string& file, const std::vector<std::string>& tables,
-                   const CallResult& call) {
-  if (call.result != SQLITE_OK) {
-    throw Failure(Explain(file, tables, call.result, FailureIn(call)) + " (SQLite " +
-                  std::to_string(call.result) + ")");
+Texts NamesOf(const std::vector<Column>& columns) {
+  Texts names;
+  for (const Column& column : columns) {
+    names.push_back(column.name);
   }
+  return names;
+}
+
+std::vector<Row> ReadRows(const std::string& file, const std::string& table, const Texts& columns) {
+  const std::vector<Row> texts = ReadTexts(file, table, columns, {});
+  std::vector<Row> rows = texts;
+  for (std::size_t column = 0; column < columns.size(); ++column) {
+    const auto isEmpty = [column](const Row& row) { return row[column]->empty(); };
+    if (std::any_of(texts.begin(), texts.end(), isEmpty)) {
+      RequirePlainName("column", columns[column]);
+      RemoveNulls(ReadTexts(file, table, columns, {{columns[column], ""}}), texts, column, rows);
+    }
+  }
+  return rows;
+}
+
+Texts Observe(const std::string& file, const Texts& tables, const std::function<int()>& call) {
+  TakeLines();
+  const int result = call();
+  Texts lines = TakeLines();
+  if (result != SQLITE_OK) {
+    throw Failure(Explain(file, tables, result, FailureIn(lines)) + " (SQLite " +
+                  std::to_string(result) + ")");
+  }
+  return lines;
 }
 
 void RequireTable(const std::string& file, const std::string& table, std::size_t found) {
@@ -242,11 +270,8 @@ void RequireTable(const std::string& file, const std::string& table, std::size_t
   }
 }
 
-bool IsComplete(const CallResult& call) { return BreakIn(call).empty(); }
-
-void ExpectComplete(const std::string& file, const CallResult& call) {
-  const std::string reason = BreakIn(call);
-  FailIf(!reason.empty(), "the result from " + file + " is not complete; " + reason);
+void ExpectComplete(const std::string& file, const std::string& end) {
+  FailIf(!end.empty(), "the result from " + file + " is not complete; " + end);
 }
 
 }  // namespace vorndb

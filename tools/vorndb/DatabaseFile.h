@@ -1,30 +1,22 @@
-// The database file, and the explanation of a call that fails on it.
+// The database file, its tables, and the explanation of a call that fails on it.
 
 #ifndef VORNDB_DATABASEFILE_H
 #define VORNDB_DATABASEFILE_H
 
+#include <functional>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "Database.h"
+#include "Names.h"
+#include "Result.h"
 #include "log/LogLine.h"
 
 class BasePath;
 
 namespace vorndb {
-
-// The result of a call of the library, and the lines of its log. To read them takes longer than
-// a write, so that is left to those who need them.
-struct CallResult {
-  int result = 0;
-  std::vector<std::string> lines;
-};
-
-template <typename Operation>
-CallResult Observe(Operation operation) {
-  TakeLines();
-  const int result = operation();
-  return {result, TakeLines()};
-}
 
 // Throws UsageError for a path without a file name.
 void RequireFileName(const std::string& file);
@@ -37,8 +29,17 @@ bool IsThere(const std::string& file);
 // Throws Failure when there is no such file. SQLite would make an empty one.
 void RequireExisting(const std::string& file);
 
+// From now on SQLite syncs no file in this process. A loss of power can then damage a database.
+void StopSyncs();
+
+// Syncs a database. Throws Failure.
+void Sync(const std::string& file);
+
 // Whether there is a table of that name; throws Failure when that is unknown.
 bool HasTable(const std::string& file, const std::string& table);
+
+// Whether there is no such table; false when that is unknown.
+bool LacksTable(const std::string& file, const std::string& table);
 
 struct Column {
   std::string name;
@@ -49,30 +50,61 @@ struct Column {
 };
 
 // Both throw Failure. A table that does not exist has no columns.
-std::vector<std::string> TablesOf(const std::string& file);
+Texts TablesOf(const std::string& file);
 std::vector<Column> ColumnsOf(const std::string& file, const std::string& table);
 
+Texts NamesOf(const std::vector<Column>& columns);
+
 // The statements that made a table with its indexes and triggers, or everything for no name.
-std::vector<std::string> StatementsOf(const std::string& file, const std::string& table);
+Texts StatementsOf(const std::string& file, const std::string& table);
 
 // A table of SQLite's, with the columns of a table.
 std::string ColumnTable(const std::string& table);
 
-// Throws Failure, in plain words, unless the result of a call on these tables is 0.
-void ExpectSuccess(const std::string& file, const std::vector<std::string>& tables,
-                   const CallResult& call);
-
-// Whether a query has all its rows. Its result is 0 either way.
-bool IsComplete(const CallResult& call);
-
-// Throws Failure for a query whose rows are incomplete.
-void ExpectComplete(const std::string& file, const CallResult& call);
+// The rows with these columns, and with nothing for NULL. Throws Failure for cells that the
+// library does not give as they are.
+std::vector<Row> ReadRows(const std::string& file, const std::string& table, const Texts& columns);
 
 // Throws Failure for a table of which nothing is found, unless the name is empty.
 void RequireTable(const std::string& file, const std::string& table, std::size_t found);
 
-// Whether there is no such table; false when that is unknown.
-bool LacksTable(const std::string& file, const std::string& table);
+// Throws Failure for a query whose rows have an end of another kind than the last row.
+void ExpectComplete(const std::string& file, const std::string& end);
+
+// Calls the library on these tables, and returns the lines of its log. To read them takes longer
+// than a write, so that is left to those who need them. Throws Failure, in plain words, unless the
+// result of the call is 0.
+Texts Observe(const std::string& file, const Texts& tables, const std::function<int()>& call);
+
+// Runs a query on these tables. Throws Failure.
+template <typename Request>
+Result Query(const std::string& file, const Texts& tables, Request& request,
+             int (Database::*run)(Request&, Cursor&)) {
+  RequireExisting(file);
+  Locate(file, request);
+  auto cursor = std::make_unique<Cursor>();
+  const Texts lines = Observe(file, tables, [&] { return (Database().*run)(request, *cursor); });
+  return ReadResult(std::move(cursor), ReadLines(lines));
+}
+
+// A request with values and conditions. It refers to their names.
+template <typename Request>
+struct Statement {
+  Statement(const Pairs& values, const Pairs& where) : names(NamesOf(values) + NamesOf(where)) {
+    const char* name = names.c_str();
+    for (const auto& [column, value] : values) {
+      request.SetData(name, Escaped(value, "'", '\'').c_str());
+      name += column.size() + 1;
+    }
+    for (const auto& [column, value] : where) {
+      request.SetWhere(name, Escaped(value, "'", '\'').c_str());
+      name += column.size() + 1;
+    }
+  }
+
+  std::string names;
+  Request request;
+};
 
 }  // namespace vorndb
 

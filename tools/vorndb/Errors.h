@@ -5,12 +5,15 @@
 
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace vorndb {
 
 // Wrong use: exit status 2, and nothing has been done.
 struct UsageError : std::runtime_error {
-  using std::runtime_error::runtime_error;
+  explicit UsageError(const std::string& problem, std::string name = "")
+      : std::runtime_error(problem), command(std::move(name)) {}
+
   std::string command;  // empty if not known
 };
 

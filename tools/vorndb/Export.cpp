@@ -8,7 +8,6 @@
 #include <system_error>
 
 #include "Commands.h"
-#include "Cursor.h"
 #include "DatabaseFile.h"
 #include "Errors.h"
 #include "Result.h"
@@ -73,9 +72,6 @@ class OutputFile {
 
   ~OutputFile() { Remove(); }
 
-  OutputFile(const OutputFile&) = delete;
-  OutputFile& operator=(const OutputFile&) = delete;
-
   std::ostream& Stream() { return m_stream; }
 
   // Puts the file in its place. Throws Failure when it could not be written whole.
@@ -91,12 +87,8 @@ class OutputFile {
   }
 
  private:
-  // Unless the file was kept.
-  void Remove() const {
-    if (!m_part.empty()) {
-      static_cast<void>(std::remove(m_part.c_str()));
-    }
-  }
+  // There is none once the file is kept.
+  void Remove() const { static_cast<void>(std::remove(m_part.c_str())); }
 
   std::string m_path;    // as it was given
   std::string m_target;  // the file itself, if that is a link
@@ -112,26 +104,24 @@ void Export(const Arguments& arguments) {
            "export writes a file; for standard output there is select --format");
   const std::string format =
       arguments.format.empty() ? FormatOfFile(arguments.path) : arguments.format;
-  std::optional<OutputFile> output;
-  if (!arguments.sql) {
-    std::error_code ignored;
-    FailIf(std::filesystem::equivalent(arguments.path, arguments.file, ignored),
-           arguments.path + " is the database itself");
-    output.emplace(arguments.path, arguments.force);
+  if (arguments.sql) {
+    Select(arguments);
+    return;
   }
-  Cursor cursor;
-  if (auto selected = RunSelect(arguments, cursor)) {
-    auto& [call, result] = *selected;
-    ExpectComplete(arguments.file, call);
-    Write(result, format, std::nullopt, output->Stream());
-    // A file cannot warn of its gaps.
-    if (!result.doubts.empty()) {
-      throw Failure("nothing is exported: " + result.doubts.front());
-    }
-    output->Keep();
-    if (!arguments.quiet) {
-      std::cout << Counted(result.rowCount, "row") << " written to " << arguments.path << '\n';
-    }
+  std::error_code ignored;
+  FailIf(std::filesystem::equivalent(arguments.path, arguments.file, ignored),
+         arguments.path + " is the database itself");
+  OutputFile output(arguments.path, arguments.force);
+  Result result = RunSelect(arguments);
+  ExpectComplete(arguments.file, result.end);
+  Write(result, format, std::nullopt, output.Stream());
+  // A file cannot warn of its gaps.
+  if (!result.doubts.empty()) {
+    throw Failure("nothing is exported: " + result.doubts.front());
+  }
+  output.Keep();
+  if (!arguments.quiet) {
+    std::cout << Counted(result.rows.size(), "row") << " written to " << arguments.path << '\n';
   }
 }
 

@@ -1,9 +1,8 @@
 #include <algorithm>
 #include <cstring>
-#include <iomanip>
+#include <filesystem>
 #include <iterator>
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -16,13 +15,14 @@ namespace vorndb {
 
 namespace {
 
-using Texts = std::vector<std::string>;
 using Width = std::optional<std::size_t>;
 
 constexpr std::size_t kNarrowest = 4;
 
-// The parts of a table beside its cells. Markdown needs some characters escaped.
+// The parts of a table beside its cells. Markdown needs some characters escaped, and has no width.
 struct Frame {
+  bool isCut;
+  const char* none;  // for no rows
   const char* begin;
   const char* gap;
   const char* end;
@@ -30,10 +30,11 @@ struct Frame {
   const char* escaped;
 };
 
-constexpr Frame kPlain{"", "  ", "", "-", ""};
-constexpr Frame kMarkdown{"| ", " | ", " |", ":", "|\\"};
+constexpr Frame kPlain{true, "(no rows)\n", "", "  ", "", "-", ""};
+constexpr Frame kMarkdown{false, "", "| ", " | ", " |", ":", "|\\"};
 
-struct Column {
+// Of a column.
+struct Shape {
   std::size_t width;
   bool areNumbers;
 };
@@ -41,25 +42,21 @@ struct Column {
 Texts TextsOf(const Row& row, const Frame& frame) {
   Texts texts;
   for (const auto& cell : row) {
-    std::string& text = texts.emplace_back();
-    for (const char c : Printable(cell.value_or("?"))) {
-      text += std::strchr(frame.escaped, c) == nullptr ? "" : "\\";
-      text += c;
-    }
+    texts.push_back(Escaped(Printable(cell.value_or("?")), frame.escaped, '\\'));
   }
   return texts;
 }
 
 // Cuts the widest columns until a line fits, but none below a few characters.
-void Fit(std::vector<Column>& columns, std::size_t available) {
-  const auto isNarrower = [](const Column& a, const Column& b) { return a.width < b.width; };
+void Fit(std::vector<Shape>& columns, std::size_t available) {
+  const auto isNarrower = [](const Shape& a, const Shape& b) { return a.width < b.width; };
   std::size_t total = std::strlen(kPlain.gap) * (columns.size() - 1);
-  for (Column& column : columns) {
+  for (Shape& column : columns) {
     column.width = std::min(column.width, std::max(available, kNarrowest));
     total += column.width;
   }
   for (; total > available; --total) {
-    Column& widest = *std::max_element(columns.rbegin(), columns.rend(), isNarrower);
+    Shape& widest = *std::max_element(columns.rbegin(), columns.rend(), isNarrower);
     if (widest.width <= kNarrowest) {
       return;
     }
@@ -67,7 +64,7 @@ void Fit(std::vector<Column>& columns, std::size_t available) {
   }
 }
 
-void WriteTableRow(const Texts& row, const std::vector<Column>& columns, const Frame& frame,
+void WriteTableRow(const Texts& row, const std::vector<Shape>& columns, const Frame& frame,
                    std::ostream& output) {
   std::string line = frame.begin;
   for (std::size_t i = 0; i < row.size(); ++i) {
@@ -81,45 +78,36 @@ void WriteTableRow(const Texts& row, const std::vector<Column>& columns, const F
   output << line << '\n';
 }
 
-void WriteFramed(Result& result, Width width, const Frame& frame, std::ostream& output) {
-  const Texts header = TextsOf({result.columns.begin(), result.columns.end()}, frame);
-  std::vector<Column> columns;
+template <const Frame& kFrame>
+void WriteFramed(Result& result, Width width, std::ostream& output) {
+  if (result.columns.empty()) {
+    output << kFrame.none;
+    return;
+  }
+  const Texts header = TextsOf({result.columns.begin(), result.columns.end()}, kFrame);
+  std::vector<Shape> columns;
   for (std::size_t i = 0; i < header.size(); ++i) {
     columns.push_back({std::max<std::size_t>(1, DisplayWidth(header[i])),
                        HasNumbersOnly(result, result.columns[i])});
   }
   EachRow(result, [&](const Row& row) {
-    const Texts texts = TextsOf(row, frame);
+    const Texts texts = TextsOf(row, kFrame);
     for (std::size_t i = 0; i < texts.size(); ++i) {
       columns[i].width = std::max(columns[i].width, DisplayWidth(texts[i]));
     }
   });
-  if (width) {
+  if (width && kFrame.isCut) {
     Fit(columns, *width);
   }
   Texts rules;
-  for (const Column& column : columns) {
+  for (const Shape& column : columns) {
     rules.push_back(std::string(column.width - 1, '-') +
-                    (column.areNumbers ? frame.ruleOfNumbers : "-"));
+                    (column.areNumbers ? kFrame.ruleOfNumbers : "-"));
   }
-  WriteTableRow(header, columns, frame, output);
-  WriteTableRow(rules, columns, frame, output);
+  WriteTableRow(header, columns, kFrame, output);
+  WriteTableRow(rules, columns, kFrame, output);
   EachRow(result,
-          [&](const Row& row) { WriteTableRow(TextsOf(row, frame), columns, frame, output); });
-}
-
-void WriteTable(Result& result, Width width, std::ostream& output) {
-  if (result.columns.empty()) {
-    output << "(no rows)\n";
-  } else {
-    WriteFramed(result, width, kPlain, output);
-  }
-}
-
-void WriteMarkdown(Result& result, Width /*width*/, std::ostream& output) {
-  if (!result.columns.empty()) {
-    WriteFramed(result, std::nullopt, kMarkdown, output);
-  }
+          [&](const Row& row) { WriteTableRow(TextsOf(row, kFrame), columns, kFrame, output); });
 }
 
 // In quotes only where needed: a reader may also drop spaces at the ends.
@@ -133,9 +121,7 @@ void AppendField(const std::string& text, char separator, std::string& line) {
     line += text;
     return;
   }
-  std::ostringstream quoted;
-  quoted << std::quoted(text, '"', '"');
-  line += quoted.str();
+  line += '"' + Escaped(text, "\"", '"') + '"';
 }
 
 template <char kSeparator>
@@ -169,11 +155,21 @@ Json ValueOf(const std::string& cell, bool isNumber) {
   return value.is_number() || cell.empty() ? value : Json(cell);
 }
 
+struct Marks {
+  const char* begin;
+  const char* between;
+  const char* end;
+  const char* none;  // for no rows
+};
+
+constexpr Marks kArray{"[\n  ", ",\n  ", "\n]\n", "[]\n"};
+constexpr Marks kLines{"", "\n", "\n", ""};
+
 // Row by row, since the whole is in memory once already. JSON is UTF-8 by its own rules.
-// `begin` precedes each row.
-template <typename Begin>
-void WriteObjects(Result& result, std::ostream& output, Begin begin) {
+template <const Marks& kMarks>
+void WriteObjects(Result& result, Width /*width*/, std::ostream& output) {
   bool rewritten = false;
+  const char* mark = kMarks.begin;
   EachRow(result, [&](const Row& cells) {
     Json object = Json::object();
     for (std::size_t column = 0; column < cells.size(); ++column) {
@@ -186,23 +182,12 @@ void WriteObjects(Result& result, std::ostream& output, Begin begin) {
     const auto dump = [&](auto handler) { return object.dump(-1, ' ', false, handler); };
     const std::string text = dump(Json::error_handler_t::replace);
     rewritten = rewritten || text != dump(Json::error_handler_t::ignore);
-    output << begin() << text;
+    output << std::exchange(mark, kMarks.between) << text;
   });
+  output << (result.rows.empty() ? kMarks.none : kMarks.end);
   if (rewritten) {
     result.doubts.emplace_back("JSON holds UTF-8 only; other bytes are written as U+FFFD.");
   }
-}
-
-void WriteJson(Result& result, Width /*width*/, std::ostream& output) {
-  const char* separator = "[\n  ";
-  WriteObjects(result, output, [&] { return std::exchange(separator, ",\n  "); });
-  output << (result.rowCount == 0 ? "[]\n" : "\n]\n");
-}
-
-void WriteJsonLines(Result& result, Width /*width*/, std::ostream& output) {
-  const char* separator = "";
-  WriteObjects(result, output, [&] { return std::exchange(separator, "\n"); });
-  output << (result.rowCount == 0 ? "" : "\n");
 }
 
 std::string OneLine(const std::string& text) {
@@ -234,10 +219,13 @@ struct Format {
 };
 
 constexpr Format kFormats[] = {
-    {"table", nullptr, WriteTable},     {"csv", "csv", WriteFields<','>},
-    {"tsv", "tsv", WriteFields<'\t'>},  {"json", "json", WriteJson},
-    {"jsonl", "jsonl", WriteJsonLines}, {"markdown", "md", WriteMarkdown},
-    {"lines", "txt", WriteLines},
+    {"table", nullptr, WriteFramed<kPlain>},
+    {"csv", ".csv", WriteFields<','>},
+    {"tsv", ".tsv", WriteFields<'\t'>},
+    {"json", ".json", WriteObjects<kArray>},
+    {"jsonl", ".jsonl", WriteObjects<kLines>},
+    {"markdown", ".md", WriteFramed<kMarkdown>},
+    {"lines", ".txt", WriteLines},
 };
 
 }  // namespace
@@ -250,22 +238,14 @@ Texts FormatNames() {
   return names;
 }
 
-void RequireFormat(const std::string& text) {
-  const Texts names = FormatNames();
-  RefuseIf(std::count(names.begin(), names.end(), text) == 0,
-           "'" + text + "' is no format; the formats are " + Joined(names));
-}
-
 std::string FormatOfFile(const std::string& path) {
   Texts endings;
   for (const Format& format : kFormats) {
     if (format.ending != nullptr) {
-      const std::string ending = std::string(".") + format.ending;
-      if (path.size() > ending.size() &&
-          path.compare(path.size() - ending.size(), ending.size(), ending) == 0) {
+      if (std::filesystem::path(path).extension() == format.ending) {
         return format.name;
       }
-      endings.push_back(ending);
+      endings.emplace_back(format.ending);
     }
   }
   throw UsageError("'" + path + "' has no ending of a format (" + Joined(endings) +

@@ -40,19 +40,19 @@ unsigned TypesFor(const std::string& value) {
 }
 
 // The columns of an input, in the order in which they are met, with types for their values.
-std::vector<TypedColumn> ColumnsOf(Input& input) {
+Pairs TypedColumnsOf(Input& input) {
+  constexpr const char* kNames[] = {"TEXT", "INTEGER", "REAL", "INTEGER"};
   std::map<std::string, unsigned> types;
-  while (const auto row = input.Next()) {
-    for (const auto& [column, value] : row->values) {
+  input.EachRow([&types](const InputRow& row) {
+    for (const auto& [column, value] : row.values) {
       const auto found = types.emplace(column, kAll).first;
-      found->second &= row->texts.count(column) > 0 ? 0 : TypesFor(value);
+      found->second &= row.texts.count(column) > 0 ? 0 : TypesFor(value);
     }
-  }
-  std::vector<TypedColumn> columns;
+  });
+  Pairs columns;
   for (const std::string& name : input.Columns()) {
-    constexpr const char* kNames[] = {"TEXT", "INTEGER", "REAL", "INTEGER"};
     const unsigned type = types.emplace(name, kAll).first->second;
-    columns.emplace_back(name + ':' + kNames[type < kEmpty ? type : 0]);
+    columns.emplace_back(name, kNames[type < kEmpty ? type : 0]);
   }
   FailIf(columns.empty(), "the input names no columns");
   return columns;
@@ -61,18 +61,17 @@ std::vector<TypedColumn> ColumnsOf(Input& input) {
 // Creates the table for an input, with the types that are given.
 void CreateFor(const Arguments& arguments, Input& input) {
   Arguments create = arguments;
-  create.columns = ColumnsOf(input);
-  std::vector<TypedColumn> given = arguments.columns;
+  create.columns = TypedColumnsOf(input);
+  Pairs given = arguments.columns;
   if (arguments.key) {
     given.push_back(*arguments.key);
   }
-  for (const TypedColumn& wanted : given) {
-    const auto column = std::find_if(
-        create.columns.begin(), create.columns.end(),
-        [&](const TypedColumn& candidate) { return candidate.column == wanted.column; });
-    FailIf(column == create.columns.end(), "the input has no column " + wanted.column);
-    column->type = wanted.type.empty() ? column->type : wanted.type;
-    if (arguments.key && arguments.key->column == wanted.column) {
+  for (const auto& [name, type] : given) {
+    const auto column = std::find_if(create.columns.begin(), create.columns.end(),
+                                     [&](const Pair& known) { return known.first == name; });
+    FailIf(column == create.columns.end(), "the input has no column " + name);
+    column->second = type.empty() ? column->second : type;
+    if (arguments.key && arguments.key->first == name) {
       create.key = *column;
       create.columns.erase(column);
     }
@@ -80,45 +79,28 @@ void CreateFor(const Arguments& arguments, Input& input) {
   Create(create);
 }
 
-// Of the values of a row; 0 for JSON.
+// Between the values of a row; 0 for JSON.
 char SeparatorOf(const Arguments& arguments) {
-  static const std::map<std::string, char> separators{
-      {"csv", ','}, {"tsv", '\t'}, {"json", '\0'}, {"jsonl", '\0'}};
-  const std::string& path = arguments.path;
-  const auto found = separators.find(arguments.format.empty() ? path.substr(path.rfind('.') + 1)
-                                                              : arguments.format);
-  RefuseIf(found == separators.end() && !arguments.format.empty(),
-           '\'' + arguments.format + "' cannot be imported; csv, tsv, json and jsonl can");
-  const char usual = found == separators.end() ? ',' : found->second;
+  const std::string ending = arguments.path.substr(arguments.path.rfind('.') + 1);
+  const std::string format = arguments.format.empty() ? ending : arguments.format;
+  const bool isJson = format == "json" || format == "jsonl";
+  const std::string usual = format == "tsv" ? "\t" : ",";
   const std::string& text = arguments.separator;
   const std::string given = text == "tab" || text == "\\t" ? "\t" : text;
-  RefuseIf(
-      !given.empty() && (usual == '\0' || given.size() > 1 || given.find_first_of("\"\r\n") == 0),
-      '\'' + given + "' is no separator: one character, or tab, in CSV");
-  return given.empty() ? usual : given.front();
-}
-
-// The input from its beginning, once more.
-std::istream& Rewound(std::istream& source, const std::string& name) {
-  source.clear();
-  source.seekg(0);
-  FailIf(!source, name + " cannot be read twice; give it as standard input");
-  return source;
+  RefuseIf(!given.empty() && (isJson || given.size() > 1 || given.find_first_of("\"\r\n") == 0),
+           '\'' + given + "' is no separator: one character, or tab, in CSV");
+  return isJson ? '\0' : (given.empty() ? usual : given).front();
 }
 
 void WriteRows(const Arguments& arguments, Input& input, std::uintmax_t total) {
   const auto goOn = [](const Place& place) { return "; go on with --from-line " + place.Text(); };
   RowWriter writer(arguments, total);
   try {
-    while (const auto row = input.Next()) {
-      if (!(row->place < arguments.fromLine)) {
-        try {
-          writer.Write(row->values, input.Taken(), goOn(input.After()));
-        } catch (const std::runtime_error& problem) {
-          input.Fail(problem.what());
-        }
+    input.EachRow([&](const InputRow& row) {
+      if (!(input.Here() < arguments.fromLine)) {
+        writer.Write(row.values, input.Taken(), goOn(input.After()));
       }
-    }
+    });
   } catch (const Failure& failure) {
     writer.Fail(failure.what(), goOn(std::max(arguments.fromLine, input.Here())));
   }
@@ -126,6 +108,8 @@ void WriteRows(const Arguments& arguments, Input& input, std::uintmax_t total) {
 }
 
 }  // namespace
+
+Texts ImportFormats() { return {"csv", "tsv", "json", "jsonl"}; }
 
 // To guess types, all rows are read before the first is written.
 void Import(const Arguments& arguments) {
@@ -140,7 +124,9 @@ void Import(const Arguments& arguments) {
       source = &held;
     }
     CreateFor(arguments, *MakeInput(*source, name, separator));
-    source = &Rewound(*source, name);
+    source->clear();
+    source->seekg(0);
+    FailIf(!*source, name + " cannot be read twice; give it as standard input");
   } else if (!arguments.sql) {
     RequireExisting(arguments.file);
   }

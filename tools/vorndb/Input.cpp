@@ -50,9 +50,7 @@ class CsvInput : public Input {
                std::to_string(m_names.size()));
     InputRow row;
     for (std::size_t i = 0; i < m_fields.size(); ++i) {
-      row.values.emplace_back();
-      row.values.back().column = m_names[i];
-      row.values.back().value = m_fields[i];
+      row.values.emplace_back(m_names[i], m_fields[i]);
     }
     return row;
   }
@@ -82,8 +80,8 @@ class CsvInput : public Input {
 
   const char m_separator;
   csv_parser m_parser{};
-  std::vector<std::string> m_names;
-  std::vector<std::string> m_fields;
+  Texts m_names;
+  Texts m_fields;
   bool m_ends = false;
 };
 
@@ -116,22 +114,21 @@ class JsonInput : public Input {
       FailIf(value.is_structured(), "the value of " + name + " is no text or number");
       // NULL is a value that is not given.
       if (!value.is_null()) {
-        AddValue(name, value, row);
+        row.values.emplace_back(name, TextOf(value));
+      }
+      if (value.is_string()) {
+        row.texts.insert(name);
       }
     }
     FailIf(row.values.empty(), "the row has no value");
     return row;
   }
 
-  void AddValue(const std::string& name, const Json& value, InputRow& row) {
-    row.values.emplace_back();
-    row.values.back().column = name;
+  static std::string TextOf(const Json& value) {
     if (value.is_string()) {
-      row.values.back().value = value.get<std::string>();
-      row.texts.insert(name);
-    } else {
-      row.values.back().value = value.is_boolean() ? (value ? "1" : "0") : value.dump();
+      return value.get<std::string>();
     }
+    return value.is_boolean() ? std::to_string(value.get<int>()) : value.dump();
   }
 
   // Goes past the marks of an array, if there is one.
@@ -190,33 +187,26 @@ void Input::RequireName(const std::string& column) {
   }
 }
 
-std::optional<InputRow> Input::Next() {
-  m_isInRow = false;
-  try {
-    InputRow row = Read();
-    row.place = Here();
-    for (const auto& [column, value] : row.values) {
-      FailIf(value.find('\0') != std::string::npos,
-             "the value of " + column + " holds a NUL, where a text ends");
-    }
-    if (!row.values.empty()) {
-      return row;
-    }
-  } catch (const std::runtime_error& problem) {
-    FailIf(m_source.bad(), "cannot read " + m_name);
-    Fail(problem.what());
-  }
-  FailIf(m_source.bad(), "cannot read " + m_name);
-  return std::nullopt;
-}
-
 void Input::Begin() {
   m_place = Here();
   m_isInRow = true;
 }
 
-void Input::Fail(const std::string& problem) const {
-  throw Failure(m_name + ", line " + Here().Text() + ": " + problem);
+void Input::EachRow(const std::function<void(const InputRow&)>& take) {
+  try {
+    for (InputRow row = Read(); !row.values.empty(); row = Read()) {
+      for (const auto& [column, value] : row.values) {
+        FailIf(value.find('\0') != std::string::npos,
+               "the value of " + column + " holds a NUL, where a text ends");
+      }
+      take(row);
+      m_isInRow = false;
+    }
+  } catch (const std::runtime_error& problem) {
+    FailIf(m_source.bad(), "cannot read " + m_name);
+    throw Failure(m_name + ", line " + Here().Text() + ": " + problem.what());
+  }
+  FailIf(m_source.bad(), "cannot read " + m_name);
 }
 
 std::unique_ptr<Input> MakeInput(std::istream& source, const std::string& name, char separator) {

@@ -4,9 +4,9 @@
 #define VORNDB_INPUT_H
 
 #include <cstddef>
+#include <functional>
 #include <istream>
 #include <memory>
-#include <optional>
 #include <set>
 #include <streambuf>
 #include <string>
@@ -17,8 +17,7 @@
 namespace vorndb {
 
 struct InputRow {
-  Place place;  // where it begins, from 1
-  std::vector<Assignment> values;
+  Pairs values;
   std::set<std::string> texts = {};  // the columns with texts, even if they look like numbers
 };
 
@@ -26,16 +25,12 @@ class Input : private std::streambuf {
  public:
   // Reads from a stream that lives as long. `name` is for messages.
   Input(std::istream& source, std::string name);
-  ~Input() override = default;
 
-  Input(const Input&) = delete;
-  Input& operator=(const Input&) = delete;
-
-  // The next row, or nothing at the end. Throws Failure.
-  std::optional<InputRow> Next();
+  // Throws Failure, with the line, also for a runtime error of `take`: "NAME, line 7: …".
+  void EachRow(const std::function<void(const InputRow&)>& take);
 
   // Those that are named so far, in the order in which they are met.
-  const std::vector<std::string>& Columns() const { return m_columns; }
+  const Texts& Columns() const { return m_columns; }
 
   // The place of the row that is read, or that should begin. A line ends in "\n", "\r\n" or "\r".
   Place Here() const { return m_isInRow ? m_place : m_place.NextIn(m_line); }
@@ -43,9 +38,6 @@ class Input : private std::streambuf {
   virtual Place After() const = 0;
   // The number of bytes so far.
   std::size_t Taken() const { return m_taken; }
-
-  // Throws Failure: "NAME, line 7: …".
-  [[noreturn]] void Fail(const std::string& problem) const;
 
  protected:
   // Without values at the end. Throws std::runtime_error.
@@ -68,7 +60,7 @@ class Input : private std::streambuf {
   std::size_t m_line = 1;
   Place m_place;
   std::set<std::string> m_names;  // that are plain
-  std::vector<std::string> m_columns;
+  Texts m_columns;
 };
 
 // By the separator of its values, or 0 for JSON.

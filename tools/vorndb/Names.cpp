@@ -4,10 +4,8 @@
 #include <sqlite3.h>
 
 #include <algorithm>
-#include <iomanip>
 #include <numeric>
 #include <set>
-#include <sstream>
 #include <tuple>
 #include <utility>
 
@@ -37,8 +35,7 @@ bool Matches(const std::string& text, const char* pattern) {
 }
 
 // Both sides of the first separator.
-std::pair<std::string, std::string> Split(const std::string& text, char separator,
-                                          const std::string& form) {
+Pair Split(const std::string& text, char separator, const std::string& form) {
   const std::size_t position = text.find(separator);
   RefuseIf(position == std::string::npos, "'" + text + "' is not " + form);
   return {text.substr(0, position), text.substr(position + 1)};
@@ -62,7 +59,7 @@ std::size_t EditsBetween(const std::string& left, const std::string& right) {
 
 }  // namespace
 
-std::string Joined(const std::vector<std::string>& names) {
+std::string Joined(const Texts& names) {
   std::string list;
   for (const std::string& name : names) {
     list += (list.empty() ? "" : ", ") + name;
@@ -77,47 +74,47 @@ void RequirePlainName(const std::string& kind, const std::string& name) {
                                    ": a letter or '_' first, then letters, digits and '_'");
 }
 
-Assignment::Assignment(const std::string& text) {
-  std::tie(column, value) = Split(text, '=', "COLUMN=VALUE");
-  RequirePlainName("column", column);
+Pair ParseAssignment(const std::string& text) {
+  Pair pair = Split(text, '=', "COLUMN=VALUE");
+  RequirePlainName("column", pair.first);
+  return pair;
 }
 
-TypedColumn::TypedColumn(const std::string& text) {
-  std::tie(column, type) = Split(text, ':', "COLUMN:TYPE");
-  RequirePlainName("column", column);
-  RefuseIf(!Matches(type, kPlainType),
-           "'" + type + "' is no plain type for the column " + column +
+Pair ParseTypedColumn(const std::string& text) {
+  Pair pair = Split(text, ':', "COLUMN:TYPE");
+  RequirePlainName("column", pair.first);
+  RefuseIf(!Matches(pair.second, kPlainType),
+           "'" + pair.second + "' is no plain type for the column " + pair.first +
                ": words, and perhaps a length, such as TEXT, VARCHAR(20) or REAL NOT NULL");
+  return pair;
 }
 
-KeyColumn::KeyColumn(const std::string& text) {
-  if (text.find(':') == std::string::npos) {
-    column = text;
-  } else {
-    TypedColumn::operator=(TypedColumn(text));
+Pair ParseKeyColumn(const std::string& text) {
+  return text.find(':') == std::string::npos ? Pair(text, "") : ParseTypedColumn(text);
+}
+
+Pair ParseTableColumn(const std::string& text) {
+  Pair pair = Split(text, '.', "TABLE.COLUMN");
+  RequirePlainName("table", pair.first);
+  RequirePlainName("column", pair.second);
+  return pair;
+}
+
+Pair ParseJoinCondition(const std::string& text) {
+  Pair pair = Split(text, '=', "COLUMN=VALUE");
+  if (pair.first.find('.') == std::string::npos) {
+    return ParseAssignment(text);
   }
+  ParseTableColumn(pair.first);
+  return pair;
 }
 
-TableColumn::TableColumn(const std::string& text) {
-  std::tie(table, column) = Split(text, '.', "TABLE.COLUMN");
-  RequirePlainName("table", table);
-  RequirePlainName("column", column);
-}
-
-JoinCondition::JoinCondition(const std::string& text) {
-  std::tie(column, value) = Split(text, '=', "COLUMN=VALUE");
-  if (column.find('.') == std::string::npos) {
-    RequirePlainName("column", column);
-  } else {
-    TableColumn{column};
-  }
-}
-
-ColumnOrder::ColumnOrder(const std::string& text) : column(text.substr(0, text.find(':'))) {
-  const std::string direction = text.substr(column.size());
-  RefuseIf(direction != "" && direction != ":asc" && direction != ":desc",
+Pair ParseOrder(const std::string& text) {
+  const bool isShort = text.find(':') == std::string::npos;
+  Pair pair = Split(isShort ? text + ":asc" : text, ':', "");
+  RefuseIf(pair.second != "asc" && pair.second != "desc",
            "'" + text + "' is not COLUMN, COLUMN:asc or COLUMN:desc");
-  descending = direction == ":desc";
+  return pair;
 }
 
 Place::Place(const std::string& text) {
@@ -135,7 +132,7 @@ bool operator<(const Place& left, const Place& right) {
   return std::tie(left.line, left.row) < std::tie(right.line, right.row);
 }
 
-std::string Suggestion(const std::string& word, const std::vector<std::string>& names) {
+std::string Suggestion(const std::string& word, const Texts& names) {
   const std::size_t most = std::max<std::size_t>(1, word.size() / 3);
   std::pair<std::size_t, std::string> nearest(most + 1, "");
   for (const std::string& name : names) {
@@ -144,7 +141,7 @@ std::string Suggestion(const std::string& word, const std::vector<std::string>& 
   return nearest.second.empty() ? "" : "; did you mean " + nearest.second + '?';
 }
 
-void RequireDistinct(const std::vector<std::string>& columns) {
+void RequireDistinct(const Texts& columns) {
   const auto precedes = [](const std::string& left, const std::string& right) {
     return sqlite3_stricmp(left.c_str(), right.c_str()) < 0;
   };
@@ -154,22 +151,23 @@ void RequireDistinct(const std::vector<std::string>& columns) {
   }
 }
 
-std::string Quoted(const std::string& value) {
-  std::ostringstream quoted;
-  quoted << std::quoted(value, '\'', '\'');
-  const std::string text = quoted.str();
-  return text.substr(1, text.size() - 2);
-}
-
-std::string NamesOf(const std::vector<Assignment>& assignments) {
+std::string NamesOf(const Pairs& pairs) {
   std::string names;
-  std::vector<std::string> columns;
-  for (const Assignment& assignment : assignments) {
-    names += assignment.column + '\0';
-    columns.push_back(assignment.column);
+  Texts columns;
+  for (const auto& [column, value] : pairs) {
+    names += column + '\0';
+    columns.push_back(column);
   }
   RequireDistinct(columns);
   return names;
+}
+
+std::string Escaped(const std::string& text, std::string_view characters, char escape) {
+  std::string escaped;
+  for (const char c : text) {
+    escaped.append(characters.find(c) == std::string_view::npos ? 0 : 1, escape) += c;
+  }
+  return escaped;
 }
 
 }  // namespace vorndb

@@ -6,67 +6,34 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace vorndb {
 
+using Texts = std::vector<std::string>;
+
 // "A, B, C"
-std::string Joined(const std::vector<std::string>& names);
+std::string Joined(const Texts& names);
 
 // A letter or '_' first, then letters, digits and '_'.
 bool IsPlainName(const std::string& name);
 
-// Throws UsageError for a name that is not plain, as do all the constructors here; they also
-// do for a text of another form.
+// Throws UsageError for a name that is not plain, as do the parsing functions; they also do for
+// a text of another form.
 void RequirePlainName(const std::string& kind, const std::string& name);
 
-// COLUMN=VALUE
-struct Assignment {
-  Assignment() = default;
-  explicit Assignment(const std::string& text);
+// The texts on both sides of a separator.
+using Pair = std::pair<std::string, std::string>;
+using Pairs = std::vector<Pair>;
 
-  std::string column;
-  std::string value;
-};
-
-// COLUMN:TYPE
-struct TypedColumn {
-  TypedColumn() = default;
-  explicit TypedColumn(const std::string& text);
-
-  std::string column;
-  std::string type;
-};
-
-// COLUMN:TYPE or COLUMN
-struct KeyColumn : TypedColumn {
-  KeyColumn() = default;
-  explicit KeyColumn(const std::string& text);
-};
-
-// TABLE.COLUMN
-struct TableColumn {
-  TableColumn() = default;
-  explicit TableColumn(const std::string& text);
-
-  std::string table;
-  std::string column;
-};
-
-// A condition of a join, whose column may be TABLE.COLUMN.
-struct JoinCondition : Assignment {
-  JoinCondition() = default;
-  explicit JoinCondition(const std::string& text);
-};
-
-// COLUMN, COLUMN:asc or COLUMN:desc
-struct ColumnOrder {
-  ColumnOrder() = default;
-  explicit ColumnOrder(const std::string& text);
-
-  std::string column;
-  bool descending = false;
-};
+Pair ParseAssignment(const std::string& text);     // COLUMN=VALUE
+Pair ParseTypedColumn(const std::string& text);    // COLUMN:TYPE
+Pair ParseKeyColumn(const std::string& text);      // COLUMN:TYPE or COLUMN
+Pair ParseTableColumn(const std::string& text);    // TABLE.COLUMN
+Pair ParseJoinCondition(const std::string& text);  // COLUMN=VALUE or TABLE.COLUMN=VALUE
+Pair ParseOrder(const std::string& text);          // COLUMN, COLUMN:asc or COLUMN:desc
 
 // LINE or LINE:ROW, where a row of a file begins.
 struct Place {
@@ -85,17 +52,18 @@ struct Place {
 bool operator<(const Place& left, const Place& right);
 
 // "; did you mean NAME?" with the name that is most similar, or nothing.
-std::string Suggestion(const std::string& word, const std::vector<std::string>& names);
+std::string Suggestion(const std::string& word, const Texts& names);
 
 // Throws UsageError when two of the names are one to SQLite, which does not mind case.
-void RequireDistinct(const std::vector<std::string>& columns);
-
-// The text with each single quote doubled, as the library needs values.
-std::string Quoted(const std::string& value);
+void RequireDistinct(const Texts& columns);
 
 // The names of distinct columns, each with a NUL. The library keeps pointers to names and
 // lists columns in the order of addresses: in one text that is the command line's order.
-std::string NamesOf(const std::vector<Assignment>& assignments);
+std::string NamesOf(const Pairs& pairs);
+
+// The text with `escape` in front of each of the characters. The library needs a second single
+// quote for each one in a value.
+std::string Escaped(const std::string& text, std::string_view characters, char escape);
 
 }  // namespace vorndb
 

@@ -1,5 +1,3 @@
-#include "NoSync.h"
-
 #include <fcntl.h>
 #include <sqlite3.h>
 #include <unistd.h>
@@ -7,8 +5,8 @@
 #include <cerrno>
 #include <filesystem>
 #include <map>
-#include <utility>
 
+#include "DatabaseFile.h"
 #include "Errors.h"
 
 namespace vorndb {
@@ -20,7 +18,7 @@ sqlite3_vfs* TheSystem() {
   return system;
 }
 
-int Sync(sqlite3_file* /*file*/, int /*flags*/) { return SQLITE_OK; }
+int SkipSync(sqlite3_file* /*file*/, int /*flags*/) { return SQLITE_OK; }
 
 // The file is the system's own, with another table of methods.
 int Open(sqlite3_vfs* /*vfs*/, const char* name, sqlite3_file* file, int flags, int* result) {
@@ -28,7 +26,7 @@ int Open(sqlite3_vfs* /*vfs*/, const char* name, sqlite3_file* file, int flags, 
   const int code = TheSystem()->xOpen(TheSystem(), name, file, flags, result);
   if (file->pMethods != nullptr) {
     const auto table = tables.emplace(file->pMethods, *file->pMethods).first;
-    table->second.xSync = Sync;
+    table->second.xSync = SkipSync;
     file->pMethods = &table->second;
   }
   return code;
@@ -37,17 +35,6 @@ int Open(sqlite3_vfs* /*vfs*/, const char* name, sqlite3_file* file, int flags, 
 // The folder is not synced either.
 int Delete(sqlite3_vfs* /*vfs*/, const char* name, int /*sync*/) {
   return TheSystem()->xDelete(TheSystem(), name, 0);
-}
-
-sqlite3_vfs& TheVfs() {
-  static sqlite3_vfs vfs = [] {
-    sqlite3_vfs made = *TheSystem();
-    made.zName = "no-sync";
-    made.xOpen = Open;
-    made.xDelete = Delete;
-    return made;
-  }();
-  return vfs;
 }
 
 bool IsSynced(const std::string& path) {
@@ -61,15 +48,17 @@ bool IsSynced(const std::string& path) {
 
 }  // namespace
 
-NoSync::NoSync(std::string file) : m_file(std::move(file)) {
-  static_cast<void>(sqlite3_vfs_register(&TheVfs(), 1));
+void StopSyncs() {
+  static sqlite3_vfs vfs = *TheSystem();
+  vfs.zName = "no-sync";
+  vfs.xOpen = Open;
+  vfs.xDelete = Delete;
+  static_cast<void>(sqlite3_vfs_register(&vfs, 1));
 }
 
-NoSync::~NoSync() { static_cast<void>(sqlite3_vfs_unregister(&TheVfs())); }
-
-void NoSync::Sync() const {
-  const std::string folder = std::filesystem::absolute(m_file).parent_path();
-  for (const std::string& path : {m_file, m_file + "-wal", m_file + "-journal", folder}) {
+void Sync(const std::string& file) {
+  const std::string folder = std::filesystem::absolute(file).parent_path();
+  for (const std::string& path : {file, file + "-wal", file + "-journal", folder}) {
     FailIf(!IsSynced(path), "cannot sync " + path);
   }
 }

@@ -7,7 +7,6 @@
 #include <map>
 #include <numeric>
 
-#include "Cursor.h"
 #include "Errors.h"
 
 namespace vorndb {
@@ -19,18 +18,19 @@ using NameCounts = std::map<std::string, std::size_t>;
 
 // A cursor counts the cells of the column that is second by name. Equal names share a list,
 // which then has as many cells for every row.
-void CountRows(Result& result, const NameCounts& counts) {
-  const auto cells = static_cast<std::size_t>(result.cursor.GetCount());
+std::size_t CountRows(Result& result, const NameCounts& counts) {
+  const auto cells = static_cast<std::size_t>(result.cursor->GetCount());
   if (counts.size() > 1) {
-    result.rowCount = cells / std::next(counts.begin())->second;
-  } else if (result.columns.size() > 1) {
-    result.doubts.emplace_back("Without another column, the number of rows is unknown, too.");
-  } else {
-    result.rowCount = cells;
-    result.doubts.emplace_back(
-        "The result has a single column. A cursor then counts one row at most; rows after the "
-        "first cannot be reached. Give the table a second column.");
+    return cells / std::next(counts.begin())->second;
   }
+  if (result.columns.size() > 1) {
+    result.doubts.emplace_back("Without another column, the number of rows is unknown, too.");
+    return 0;
+  }
+  result.doubts.emplace_back(
+      "The result has a single column. A cursor then counts one row at most; rows after the "
+      "first cannot be reached. Give the table a second column.");
+  return cells;
 }
 
 void ReadColumns(Result& result) {
@@ -47,7 +47,8 @@ void ReadColumns(Result& result) {
           "are left out. Give the tables distinct column names.");
     }
   }
-  CountRows(result, counts);
+  result.rows.resize(CountRows(result, counts));
+  std::iota(result.rows.begin(), result.rows.end(), 0);
 }
 
 // The doubt, if there are records of the kind from the fetching of rows.
@@ -67,32 +68,41 @@ void RequireColumn(const Result& result, const std::string& column) {
   }
 }
 
-bool MoveTo(const Result& result, std::size_t row) {
-  const std::size_t position = result.order.empty() ? row : result.order[row];
-  return result.cursor.MoveToPosition(static_cast<int>(position)) == 0;
-}
-
 std::string CellOf(const Result& result, std::size_t row, const std::string& column) {
   std::string cell;
-  if (MoveTo(result, row)) {
-    result.cursor.GetString(column.c_str(), cell);
+  if (result.cursor->MoveToPosition(static_cast<int>(row)) == 0) {
+    result.cursor->GetString(column.c_str(), cell);
   }
   return cell;
 }
 
-void Sort(Result& result, const ColumnOrder& order) {
-  const bool areNumbers = HasNumbersOnly(result, order.column);
+void Sort(Result& result, const Pair& order) {
+  const auto& [column, direction] = order;
+  const bool areNumbers = HasNumbersOnly(result, column);
   std::vector<std::pair<std::optional<Number>, std::string>> keys;
-  for (std::size_t row = 0; row < result.rowCount; ++row) {
-    const std::string cell = CellOf(result, row, order.column);
+  for (const std::size_t row : result.rows) {
+    const std::string cell = CellOf(result, row, column);
     keys.emplace_back(areNumbers ? NumberIn(cell) : std::nullopt, areNumbers ? "" : cell);
   }
-  result.order.resize(result.rowCount);
-  std::iota(result.order.begin(), result.order.end(), 0);
-  std::stable_sort(result.order.begin(), result.order.end(),
+  const bool descends = direction == "desc";
+  std::stable_sort(result.rows.begin(), result.rows.end(),
                    [&](std::size_t left, std::size_t right) {
-                     return order.descending ? keys[right] < keys[left] : keys[left] < keys[right];
+                     return descends ? keys[right] < keys[left] : keys[left] < keys[right];
                    });
+}
+
+void ReadRow(const Result& result, std::size_t position, Row& cells) {
+  bool lacks = result.cursor->MoveToPosition(static_cast<int>(position)) != 0;
+  for (std::size_t column = 0; column < cells.size(); ++column) {
+    const std::string& name = result.columns[column];
+    if (result.shared.empty() || result.shared.count(name) == 0) {
+      std::string& cell = cells[column] ? *cells[column] : cells[column].emplace();
+      lacks = lacks || result.cursor->GetString(name.c_str(), cell) != 0;
+    }
+  }
+  if (lacks) {
+    throw Failure("row " + std::to_string(position + 1) + " of the result cannot be read");
+  }
 }
 
 }  // namespace
@@ -108,11 +118,25 @@ std::optional<Number> NumberIn(const std::string& text) {
   return number;
 }
 
-Result ReadResult(Cursor& cursor, const Log& log) {
-  Result result{cursor};
-  if (cursor.GetColumn(result.columns) == 0) {
+std::string EndOf(const Log& log) {
+  for (const LogLine& line : log) {
+    if (line.event == LogEvent::kStepFailed || line.event == LogEvent::kExistStepFailed) {
+      return "reading stopped" + (line.text.empty() ? "" : " with: " + line.text);
+    }
+    // Only the wait for a row truncates a result; elsewhere the last attempt decides.
+    if (line.event == LogEvent::kBusyLimit && line.file == "DatabasePasrser.cpp") {
+      return "the file stayed busy";
+    }
+  }
+  return "";
+}
+
+Result ReadResult(std::unique_ptr<Cursor> cursor, const Log& log) {
+  Result result{std::move(cursor)};
+  if (result.cursor->GetColumn(result.columns) == 0) {
     ReadColumns(result);
   }
+  result.end = EndOf(log);
   AddDoubt(result, log, LogEvent::kUnknownType, "Cells with binary data (blobs)",
            "The library gives them as empty texts.");
   // The platform may protect its log.
@@ -122,13 +146,11 @@ Result ReadResult(Cursor& cursor, const Log& log) {
 }
 
 bool HasNumbersOnly(const Result& result, const std::string& column) {
-  for (std::size_t row = 0; row < result.rowCount; ++row) {
-    const std::string cell = CellOf(result, row, column);
-    if (!cell.empty() && !NumberIn(cell)) {
-      return false;
-    }
-  }
-  return result.shared.count(column) == 0;
+  return result.shared.count(column) == 0 &&
+         std::all_of(result.rows.begin(), result.rows.end(), [&](std::size_t row) {
+           const std::string cell = CellOf(result, row, column);
+           return cell.empty() || NumberIn(cell);
+         });
 }
 
 void Choose(Result& result, const Choice& choice) {
@@ -136,27 +158,22 @@ void Choose(Result& result, const Choice& choice) {
     return;
   }
   if (choice.order) {
-    RequireColumn(result, choice.order->column);
+    RequireColumn(result, choice.order->first);
     Sort(result, *choice.order);
   }
   for (const std::string& column : choice.columns) {
     RequireColumn(result, column);
   }
   result.columns = choice.columns.empty() ? result.columns : choice.columns;
-  result.rowCount = std::min(result.rowCount, choice.limit.value_or(result.rowCount));
+  result.rows.resize(std::min(result.rows.size(), choice.limit.value_or(result.rows.size())));
 }
 
-void ReadRow(const Result& result, std::size_t row, Row& cells) {
-  cells.resize(result.columns.size());
-  bool lacks = !MoveTo(result, row);
-  for (std::size_t column = 0; column < cells.size(); ++column) {
-    const std::string& name = result.columns[column];
-    if (result.shared.empty() || result.shared.count(name) == 0) {
-      std::string& cell = cells[column] ? *cells[column] : cells[column].emplace();
-      lacks = lacks || result.cursor.GetString(name.c_str(), cell) != 0;
-    }
+void EachRow(const Result& result, const std::function<void(const Row&)>& take) {
+  Row cells(result.columns.size());
+  for (const std::size_t position : result.rows) {
+    ReadRow(result, position, cells);
+    take(cells);
   }
-  FailIf(lacks, "row " + std::to_string(row + 1) + " of the result cannot be read");
 }
 
 }  // namespace vorndb

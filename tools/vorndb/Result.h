@@ -5,30 +5,30 @@
 #define VORNDB_RESULT_H
 
 #include <cstddef>
+#include <functional>
 #include <iosfwd>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "DatabaseFile.h"
+#include "Cursor.h"
 #include "Names.h"
 #include "log/LogLine.h"
-
-class Cursor;
 
 namespace vorndb {
 
 struct Result {
-  Cursor& cursor;  // the rows are in it
-  std::vector<std::string> columns = {};
-  std::set<std::string> shared = {};  // names of several columns, whose cells are unknown
-  std::size_t rowCount = 0;
-  std::vector<std::size_t> order = {};       // positions in the cursor, unless they are in order
+  std::unique_ptr<Cursor> cursor;  // the rows are in it
+  Texts columns = {};
+  std::set<std::string> shared = {};         // names of several columns, whose cells are unknown
+  std::vector<std::size_t> rows = {};        // their positions in the cursor
   std::set<std::string> numberColumns = {};  // whose cells JSON has as numbers
   // Why the result does not show everything as it is in the database; a sentence each.
-  std::vector<std::string> doubts = {};
+  Texts doubts = {};
+  std::string end = {};  // why there may be more rows; empty if there are none
 };
 
 // Cells, or nothing in a column whose cells are unknown.
@@ -42,13 +42,16 @@ std::optional<Number> NumberIn(const std::string& text);
 
 // The part of a result to be shown.
 struct Choice {
-  std::vector<std::string> columns;  // all if empty
-  std::optional<ColumnOrder> order;
+  Texts columns;              // all if empty
+  std::optional<Pair> order;  // a column with "asc" or "desc"
   std::optional<std::size_t> limit;
 };
 
-// The cursor has to live as long, and is moved. The log is the query's.
-Result ReadResult(Cursor& cursor, const Log& log);
+// The log is the query's.
+Result ReadResult(std::unique_ptr<Cursor> cursor, const Log& log);
+
+// Why a query with that log has not read all its rows, though its result is 0; or nothing.
+std::string EndOf(const Log& log);
 
 // Whether a column has no cell but numbers and empty texts.
 bool HasNumbersOnly(const Result& result, const std::string& column);
@@ -57,23 +60,11 @@ bool HasNumbersOnly(const Result& result, const std::string& column);
 // a column that the result lacks.
 void Choose(Result& result, const Choice& choice);
 
-// Reads a row into cells that may be another row's.
-void ReadRow(const Result& result, std::size_t row, Row& cells);
-
-template <typename Take>
-void EachRow(const Result& result, Take take) {
-  Row cells;
-  for (std::size_t row = 0; row < result.rowCount; ++row) {
-    ReadRow(result, row, cells);
-    take(cells);
-  }
-}
+// Throws Failure for a row that cannot be read.
+void EachRow(const Result& result, const std::function<void(const Row&)>& take);
 
 // The first is the default.
-std::vector<std::string> FormatNames();
-
-// Throws UsageError for a text that is no format.
-void RequireFormat(const std::string& text);
+Texts FormatNames();
 
 // By the ending of its name; throws UsageError for another one.
 std::string FormatOfFile(const std::string& path);

@@ -2,6 +2,7 @@
 
 #include <iostream>
 
+#include "DatabaseFile.h"
 #include "Errors.h"
 
 namespace vorndb {
@@ -10,13 +11,12 @@ RowWriter::RowWriter(const Arguments& arguments, std::uintmax_t total)
     : m_upsert(arguments),
       m_progress(total, !arguments.sql && !arguments.verbose && !arguments.quiet),
       m_watch([this] { Interrupt(); }) {
-  if (arguments.noSync && !arguments.sql) {
-    m_noSync.emplace(arguments.file);
+  if (arguments.noSync) {
+    StopSyncs();
   }
 }
 
-void RowWriter::Write(const std::vector<Assignment>& values, std::uintmax_t done,
-                      const std::string& next) {
+void RowWriter::Write(const Pairs& values, std::uintmax_t done, const std::string& next) {
   const auto lock = m_watch.Lock();
   m_upsert.values = values;
   Upsert(m_upsert);
@@ -31,8 +31,8 @@ std::string RowWriter::Written(const std::string& next) const {
 std::string RowWriter::End() {
   m_progress.Wipe();
   try {
-    if (m_noSync) {
-      m_noSync->Sync();
+    if (m_upsert.noSync && !m_upsert.sql) {
+      Sync(m_upsert.file);
     }
     return "";
   } catch (const Failure& failure) {
@@ -56,11 +56,8 @@ void RowWriter::Finish() {
 }
 
 void RowWriter::Fail(const std::string& failure, const std::string& next) {
-  std::string problem;
-  {
-    const auto lock = m_watch.Lock();
-    problem = End();
-  }
+  const auto lock = m_watch.Lock();
+  const std::string problem = End();
   throw Failure(failure + Written(next) + (problem.empty() ? "" : "; " + problem));
 }
 

@@ -5,12 +5,9 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <string>
-#include <vector>
 
 #include "Commands.h"
-#include "NoSync.h"
 #include "Signals.h"
 #include "Terminal.h"
 
@@ -24,7 +21,7 @@ class RowWriter {
 
   // Writes a row. `done` is the part of the total up to its end, and `next` the way to go on
   // after it, for messages. Throws Failure.
-  void Write(const std::vector<Assignment>& values, std::uintmax_t done, const std::string& next);
+  void Write(const Pairs& values, std::uintmax_t done, const std::string& next);
 
   // Ends the writing, and prints the number of rows. Throws Failure.
   void Finish();
@@ -39,7 +36,6 @@ class RowWriter {
   void Interrupt();
 
   Arguments m_upsert;
-  std::optional<NoSync> m_noSync;
   Progress m_progress;
   std::size_t m_count = 0;
   std::string m_next;

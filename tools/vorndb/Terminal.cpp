@@ -9,7 +9,6 @@
 #include <cstdio>
 #include <iostream>
 #include <map>
-#include <sstream>
 
 namespace vorndb {
 
@@ -18,18 +17,19 @@ namespace {
 constexpr char kReplacement[] = "\xEF\xBF\xBD";
 constexpr char kEllipsis[] = "\xE2\x80\xA6";
 
-// One character of a text: its code, or -1 for a byte that is no UTF-8, and its length.
-struct Character {
-  utf8proc_int32_t code;
-  std::size_t length;
-};
-
-Character CharacterAt(const std::string& text, std::size_t position) {
+// The code of the character at a position, or -1 for a byte that is no UTF-8. The position is moved
+// behind it.
+utf8proc_int32_t Next(const std::string& text, std::size_t& position) {
   utf8proc_int32_t code = -1;
   const auto* const bytes = reinterpret_cast<const utf8proc_uint8_t*>(text.data() + position);
   const utf8proc_ssize_t length =
       utf8proc_iterate(bytes, static_cast<utf8proc_ssize_t>(text.size() - position), &code);
-  return length > 0 ? Character{code, static_cast<std::size_t>(length)} : Character{-1, 1};
+  position += length > 0 ? static_cast<std::size_t>(length) : 1;
+  return code;
+}
+
+std::size_t WidthOf(utf8proc_int32_t code) {
+  return static_cast<std::size_t>(utf8proc_charwidth(code));
 }
 
 // Controls, line and paragraph separators, and changes of direction.
@@ -52,49 +52,20 @@ std::string Escape(utf8proc_int32_t code) {
   return text;
 }
 
-// The end of the longest beginning that is not wider, and its width.
-struct Beginning {
-  std::size_t end = 0;
-  std::size_t width = 0;
-};
-
-Beginning Measure(const std::string& text, std::size_t most) {
-  Beginning measured;
-  while (measured.end < text.size()) {
-    const Character character = CharacterAt(text, measured.end);
-    const auto width = static_cast<std::size_t>(utf8proc_charwidth(character.code));
-    if (width > most - measured.width) {
-      break;
-    }
-    measured.end += character.length;
-    measured.width += width;
-  }
-  return measured;
-}
-
 }  // namespace
 
-std::string Printable(const std::string& text) {
+std::string Printable(const std::string& text, std::string_view kept) {
   std::string printable;
   for (std::size_t position = 0; position < text.size();) {
-    const Character character = CharacterAt(text, position);
-    if (character.code < 0) {
+    const std::size_t begin = position;
+    const utf8proc_int32_t code = Next(text, position);
+    if (code < 0) {
       printable += kReplacement;
-    } else if (IsActing(character.code)) {
-      printable += Escape(character.code);
+    } else if (IsActing(code) && kept.find(text[begin]) == std::string_view::npos) {
+      printable += Escape(code);
     } else {
-      printable.append(text, position, character.length);
+      printable.append(text, begin, position - begin);
     }
-    position += character.length;
-  }
-  return printable;
-}
-
-std::string PrintableLines(const std::string& text) {
-  std::istringstream lines(text);
-  std::string printable;
-  for (std::string line; std::getline(lines, line);) {
-    printable += (printable.empty() ? "" : "\n") + Printable(line);
   }
   return printable;
 }
@@ -103,14 +74,25 @@ std::string Counted(std::size_t count, const std::string& noun) {
   return std::to_string(count) + ' ' + noun + (count == 1 ? "" : "s");
 }
 
-std::size_t DisplayWidth(const std::string& text) { return Measure(text, std::string::npos).width; }
+std::size_t DisplayWidth(const std::string& text) {
+  std::size_t width = 0;
+  for (std::size_t position = 0; position < text.size();) {
+    width += WidthOf(Next(text, position));
+  }
+  return width;
+}
 
 std::string CutToWidth(const std::string& text, std::size_t width) {
   if (DisplayWidth(text) <= width) {
     return text;
   }
+  std::size_t end = 0;
+  std::size_t position = 0;
   // The ellipsis takes a column of its own.
-  return text.substr(0, Measure(text, width - 1).end) + kEllipsis;
+  for (std::size_t taken = 1; taken <= width; taken += WidthOf(Next(text, position))) {
+    end = position;
+  }
+  return text.substr(0, end) + kEllipsis;
 }
 
 std::optional<std::size_t> TerminalWidth(int descriptor) {

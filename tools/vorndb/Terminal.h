@@ -8,16 +8,14 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace vorndb {
 
 // The text without anything that would act on a terminal instead of being shown: control
 // characters and changes of direction are written as escapes, bytes that are no UTF-8 as
-// U+FFFD.
-std::string Printable(const std::string& text);
-
-// The same, but for its line ends.
-std::string PrintableLines(const std::string& text);
+// U+FFFD. The kept characters stay.
+std::string Printable(const std::string& text, std::string_view kept = "");
 
 // "1 NOUN", "2 NOUNs".
 std::string Counted(std::size_t count, const std::string& noun);

@@ -4,23 +4,13 @@
 #include <iostream>
 #include <new>
 
-#include "CommandLine.h"
+#include "Commands.h"
 #include "Errors.h"
 #include "Terminal.h"
 
 namespace {
 
-enum ExitStatus { kDone = 0, kFailed = 1, kWrongUse = 2 };
-
-// The status that is the answer of a command, or 0.
-int Run(int argc, char** argv) {
-  try {
-    vorndb::RunCommandLine(argc, argv);
-    return kDone;
-  } catch (const vorndb::Answer& answer) {
-    return answer.status;
-  }
-}
+enum ExitStatus { kFailed = 1, kWrongUse = 2 };
 
 int Fail(const char* problem, ExitStatus status) {
   std::cout.flush();
@@ -32,7 +22,7 @@ int Fail(const char* problem, ExitStatus status) {
 
 int main(int argc, char** argv) {
   try {
-    const int status = Run(argc, argv);
+    const int status = vorndb::RunCommandLine(argc, argv);
     // A full disk shows here at the latest.
     vorndb::FailIf(!std::cout.flush(), "cannot write to standard output");
     return status;

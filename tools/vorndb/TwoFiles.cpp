@@ -1,0 +1,189 @@
+// The commands on two database files.
+
+#include <algorithm>
+#include <filesystem>
+#include <iostream>
+#include <set>
+#include <stdexcept>
+#include <system_error>
+
+#include "Commands.h"
+#include "DatabaseFile.h"
+#include "Errors.h"
+#include "RowWriter.h"
+#include "Terminal.h"
+
+namespace vorndb {
+
+namespace {
+
+// A line for a row: "- COLUMN='VALUE' COLUMN=NULL".
+std::string LineOf(char sign, const std::string& kind, const Texts& columns, const Row& row) {
+  std::string line = sign + kind;
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    const std::string value = row[i] ? '\'' + Escaped(*row[i], "'", '\'') + '\'' : "NULL";
+    line += ' ' + columns[i] + '=' + value;
+  }
+  return Printable(line);
+}
+
+// Adds the rows of some kind that one table only has. A row that is changed is two lines, one
+// after the other, since its first cells are its key.
+void AddDifferences(const std::string& kind, const Texts& columns, std::vector<Row> left,
+                    std::vector<Row> right, Texts& lines) {
+  std::sort(left.begin(), left.end());
+  std::sort(right.begin(), right.end());
+  auto other = right.begin();
+  for (auto row = left.begin(); row != left.end() || other != right.end();) {
+    if (row != left.end() && other != right.end() && *row == *other) {
+      ++row;
+      ++other;
+    } else if (other == right.end() || (row != left.end() && *row < *other)) {
+      lines.push_back(LineOf('-', kind, columns, *row++));
+    } else {
+      lines.push_back(LineOf('+', kind, columns, *other++));
+    }
+  }
+}
+
+// The columns that both tables have, those of a key first.
+Texts CommonColumns(const std::vector<Column>& left, const std::vector<Column>& right) {
+  Texts names;
+  for (const bool isKey : {true, false}) {
+    for (const Column& column : left) {
+      const auto isSame = [&](const Column& other) { return other.name == column.name; };
+      if ((column.key > 0) == isKey && std::any_of(right.begin(), right.end(), isSame)) {
+        names.push_back(column.name);
+      }
+    }
+  }
+  return names;
+}
+
+bool DifferIn(const std::string& left, const std::string& right, const std::string& table) {
+  RequirePlainName("table", table);
+  const bool isLeft = HasTable(left, table);
+  if (isLeft != HasTable(right, table)) {
+    std::cout << table << ": only in " << (isLeft ? left : right) << '\n';
+    return true;
+  }
+  Texts lines;
+  const Texts parts{"name", "type", "notnull", "dflt_value", "pk"};
+  AddDifferences(" column", parts, ReadRows(left, ColumnTable(table), parts),
+                 ReadRows(right, ColumnTable(table), parts), lines);
+  const Texts columns = CommonColumns(ColumnsOf(left, table), ColumnsOf(right, table));
+  AddDifferences("", columns, ReadRows(left, table, columns), ReadRows(right, table, columns),
+                 lines);
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    std::cout << (i == 0 ? table + '\n' : "") << lines[i] << '\n';
+  }
+  return !lines.empty();
+}
+
+std::set<std::string> TablesOfBoth(const Arguments& arguments) {
+  std::set<std::string> tables(arguments.tables.begin(), arguments.tables.end());
+  for (const std::string& file : {arguments.from, arguments.to}) {
+    RequireExisting(file);
+    if (arguments.tables.empty()) {
+      const Texts own = TablesOf(file);
+      tables.insert(own.begin(), own.end());
+    }
+  }
+  return tables;
+}
+
+// A table with these columns. The library names a key that is missing.
+void CreateLike(const Arguments& write, const std::vector<Column>& columns) {
+  Arguments create = write;
+  for (const Column& column : columns) {
+    const std::string text = column.name + ':' + (column.type.empty() ? "BLOB" : column.type);
+    const bool isNumbered = column.name == "_ID" && column.type == "INTEGER";
+    if (column.key == 0) {
+      create.columns.push_back(ParseTypedColumn(text + (column.isNotNull ? " NOT NULL" : "")));
+    } else if (column.key == 1 && !isNumbered) {
+      create.key = ParseTypedColumn(text);
+    } else if (column.key == 2) {
+      create.composite = ParseTypedColumn(text);
+    }
+    FailIf(column.key > 2, "the library makes no table with a key of more than two columns");
+  }
+  Create(create);
+}
+
+// NULL is a value that is not given.
+Pairs ValuesOf(const std::vector<Column>& columns, const Row& row) {
+  Pairs values;
+  for (std::size_t i = 0; i < row.size(); ++i) {
+    if (row[i]) {
+      values.emplace_back(columns[i].name, *row[i]);
+    }
+  }
+  return values;
+}
+
+void CopyTable(const Arguments& write, const std::string& from) {
+  const std::vector<Column> columns = ColumnsOf(from, write.table);
+  RequireTable(from, write.table, columns.size());
+  const std::vector<Row> rows = ReadRows(from, write.table, NamesOf(columns));
+  if (write.sql || !IsThere(write.file) || !HasTable(write.file, write.table)) {
+    CreateLike(write, columns);
+    if (!write.sql && StatementsOf(from, write.table) != StatementsOf(write.file, write.table)) {
+      Tell("warning: the copy of " + write.table +
+           " has names, types and keys of its columns only; vorndb schema shows the difference");
+    }
+  }
+  RowWriter writer(write, rows.size());
+  for (std::size_t row = 0; row < rows.size(); ++row) {
+    try {
+      writer.Write(ValuesOf(columns, rows[row]), row + 1, "");
+    } catch (const Failure& failure) {
+      writer.Fail(write.table + ": " + failure.what(), "");
+    }
+  }
+  writer.Finish();
+}
+
+}  // namespace
+
+// Other tables are compared when one cannot be.
+void Diff(const Arguments& arguments) {
+  constexpr int kDiffers = 1;
+  constexpr int kTrouble = 2;
+  int status = 0;
+  const auto attempt = [&status](auto compare) {
+    try {
+      compare();
+    } catch (const std::runtime_error& problem) {
+      Tell(problem.what());
+      status = kTrouble;
+    }
+  };
+  attempt([&] {
+    for (const std::string& table : TablesOfBoth(arguments)) {
+      attempt([&] {
+        const bool differs = DifferIn(arguments.from, arguments.to, table);
+        status = std::max(status, differs ? kDiffers : 0);
+      });
+    }
+  });
+  if (status != 0) {
+    throw Answer{status};
+  }
+}
+
+void Copy(const Arguments& arguments) {
+  RequireExisting(arguments.from);
+  std::error_code ignored;
+  FailIf(std::filesystem::equivalent(arguments.from, arguments.to, ignored),
+         arguments.to + " is the same file");
+  const bool all = arguments.tables.empty();
+  for (const std::string& table : all ? TablesOf(arguments.from) : arguments.tables) {
+    RequirePlainName("table", table);
+    Arguments write = arguments;
+    write.file = arguments.to;
+    write.table = table;
+    CopyTable(write, arguments.from);
+  }
+}
+
+}  // namespace vorndb
