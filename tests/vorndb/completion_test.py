@@ -59,6 +59,8 @@ def test_the_options_of_a_command(tool, command):
         ("app.db upsert contact uid = ", ""),
         ("app.db select contact --format j", "json jsonl"),
         ("app.db select contact --format = t", "table tsv"),
+        ("app.db import contact rows.csv --format ", "csv tsv json jsonl"),
+        ("explain-log rows.log --format ", "text json"),
         ("app.db join ", "contact. note."),
         ("app.db join contact.uid note.", "note.owner note.text"),
         ("app.db join contact.uid note.owner --where note.t", "note.text="),

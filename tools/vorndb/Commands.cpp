@@ -88,7 +88,7 @@ void Show(const Arguments& arguments, Result result) {
   for (const std::string& doubt : result.doubts) {
     Tell("warning: " + doubt);
   }
-  ExpectComplete(arguments.file, result.end);
+  ExpectComplete(arguments.file, result.stop);
 }
 
 // The number of rows of a select; nothing where a cursor does not have it.
@@ -105,7 +105,7 @@ void ChangeRows(const Arguments& arguments, Generate<Request> generate,
     Arguments select = arguments;
     select.values.clear();
     const Result result = RunSelect(select);
-    count = result.end.empty() ? CountOf(result) : std::nullopt;
+    count = result.stop.empty() ? CountOf(result) : std::nullopt;
   }
   WriteRows(arguments, generate, run);
   if (count) {
@@ -222,7 +222,7 @@ void Join(const Arguments& arguments) {
 
 void Count(const Arguments& arguments) {
   const Result result = RunSelect(arguments);
-  ExpectComplete(arguments.file, result.end);
+  ExpectComplete(arguments.file, result.stop);
   const std::optional<std::size_t> count = CountOf(result);
   FailIf(!count, "the rows of " + arguments.table +
                      " cannot be counted: a cursor counts one row of a single column");

@@ -42,7 +42,7 @@ Result SelectFrom(const std::string& file, const std::string& table, const Pairs
 }
 
 std::vector<Row> AllRows(const std::string& file, const Result& result) {
-  ExpectComplete(file, result.end);
+  ExpectComplete(file, result.stop);
   std::vector<Row> rows;
   EachRow(result, [&rows](const Row& row) { rows.push_back(row); });
   return rows;
@@ -188,7 +188,7 @@ bool HasTable(const std::string& file, const std::string& table) {
   bool exists = false;
   const auto lines =
       Observe(file, {}, [&] { return Database().CheckExistTable(location, name.c_str(), exists); });
-  ExpectComplete(file, EndOf(ReadLines(lines)));
+  ExpectComplete(file, StopIn(ReadLines(lines)));
   return exists;
 }
 
@@ -270,8 +270,8 @@ void RequireTable(const std::string& file, const std::string& table, std::size_t
   }
 }
 
-void ExpectComplete(const std::string& file, const std::string& end) {
-  FailIf(!end.empty(), "the result from " + file + " is not complete; " + end);
+void ExpectComplete(const std::string& file, const std::string& stop) {
+  FailIf(!stop.empty(), "the result from " + file + " is not complete; " + stop);
 }
 
 }  // namespace vorndb

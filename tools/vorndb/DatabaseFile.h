@@ -68,8 +68,8 @@ std::vector<Row> ReadRows(const std::string& file, const std::string& table, con
 // Throws Failure for a table of which nothing is found, unless the name is empty.
 void RequireTable(const std::string& file, const std::string& table, std::size_t found);
 
-// Throws Failure for a query whose rows have an end of another kind than the last row.
-void ExpectComplete(const std::string& file, const std::string& end);
+// Throws Failure if there is a reason why the last rows of a query are missing.
+void ExpectComplete(const std::string& file, const std::string& stop);
 
 // Calls the library on these tables, and returns the lines of its log. To read them takes longer
 // than a write, so that is left to those who need them. Throws Failure, in plain words, unless the

@@ -118,7 +118,7 @@ std::optional<Number> NumberIn(const std::string& text) {
   return number;
 }
 
-std::string EndOf(const Log& log) {
+std::string StopIn(const Log& log) {
   for (const LogLine& line : log) {
     if (line.event == LogEvent::kStepFailed || line.event == LogEvent::kExistStepFailed) {
       return "reading stopped" + (line.text.empty() ? "" : " with: " + line.text);
@@ -136,7 +136,7 @@ Result ReadResult(std::unique_ptr<Cursor> cursor, const Log& log) {
   if (result.cursor->GetColumn(result.columns) == 0) {
     ReadColumns(result);
   }
-  result.end = EndOf(log);
+  result.stop = StopIn(log);
   AddDoubt(result, log, LogEvent::kUnknownType, "Cells with binary data (blobs)",
            "The library gives them as empty texts.");
   // The platform may protect its log.

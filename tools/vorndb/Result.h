@@ -28,7 +28,7 @@ struct Result {
   std::set<std::string> numberColumns = {};  // whose cells JSON has as numbers
   // Why the result does not show everything as it is in the database; a sentence each.
   Texts doubts = {};
-  std::string end = {};  // why there may be more rows; empty if there are none
+  std::string stop = {};  // the reason why the last rows are missing, or nothing
 };
 
 // Cells, or nothing in a column whose cells are unknown.
@@ -50,8 +50,9 @@ struct Choice {
 // The log is the query's.
 Result ReadResult(std::unique_ptr<Cursor> cursor, const Log& log);
 
-// Why a query with that log has not read all its rows, though its result is 0; or nothing.
-std::string EndOf(const Log& log);
+// The reason why a query with that log has not read its last rows, or nothing. Its result is 0
+// either way.
+std::string StopIn(const Log& log);
 
 // Whether a column has no cell but numbers and empty texts.
 bool HasNumbersOnly(const Result& result, const std::string& column);
