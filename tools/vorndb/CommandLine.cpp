@@ -238,7 +238,7 @@ class CommandLine {
   }
 
   static std::string Rephrased(const CLI::ParseError& error) {
-    const std::string text = error.what();
+    std::string text = error.what();
     const std::string subject = text.substr(0, text.find_first_of(": "));
     const std::string last = text.substr(text.rfind(' ') + 1);
     switch (static_cast<CLI::ExitCodes>(error.get_exit_code())) {
@@ -459,11 +459,11 @@ class CommandLine {
             "Sync after the last row only; until then a loss of power can damage the file");
   }
 
-  void AddOnFiles(const char* name, Run run, const char* description, const char* from,
-                  const char* to, const std::string& example) {
+  void AddOnFiles(const char* name, Run run, const char* description, const char* left,
+                  const char* right, const std::string& example) {
     AddCommand(name, run, description, example);
-    Add(from, "", m_arguments.from, "A database file")->required()->each(RequireFileName);
-    Add(to, "", m_arguments.to, "Another one")->required()->each(RequireFileName);
+    Add(left, "", m_arguments.from, "A database file")->required()->each(RequireFileName);
+    Add(right, "", m_arguments.to, "Another one")->required()->each(RequireFileName);
     Add("TABLES", "", m_arguments.tables, "Only these tables")->each(RequireTableName);
   }
 

@@ -47,7 +47,8 @@ void RunOrPrint(const Arguments& arguments, Request& request, Generate<Request> 
     RequireExisting(arguments.file);
   }
   Locate(arguments.file, request);
-  Observe(arguments.file, {arguments.table}, [&] { return (Database().*run)(request); });
+  OnTables(arguments.file, {arguments.table},
+           [&] { Observe(arguments.file, [&] { return (Database().*run)(request); }); });
 }
 
 // The chosen part of a query's result. With --sql it prints the statement and ends the run.
@@ -58,7 +59,8 @@ Result QueryOrPrint(const Arguments& arguments, const Texts& tables, Request& re
     Print(generate, request);
     throw Answer{0};
   }
-  Result result = Query(arguments.file, tables, request, run);
+  Result result;
+  OnTables(arguments.file, tables, [&] { result = Query(arguments.file, request, run); });
   for (const std::string& table : arguments.typed ? tables : Texts()) {
     for (const Column& column : ColumnsOf(arguments.file, table)) {
       if (column.holdsNumbers) {

@@ -18,7 +18,7 @@ Texts PlainOf(const Texts& names, const std::string& begin, const std::string& e
   Texts plain;
   for (const std::string& name : names) {
     if (IsPlainName(name)) {
-      plain.push_back(begin + name + end);
+      plain.emplace_back(begin).append(name).append(end);
     }
   }
   return plain;

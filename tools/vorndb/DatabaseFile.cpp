@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <set>
 #include <system_error>
+#include <tuple>
 
 #include "Errors.h"
 #include "SelectRequest.h"
@@ -38,7 +39,7 @@ enum ColumnPart { kPosition, kColumnName, kType, kNotNull, kDefault, kKey };
 Result SelectFrom(const std::string& file, const std::string& table, const Pairs& where) {
   Statement<SelectRequest> statement({}, where);
   statement.request.SetTable(table.c_str());
-  return Query(file, {}, statement.request, &Database::Select);
+  return Query(file, statement.request, &Database::Select);
 }
 
 std::vector<Row> AllRows(const std::string& file, const Result& result) {
@@ -129,19 +130,11 @@ std::string ColumnSuggestion(const std::string& file, const Texts& tables,
 }
 
 // SQLite's words where they are as clear as the tool's could be.
-std::string Explain(const std::string& file, const Texts& tables, int result,
-                    const std::string& message) {
-  const std::string words = message.empty() ? "no more is known" : message;
+std::string Explain(const std::string& file, int result, const std::string& text) {
+  const std::string words = text.empty() ? "no more is known" : text;
   switch (result) {
     case SQLITE_ERROR:
-      // The platform may have made SQLite's message unreadable; then the table is looked for.
-      for (const std::string& table : tables) {
-        if (message == std::string("no such table: ").append(table) ||
-            (message.empty() && LacksTable(file, table))) {
-          return MissingTable(file, table);
-        }
-      }
-      return "SQLite refuses it: " + words + ColumnSuggestion(file, tables, message);
+      return "SQLite refuses it: " + words;
     case SQLITE_BUSY:
       return file + " is busy: another program kept it locked for longer than the library waits";
     case SQLITE_READONLY:
@@ -155,8 +148,12 @@ std::string Explain(const std::string& file, const Texts& tables, int result,
     case SQLITE_NOTADB:
       return file + " is not a database";
     default:
-      return message.empty() ? sqlite3_errstr(result) : message;
+      return text.empty() ? sqlite3_errstr(result) : text;
   }
+}
+
+std::string WithCode(const std::string& problem, int result) {
+  return problem + " (SQLite " + std::to_string(result) + ")";
 }
 
 }  // namespace
@@ -187,7 +184,7 @@ bool HasTable(const std::string& file, const std::string& table) {
   const std::string name = Escaped(table, "'", '\'');
   bool exists = false;
   const auto lines =
-      Observe(file, {}, [&] { return Database().CheckExistTable(location, name.c_str(), exists); });
+      Observe(file, [&] { return Database().CheckExistTable(location, name.c_str(), exists); });
   ExpectComplete(file, StopIn(ReadLines(lines)));
   return exists;
 }
@@ -253,15 +250,36 @@ std::vector<Row> ReadRows(const std::string& file, const std::string& table, con
   return rows;
 }
 
-Texts Observe(const std::string& file, const Texts& tables, const std::function<int()>& call) {
+CallFailure::CallFailure(const std::string& file, int aResult, const std::string& aText)
+    : Failure(WithCode(Explain(file, aResult, aText), aResult)), result(aResult), text(aText) {}
+
+Texts Observe(const std::string& file, const std::function<int()>& call) {
   TakeLines();
   const int result = call();
   Texts lines = TakeLines();
   if (result != SQLITE_OK) {
-    throw Failure(Explain(file, tables, result, FailureIn(lines)) + " (SQLite " +
-                  std::to_string(result) + ")");
+    throw CallFailure(file, result, FailureIn(lines));
   }
   return lines;
+}
+
+void OnTables(const std::string& file, const Texts& tables, const std::function<void()>& call) {
+  try {
+    call();
+  } catch (const CallFailure& failure) {
+    const auto& [result, text] = std::tie(failure.result, failure.text);
+    for (const std::string& table : result == SQLITE_ERROR ? tables : Texts()) {
+      // The platform may have made SQLite's text unreadable; then the table is looked for.
+      if (text == "no such table: " + table || (text.empty() && LacksTable(file, table))) {
+        throw Failure(WithCode(MissingTable(file, table), result));
+      }
+    }
+    const std::string hint = ColumnSuggestion(file, tables, text);
+    if (hint.empty()) {
+      throw;
+    }
+    throw Failure(WithCode(Explain(file, result, text) + hint, result));
+  }
 }
 
 void RequireTable(const std::string& file, const std::string& table, std::size_t found) {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "Database.h"
+#include "Errors.h"
 #include "Names.h"
 #include "Result.h"
 #include "log/LogLine.h"
@@ -71,19 +72,28 @@ void RequireTable(const std::string& file, const std::string& table, std::size_t
 // Throws Failure if there is a reason why the last rows of a query are missing.
 void ExpectComplete(const std::string& file, const std::string& stop);
 
-// Calls the library on these tables, and returns the lines of its log. To read them takes longer
-// than a write, so that is left to those who need them. Throws Failure, in plain words, unless the
-// result of the call is 0.
-Texts Observe(const std::string& file, const Texts& tables, const std::function<int()>& call);
+// A call of the library whose result is not 0.
+struct CallFailure : Failure {
+  CallFailure(const std::string& file, int aResult, const std::string& aText);
 
-// Runs a query on these tables. Throws Failure.
+  int result;
+  std::string text;  // SQLite's, unless it is unreadable
+};
+
+// Calls the library, and returns the lines of its log. To read them takes longer than a write, so
+// that is left to those who need them. Throws CallFailure.
+Texts Observe(const std::string& file, const std::function<int()>& call);
+
+// Calls the library likewise. Throws Failure, with hints on these tables and their columns.
+void OnTables(const std::string& file, const Texts& tables, const std::function<void()>& call);
+
+// Runs a query. Throws Failure.
 template <typename Request>
-Result Query(const std::string& file, const Texts& tables, Request& request,
-             int (Database::*run)(Request&, Cursor&)) {
+Result Query(const std::string& file, Request& request, int (Database::*run)(Request&, Cursor&)) {
   RequireExisting(file);
   Locate(file, request);
   auto cursor = std::make_unique<Cursor>();
-  const Texts lines = Observe(file, tables, [&] { return (Database().*run)(request, *cursor); });
+  const Texts lines = Observe(file, [&] { return (Database().*run)(request, *cursor); });
   return ReadResult(std::move(cursor), ReadLines(lines));
 }
 

@@ -49,7 +49,9 @@ Texts TextsOf(const Row& row, const Frame& frame) {
 
 // Cuts the widest columns until a line fits, but none below a few characters.
 void Fit(std::vector<Shape>& columns, std::size_t available) {
-  const auto isNarrower = [](const Shape& a, const Shape& b) { return a.width < b.width; };
+  const auto isNarrower = [](const Shape& one, const Shape& other) {
+    return one.width < other.width;
+  };
   std::size_t total = std::strlen(kPlain.gap) * (columns.size() - 1);
   for (Shape& column : columns) {
     column.width = std::min(column.width, std::max(available, kNarrowest));

@@ -66,12 +66,13 @@ void CreateFor(const Arguments& arguments, Input& input) {
   if (arguments.key) {
     given.push_back(*arguments.key);
   }
-  for (const auto& [name, type] : given) {
-    const auto column = std::find_if(create.columns.begin(), create.columns.end(),
-                                     [&](const Pair& known) { return known.first == name; });
-    FailIf(column == create.columns.end(), "the input has no column " + name);
-    column->second = type.empty() ? column->second : type;
-    if (arguments.key && arguments.key->first == name) {
+  for (const Pair& wanted : given) {
+    const auto column =
+        std::find_if(create.columns.begin(), create.columns.end(),
+                     [&wanted](const Pair& known) { return known.first == wanted.first; });
+    FailIf(column == create.columns.end(), "the input has no column " + wanted.first);
+    column->second = wanted.second.empty() ? column->second : wanted.second;
+    if (arguments.key && arguments.key->first == wanted.first) {
       create.key = *column;
       create.columns.erase(column);
     }

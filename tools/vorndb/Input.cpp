@@ -59,12 +59,12 @@ class CsvInput : public Input {
   void ReadFields() {
     m_fields.clear();
     m_ends = false;
-    m_isInRow = false;
-    for (char c = '\0'; !m_ends && m_stream.get(c);) {
-      if (!m_isInRow && (c == m_separator || std::strchr(kSpaces, c) == nullptr)) {
+    BeginNone();
+    for (char next = '\0'; !m_ends && Stream().get(next);) {
+      if (next == m_separator || std::strchr(kSpaces, next) == nullptr) {
         Begin();
       }
-      if (csv_parse(&m_parser, &c, 1, AddField, EndRow, this) != 1) {
+      if (csv_parse(&m_parser, &next, 1, AddField, EndRow, this) != 1) {
         throw Failure("a quote is out of place; quoted fields are \"…\", with \"\" inside");
       }
     }
@@ -103,7 +103,7 @@ class JsonInput : public Input {
     Begin();
     Json object;
     try {
-      m_stream >> object;
+      Stream() >> object;
     } catch (const Json::exception& error) {
       const std::string text = error.what();
       throw Failure("this is not JSON: " + text.substr(text.find("] ") + 2));
@@ -137,7 +137,7 @@ class JsonInput : public Input {
     m_isArray = isFirst ? Skip('[') : m_isArray;
     const bool ends = m_isArray && Skip(']');
     const bool goesOn = !m_isArray || ends || isFirst || Skip(',');
-    const bool hasMore = (m_stream >> std::ws).peek() != kEnd;
+    const bool hasMore = (Stream() >> std::ws).peek() != kEnd;
     FailIf(!goesOn || (m_isArray && !ends && !hasMore), "the array lacks a comma or its end");
     m_isArray = m_isArray && !ends;
     m_isOver = m_isOver || ends;
@@ -146,8 +146,8 @@ class JsonInput : public Input {
   }
 
   bool Skip(char mark) {
-    const bool isNext = (m_stream >> std::ws).peek() == mark;
-    m_stream.ignore(isNext ? 1 : 0);
+    const bool isNext = (Stream() >> std::ws).peek() == mark;
+    Stream().ignore(isNext ? 1 : 0);
     return isNext;
   }
 

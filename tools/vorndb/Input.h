@@ -43,17 +43,18 @@ class Input : private std::streambuf {
   // Without values at the end. Throws std::runtime_error.
   virtual InputRow Read() = 0;
   void RequireName(const std::string& column);
-  // A row begins with the last character.
+  // A row begins with the last character, unless one has begun.
   void Begin();
+  void BeginNone() { m_isInRow = false; }
   std::size_t Line() const { return m_line; }  // of the last character
-
-  std::istream m_stream{this};
-  bool m_isInRow = false;
+  std::istream& Stream() { return m_stream; }
 
  private:
   int_type underflow() override;
 
   std::istream& m_source;
+  std::istream m_stream{this};
+  bool m_isInRow = false;
   std::string m_name;
   char m_character = '\0';
   std::size_t m_taken = 0;

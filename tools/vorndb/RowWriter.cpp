@@ -56,8 +56,10 @@ void RowWriter::Finish() {
 }
 
 void RowWriter::Fail(const std::string& failure, const std::string& next) {
-  const auto lock = m_watch.Lock();
-  const std::string problem = End();
+  const std::string problem = [this] {
+    const auto lock = m_watch.Lock();
+    return End();
+  }();
   throw Failure(failure + Written(next) + (problem.empty() ? "" : "; " + problem));
 }
 

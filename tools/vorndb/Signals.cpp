@@ -55,6 +55,7 @@ struct State {
 };
 
 State& TheState() {
+  // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): one for all signals
   static State& state = *new State;
   return state;
 }
