@@ -285,23 +285,19 @@ def test_options_that_are_refused(contacts, message, arguments):
     assert errors.startswith(f"vorndb: {message}"), errors
 
 
-def test_an_import_goes_on_from_a_row_of_a_line(contacts, load):
-    content = '[{"uid":"a"}, {"uid":"b"},\n{"uid":"c"}\n,{"uid":"d"},{"uid":["e"]}]'
+def test_an_import_goes_on_from_a_row_of_a_line(contacts):
+    content = b'[{"uid":"a"}, {"uid":"b"},\n{"uid":"c"}\n,{"uid":"d"},{"uid":["e"]}]'
+    arguments = ["import", "contact", "-", "--format", "json", "--from-line"]
     for place, count in (("1:2", 3), ("1:3", 2), ("3", 1), ("3:2", 0)):
-        _, errors = load(
-            content,
-            lambda *words: contacts.run(
-                *words, "--format", "json", "--from-line", place, status=FAILED
-            ),
-        )
+        _, errors = contacts.run(*arguments, place, input=content, status=FAILED)
         assert errors.endswith(written(count, "3:2") + "\n"), errors
 
 
-def test_an_import_goes_on_from_a_line(contacts, load):
-    content = 'uid,name\na,"1\n2"\nb,x\nc,y\n'
-    for line, count in ((1, 3), (3, 2), (4, 2), (5, 1), (6, 0)):
-        words = load(content, lambda *words: contacts.done(*words, "--from-line", str(line)))
-        assert words == f"{count} row{'' if count == 1 else 's'} written to contact\n"
+def test_an_import_goes_on_from_a_line(contacts):
+    content = b'uid,name\na,"1\n2"\nb,x\nc,y\n'
+    for line, count in (("1", "3 rows"), ("3", "2 rows"), ("4", "2 rows"), ("5", "1 row")):
+        output = contacts.done("import", "contact", "-", "--from-line", line, input=content)
+        assert output == f"{count} written to contact\n"
 
 
 @pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM, signal.SIGHUP])
