@@ -117,6 +117,8 @@ def test_the_file_comes_first_or_from_the_environment(contacts):
         FAILED,
         b"vorndb: the file other.db does not exist\n",
     )
+    # Commands without a database ignore the variable.
+    assert contacts.start("diff", "app.db", "app.db").returncode == 0
     # A file without a dot, and one with the name of a command.
     for name, words in (("data", ["data"]), ("count", ["-f", "count"]), ("select", ["./select"])):
         contacts.database.rename(contacts.folder / name)

@@ -150,7 +150,7 @@ def test_a_copy_warns_of_what_the_library_cannot_make(two):
     two.sql("CREATE TABLE t (a INT UNIQUE, b DEFAULT 5); INSERT INTO t VALUES (1, NULL)")
     output, errors = copy(two, "app.db", "new.db", "t")
     assert output == "1 row written to t\n"
-    assert "warning: the copy of t has names, types and keys of its columns only" in errors
+    assert "warning: the copy of t keeps only the names, types and keys of its columns" in errors
     two.sql("CREATE TABLE k (a, b, c, d, PRIMARY KEY (a, b, c)); INSERT INTO k VALUES (1, 2, 3, 4)")
     output, errors = copy(two, "app.db", "new.db", "k", status=FAILED)
     assert "no table with a key of more than two columns" in errors

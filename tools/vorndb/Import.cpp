@@ -18,13 +18,14 @@ namespace vorndb {
 
 namespace {
 
-// The types, any of which gives all values of a column back; kEmpty without a value.
+// A set of types that keep the values of a column; kEmpty means that it has no value yet.
 constexpr unsigned kInteger = 1;
 constexpr unsigned kReal = 2;
 constexpr unsigned kEmpty = 4;
 constexpr unsigned kAll = kInteger | kReal | kEmpty;
 
-// But for the form of a REAL. SQLite has 64 bits of an INTEGER, and 15 digits of a REAL.
+// The types that keep a value: an INTEGER has 64 bits, and a REAL is read back with 15 digits. A
+// REAL may get another form: 1.50 is read back as 1.5.
 unsigned TypesFor(const std::string& value) {
   constexpr std::ptrdiff_t kDigits = 15;
   const std::optional<Number> number = NumberIn(value);

@@ -43,7 +43,7 @@ void ReadColumns(Result& result) {
       result.shared.insert(name);
       result.doubts.push_back(
           "The result has " + std::to_string(count) + " columns named " + name +
-          ". A cursor keeps their cells in one list, so that they cannot be told apart and "
+          ". A cursor keeps their cells in one list, so they cannot be distinguished and "
           "are left out. Give the tables distinct column names.");
     }
   }

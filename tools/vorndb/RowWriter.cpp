@@ -45,7 +45,7 @@ void RowWriter::Interrupt() {
   Tell("interrupted" + Written(m_next) + (problem.empty() ? "" : "; " + problem));
 }
 
-// A failure of the sync is as bad as one of a row.
+// A failed sync fails the command, since the rows are not durable.
 void RowWriter::Finish() {
   const auto lock = m_watch.Lock();
   const std::string problem = End();

@@ -1,4 +1,5 @@
-// The signals that end the process, but for those that are ignored, as for a background job.
+// Work that is done before a signal ends the process. A signal that is ignored, as in a background
+// job, stays ignored.
 
 #ifndef VORNDB_SIGNALS_H
 #define VORNDB_SIGNALS_H
@@ -8,8 +9,9 @@
 
 namespace vorndb {
 
-// While it lives, such a signal first runs the work, on a thread of its own, where functions are
-// safe that are not in a handler. Then it ends the process as usual. There may be one at a time.
+// While it lives, SIGHUP, SIGINT and SIGTERM first run the work, on a separate thread, which may
+// call functions that are unsafe in a signal handler. Then the signal ends the process. There may
+// be one watch at a time.
 class SignalWatch {
  public:
   // The work may not throw.
@@ -19,7 +21,7 @@ class SignalWatch {
   SignalWatch(const SignalWatch&) = delete;
   SignalWatch& operator=(const SignalWatch&) = delete;
 
-  // Keeps the work from beginning. Does not return once a signal has arrived.
+  // The work does not begin while the lock is held. After a signal, this does not return.
   std::unique_lock<std::mutex> Lock();
 };
 

@@ -129,7 +129,7 @@ void CopyTable(const Arguments& write, const std::string& from) {
     CreateLike(write, columns);
     if (!write.sql && StatementsOf(from, write.table) != StatementsOf(write.file, write.table)) {
       Tell("warning: the copy of " + write.table +
-           " has names, types and keys of its columns only; vorndb schema shows the difference");
+           " keeps only the names, types and keys of its columns; vorndb schema shows the rest");
     }
   }
   RowWriter writer(write, rows.size());

@@ -78,7 +78,7 @@ const std::vector<LogMessage>& LogMessages() {
 }
 
 // Compares the message with a format, in which the parts of the line take their places. The last
-// %s takes all the rest: the two texts of a format cannot be told apart.
+// %s takes all the rest: two texts of one format cannot be separated.
 bool Matches(std::string format, LogLine& line) {
   if (const std::size_t site = format.find("%s::%s"); site != std::string::npos) {
     format.replace(format.find("%d"), 2, line.number);
