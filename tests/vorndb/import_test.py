@@ -276,7 +276,7 @@ def test_create_leaves_a_table_as_it_is(contacts, load):
         ("';;' is no separator", "--separator ;;"),
         ("'\\n' is no separator", "--separator=\n"),
         ("';' is no separator", "--format json --separator ;"),
-        ("--key requires --create", "--key uid"),
+        ("--key and --types need --create", "--key uid"),
         ("'7:' is not LINE or LINE:ROW", "--from-line 7:"),
     ],
 )
