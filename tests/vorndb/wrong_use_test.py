@@ -77,7 +77,6 @@ def refused(contacts):
         ("-f is no option of explain-log", "-f app.db explain-log x.log"),
         ("--sql is no option of explain-log", "explain-log x.log --sql"),
         ("'csv' is no format; the formats are text, json", "explain-log x.log --format csv"),
-        ("'10:0' is no time of a log", "explain-log x.log --since 10:0"),
         ("log-reference takes no file before it", "app.db log-reference"),
         ("--sql is no option of log-reference", "log-reference --sql"),
         ("-n is no option of diff", "-n diff app.db app.db"),

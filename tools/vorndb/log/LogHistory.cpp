@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "Errors.h"
+#include "Result.h"
 #include "Terminal.h"
 
 namespace vorndb {
@@ -273,6 +274,27 @@ bool ReadLine(std::istream& log, std::string& line) {
   return log || !line.empty();
 }
 
+// The same for all times of one form.
+std::string FormOf(std::string time) {
+  std::replace_if(
+      time.begin(), time.end(), [](char next) { return next >= '0' && next <= '9'; }, '0');
+  return time;
+}
+
+// Whether the time of a record is that or a later one; nothing if it is of another form.
+std::optional<bool> IsSince(const std::string& time, const std::string& since) {
+  // Of seconds since boot the number of digits grows.
+  const std::optional<Number> seconds = NumberIn(time);
+  const std::optional<Number> first = NumberIn(since);
+  if (seconds && first) {
+    return seconds >= first;
+  }
+  const bool isOfAnyDay = since.find('-') == std::string::npos;
+  const std::string part = isOfAnyDay ? time.substr(time.find(' ') + 1) : time;
+  const bool isComparable = !first && FormOf(part).rfind(FormOf(since), 0) == 0;
+  return isComparable ? std::make_optional(part >= since) : std::nullopt;
+}
+
 // SQLite quotes the parts of a statement in its texts.
 bool HasOpenQuote(const std::string& text) {
   return std::count(text.begin(), text.end(), '"') % 2 != 0;
@@ -287,7 +309,7 @@ void Mend(LogPrefix& torn, const LogPrefix& next) {
       torn.*part = whole;
     }
   }
-  if (FormOfTime(torn.time) != FormOfTime(next.time)) {
+  if (FormOf(torn.time) != FormOf(next.time)) {
     torn.time.clear();
   }
 }

@@ -2,9 +2,7 @@
 
 #include <regex.h>
 
-#include <algorithm>
 #include <cstddef>
-#include <cstdlib>
 #include <new>
 
 namespace vorndb {
@@ -86,27 +84,6 @@ LogPrefix ParseLogPrefix(std::string_view text) {
     }
   }
   return prefix;
-}
-
-std::string FormOfTime(const std::string& text) {
-  static const Pattern time(
-      "^(([0-9]{4}-)?[0-9]{2}-[0-9]{2}|[0-9]+(\\.[0-9]+)?|"
-      "(([0-9]{4}-)?[0-9]{2}-[0-9]{2} )?[0-9]{2}:[0-9]{2}(:[0-9]{2}[^ ]*)?)$");
-  if (time.Find(text).empty()) {
-    return "";
-  }
-  const std::size_t digits = text.find_first_of("-:");
-  return digits == std::string::npos ? "." : std::string(digits, '0') + text[digits];
-}
-
-std::optional<bool> IsSince(const std::string& time, const std::string& since) {
-  const std::string form = FormOfTime(since);
-  const std::string part = form == "00:" ? time.substr(time.find(' ') + 1) : time;
-  if (FormOfTime(part) != form) {
-    return std::nullopt;
-  }
-  return form == "." ? std::strtod(part.c_str(), nullptr) >= std::strtod(since.c_str(), nullptr)
-                     : part >= since;
 }
 
 std::optional<LogLine> ParseLogLine(std::string_view text) {

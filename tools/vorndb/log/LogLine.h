@@ -31,13 +31,6 @@ struct LogPrefix {
   char priority = '\0';  // one of VDIWEF, or NUL
 };
 
-// "00:" for a time of day, "00-" or "0000-" for a time with a date, "." for seconds since boot;
-// the same for a beginning of it, and nothing for another text.
-std::string FormOfTime(const std::string& text);
-
-// Whether the time of a log is that or a later one; nothing if it is of another form.
-std::optional<bool> IsSince(const std::string& time, const std::string& since);
-
 // "PREFIX FILE: FUNCTION(NUMBER) > MESSAGE"
 struct LogLine {
   LogPrefix prefix;
