@@ -182,11 +182,11 @@ def every_line(tool):
     reference = tool.start("log-reference").stdout.decode()
     entry = r"### `(.+)`\n\n\*\*\w+ \(\d, (\w)\)\*\* from (.+)\.\n"
     for template, letter, sites in re.findall(entry, reference):
-        for file, *functions in (re.findall("`(.+?)`", site) for site in sites.split("; ")):
+        for file, *functions in (site.split() for site in sites.strip("`").split("; ")):
             for function in functions:
-                message = template.replace("%s::%s", f"{file}::{function}")
+                message = template.replace("%s::%s", f"{file[:-1]}::{function}")
                 message = message.replace("%d", "1").replace("%s", "text")
-                line = f"{letter} VORN 1 1 {file}: {function}(1) > {message}\n"
+                line = f"{letter} VORN 1 1 {file} {function}(1) > {message}\n"
                 yield function, message, line.encode()
 
 

@@ -221,7 +221,7 @@ class LogThread {
   void ReadFailed(const LogLine& line) {
     LeaveIfNamed(line);
     auto& failures = m_last.position > 0 ? m_last.readFailures : m_history.earlyReadFailures;
-    ++failures[line.function + ": " + (line.unreadable ? "an unreadable line" : line.text)];
+    ++failures[line.function + ": " + (line.unreadable ? "an unreadable line" : line.message)];
     if (m_last.leftBehind) {
       Report();
     }

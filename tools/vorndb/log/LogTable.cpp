@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <charconv>
 #include <cstddef>
 #include <functional>
@@ -13,31 +12,12 @@ namespace vorndb {
 
 namespace {
 
-// "FILE: FUNCTION FUNCTION; FILE: FUNCTION", as pairs of file and function.
-using Sites = std::vector<std::pair<std::string, std::string>>;
-
 struct LogMessage {
-  std::string name;
   LogEvent event;
   int priority;
-  const char* priorityName;
   std::string format;
-  Sites sites;
+  std::string sites;  // "FILE: FUNCTION FUNCTION; FILE: FUNCTION"
 };
-
-Sites SitesOf(const std::string& text) {
-  Sites sites;
-  std::string file;
-  std::istringstream words(text);
-  for (std::string word; words >> word;) {
-    if (word.back() == ':') {
-      file = word.substr(0, word.size() - 1);
-    } else {
-      sites.emplace_back(file, word.substr(0, word.find(';')));
-    }
-  }
-  return sites;
-}
 
 // Example arguments of the formats.
 constexpr int kNumber = 0;
@@ -48,33 +28,35 @@ const char* FormatOf(const char* format, Examples... /*arguments*/) {
   return format;
 }
 
-// The outcome of operation X is XSucceeded or XFailed; the messages of Cursor.cpp are
-// about reading.
-LogEvent EventOf(const LogMessage& message) {
-  const auto& [file, operation] = message.sites.front();
-  if (file == "Cursor.cpp") {
-    return message.priority == kError ? LogEvent::kReadFailed : LogEvent::kMoved;
-  }
-  if (message.name == operation + "Succeeded") {
-    return LogEvent::kSucceeded;
-  }
-  return message.name == operation + "Failed" ? LogEvent::kFailed : message.event;
-}
-
-std::vector<LogMessage> MakeMessages() {
-  std::vector<LogMessage> messages;
-#define VORN_LOG_MESSAGE(name, priority, message, sites, meaning, remedy)                     \
-  messages.push_back(                                                                         \
-      {#name, LogEvent::k##name, priority, &#priority[1], FormatOf message, SitesOf(sites)}); \
-  messages.back().event = EventOf(messages.back());
-#include "private/LogMessages.h"
-  return messages;
-}
-
 // In the order of the log reference.
 const std::vector<LogMessage>& LogMessages() {
-  static const std::vector<LogMessage> messages = MakeMessages();
+  static const std::vector<LogMessage> messages = {
+#define VORN_LOG_MESSAGE(name, priority, message, sites, meaning, remedy) \
+  {LogEvent::k##name, priority, FormatOf message, sites},
+#include "private/LogMessages.h"
+  };
   return messages;
+}
+
+// The messages of Cursor.cpp are about reading.
+LogEvent EventOf(const LogMessage& message) {
+  if (message.sites.rfind("Cursor.cpp", 0) == 0) {
+    return message.priority == kError ? LogEvent::kReadFailed : LogEvent::kMoved;
+  }
+  if (message.format.find(" SUCCESS[") != std::string::npos) {
+    return LogEvent::kSucceeded;
+  }
+  const bool isFailure = message.format.find(" FAILED[") != std::string::npos;
+  return isFailure ? LogEvent::kFailed : message.event;
+}
+
+bool IsFrom(const std::string& sites, const LogLine& line) {
+  const std::size_t begin = (' ' + sites).find(' ' + line.file + ": ");
+  if (begin == std::string::npos) {
+    return false;
+  }
+  const std::string functions = sites.substr(begin, sites.find(';', begin) - begin) + ' ';
+  return functions.find(' ' + line.function + ' ') != std::string::npos;
 }
 
 // Compares the message with a format, in which the parts of the line take their places. The last
@@ -101,23 +83,6 @@ bool Matches(std::string format, LogLine& line) {
   return line.message.compare(0, length, format, 0, length) == 0;
 }
 
-// "Error (6, E)"
-std::string PriorityOf(int priority, const std::string& name) {
-  return name + " (" + std::to_string(priority) + ", " + LetterOf(priority) + ')';
-}
-
-// "`FILE`: `FUNCTION`, `FUNCTION`; `FILE`: `FUNCTION`"
-std::string QuotedSites(const std::string& sites) {
-  std::string text;
-  std::istringstream words(sites);
-  for (std::string word; words >> word;) {
-    const std::size_t end = std::min(word.find_first_of(":;"), word.size());
-    const std::string mark = end == word.size() ? "," : word.substr(end);
-    text += '`' + word.substr(0, end) + '`' + mark + ' ';
-  }
-  return text.substr(0, text.size() - 2);
-}
-
 }  // namespace
 
 char LetterOf(int priority) {
@@ -126,22 +91,21 @@ char LetterOf(int priority) {
 }
 
 bool SetMeaning(LogLine& line) {
-  const Sites::value_type site(line.file, line.function);
   bool known = false;
   std::optional<LogEvent> only;  // the one of this call site and priority
   for (const LogMessage& message : LogMessages()) {
-    if (std::count(message.sites.begin(), message.sites.end(), site) == 0) {
+    if (!IsFrom(message.sites, line)) {
       continue;
     }
     known = true;
+    const LogEvent event = EventOf(message);
     if (Matches(message.format, line)) {
-      line.event = message.event;
+      line.event = event;
       line.prefix.priority = LetterOf(message.priority);
-      line.text = message.event == LogEvent::kReadFailed ? line.message : line.text;
       return true;
     }
     if (LetterOf(message.priority) == line.prefix.priority) {
-      only = !only || *only == message.event ? message.event : LogEvent::kUnreadable;
+      only = !only || *only == event ? event : LogEvent::kUnreadable;
     }
   }
   line.event = only.value_or(LogEvent::kUnreadable);
@@ -153,25 +117,27 @@ bool SetMeaning(LogLine& line) {
 
 void LogReference(const Arguments& /*arguments*/) {
   std::map<int, std::string, std::greater<>> rows;
-  for (const LogMessage& message : LogMessages()) {
-    std::string& row = rows[message.priority];
-    row += row.empty() ? "| " + PriorityOf(message.priority, message.priorityName) + " | " : ", ";
-    row += '`' + message.format + '`';
-  }
+  std::ostringstream chapters;
+  const auto add = [&rows, &chapters](const std::string& format, int priority,
+                                      const std::string& name, const char* sites,
+                                      const char* meaning, const char* remedy) {
+    // "Error (6, E)"
+    const std::string level = name + " (" + std::to_string(priority) + ", " + LetterOf(priority);
+    std::string& row = rows[priority];
+    row += row.empty() ? "| " + level + ") | " : ", ";
+    row += '`' + format + '`';
+    chapters << "\n### `" << format << "`\n\n**" << level << ")** from `" << sites << "`.\n\n"
+             << meaning << "\n\n*Action:* " << remedy << '\n';
+  };
+#define VORN_LOG_CHAPTER(title) chapters << "\n## " title "\n";
+#define VORN_LOG_MESSAGE(name, priority, message, sites, meaning, remedy) \
+  add(FormatOf message, priority, &#priority[1], sites, meaning, remedy);
+#include "private/LogMessages.h"
   std::cout << "# Messages of the log\n\n| Priority | Messages |\n|---|---|\n";
   for (const auto& [priority, row] : rows) {
     std::cout << row << " |\n";
   }
-  const auto write = [](const char* format, const std::string& priority, const char* sites,
-                        const char* meaning, const char* remedy) {
-    std::cout << "\n### `" << format << "`\n\n**" << priority << "** from " << QuotedSites(sites)
-              << ".\n\n"
-              << meaning << "\n\n*Action:* " << remedy << '\n';
-  };
-#define VORN_LOG_CHAPTER(title) std::cout << "\n## " title "\n";
-#define VORN_LOG_MESSAGE(name, priority, message, sites, meaning, remedy) \
-  write(FormatOf message, PriorityOf(priority, &#priority[1]), sites, meaning, remedy);
-#include "private/LogMessages.h"
+  std::cout << chapters.str();
 }
 
 }  // namespace vorndb
