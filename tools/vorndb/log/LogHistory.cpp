@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <deque>
 #include <string_view>
 #include <utility>
 
@@ -78,7 +77,7 @@ std::string PathOf(const std::string& logged) {
 // this is a whole process.
 class LogThread {
  public:
-  explicit LogThread(LogHistory& history) : m_history(history) { m_last.leftBehind = true; }
+  explicit LogThread(LogHistory& history) : m_history(history) {}
 
   void Add(const LogLine& line) {
     switch (line.event) {
@@ -95,8 +94,10 @@ class LogThread {
       case LogEvent::kFailed:
         return End(line, Outcome::kFailed);
       case LogEvent::kBusy:
+        ++Take(line).waits;
+        return;
       case LogEvent::kBusyLimit:
-        return Wait(line);
+        return MeetLimit(line);
       case LogEvent::kStepFailed:
       case LogEvent::kExistStepFailed:
         Take(line).stepFailures.push_back(line.text);
@@ -130,7 +131,7 @@ class LogThread {
     // A select that could not open its file has a second record of that.
     const bool runs = !m_last.leftBehind || (line.event == LogEvent::kSelectNotOpened &&
                                              m_last.end == Outcome::kNotOpened);
-    if (!runs || (step <= m_step && step != Step::kInside)) {
+    if (m_last.position == 0 || !runs || (step <= m_step && step != Step::kInside)) {
       return std::nullopt;
     }
     // The application may fetch rows itself from a file that it has opened itself.
@@ -142,30 +143,26 @@ class LogThread {
   Operation& Take(const LogLine& line, Step step = Step::kInside) {
     if (const std::optional<Members> members = MembersWith(line, step)) {
       m_last.members = *members;
-      m_step = step == Step::kInside ? m_step : step;
     } else {
       Begin(line, step);
     }
-    if (line.file == kDatabase) {
-      m_numbers.insert(line.number);
-    }
+    m_step = step;
+    m_sites.insert(line.file + line.number);
     m_last.stepped = m_last.stepped || line.file == kParser;
     return m_last;
   }
 
-  // A thread's first records may lack the member that opens the file.
   void Begin(const LogLine& line, Step step) {
+    // A thread's first records may lack the member that opens the file.
+    const bool isNew = m_last.position == 0 && !m_last.leftBehind;
     Leave();
     const bool opens = step == Step::kOpenEntry;
     m_last = Operation();
     m_last.position = ++m_history.operations;
     m_last.prefix = line.prefix;
-    m_last.members = opens && !m_isNew ? Members{kOpenMember} : WritersOf(line);
-    m_last.begun = step != Step::kInside && !(opens && m_isNew);
-    m_isNew = false;
-    m_step = step;
-    m_numbers.clear();
-    m_waits.clear();
+    m_last.members = opens && !isNew ? Members{kOpenMember} : WritersOf(line);
+    m_last.begun = step != Step::kInside && !(opens && isNew);
+    m_sites.clear();
   }
 
   void Leave() {
@@ -175,8 +172,7 @@ class LogThread {
 
   // For a line outside of operations. Without names it may be another thread's.
   void LeaveIfNamed(const LogLine& line) {
-    m_isNew = false;
-    if (!line.prefix.thread.empty()) {
+    if (m_last.position == 0 || !line.prefix.thread.empty()) {
       Leave();
     }
   }
@@ -204,18 +200,12 @@ class LogThread {
   }
 
   // The limit follows fifteen waits, also where their lines are missing.
-  void Wait(const LogLine& line) {
+  void MeetLimit(const LogLine& line) {
     constexpr int kWaitsOfLimit = 15;
     Operation& operation = Take(line);
-    int& waits = m_waits[line.file];
-    if (line.event == LogEvent::kBusy) {
-      waits = line.code == "1" ? 1 : waits + 1;
-      ++operation.waits;
-    } else {
-      operation.waits += std::max(0, kWaitsOfLimit - std::exchange(waits, 0));
-      ++operation.limits;
-      operation.stepLimits += line.file == kParser ? 1 : 0;
-    }
+    ++operation.limits;
+    operation.stepLimits += line.file == kParser ? 1 : 0;
+    operation.waits = std::max(operation.waits, operation.limits * kWaitsOfLimit);
   }
 
   void ReadFailed(const LogLine& line) {
@@ -241,7 +231,7 @@ class LogThread {
   // in an operation: another one is of its end. Without a priority entries of OpenDB look the same.
   void UnreadableStep(const LogLine& line) {
     const bool opens = line.function == kOpenMember;
-    const bool isLater = m_step >= Step::kOpening && m_numbers.count(line.number) == 0 &&
+    const bool isLater = m_step >= Step::kOpening && m_sites.count(line.file + line.number) == 0 &&
                          MembersWith(line, Step::kInside) && (m_last.file || !opens);
     if (!isLater && opens) {
       Take(line, Step::kOpening).file = "an unreadable file";
@@ -255,11 +245,9 @@ class LogThread {
   }
 
   LogHistory& m_history;
-  Operation m_last;                    // without a position before the first one
-  bool m_isNew = true;                 // no record has shown a beginning or an end
-  Step m_step = Step::kEntry;          // the latest of the operation
-  std::set<std::string> m_numbers;     // of its lines in Database.cpp
-  std::map<std::string, int> m_waits;  // of its loop that goes on, by file
+  Operation m_last;               // without a position before the first one
+  Step m_step = Step::kEntry;     // of its last record
+  std::set<std::string> m_sites;  // of its records, by file and number
 };
 
 // Leaves out the rest of an endless line, so that a file that is no log does not fill the memory.
@@ -321,26 +309,27 @@ class LogReader {
 
   void Add(const std::string& text) {
     std::optional<LogLine> line = ParseLogLine(text);
-    const bool isOwn = line && SetMeaning(*line);
-    m_history.foreign += isOwn ? 0 : 1;
-    if (m_isOpen && !line && ParseLogPrefix(text).priority == '\0') {
-      m_isOpen = MayGoOn(text);
-    } else {
-      m_rest.clear();
+    if (line && SetMeaning(*line)) {
+      if (m_waiting && m_threads.empty()) {
+        Mend(m_waiting->prefix, line->prefix);
+      }
+      AddWaiting();
       // All texts but paths are SQLite's.
-      m_isOpen = isOwn && line->event != LogEvent::kOpening && HasOpenQuote(line->text);
-    }
-    if (isOwn) {
-      m_records.push_back(*line);
+      m_isOpen = line->event != LogEvent::kOpening && HasOpenQuote(line->text);
+      m_rest.clear();
+      m_waiting = std::move(line);
+    } else {
+      ++m_history.foreign;
+      m_isOpen = m_isOpen && !line && ParseLogPrefix(text).priority == '\0' && MayGoOn(text);
     }
     // The first record waits for the next one, and an open one for the rest of its text.
-    if (m_history.own > 0 || m_records.size() > 1) {
-      AddRecords(m_isOpen ? 1 : 0);
+    if (!m_isOpen && !m_threads.empty()) {
+      AddWaiting();
     }
   }
 
   void Finish() {
-    AddRecords(0);
+    AddWaiting();
     for (auto& [name, thread] : m_threads) {
       thread.Report();
     }
@@ -352,24 +341,22 @@ class LogReader {
   bool MayGoOn(const std::string& text) {
     constexpr std::size_t kMost = 100;
     m_rest.push_back('\n' + text);
-    if (HasOpenQuote(text)) {
-      for (const std::string& rest : m_rest) {
-        m_records.back().text += rest;
-      }
-      m_history.continued += m_rest.size();
-      m_history.foreign -= m_rest.size();
-      return false;
+    if (!HasOpenQuote(text)) {
+      return m_rest.size() < kMost;
     }
-    return m_rest.size() < kMost;
+    for (const std::string& rest : m_rest) {
+      m_waiting->text += rest;
+    }
+    m_history.continued += m_rest.size();
+    m_history.foreign -= m_rest.size();
+    return false;
   }
 
-  void AddRecords(std::size_t kept) {
-    if (m_history.own == 0 && !m_records.empty()) {
-      Mend(m_records.front().prefix, m_records.back().prefix);
+  void AddWaiting() {
+    if (m_waiting) {
+      AddRecord(*m_waiting);
     }
-    for (; m_records.size() > kept; m_records.pop_front()) {
-      AddRecord(m_records.front());
-    }
+    m_waiting.reset();
   }
 
   void AddRecord(const LogLine& line) {
@@ -385,9 +372,9 @@ class LogReader {
 
   LogHistory& m_history;
   std::map<std::string, LogThread> m_threads;
-  std::deque<LogLine> m_records;    // not yet added
-  bool m_isOpen = false;            // the last of them
-  std::vector<std::string> m_rest;  // lines that may belong to it
+  std::optional<LogLine> m_waiting;  // the last record, not yet added
+  bool m_isOpen = false;             // it may go on
+  std::vector<std::string> m_rest;   // lines that may belong to it
 };
 
 }  // namespace
