@@ -53,6 +53,7 @@ RECORDS = {
     "wait": "Database.cpp: IsRetryLimit(4) > SQLITE BUSY[3]",
     "step": "DatabasePasrser.cpp: IsRetryLimit(4) > SQLITE BUSY[3]",
     "refused": "Database.cpp: Select(9) > SELECT FAILED[1]: no",
+    "blob": "DatabasePasrser.cpp: ParseDatabase(9) > UNKNOWN TYPE",
     "unopened": "Database.cpp: Select(9) > OpenDB Error: 14",
     "missed": "Cursor.cpp: GetString(9) > NO MATCHED ERROR!!!",
 }
@@ -99,9 +100,11 @@ def test_a_log_without_the_beginning_of_its_first_operations(tool, records, expl
 
 
 def test_failures_alone_and_the_summary_alone(tool):
-    log = log_of("enter open file done new file refused enter file done new missed file").encode()
+    names = "enter open file done new file refused enter file done new missed file blob new file"
+    log = log_of(names).encode()
     text = explain(tool, log)
-    assert operations(explain(tool, log, "--failures")) == operations(text)[1:3]
+    assert operations(explain(tool, log, "--failures")) == operations(text)[1:4]
+    assert len(operations(text)) == 5
     assert explain(tool, log, "--summary") == text[text.index("Summary\n") :]
     summary = explain(tool, kept("captured_busy"), "--summary")
     assert explain(tool, kept("captured_busy"), "--summary", "--follow") == summary
@@ -193,8 +196,8 @@ def every_line(tool):
 def test_every_message_is_known_at_each_call_site(tool):
     lines = [line for _, _, line in every_line(tool)]
     text = explain(tool, b"".join(lines))
-    assert f"\n  {len(lines)} lines of the library, 0 of others\n" in text
-    assert "unreadable" not in text
+    assert f"\n  lines of the library: {len(lines)}\n" in text
+    assert "unreadable" not in text and "others" not in text
 
 
 def test_a_message_alone_tells_an_outcome(tool):
@@ -207,7 +210,7 @@ def test_a_message_alone_tells_an_outcome(tool):
         elif "FAILED[" in message:
             assert origin + "failed, 1: text\n" in text
         elif line.startswith(b"E VORN 1 1 Cursor.cpp") and "MUTEX" not in message:
-            assert f"reading a cursor: {function}: {message}\n" in text
+            assert f"reading a cursor: {function}: {message}: 1\n" in text
         elif "MUTEX" in message:
             assert "  locks that could not be named: 1\n" in text
         else:
@@ -271,6 +274,7 @@ def test_a_line_of_ten_million_bytes(tool, kind):
     }
     text = explain(tool, endless[kind] + b"\n" + line + b"\n")
     assert "an operation on ./app.db [1 1]" in text
+    assert len(text) < 10**6
 
 
 def test_mutated_logs(tool):

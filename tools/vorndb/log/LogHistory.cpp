@@ -16,7 +16,6 @@ namespace {
 constexpr std::string_view kDatabase = "Database.cpp";
 constexpr std::string_view kParser = "DatabasePasrser.cpp";
 constexpr char kOpenMember[] = "OpenDB";
-constexpr char kExistMember[] = "CheckExistTable";
 
 // The steps of an operation. A record of one that is not later begins the next operation.
 enum class Step { kEntry, kOpenEntry, kOpening, kInside };
@@ -37,28 +36,26 @@ std::string CallerOf(const LogLine& line) {
 }
 
 // The members that can write a record.
-Members WritersOf(const LogLine& line) {
+std::string WritersOf(const LogLine& line) {
   if (line.function == "IsRetryLimit" || line.function == kOpenMember) {
-    return line.file == kParser ? Queries() : Members();
+    return line.file == kParser ? kQueries : "";
   }
   if (line.function == "ParseDatabase") {
-    return {"Select", "JoinSelect"};
+    return "Select or JoinSelect";
   }
-  return {line.function == "ParseExistTable" ? kExistMember : line.function};
+  return line.function == "ParseExistTable" ? "CheckExistTable" : line.function;
+}
+
+bool AreAmong(const std::string& part, const std::string& members) {
+  return members.empty() || (' ' + members + ' ').find(' ' + part + ' ') != std::string::npos;
 }
 
 // The members that are possible by both; nothing where there are none.
-std::optional<Members> Common(const Members& some, const Members& others) {
-  if (some.empty() || others.empty()) {
-    return some.empty() ? others : some;
+std::optional<std::string> Common(const std::string& some, const std::string& others) {
+  if (AreAmong(some, others)) {
+    return some;
   }
-  Members common;
-  for (const std::string& member : some) {
-    if (std::count(others.begin(), others.end(), member) != 0) {
-      common.push_back(member);
-    }
-  }
-  return common.empty() ? std::nullopt : std::make_optional(common);
+  return AreAmong(others, some) ? std::make_optional(others) : std::nullopt;
 }
 
 // Directory and name are logged with a space between them. With a single space the path is
@@ -88,60 +85,60 @@ class LogThread {
         return;
       case LogEvent::kOpenFailed:
       case LogEvent::kSelectNotOpened:
-        return End(line, Outcome::kNotOpened);
+        return End(line, kEndNotOpened);
       case LogEvent::kSucceeded:
-        return End(line, Outcome::kSucceeded);
+        return End(line, "succeeded");
       case LogEvent::kFailed:
-        return End(line, Outcome::kFailed);
+        return End(line, kEndFailed);
       case LogEvent::kBusy:
         ++Take(line).waits;
         return;
       case LogEvent::kBusyLimit:
         return MeetLimit(line);
       case LogEvent::kStepFailed:
+        ++Take(line).faults["fetching rows failed: " + line.text + "; the cursor may lack rows"];
+        return;
       case LogEvent::kExistStepFailed:
-        Take(line).stepFailures.push_back(line.text);
+        ++Take(line).faults["fetching rows failed; the answer may be wrong"];
         return;
       case LogEvent::kUnknownType:
-        ++Take(line).blobs;
+        ++Take(line).faults["a cell is a blob and empty in the cursor"];
         return;
       case LogEvent::kReadFailed:
         return ReadFailed(line);
-      case LogEvent::kMoved:
-        return LeaveIfNamed(line);
       case LogEvent::kLockUnnamed:
-        ++m_history.unnamedLocks;
+        ++m_history.counts["locks that could not be named"];
         return;
       case LogEvent::kUnreadable:
         return Unreadable(line);
-      default:
-        return;  // no part of an operation
+      default:  // a cursor is at one of its ends
+        return LeaveIfNamed(line);
     }
   }
 
   void Report() {
-    if (m_last.position > 0) {
+    if (m_last.number > 0) {
       m_history.listener(m_last);
     }
   }
 
  private:
   // The possible members of the last operation if the record is one of its own.
-  std::optional<Members> MembersWith(const LogLine& line, Step step) const {
+  std::optional<std::string> MembersWith(const LogLine& line, Step step) const {
     // A select that could not open its file has a second record of that.
-    const bool runs = !m_last.leftBehind || (line.event == LogEvent::kSelectNotOpened &&
-                                             m_last.end == Outcome::kNotOpened);
-    if (m_last.position == 0 || !runs || (step <= m_step && step != Step::kInside)) {
+    const bool runs = !m_last.leftBehind ||
+                      (line.event == LogEvent::kSelectNotOpened && m_last.end == kEndNotOpened);
+    if (m_last.number == 0 || !runs || (step <= m_step && step != Step::kInside)) {
       return std::nullopt;
     }
     // The application may fetch rows itself from a file that it has opened itself.
-    const bool own = m_last.members == Members{kOpenMember} && line.file == kParser;
-    return Common(m_last.members, own ? Members() : WritersOf(line));
+    const bool own = m_last.members == kOpenMember && line.file == kParser;
+    return Common(m_last.members, own ? "" : WritersOf(line));
   }
 
   // The operation of the record: the running one, or a new one.
   Operation& Take(const LogLine& line, Step step = Step::kInside) {
-    if (const std::optional<Members> members = MembersWith(line, step)) {
+    if (const std::optional<std::string> members = MembersWith(line, step)) {
       m_last.members = *members;
     } else {
       Begin(line, step);
@@ -154,13 +151,13 @@ class LogThread {
 
   void Begin(const LogLine& line, Step step) {
     // A thread's first records may lack the member that opens the file.
-    const bool isNew = m_last.position == 0 && !m_last.leftBehind;
+    const bool isNew = m_last.number == 0 && !m_last.leftBehind;
     Leave();
     const bool opens = step == Step::kOpenEntry;
     m_last = Operation();
-    m_last.position = ++m_history.operations;
+    m_last.number = ++m_history.operations;
     m_last.prefix = line.prefix;
-    m_last.members = opens && !isNew ? Members{kOpenMember} : WritersOf(line);
+    m_last.members = opens && !isNew ? kOpenMember : WritersOf(line);
     m_last.begun = step != Step::kInside && !(opens && isNew);
     m_sites.clear();
   }
@@ -172,14 +169,14 @@ class LogThread {
 
   // For a line outside of operations. Without names it may be another thread's.
   void LeaveIfNamed(const LogLine& line) {
-    if (m_last.position == 0 || !line.prefix.thread.empty()) {
+    if (m_last.number == 0 || !line.prefix.thread.empty()) {
       Leave();
     }
   }
 
-  void End(const LogLine& line, Outcome end) {
+  void End(const LogLine& line, const std::string& end) {
     Operation& operation = Take(line);
-    if (!operation.end) {
+    if (operation.end.empty()) {
       operation.end = end;
       operation.code = line.code;
       operation.text = line.text;
@@ -194,7 +191,7 @@ class LogThread {
       LeaveIfNamed(line);
     } else if (!m_last.leftBehind && m_last.members.empty()) {
       // Entries are in the log, but not that of the member.
-      m_last.members = {CallerOf(line)};
+      m_last.members = CallerOf(line);
       m_last.begun = false;
     }
   }
@@ -204,24 +201,27 @@ class LogThread {
     constexpr int kWaitsOfLimit = 15;
     Operation& operation = Take(line);
     ++operation.limits;
-    operation.stepLimits += line.file == kParser ? 1 : 0;
     operation.waits = std::max(operation.waits, operation.limits * kWaitsOfLimit);
+    if (line.file == kParser) {
+      ++operation.faults["the limit was met while fetching rows; the result may be wrong"];
+    }
   }
 
   void ReadFailed(const LogLine& line) {
     LeaveIfNamed(line);
-    auto& failures = m_last.position > 0 ? m_last.readFailures : m_history.earlyReadFailures;
-    ++failures[line.function + ": " + (line.unreadable ? "an unreadable line" : line.message)];
+    const bool isEarly = m_last.number == 0;
+    const std::string when = isEarly ? "before the first operation of a thread" : "then";
+    Counts& counts = isEarly ? m_history.counts : m_last.faults;
+    ++counts[when + ", reading a cursor: " + line.function + ": " +
+             (line.unreadable ? "an unreadable line" : line.message)];
     if (m_last.leftBehind) {
       Report();
     }
   }
 
   void Unreadable(const LogLine& line) {
-    if (line.function == "IsRetryLimit") {
-      ++Take(line).busyUnreadable;
-    } else if (line.file == kParser) {
-      ++Take(line).stepUnreadable;
+    if (line.function == "IsRetryLimit" || line.file == kParser) {
+      ++Take(line).faults["a wait, a failure or a blob: unreadable line of " + line.function];
     } else if (IsOperation(line)) {
       UnreadableStep(line);
     }
@@ -238,14 +238,14 @@ class LogThread {
     } else if (!isLater) {
       Take(line, Step::kEntry);
     } else if (!opens || line.prefix.priority == LetterOf(kError)) {
-      End(line, opens ? Outcome::kNotOpened : Outcome::kUnreadable);
+      End(line, opens ? kEndNotOpened : "ended with an unreadable outcome");
     } else {
       Take(line);
     }
   }
 
   LogHistory& m_history;
-  Operation m_last;               // without a position before the first one
+  Operation m_last;               // without a number before the first one
   Step m_step = Step::kEntry;     // of its last record
   std::set<std::string> m_sites;  // of its records, by file and number
 };
@@ -319,7 +319,7 @@ class LogReader {
       m_rest.clear();
       m_waiting = std::move(line);
     } else {
-      ++m_history.foreign;
+      ++m_history.counts["lines of others"];
       m_isOpen = m_isOpen && !line && ParseLogPrefix(text).priority == '\0' && MayGoOn(text);
     }
     // The first record waits for the next one, and an open one for the rest of its text.
@@ -328,11 +328,13 @@ class LogReader {
     }
   }
 
-  void Finish() {
+  // False if there was no record.
+  bool Finish() {
     AddWaiting();
     for (auto& [name, thread] : m_threads) {
       thread.Report();
     }
+    return !m_threads.empty();
   }
 
  private:
@@ -340,15 +342,13 @@ class LogReader {
   // as one with the other end of the quote shows.
   bool MayGoOn(const std::string& text) {
     constexpr std::size_t kMost = 100;
-    m_rest.push_back('\n' + text);
+    m_rest += '\n' + text;
+    const auto lines = static_cast<std::size_t>(std::count(m_rest.begin(), m_rest.end(), '\n'));
     if (!HasOpenQuote(text)) {
-      return m_rest.size() < kMost;
+      return lines < kMost;
     }
-    for (const std::string& rest : m_rest) {
-      m_waiting->text += rest;
-    }
-    m_history.continued += m_rest.size();
-    m_history.foreign -= m_rest.size();
+    m_waiting->text += m_rest;
+    m_history.counts["lines of others that continue a text"] += lines;
     return false;
   }
 
@@ -360,31 +360,30 @@ class LogReader {
   }
 
   void AddRecord(const LogLine& line) {
-    const auto& [time, process, name, priority] = line.prefix;
-    ++m_history.own;
-    m_history.unreadable += line.unreadable ? 1 : 0;
-    m_history.lacksThreads = m_history.lacksThreads || name.empty();
-    if (priority == LetterOf(kDebug) || priority == LetterOf(kInfo)) {
-      m_history.successes.insert(process);
+    ++m_history.counts["lines of the library"];
+    if (line.unreadable) {
+      ++m_history.counts["lines of the library that are unreadable"];
+      m_history.notes.insert(
+          "unreadable: protected or damaged; only call site and priority show the meaning.");
     }
-    m_threads.try_emplace(process + ' ' + name, m_history).first->second.Add(line);
+    if (line.prefix.thread.empty()) {
+      m_history.notes.insert(
+          "The log names no threads: operations of a process that overlap are mixed up.");
+    }
+    const std::string name = line.prefix.process + ' ' + line.prefix.thread;
+    m_threads.try_emplace(name, m_history).first->second.Add(line);
   }
 
   LogHistory& m_history;
   std::map<std::string, LogThread> m_threads;
   std::optional<LogLine> m_waiting;  // the last record, not yet added
   bool m_isOpen = false;             // it may go on
-  std::vector<std::string> m_rest;   // lines that may belong to it
+  std::string m_rest;                // lines that may belong to it
 };
 
 }  // namespace
 
-const Members& Queries() {
-  static const Members queries = {"Select", "JoinSelect", kExistMember};
-  return queries;
-}
-
-void ReadHistory(std::istream& log, const std::string& since, LogHistory& history) {
+bool ReadHistory(std::istream& log, const std::string& since, LogHistory& history) {
   LogReader reader(history);
   bool isReached = since.empty();
   bool hasTime = isReached;  // of the form of `since`
@@ -400,24 +399,30 @@ void ReadHistory(std::istream& log, const std::string& since, LogHistory& histor
     }
   }
   FailIf(!hasTime, "the log has no times of the form of " + since);
-  reader.Finish();
+  return reader.Finish();
 }
 
-Outcome OutcomeOf(const LogHistory& history, const Operation& operation) {
-  if (operation.end) {
-    return *operation.end;
+Outcome OutcomeOf(const Operation& operation) {
+  if (!operation.end.empty()) {
+    return {operation.end, ""};
   }
-  if (operation.members.empty()) {
-    return history.successes.count(operation.prefix.process) != 0 ? Outcome::kNoSuccess
-                                                                  : Outcome::kNoFailure;
+  if (operation.members == kOpenMember && operation.file) {
+    return {"opened", "the application called OpenDB itself, which logs nothing when it succeeds"};
   }
-  if (operation.members == Members{kOpenMember}) {
-    return operation.file ? Outcome::kOpened : Outcome::kNoEnd;
+  const bool isOpened = operation.stepped || operation.file;
+  if (!operation.members.empty() && !(AreAmong(operation.members, kQueries) && isOpened)) {
+    return {"no end in the log",
+            "an exception ended it, its process ended or was still running it, or lines are"
+            " missing"};
   }
-  if (!Common(operation.members, Queries()) || (!operation.stepped && !operation.file)) {
-    return Outcome::kNoEnd;
+  if (operation.stepped || (operation.leftBehind && !operation.members.empty())) {
+    return {"prepared",
+            "a query logs nothing when it succeeds; its statement was prepared, unless an"
+            " exception ended it first"};
   }
-  return operation.stepped || operation.leftBehind ? Outcome::kPrepared : Outcome::kNothingYet;
+  return {"no failure in the log",
+          "it is a query that was prepared or was still running, OpenDB alone, or a write whose"
+          " end (priority 4) is not in the log"};
 }
 
 }  // namespace vorndb

@@ -10,70 +10,36 @@
 #include <optional>
 #include <set>
 #include <string>
-#include <vector>
 
 #include "log/LogLine.h"
 
 namespace vorndb {
 
-// The end of an operation, as far as its records show: a label, and a note that explains it.
-// Sentences without capital and full stop.
-// clang-format off
-#define VORN_OUTCOMES(outcome)                                                                 \
-  outcome(kSucceeded, "succeeded", "")                                                         \
-  outcome(kFailed, "failed", "")                                                               \
-  outcome(kNotOpened, "not opened", "")                                                        \
-  outcome(kPrepared, "prepared",                                                               \
-    "a query logs nothing when it succeeds; its statement was prepared, unless an exception"   \
-    " ended it first")                                                                         \
-  outcome(kOpened, "opened",                                                                   \
-    "the application called OpenDB itself, which logs nothing when it succeeds")               \
-  outcome(kNoEnd, "no end in the log",                                                         \
-    "an exception ended it, its process ended or was still running it, or lines are missing")  \
-  outcome(kNothingYet, "no failure up to the end of the log",                                  \
-    "no record of its thread follows; it may still have been running")                         \
-  outcome(kNoFailure, "no failure in the log",                                                 \
-    "records of success (priority 4) of its process are not in the log; it is a write that"    \
-    " succeeded, a query that was prepared, or OpenDB alone")                                  \
-  outcome(kNoSuccess, "neither success nor failure in the log",                                \
-    "its entry (priority 3) is not in the log; it is a query that was prepared, OpenDB alone," \
-    " or a write whose end is missing")                                                        \
-  outcome(kUnreadable, "ended with an unreadable outcome", "")
-// clang-format on
+// How often each of these texts applies.
+using Counts = std::map<std::string, std::size_t>;
 
-enum class Outcome {
-#define VORN_OUTCOME(name, label, note) name,
-  VORN_OUTCOMES(VORN_OUTCOME)
-#undef VORN_OUTCOME
-};
+// The ends of operations that failed.
+constexpr char kEndFailed[] = "failed";
+constexpr char kEndNotOpened[] = "not opened";
 
-// Members of Database, one of which an operation is; none where all are possible.
-using Members = std::vector<std::string>;
-
-// Those that log a failure but no success.
-const Members& Queries();
+// The members that log a failure but no success.
+constexpr char kQueries[] = "Select or JoinSelect or CheckExistTable";
 
 struct Operation {
-  std::size_t position = 0;  // by its first line, from 1
-  std::size_t number = 0;    // in the report; 0 before
-  LogPrefix prefix;          // of its first line
-  Members members;
+  std::size_t number = 0;  // by its first line, from 1
+  bool isListed = false;
+  LogPrefix prefix;                 // of its first line
+  std::string members;              // of Database, one of which it is; empty if it may be any
   std::optional<std::string> file;  // printable
-  std::optional<Outcome> end;       // if a record shows it
+  std::string end;                  // if a record shows it
   std::string code;
   std::string text;
   int waits = 0;            // of 100 ms each
   int limits = 0;           // how often it did not wait any longer
-  int stepLimits = 0;       // of these, while rows were fetched
   bool stepped = false;     // rows were fetched
   bool begun = true;        // its beginning is in the log
   bool leftBehind = false;  // its thread went on to something else
-  std::size_t blobs = 0;
-  std::size_t busyUnreadable = 0;  // lines of a wait or of the limit
-  std::size_t stepUnreadable = 0;
-  std::vector<std::string> stepFailures;
-  // Failures to read the cursor before the thread's next operation.
-  std::map<std::string, int> readFailures;
+  Counts faults;            // of its rows, also of reading them before the thread's next operation
 };
 
 struct LogHistory {
@@ -81,24 +47,22 @@ struct LogHistory {
   // failure to read a cursor, and at the end of the log.
   std::function<void(Operation&)> listener;
 
-  // Lines by kind.
-  std::size_t own = 0;         // of the library
-  std::size_t unreadable = 0;  // of these, protected or damaged
-  std::size_t continued = 0;   // with the rest of a text of the line before
-  std::size_t foreign = 0;
-
   std::size_t operations = 0;
-  // Failures to read a cursor before the first operation of a thread.
-  std::map<std::string, int> earlyReadFailures;
-  int unnamedLocks = 0;
-  bool lacksThreads = false;        // there are lines without a thread
-  std::set<std::string> successes;  // the processes with records of priority 4 or lower
+  Counts counts;  // of lines, and of events outside of operations
+  std::set<std::string> notes;
 };
 
-// Unless `since` is empty, lines before the first one of that time are left out. Throws Failure.
-void ReadHistory(std::istream& log, const std::string& since, LogHistory& history);
+// Unless `since` is empty, lines before the first one of that time are left out. False if the log
+// has no line of the library. Throws Failure.
+bool ReadHistory(std::istream& log, const std::string& since, LogHistory& history);
 
-Outcome OutcomeOf(const LogHistory& history, const Operation& operation);
+// The end of an operation, as far as its records show.
+struct Outcome {
+  std::string label;
+  std::string note;  // that explains the label, if it needs that
+};
+
+Outcome OutcomeOf(const Operation& operation);
 
 }  // namespace vorndb
 

@@ -94,15 +94,13 @@ std::optional<LogLine> ParseLogLine(std::string_view text) {
   if (groups.empty()) {
     return std::nullopt;
   }
-  const auto positionOf = [text](const char* place) {
-    return static_cast<std::size_t>(place - text.data());
-  };
+  const std::size_t begin = text.find(groups[0]);
   LogLine line;
-  line.prefix = ParseLogPrefix(text.substr(0, positionOf(groups[2].data())));
+  line.prefix = ParseLogPrefix(text.substr(0, begin));
   line.file = groups[2];
   line.function = groups[3];
   line.number = groups[4];
-  line.message = text.substr(positionOf(groups[0].data() + groups[0].size()));
+  line.message = text.substr(begin + groups[0].size());
   return line;
 }
 

@@ -19,7 +19,6 @@ enum class LogEvent {
   kSucceeded,   // a write
   kFailed,      // a write, or the preparation of a query, with `code` and `text`
   kReadFailed,  // a cell or a row of a cursor, for the reason in `message`
-  kMoved,       // to an end of a cursor
   kUnreadable,
 };
 

@@ -4,6 +4,7 @@
 #include <iostream>
 #include <map>
 #include <sstream>
+#include <tuple>
 
 #include "Commands.h"
 #include "log/LogLine.h"
@@ -23,25 +24,19 @@ struct LogMessage {
 constexpr int kNumber = 0;
 constexpr const char* kText = "";
 
-template <typename... Examples>
-const char* FormatOf(const char* format, Examples... /*arguments*/) {
-  return format;
-}
-
 // In the order of the log reference.
 const std::vector<LogMessage>& LogMessages() {
   static const std::vector<LogMessage> messages = {
 #define VORN_LOG_MESSAGE(name, priority, message, sites, meaning, remedy) \
-  {LogEvent::k##name, priority, FormatOf message, sites},
+  {LogEvent::k##name, priority, std::get<0>(std::make_tuple message), sites},
 #include "private/LogMessages.h"
   };
   return messages;
 }
 
-// The messages of Cursor.cpp are about reading.
 LogEvent EventOf(const LogMessage& message) {
-  if (message.sites.rfind("Cursor.cpp", 0) == 0) {
-    return message.priority == kError ? LogEvent::kReadFailed : LogEvent::kMoved;
+  if (message.priority == kError && message.sites.rfind("Cursor.cpp", 0) == 0) {
+    return LogEvent::kReadFailed;
   }
   if (message.format.find(" SUCCESS[") != std::string::npos) {
     return LogEvent::kSucceeded;
@@ -131,7 +126,7 @@ void LogReference(const Arguments& /*arguments*/) {
   };
 #define VORN_LOG_CHAPTER(title) chapters << "\n## " title "\n";
 #define VORN_LOG_MESSAGE(name, priority, message, sites, meaning, remedy) \
-  add(FormatOf message, priority, &#priority[1], sites, meaning, remedy);
+  add(std::get<0>(std::make_tuple message), priority, &#priority[1], sites, meaning, remedy);
 #include "private/LogMessages.h"
   std::cout << "# Messages of the log\n\n| Priority | Messages |\n|---|---|\n";
   for (const auto& [priority, row] : rows) {
