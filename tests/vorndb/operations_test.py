@@ -33,20 +33,10 @@ def test_create(tool, arguments, schema):
 
 # For a name that is taken otherwise SQLite does nothing, and calls that a success.
 @pytest.mark.parametrize(
-    "name, message",
-    [
-        ("contact", "the table contact exists in app.db already and is left as it is"),
-        *(
-            (
-                name,
-                f"nothing is created: in app.db there is a view {name}, or a table that differs in"
-                " capital letters",
-            )
-            for name in ("CONTACT", "v")
-        ),
-    ],
+    "name, taken", [("contact", "table contact"), ("CONTACT", "table contact"), ("v", "view v")]
 )
-def test_create_says_that_a_name_is_taken(contacts, name, message):
+def test_create_says_that_a_name_is_taken(contacts, name, taken):
+    message = f"the {taken} exists in app.db already and is left as it is"
     contacts.sql("CREATE VIEW v AS SELECT * FROM contact")
     before = contacts.sql(".schema")
     assert contacts.run("create", name, "other:TEXT") == ("", f"vorndb: {message}\n")

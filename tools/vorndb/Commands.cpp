@@ -1,5 +1,6 @@
 #include "Commands.h"
 
+#include <sqlite3.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -46,9 +47,17 @@ void RunOrPrint(const Arguments& arguments, Request& request, Generate<Request> 
   if constexpr (!std::is_same_v<Request, CreateRequest>) {
     RequireExisting(arguments.file);
   }
-  Locate(arguments.file, request);
   OnTables(arguments.file, {arguments.table},
-           [&] { Observe(arguments.file, [&] { return (Database().*run)(request); }); });
+           [&] { Observe(arguments.file, request, [&] { return (Database().*run)(request); }); });
+}
+
+// By SQLite's rules: a type with one of these words is no number's, unless it has INT.
+bool HoldsNumbers(const std::string& type) {
+  const auto has = [&type](const char* word) {
+    return sqlite3_strlike(word, type.c_str(), 0) == 0;
+  };
+  return has("%INT%") ||
+         !(type.empty() || has("%CHAR%") || has("%CLOB%") || has("%TEXT%") || has("%BLOB%"));
 }
 
 // The chosen part of a query's result. With --sql it prints the statement and ends the run.
@@ -63,7 +72,7 @@ Result QueryOrPrint(const Arguments& arguments, const Texts& tables, Request& re
   OnTables(arguments.file, tables, [&] { result = Query(arguments.file, request, run); });
   for (const std::string& table : arguments.typed ? tables : Texts()) {
     for (const Column& column : ColumnsOf(arguments.file, table)) {
-      if (column.holdsNumbers) {
+      if (HoldsNumbers(column.type)) {
         result.numberColumns.insert(column.name);
       }
     }
@@ -90,28 +99,21 @@ void Show(const Arguments& arguments, Result result) {
   for (const std::string& doubt : result.doubts) {
     Tell("warning: " + doubt);
   }
-  ExpectComplete(arguments.file, result.stop);
+  FailIf(!result.stop.empty(), result.stop);
 }
 
-// The number of rows of a select; nothing where a cursor does not have it.
-std::optional<std::size_t> CountOf(const Result& result) {
-  return result.columns.size() == 1 ? std::nullopt : std::make_optional(result.rows.size());
-}
+// A cursor counts one row of a single column.
+bool HasCount(const Result& result) { return result.columns.size() != 1; }
 
 // Update and delete. The library does not report the number of rows, so they are counted before.
 template <typename Request>
 void ChangeRows(const Arguments& arguments, Generate<Request> generate,
                 int (Database::*run)(Request&)) {
-  std::optional<std::size_t> count;
-  if (!arguments.sql && !arguments.quiet) {
-    Arguments select = arguments;
-    select.values.clear();
-    const Result result = RunSelect(select);
-    count = result.stop.empty() ? CountOf(result) : std::nullopt;
-  }
+  const bool isTold = !arguments.sql && !arguments.quiet;
+  const Result result = isTold ? RunSelect(arguments) : Result();
   WriteRows(arguments, generate, run);
-  if (count) {
-    std::cout << Counted(*count, "row")
+  if (isTold && result.stop.empty() && HasCount(result)) {
+    std::cout << Counted(result.rows.size(), "row")
               << (arguments.where.empty() ? " in the table\n" : " met the conditions\n");
   }
 }
@@ -157,8 +159,8 @@ void PrintLookup(Arguments arguments) {
 
 }  // namespace
 
-// To create a table that exists changes nothing, and is a success. SQLite finds it in other
-// capital letters, too, and takes a view for one.
+// To create a table that exists changes nothing, and is a success. SQLite does not mind case, and
+// takes a view for a table.
 void Create(const Arguments& arguments) {
   RefuseIf(arguments.composite && !arguments.key,
            "--composite needs --key: alone, the library leaves it out");
@@ -167,8 +169,9 @@ void Create(const Arguments& arguments) {
   RequireDistinct(columns);
   const std::string& table = arguments.table;
   if (!arguments.sql) {
-    if (IsThere(arguments.file) && HasTable(arguments.file, table)) {
-      Tell("the table " + table + " exists in " + arguments.file + " already and is left as it is");
+    const std::string namesake = IsThere(arguments.file) ? Namesake(arguments.file, table) : "";
+    if (!namesake.empty()) {
+      Tell("the " + namesake + " exists in " + arguments.file + " already and is left as it is");
     }
     if (columns.size() == 1) {
       Tell("warning: the table " + table +
@@ -176,10 +179,6 @@ void Create(const Arguments& arguments) {
     }
   }
   RunOrPrint(arguments, request, &SqlGenerator::GetCreateTableSql, &Database::CreateTable);
-  if (!arguments.sql && LacksTable(arguments.file, table)) {
-    Tell("nothing is created: in " + arguments.file + " there is a view " + table +
-         ", or a table that differs in capital letters");
-  }
 }
 
 void Upsert(const Arguments& arguments) {
@@ -224,11 +223,10 @@ void Join(const Arguments& arguments) {
 
 void Count(const Arguments& arguments) {
   const Result result = RunSelect(arguments);
-  ExpectComplete(arguments.file, result.stop);
-  const std::optional<std::size_t> count = CountOf(result);
-  FailIf(!count, "the rows of " + arguments.table +
-                     " cannot be counted: a cursor counts one row of a single column");
-  std::cout << *count << '\n';
+  FailIf(!result.stop.empty(), result.stop);
+  FailIf(!HasCount(result), "the rows of " + arguments.table +
+                                " cannot be counted: a cursor counts one row of a single column");
+  std::cout << result.rows.size() << '\n';
 }
 
 void Tables(const Arguments& arguments) {

@@ -4,17 +4,27 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <map>
 #include <set>
 #include <system_error>
-#include <tuple>
 
 #include "Errors.h"
 #include "SelectRequest.h"
-#include "Terminal.h"
 
 namespace vorndb {
 
 namespace {
+
+// A call of the library whose result is not 0.
+struct CallFailure : Failure {
+  CallFailure(const std::string& problem, int aResult, std::string aText = "")
+      : Failure(problem + " (SQLite " + std::to_string(aResult) + ")"),
+        result(aResult),
+        text(std::move(aText)) {}
+
+  int result;
+  std::string text;  // SQLite's, unless it is unreadable
+};
 
 // With a folder in front, no name has a meaning of its own to SQLite.
 std::string DirectoryOf(const std::string& file) {
@@ -32,62 +42,22 @@ std::string OpenProblem(const std::string& file) {
          (std::filesystem::is_directory(file, ignored) ? " is a folder" : " cannot be opened");
 }
 
-// The columns of sqlite_master, and of the table with the columns of a table.
-enum Master { kKind, kName, kTable, kRootPage, kSql };
-enum ColumnPart { kPosition, kColumnName, kType, kNotNull, kDefault, kKey };
-
-Result SelectFrom(const std::string& file, const std::string& table, const Pairs& where) {
-  Statement<SelectRequest> statement({}, where);
-  statement.request.SetTable(table.c_str());
-  return Query(file, statement.request, &Database::Select);
-}
-
-std::vector<Row> AllRows(const std::string& file, const Result& result) {
-  ExpectComplete(file, result.stop);
-  std::vector<Row> rows;
-  EachRow(result, [&rows](const Row& row) { rows.push_back(row); });
-  return rows;
-}
-
-std::vector<Row> Lookup(const std::string& file, const std::string& table) {
-  return AllRows(file, SelectFrom(file, table, {}));
-}
-
-// Empty texts may be NULL.
-std::vector<Row> ReadTexts(const std::string& file, const std::string& table, const Texts& columns,
-                           const Pairs& where) {
-  Result result = SelectFrom(file, table, where);
-  Choose(result, {columns, std::nullopt, std::nullopt});
-  if (!result.doubts.empty()) {
-    throw Failure(table + " in " + file + " cannot be read as it is: " + result.doubts.front());
-  }
-  return AllRows(file, result);
-}
-
-// A cursor has an empty text for NULL, too, but no condition on a text is met by NULL: `empty` are
-// the rows with an empty text in the column.
-void RemoveNulls(const std::vector<Row>& empty, const std::vector<Row>& texts, std::size_t column,
-                 std::vector<Row>& rows) {
-  std::multiset<Row> left(empty.begin(), empty.end());
-  for (std::size_t row = 0; row < texts.size(); ++row) {
-    if (const auto text = left.find(texts[row]); text != left.end()) {
-      left.erase(text);
-    } else if (texts[row][column]->empty()) {
-      rows[row][column].reset();
-    }
-  }
-}
-
-// Whether SQLite makes the table or index of that name by itself.
-bool IsInternal(const std::string& name) { return name.rfind("sqlite_", 0) == 0; }
-
-// By SQLite's rules: a type with one of these words is no number's, unless it has INT.
-bool HoldsNumbers(const std::string& type) {
-  const auto has = [&type](const char* word) {
-    return sqlite3_strlike(word, type.c_str(), 0) == 0;
+// SQLite's words where they are as clear as the tool's could be.
+std::string Explained(const std::string& file, int result, const std::string& text) {
+  const std::string words = text.empty() ? "no more is known" : text;
+  const std::map<int, std::string> problems{
+      {SQLITE_ERROR, "SQLite refuses it: " + words},
+      {SQLITE_BUSY,
+       file + " is busy: another program kept it locked for longer than the library waits"},
+      {SQLITE_READONLY, file + " cannot be written"},
+      {SQLITE_CORRUPT, file + " is damaged: " + words},
+      {SQLITE_CANTOPEN, OpenProblem(file)},
+      {SQLITE_CONSTRAINT, "the table does not allow it: " + words},
+      {SQLITE_NOTADB, file + " is not a database"},
   };
-  return has("%INT%") ||
-         !(type.empty() || has("%CHAR%") || has("%CLOB%") || has("%TEXT%") || has("%BLOB%"));
+  const auto found = problems.find(result);
+  const std::string other = text.empty() ? sqlite3_errstr(result) : text;
+  return found == problems.end() ? other : found->second;
 }
 
 // SQLite's text for the failure of an operation, or nothing.
@@ -99,6 +69,34 @@ std::string FailureIn(const Texts& lines) {
     }
   }
   return text;
+}
+
+// Empty texts may be NULL.
+std::vector<Row> ReadTexts(const std::string& file, const std::string& table, const Texts& columns,
+                           const Pairs& where = {}) {
+  Statement<SelectRequest> statement({}, where);
+  statement.request.SetTable(table.c_str());
+  Result result = Query(file, statement.request, &Database::Select);
+  FailIf(!result.stop.empty(), result.stop);
+  Choose(result, {columns, std::nullopt, std::nullopt});
+  if (!result.doubts.empty()) {
+    throw Failure(table + " in " + file + " cannot be read as it is: " + result.doubts.front());
+  }
+  std::vector<Row> rows;
+  EachRow(result, [&rows](const Row& row) { rows.push_back(row); });
+  return rows;
+}
+
+// The texts in a column of sqlite_master, without the tables and indexes that SQLite makes by
+// itself.
+Texts Listed(const std::string& file, const std::string& column, const Pairs& where) {
+  Texts texts;
+  for (const Row& row : ReadTexts(file, "sqlite_master", {"name", column}, where)) {
+    if (row[0]->rfind("sqlite_", 0) != 0) {
+      texts.push_back(*row[1]);
+    }
+  }
+  return texts;
 }
 
 // Names the tables that there are.
@@ -114,57 +112,11 @@ std::string MissingTable(const std::string& file, const std::string& table) {
          (tables.empty() ? ", which has no table" : "; its tables: " + Joined(tables));
 }
 
-// For SQLite's text about a column, which it ends with.
-std::string ColumnSuggestion(const std::string& file, const Texts& tables,
-                             const std::string& message) {
-  if (message.find("no such column: ") != 0 &&
-      message.find(" has no column named ") == std::string::npos) {
-    return "";
-  }
-  Texts names;
-  for (const std::string& table : tables) {
-    const Texts own = NamesOf(ColumnsOf(file, table));
-    names.insert(names.end(), own.begin(), own.end());
-  }
-  return Suggestion(message.substr(message.find_last_of(" .") + 1), names);
-}
-
-// SQLite's words where they are as clear as the tool's could be.
-std::string Explain(const std::string& file, int result, const std::string& text) {
-  const std::string words = text.empty() ? "no more is known" : text;
-  switch (result) {
-    case SQLITE_ERROR:
-      return "SQLite refuses it: " + words;
-    case SQLITE_BUSY:
-      return file + " is busy: another program kept it locked for longer than the library waits";
-    case SQLITE_READONLY:
-      return file + " cannot be written";
-    case SQLITE_CORRUPT:
-      return file + " is damaged: " + words;
-    case SQLITE_CANTOPEN:
-      return OpenProblem(file);
-    case SQLITE_CONSTRAINT:
-      return "the table does not allow it: " + words;
-    case SQLITE_NOTADB:
-      return file + " is not a database";
-    default:
-      return text.empty() ? sqlite3_errstr(result) : text;
-  }
-}
-
-std::string WithCode(const std::string& problem, int result) {
-  return problem + " (SQLite " + std::to_string(result) + ")";
-}
-
 }  // namespace
 
 void RequireFileName(const std::string& file) {
   RefuseIf(file.empty(), "the database file is missing: vorndb FILE COMMAND");
   RefuseIf(file.back() == '/', "'" + file + "' names no file");
-}
-
-void Locate(const std::string& file, BasePath& request) {
-  request.SetPath(DirectoryOf(file).c_str(), file.substr(file.rfind('/') + 1).c_str());
 }
 
 bool IsThere(const std::string& file) {
@@ -180,51 +132,41 @@ void RequireExisting(const std::string& file) {
 bool HasTable(const std::string& file, const std::string& table) {
   RequireExisting(file);
   BasePath location;
-  Locate(file, location);
   const std::string name = Escaped(table, "'", '\'');
   bool exists = false;
-  const auto lines =
-      Observe(file, [&] { return Database().CheckExistTable(location, name.c_str(), exists); });
-  ExpectComplete(file, StopIn(ReadLines(lines)));
+  const Texts lines = Observe(
+      file, location, [&] { return Database().CheckExistTable(location, name.c_str(), exists); });
+  const std::string stop = StopIn(file, ReadLines(lines));
+  FailIf(!stop.empty(), stop);
   return exists;
 }
 
-bool LacksTable(const std::string& file, const std::string& table) {
-  try {
-    return !HasTable(file, table);
-  } catch (const Failure&) {
-    return false;
+std::string Namesake(const std::string& file, const std::string& name) {
+  for (const Row& row : ReadTexts(file, "sqlite_master", {"type", "name"})) {
+    if ((row[0] == "table" || row[0] == "view") &&
+        sqlite3_stricmp(row[1]->c_str(), name.c_str()) == 0) {
+      return *row[0] + ' ' + *row[1];
+    }
   }
+  return "";
 }
 
 Texts TablesOf(const std::string& file) {
-  Texts tables;
-  for (const Row& row : Lookup(file, "sqlite_master")) {
-    if (row[kKind] == "table" && !IsInternal(*row[kName])) {
-      tables.push_back(*row[kName]);
-    }
-  }
+  Texts tables = Listed(file, "name", {{"type", "table"}});
   std::sort(tables.begin(), tables.end());
   return tables;
 }
 
 Texts StatementsOf(const std::string& file, const std::string& table) {
-  Texts statements;
-  for (const Row& row : Lookup(file, "sqlite_master")) {
-    if ((table.empty() || row[kTable] == table) && !IsInternal(*row[kName])) {
-      statements.push_back(*row[kSql]);
-    }
-  }
-  return statements;
+  return Listed(file, "sql", table.empty() ? Pairs() : Pairs{{"tbl_name", table}});
 }
 
 std::string ColumnTable(const std::string& table) { return "pragma_table_info('" + table + "')"; }
 
 std::vector<Column> ColumnsOf(const std::string& file, const std::string& table) {
   std::vector<Column> columns;
-  for (const Row& row : Lookup(file, ColumnTable(table))) {
-    columns.push_back({*row[kColumnName], *row[kType], HoldsNumbers(*row[kType]),
-                       row[kNotNull] == "1", std::stoi(*row[kKey])});
+  for (const Row& row : ReadTexts(file, ColumnTable(table), {"name", "type", "notnull", "pk"})) {
+    columns.push_back({*row[0], *row[1], row[2] == "1", std::stoi(*row[3])});
   }
   return columns;
 }
@@ -237,28 +179,35 @@ Texts NamesOf(const std::vector<Column>& columns) {
   return names;
 }
 
+// A cursor has an empty text for NULL, too, but no condition on a text is met by NULL.
 std::vector<Row> ReadRows(const std::string& file, const std::string& table, const Texts& columns) {
-  const std::vector<Row> texts = ReadTexts(file, table, columns, {});
+  const std::vector<Row> texts = ReadTexts(file, table, columns);
   std::vector<Row> rows = texts;
   for (std::size_t column = 0; column < columns.size(); ++column) {
     const auto isEmpty = [column](const Row& row) { return row[column]->empty(); };
-    if (std::any_of(texts.begin(), texts.end(), isEmpty)) {
-      RequirePlainName("column", columns[column]);
-      RemoveNulls(ReadTexts(file, table, columns, {{columns[column], ""}}), texts, column, rows);
+    if (std::none_of(texts.begin(), texts.end(), isEmpty)) {
+      continue;
+    }
+    RequirePlainName("column", columns[column]);
+    const std::vector<Row> empty = ReadTexts(file, table, columns, {{columns[column], ""}});
+    std::multiset<Row> left(empty.begin(), empty.end());
+    for (std::size_t row = 0; row < rows.size(); ++row) {
+      if (isEmpty(texts[row]) && left.extract(texts[row]).empty()) {
+        rows[row][column].reset();
+      }
     }
   }
   return rows;
 }
 
-CallFailure::CallFailure(const std::string& file, int aResult, const std::string& aText)
-    : Failure(WithCode(Explain(file, aResult, aText), aResult)), result(aResult), text(aText) {}
-
-Texts Observe(const std::string& file, const std::function<int()>& call) {
+Texts Observe(const std::string& file, BasePath& request, const std::function<int()>& call) {
+  request.SetPath(DirectoryOf(file).c_str(), file.substr(file.rfind('/') + 1).c_str());
   TakeLines();
   const int result = call();
   Texts lines = TakeLines();
   if (result != SQLITE_OK) {
-    throw CallFailure(file, result, FailureIn(lines));
+    const std::string text = FailureIn(lines);
+    throw CallFailure(Explained(file, result, text), result, text);
   }
   return lines;
 }
@@ -267,18 +216,23 @@ void OnTables(const std::string& file, const Texts& tables, const std::function<
   try {
     call();
   } catch (const CallFailure& failure) {
-    const auto& [result, text] = std::tie(failure.result, failure.text);
-    for (const std::string& table : result == SQLITE_ERROR ? tables : Texts()) {
+    const std::string& text = failure.text;
+    for (const std::string& table : failure.result == SQLITE_ERROR ? tables : Texts()) {
       // The platform may have made SQLite's text unreadable; then the table is looked for.
-      if (text == "no such table: " + table || (text.empty() && LacksTable(file, table))) {
-        throw Failure(WithCode(MissingTable(file, table), result));
+      if (text == "no such table: " + table || (text.empty() && Namesake(file, table).empty())) {
+        throw CallFailure(MissingTable(file, table), failure.result);
       }
     }
-    const std::string hint = ColumnSuggestion(file, tables, text);
-    if (hint.empty()) {
-      throw;
+    const bool lacksColumn = text.find("no such column: ") == 0 ||
+                             text.find(" has no column named ") != std::string::npos;
+    Texts columns;
+    for (const std::string& table : lacksColumn ? tables : Texts()) {
+      const Texts own = NamesOf(ColumnsOf(file, table));
+      columns.insert(columns.end(), own.begin(), own.end());
     }
-    throw Failure(WithCode(Explain(file, result, text) + hint, result));
+    // SQLite's text ends with the name of the column.
+    const std::string hint = Suggestion(text.substr(text.find_last_of(" .") + 1), columns);
+    throw CallFailure(Explained(file, failure.result, text) + hint, failure.result);
   }
 }
 
@@ -286,10 +240,6 @@ void RequireTable(const std::string& file, const std::string& table, std::size_t
   if (!table.empty() && found == 0) {
     throw Failure(MissingTable(file, table));
   }
-}
-
-void ExpectComplete(const std::string& file, const std::string& stop) {
-  FailIf(!stop.empty(), "the result from " + file + " is not complete; " + stop);
 }
 
 }  // namespace vorndb

@@ -9,21 +9,16 @@
 #include <utility>
 #include <vector>
 
+#include "BaseSet.h"
 #include "Database.h"
-#include "Errors.h"
 #include "Names.h"
 #include "Result.h"
 #include "log/LogLine.h"
-
-class BasePath;
 
 namespace vorndb {
 
 // Throws UsageError for a path without a file name.
 void RequireFileName(const std::string& file);
-
-// Sets the location of a request.
-void Locate(const std::string& file, BasePath& request);
 
 bool IsThere(const std::string& file);
 
@@ -36,21 +31,21 @@ void StopSyncs();
 // Syncs a database. Throws Failure.
 void Sync(const std::string& file);
 
-// Whether there is a table of that name; throws Failure when that is unknown.
+// The functions below throw Failure when the file cannot be read.
+
 bool HasTable(const std::string& file, const std::string& table);
 
-// Whether there is no such table; false when that is unknown.
-bool LacksTable(const std::string& file, const std::string& table);
+// "table NAME" or "view NAME", as the name is in the file, or nothing. Case does not matter.
+std::string Namesake(const std::string& file, const std::string& name);
 
 struct Column {
   std::string name;
   std::string type;
-  bool holdsNumbers = false;  // by its type
   bool isNotNull = false;
   int key = 0;  // its place in the primary key, from 1, or 0
 };
 
-// Both throw Failure. A table that does not exist has no columns.
+// A table that does not exist has no columns.
 Texts TablesOf(const std::string& file);
 std::vector<Column> ColumnsOf(const std::string& file, const std::string& table);
 
@@ -69,32 +64,20 @@ std::vector<Row> ReadRows(const std::string& file, const std::string& table, con
 // Throws Failure for a table of which nothing is found, unless the name is empty.
 void RequireTable(const std::string& file, const std::string& table, std::size_t found);
 
-// Throws Failure if there is a reason why the last rows of a query are missing.
-void ExpectComplete(const std::string& file, const std::string& stop);
+// Calls the library with a request on the file, and returns the lines of its log. To read them
+// takes longer than a write, so that is left to those who need them. Throws Failure.
+Texts Observe(const std::string& file, BasePath& request, const std::function<int()>& call);
 
-// A call of the library whose result is not 0.
-struct CallFailure : Failure {
-  CallFailure(const std::string& file, int aResult, const std::string& aText);
-
-  int result;
-  std::string text;  // SQLite's, unless it is unreadable
-};
-
-// Calls the library, and returns the lines of its log. To read them takes longer than a write, so
-// that is left to those who need them. Throws CallFailure.
-Texts Observe(const std::string& file, const std::function<int()>& call);
-
-// Calls the library likewise. Throws Failure, with hints on these tables and their columns.
+// Adds hints on these tables and their columns to a failure of Observe within the call.
 void OnTables(const std::string& file, const Texts& tables, const std::function<void()>& call);
 
 // Runs a query. Throws Failure.
 template <typename Request>
 Result Query(const std::string& file, Request& request, int (Database::*run)(Request&, Cursor&)) {
   RequireExisting(file);
-  Locate(file, request);
   auto cursor = std::make_unique<Cursor>();
-  const Texts lines = Observe(file, [&] { return (Database().*run)(request, *cursor); });
-  return ReadResult(std::move(cursor), ReadLines(lines));
+  const Texts lines = Observe(file, request, [&] { return (Database().*run)(request, *cursor); });
+  return ReadResult(file, std::move(cursor), ReadLines(lines));
 }
 
 // A request with values and conditions. It refers to their names.
@@ -102,14 +85,14 @@ template <typename Request>
 struct Statement {
   Statement(const Pairs& values, const Pairs& where) : names(NamesOf(values) + NamesOf(where)) {
     const char* name = names.c_str();
-    for (const auto& [column, value] : values) {
-      request.SetData(name, Escaped(value, "'", '\'').c_str());
-      name += column.size() + 1;
-    }
-    for (const auto& [column, value] : where) {
-      request.SetWhere(name, Escaped(value, "'", '\'').c_str());
-      name += column.size() + 1;
-    }
+    const auto add = [&](const Pairs& pairs, void (BaseSet::*set)(const char*, const char*)) {
+      for (const auto& [column, value] : pairs) {
+        (request.*set)(name, Escaped(value, "'", '\'').c_str());
+        name += column.size() + 1;
+      }
+    };
+    add(values, &BaseSet::SetData);
+    add(where, &BaseSet::SetWhere);
   }
 
   std::string names;

@@ -113,7 +113,7 @@ void Export(const Arguments& arguments) {
          arguments.path + " is the database itself");
   OutputFile output(arguments.path, arguments.force);
   Result result = RunSelect(arguments);
-  ExpectComplete(arguments.file, result.stop);
+  FailIf(!result.stop.empty(), result.stop);
   Write(result, format, std::nullopt, output.Stream());
   // A file cannot warn of its gaps.
   if (!result.doubts.empty()) {

@@ -118,25 +118,26 @@ std::optional<Number> NumberIn(const std::string& text) {
   return number;
 }
 
-std::string StopIn(const Log& log) {
+std::string StopIn(const std::string& file, const Log& log) {
+  const std::string problem = "the result from " + file + " is not complete; ";
   for (const LogLine& line : log) {
     if (line.event == LogEvent::kStepFailed || line.event == LogEvent::kExistStepFailed) {
-      return "reading stopped" + (line.text.empty() ? "" : " with: " + line.text);
+      return problem + "reading stopped" + (line.text.empty() ? "" : " with: " + line.text);
     }
     // Only the wait for a row truncates a result; elsewhere the last attempt decides.
     if (line.event == LogEvent::kBusyLimit && line.file == "DatabasePasrser.cpp") {
-      return "the file stayed busy";
+      return problem + "the file stayed busy";
     }
   }
   return "";
 }
 
-Result ReadResult(std::unique_ptr<Cursor> cursor, const Log& log) {
+Result ReadResult(const std::string& file, std::unique_ptr<Cursor> cursor, const Log& log) {
   Result result{std::move(cursor)};
   if (result.cursor->GetColumn(result.columns) == 0) {
     ReadColumns(result);
   }
-  result.stop = StopIn(log);
+  result.stop = StopIn(file, log);
   AddDoubt(result, log, LogEvent::kUnknownType, "Cells with binary data (blobs)",
            "The library gives them as empty texts.");
   // The platform may protect its log.

@@ -28,7 +28,7 @@ struct Result {
   std::set<std::string> numberColumns = {};  // whose cells JSON has as numbers
   // Why the result does not show everything as it is in the database; a sentence each.
   Texts doubts = {};
-  std::string stop = {};  // the reason why the last rows are missing, or nothing
+  std::string stop = {};  // the failure that the last rows are missing, or nothing
 };
 
 // Cells, or nothing in a column whose cells are unknown.
@@ -47,12 +47,11 @@ struct Choice {
   std::optional<std::size_t> limit;
 };
 
-// The log is the query's.
-Result ReadResult(std::unique_ptr<Cursor> cursor, const Log& log);
+// The log is that of a query on the file.
+Result ReadResult(const std::string& file, std::unique_ptr<Cursor> cursor, const Log& log);
 
-// The reason why a query with that log has not read its last rows, or nothing. Its result is 0
-// either way.
-std::string StopIn(const Log& log);
+// The reason why such a query has not read its last rows, or nothing. Its result is 0 either way.
+std::string StopIn(const std::string& file, const Log& log);
 
 // Whether a column has no cell but numbers and empty texts.
 bool HasNumbersOnly(const Result& result, const std::string& column);
