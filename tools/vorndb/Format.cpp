@@ -1,9 +1,7 @@
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
-#include <iterator>
 #include <nlohmann/json.hpp>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -19,30 +17,31 @@ using Width = std::optional<std::size_t>;
 
 constexpr std::size_t kNarrowest = 4;
 
-// The parts of a table beside its cells. Markdown needs some characters escaped, and has no width.
-struct Frame {
-  bool isCut;
-  const char* none;  // for no rows
+// The texts around the parts of a row, or of a result.
+struct Marks {
   const char* begin;
-  const char* gap;
+  const char* between;
   const char* end;
-  const char* ruleOfNumbers;  // the end of it
-  const char* escaped;
+  const char* none;           // for no rows
+  const char* escaped = "";   // in cells
+  const char* numbers = "-";  // the end of the rule above a column of numbers
 };
 
-constexpr Frame kPlain{true, "(no rows)\n", "", "  ", "", "-", ""};
-constexpr Frame kMarkdown{false, "", "| ", " | ", " |", ":", "|\\"};
+constexpr Marks kPlain{"", "  ", "", "(no rows)\n"};
+constexpr Marks kMarkdown{"| ", " | ", " |", "", "|\\", ":"};
+constexpr Marks kArray{"[\n  ", ",\n  ", "\n]\n", "[]\n"};
+constexpr Marks kLines{"", "\n", "\n", ""};
 
 // Of a column.
 struct Shape {
-  std::size_t width;
-  bool areNumbers;
+  std::size_t width = 1;
+  bool areNumbers = true;  // or empty
 };
 
-Texts TextsOf(const Row& row, const Frame& frame) {
+Texts TextsOf(const Row& row, const Marks& marks) {
   Texts texts;
   for (const auto& cell : row) {
-    texts.push_back(Escaped(Printable(cell.value_or("?")), frame.escaped, '\\'));
+    texts.push_back(Escaped(Printable(cell.value_or("?")), marks.escaped, '\\'));
   }
   return texts;
 }
@@ -52,7 +51,7 @@ void Fit(std::vector<Shape>& columns, std::size_t available) {
   const auto isNarrower = [](const Shape& one, const Shape& other) {
     return one.width < other.width;
   };
-  std::size_t total = std::strlen(kPlain.gap) * (columns.size() - 1);
+  std::size_t total = std::strlen(kPlain.between) * (columns.size() - 1);
   for (Shape& column : columns) {
     column.width = std::min(column.width, std::max(available, kNarrowest));
     total += column.width;
@@ -66,50 +65,53 @@ void Fit(std::vector<Shape>& columns, std::size_t available) {
   }
 }
 
-void WriteTableRow(const Texts& row, const std::vector<Shape>& columns, const Frame& frame,
+void WriteTableRow(const Texts& row, const std::vector<Shape>& columns, const Marks& marks,
                    std::ostream& output) {
-  std::string line = frame.begin;
+  std::string line = marks.begin;
   for (std::size_t i = 0; i < row.size(); ++i) {
     const std::string cell = CutToWidth(row[i], columns[i].width);
     const std::string blank(columns[i].width - DisplayWidth(cell), ' ');
-    line += (i == 0 ? "" : frame.gap) + (columns[i].areNumbers ? blank + cell : cell + blank);
+    line += (i == 0 ? "" : marks.between) + (columns[i].areNumbers ? blank + cell : cell + blank);
   }
-  line += frame.end;
+  line += marks.end;
   // No spaces at the end.
   line.erase(line.find_last_not_of(' ') + 1);
   output << line << '\n';
 }
 
-template <const Frame& kFrame>
-void WriteFramed(Result& result, Width width, std::ostream& output) {
+template <const Marks& kMarks>
+void WriteTable(Result& result, Width width, std::ostream& output) {
   if (result.columns.empty()) {
-    output << kFrame.none;
+    output << kMarks.none;
     return;
   }
-  const Texts header = TextsOf({result.columns.begin(), result.columns.end()}, kFrame);
-  std::vector<Shape> columns;
-  for (std::size_t i = 0; i < header.size(); ++i) {
-    columns.push_back({std::max<std::size_t>(1, DisplayWidth(header[i])),
-                       HasNumbersOnly(result, result.columns[i])});
-  }
-  EachRow(result, [&](const Row& row) {
-    const Texts texts = TextsOf(row, kFrame);
+  std::vector<Shape> columns(result.columns.size());
+  const auto measure = [&columns](const Texts& texts) {
     for (std::size_t i = 0; i < texts.size(); ++i) {
       columns[i].width = std::max(columns[i].width, DisplayWidth(texts[i]));
     }
+  };
+  const Texts header = TextsOf({result.columns.begin(), result.columns.end()}, kMarks);
+  measure(header);
+  EachRow(result, [&](const Row& row) {
+    measure(TextsOf(row, kMarks));
+    for (std::size_t i = 0; i < row.size(); ++i) {
+      columns[i].areNumbers =
+          columns[i].areNumbers && row[i] && (row[i]->empty() || NumberIn(*row[i]));
+    }
   });
-  if (width && kFrame.isCut) {
+  if (width && &kMarks == &kPlain) {
     Fit(columns, *width);
   }
   Texts rules;
   for (const Shape& column : columns) {
     rules.push_back(std::string(column.width - 1, '-') +
-                    (column.areNumbers ? kFrame.ruleOfNumbers : "-"));
+                    (column.areNumbers ? kMarks.numbers : "-"));
   }
-  WriteTableRow(header, columns, kFrame, output);
-  WriteTableRow(rules, columns, kFrame, output);
+  WriteTableRow(header, columns, kMarks, output);
+  WriteTableRow(rules, columns, kMarks, output);
   EachRow(result,
-          [&](const Row& row) { WriteTableRow(TextsOf(row, kFrame), columns, kFrame, output); });
+          [&](const Row& row) { WriteTableRow(TextsOf(row, kMarks), columns, kMarks, output); });
 }
 
 // In quotes only where needed: a reader may also drop spaces at the ends.
@@ -148,24 +150,15 @@ void WriteFields(Result& result, Width /*width*/, std::ostream& output) {
 
 using Json = nlohmann::ordered_json;
 
-// A text; with `isNumber` a number where it is one, and null where it is empty.
-Json ValueOf(const std::string& cell, bool isNumber) {
-  if (!isNumber) {
-    return cell;
+// A text, or null for an unknown cell; with `isNumber` a number where it is one, and null where it
+// is empty.
+Json ValueOf(const std::optional<std::string>& cell, bool isNumber) {
+  if (!cell || (isNumber && cell->empty())) {
+    return nullptr;
   }
-  Json value = cell.empty() ? Json() : Json::parse(cell, nullptr, false);
-  return value.is_number() || cell.empty() ? value : Json(cell);
+  const Json number = isNumber ? Json::parse(*cell, nullptr, false) : Json();
+  return number.is_number() ? number : Json(*cell);
 }
-
-struct Marks {
-  const char* begin;
-  const char* between;
-  const char* end;
-  const char* none;  // for no rows
-};
-
-constexpr Marks kArray{"[\n  ", ",\n  ", "\n]\n", "[]\n"};
-constexpr Marks kLines{"", "\n", "\n", ""};
 
 // Row by row, since the whole is in memory once already. JSON is UTF-8 by its own rules.
 template <const Marks& kMarks>
@@ -176,10 +169,7 @@ void WriteObjects(Result& result, Width /*width*/, std::ostream& output) {
     Json object = Json::object();
     for (std::size_t column = 0; column < cells.size(); ++column) {
       const std::string& name = result.columns[column];
-      auto& value = object[name];
-      if (cells[column]) {
-        value = ValueOf(*cells[column], result.numberColumns.count(name) > 0);
-      }
+      object[name] = ValueOf(cells[column], result.numberColumns.count(name) > 0);
     }
     const auto dump = [&](auto handler) { return object.dump(-1, ' ', false, handler); };
     const std::string text = dump(Json::error_handler_t::replace);
@@ -192,15 +182,7 @@ void WriteObjects(Result& result, Width /*width*/, std::ostream& output) {
   }
 }
 
-std::string OneLine(const std::string& text) {
-  constexpr std::string_view kEscaped = "\n\r\\";
-  std::string line;
-  for (const char c : text) {
-    const std::size_t index = kEscaped.find(c);
-    line += index == std::string_view::npos ? std::string(1, c) : std::string("\\") + "nr\\"[index];
-  }
-  return line;
-}
+std::string OneLine(const std::string& text) { return Escaped(text, "\n\r\\", '\\', "nr\\"); }
 
 void WriteLines(Result& result, Width /*width*/, std::ostream& output) {
   const char* separator = "";
@@ -221,12 +203,12 @@ struct Format {
 };
 
 constexpr Format kFormats[] = {
-    {"table", nullptr, WriteFramed<kPlain>},
+    {"table", nullptr, WriteTable<kPlain>},
     {"csv", ".csv", WriteFields<','>},
     {"tsv", ".tsv", WriteFields<'\t'>},
     {"json", ".json", WriteObjects<kArray>},
     {"jsonl", ".jsonl", WriteObjects<kLines>},
-    {"markdown", ".md", WriteFramed<kMarkdown>},
+    {"markdown", ".md", WriteTable<kMarkdown>},
     {"lines", ".txt", WriteLines},
 };
 

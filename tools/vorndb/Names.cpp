@@ -162,10 +162,13 @@ std::string NamesOf(const Pairs& pairs) {
   return names;
 }
 
-std::string Escaped(const std::string& text, std::string_view characters, char escape) {
+std::string Escaped(const std::string& text, std::string_view characters, char escape,
+                    std::string_view letters) {
   std::string escaped;
   for (const char c : text) {
-    escaped.append(characters.find(c) == std::string_view::npos ? 0 : 1, escape) += c;
+    const std::size_t index = characters.find(c);
+    escaped.append(index == std::string_view::npos ? 0 : 1, escape);
+    escaped += index < letters.size() ? letters[index] : c;
   }
   return escaped;
 }

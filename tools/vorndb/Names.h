@@ -61,9 +61,10 @@ void RequireDistinct(const Texts& columns);
 // lists columns in the order of addresses: in one text that is the command line's order.
 std::string NamesOf(const Pairs& pairs);
 
-// The text with `escape` in front of each of the characters. The library needs a second single
-// quote for each one in a value.
-std::string Escaped(const std::string& text, std::string_view characters, char escape);
+// The text with `escape` in front of each of the characters, which become the letters if there
+// are some. The library needs a second single quote for each one in a value.
+std::string Escaped(const std::string& text, std::string_view characters, char escape,
+                    std::string_view letters = "");
 
 }  // namespace vorndb
 

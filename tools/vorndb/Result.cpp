@@ -13,28 +13,10 @@ namespace vorndb {
 
 namespace {
 
-// How often there is a column of each name.
-using NameCounts = std::map<std::string, std::size_t>;
-
 // A cursor counts the cells of the column that is second by name. Equal names share a list,
 // which then has as many cells for every row.
-std::size_t CountRows(Result& result, const NameCounts& counts) {
-  const auto cells = static_cast<std::size_t>(result.cursor->GetCount());
-  if (counts.size() > 1) {
-    return cells / std::next(counts.begin())->second;
-  }
-  if (result.columns.size() > 1) {
-    result.doubts.emplace_back("Without another column, the number of rows is unknown, too.");
-    return 0;
-  }
-  result.doubts.emplace_back(
-      "The result has a single column. A cursor then counts one row at most; rows after the "
-      "first cannot be reached. Give the table a second column.");
-  return cells;
-}
-
 void ReadColumns(Result& result) {
-  NameCounts counts;
+  std::map<std::string, std::size_t> counts;
   for (const std::string& name : result.columns) {
     ++counts[name];
   }
@@ -47,7 +29,18 @@ void ReadColumns(Result& result) {
           "are left out. Give the tables distinct column names.");
     }
   }
-  result.rows.resize(CountRows(result, counts));
+  auto rows = static_cast<std::size_t>(result.cursor->GetCount());
+  if (counts.size() > 1) {
+    rows /= std::next(counts.begin())->second;
+  } else if (result.columns.size() > 1) {
+    rows = 0;
+    result.doubts.emplace_back("Without another column, the number of rows is unknown, too.");
+  } else {
+    result.doubts.emplace_back(
+        "The result has a single column. A cursor then counts one row at most; rows after the "
+        "first cannot be reached. Give the table a second column.");
+  }
+  result.rows.resize(rows);
   std::iota(result.rows.begin(), result.rows.end(), 0);
 }
 
@@ -68,41 +61,21 @@ void RequireColumn(const Result& result, const std::string& column) {
   }
 }
 
-std::string CellOf(const Result& result, std::size_t row, const std::string& column) {
-  std::string cell;
-  if (result.cursor->MoveToPosition(static_cast<int>(row)) == 0) {
-    result.cursor->GetString(column.c_str(), cell);
-  }
-  return cell;
-}
-
 void Sort(Result& result, const Pair& order) {
   const auto& [column, direction] = order;
-  const bool areNumbers = HasNumbersOnly(result, column);
-  std::vector<std::pair<std::optional<Number>, std::string>> keys;
-  for (const std::size_t row : result.rows) {
-    const std::string cell = CellOf(result, row, column);
-    keys.emplace_back(areNumbers ? NumberIn(cell) : std::nullopt, areNumbers ? "" : cell);
-  }
   const bool descends = direction == "desc";
+  std::vector<std::pair<std::optional<Number>, std::string>> keys;
+  const Texts columns = std::exchange(result.columns, {column});
+  EachRow(result, [&keys](const Row& row) { keys.emplace_back(NumberIn(*row[0]), *row[0]); });
+  result.columns = columns;
+  const bool areNumbers = std::all_of(
+      keys.begin(), keys.end(), [](const auto& key) { return key.first || key.second.empty(); });
   std::stable_sort(result.rows.begin(), result.rows.end(),
                    [&](std::size_t left, std::size_t right) {
-                     return descends ? keys[right] < keys[left] : keys[left] < keys[right];
+                     const auto& one = keys[descends ? right : left];
+                     const auto& other = keys[descends ? left : right];
+                     return areNumbers ? one.first < other.first : one.second < other.second;
                    });
-}
-
-void ReadRow(const Result& result, std::size_t position, Row& cells) {
-  bool lacks = result.cursor->MoveToPosition(static_cast<int>(position)) != 0;
-  for (std::size_t column = 0; column < cells.size(); ++column) {
-    const std::string& name = result.columns[column];
-    if (result.shared.empty() || result.shared.count(name) == 0) {
-      std::string& cell = cells[column] ? *cells[column] : cells[column].emplace();
-      lacks = lacks || result.cursor->GetString(name.c_str(), cell) != 0;
-    }
-  }
-  if (lacks) {
-    throw Failure("row " + std::to_string(position + 1) + " of the result cannot be read");
-  }
 }
 
 }  // namespace
@@ -146,14 +119,6 @@ Result ReadResult(const std::string& file, std::unique_ptr<Cursor> cursor, const
   return result;
 }
 
-bool HasNumbersOnly(const Result& result, const std::string& column) {
-  return result.shared.count(column) == 0 &&
-         std::all_of(result.rows.begin(), result.rows.end(), [&](std::size_t row) {
-           const std::string cell = CellOf(result, row, column);
-           return cell.empty() || NumberIn(cell);
-         });
-}
-
 void Choose(Result& result, const Choice& choice) {
   if (result.columns.empty()) {
     return;
@@ -170,9 +135,20 @@ void Choose(Result& result, const Choice& choice) {
 }
 
 void EachRow(const Result& result, const std::function<void(const Row&)>& take) {
-  Row cells(result.columns.size());
+  Row cells;
+  for (const std::string& name : result.columns) {
+    cells.push_back(result.shared.count(name) > 0 ? std::nullopt
+                                                  : std::make_optional<std::string>());
+  }
   for (const std::size_t position : result.rows) {
-    ReadRow(result, position, cells);
+    bool lacks = result.cursor->MoveToPosition(static_cast<int>(position)) != 0;
+    for (std::size_t i = 0; i < cells.size(); ++i) {
+      lacks = lacks ||
+              (cells[i] && result.cursor->GetString(result.columns[i].c_str(), *cells[i]) != 0);
+    }
+    if (lacks) {
+      throw Failure("row " + std::to_string(position + 1) + " of the result cannot be read");
+    }
     take(cells);
   }
 }

@@ -53,9 +53,6 @@ Result ReadResult(const std::string& file, std::unique_ptr<Cursor> cursor, const
 // The reason why such a query has not read its last rows, or nothing. Its result is 0 either way.
 std::string StopIn(const std::string& file, const Log& log);
 
-// Whether a column has no cell but numbers and empty texts.
-bool HasNumbersOnly(const Result& result, const std::string& column);
-
 // Leaves the chosen rows and columns. A column of numbers is sorted by value. Throws Failure for
 // a column that the result lacks.
 void Choose(Result& result, const Choice& choice);
