@@ -53,9 +53,7 @@ void RunOrPrint(const Arguments& arguments, Request& request, Generate<Request> 
 
 // By SQLite's rules: a type with one of these words is no number's, unless it has INT.
 bool HoldsNumbers(const std::string& type) {
-  const auto has = [&type](const char* word) {
-    return sqlite3_strlike(word, type.c_str(), 0) == 0;
-  };
+  const auto has = [&](const char* word) { return sqlite3_strlike(word, type.c_str(), 0) == 0; };
   return has("%INT%") ||
          !(type.empty() || has("%CHAR%") || has("%CLOB%") || has("%TEXT%") || has("%BLOB%"));
 }
@@ -81,14 +79,6 @@ Result QueryOrPrint(const Arguments& arguments, const Texts& tables, Request& re
   return result;
 }
 
-// Upsert, update and delete.
-template <typename Request>
-void WriteRows(const Arguments& arguments, Generate<Request> generate,
-               int (Database::*run)(Request&)) {
-  Statement<Request> statement(arguments.values, arguments.where);
-  RunOrPrint(arguments, statement.request, generate, run);
-}
-
 void Show(const Arguments& arguments, Result result) {
   const std::optional<std::size_t> width = TerminalWidth(STDOUT_FILENO);
   Write(result, arguments.format, arguments.wide ? std::nullopt : width, std::cout);
@@ -105,15 +95,18 @@ void Show(const Arguments& arguments, Result result) {
 // A cursor counts one row of a single column.
 bool HasCount(const Result& result) { return result.columns.size() != 1; }
 
-// Update and delete. The library does not report the number of rows, so they are counted before.
+// Upsert, update and delete. The library does not report the number of rows that are changed, so
+// they are counted before.
 template <typename Request>
-void ChangeRows(const Arguments& arguments, Generate<Request> generate,
-                int (Database::*run)(Request&)) {
-  const bool isTold = !arguments.sql && !arguments.quiet;
-  const Result result = isTold ? RunSelect(arguments) : Result();
-  WriteRows(arguments, generate, run);
-  if (isTold && result.stop.empty() && HasCount(result)) {
-    std::cout << Counted(result.rows.size(), "row")
+void WriteRows(const Arguments& arguments, Generate<Request> generate,
+               int (Database::*run)(Request&)) {
+  const bool changes = !std::is_same_v<Request, UpsertRequest>;
+  const bool isCounted = changes && !arguments.sql && !arguments.quiet;
+  const Result met = isCounted ? RunSelect(arguments) : Result();
+  Statement<Request> statement(arguments.values, arguments.where);
+  RunOrPrint(arguments, statement.request, generate, run);
+  if (isCounted && met.stop.empty() && HasCount(met)) {
+    std::cout << Counted(met.rows.size(), "row")
               << (arguments.where.empty() ? " in the table\n" : " met the conditions\n");
   }
 }
@@ -188,7 +181,7 @@ void Upsert(const Arguments& arguments) {
 void Update(const Arguments& arguments) {
   RefuseIf(arguments.where.empty(),
            "update needs --where: the library does not change all rows at once");
-  ChangeRows(arguments, &SqlGenerator::GetUpdateSql, &Database::Update);
+  WriteRows(arguments, &SqlGenerator::GetUpdateSql, &Database::Update);
 }
 
 void Delete(const Arguments& arguments) {
@@ -199,7 +192,7 @@ void Delete(const Arguments& arguments) {
                    "delete without --where takes every row; if that is meant, give --all",
                    "nothing is deleted");
   }
-  ChangeRows(arguments, &SqlGenerator::GetDeleteSql, &Database::Delete);
+  WriteRows(arguments, &SqlGenerator::GetDeleteSql, &Database::Delete);
 }
 
 Result RunSelect(const Arguments& arguments) {

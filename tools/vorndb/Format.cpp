@@ -171,9 +171,8 @@ void WriteObjects(Result& result, Width /*width*/, std::ostream& output) {
       const std::string& name = result.columns[column];
       object[name] = ValueOf(cells[column], result.numberColumns.count(name) > 0);
     }
-    const auto dump = [&](auto handler) { return object.dump(-1, ' ', false, handler); };
-    const std::string text = dump(Json::error_handler_t::replace);
-    rewritten = rewritten || text != dump(Json::error_handler_t::ignore);
+    const std::string text = object.dump(-1, ' ', false, Json::error_handler_t::replace);
+    rewritten = rewritten || text != object.dump(-1, ' ', false, Json::error_handler_t::ignore);
     output << std::exchange(mark, kMarks.between) << text;
   });
   output << (result.rows.empty() ? kMarks.none : kMarks.end);

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <numeric>
 #include <set>
-#include <tuple>
 #include <utility>
 
 #include "Errors.h"
@@ -34,11 +33,14 @@ bool Matches(const std::string& text, const char* pattern) {
   return matches;
 }
 
-// Both sides of the first separator.
-Pair Split(const std::string& text, char separator, const std::string& form) {
+// Both sides of the first separator. The left one is a name.
+Pair Split(const std::string& text, char separator, const std::string& form,
+           const std::string& kind = "column") {
   const std::size_t position = text.find(separator);
   RefuseIf(position == std::string::npos, "'" + text + "' is not " + form);
-  return {text.substr(0, position), text.substr(position + 1)};
+  Pair pair(text.substr(0, position), text.substr(position + 1));
+  RequirePlainName(kind, pair.first);
+  return pair;
 }
 
 // The insertions, deletions and changes of a character, or of its case, that make one text
@@ -74,15 +76,10 @@ void RequirePlainName(const std::string& kind, const std::string& name) {
                                    ": a letter or '_' first, then letters, digits and '_'");
 }
 
-Pair ParseAssignment(const std::string& text) {
-  Pair pair = Split(text, '=', "COLUMN=VALUE");
-  RequirePlainName("column", pair.first);
-  return pair;
-}
+Pair ParseAssignment(const std::string& text) { return Split(text, '=', "COLUMN=VALUE"); }
 
 Pair ParseTypedColumn(const std::string& text) {
   Pair pair = Split(text, ':', "COLUMN:TYPE");
-  RequirePlainName("column", pair.first);
   RefuseIf(!Matches(pair.second, kPlainType),
            "'" + pair.second + "' is no plain type for the column " + pair.first +
                ": words, and perhaps a length, such as TEXT, VARCHAR(20) or REAL NOT NULL");
@@ -94,24 +91,23 @@ Pair ParseKeyColumn(const std::string& text) {
 }
 
 Pair ParseTableColumn(const std::string& text) {
-  Pair pair = Split(text, '.', "TABLE.COLUMN");
-  RequirePlainName("table", pair.first);
+  Pair pair = Split(text, '.', "TABLE.COLUMN", "table");
   RequirePlainName("column", pair.second);
   return pair;
 }
 
 Pair ParseJoinCondition(const std::string& text) {
-  Pair pair = Split(text, '=', "COLUMN=VALUE");
-  if (pair.first.find('.') == std::string::npos) {
+  const std::string name = text.substr(0, text.find('='));
+  if (name == text || name.find('.') == std::string::npos) {
     return ParseAssignment(text);
   }
-  ParseTableColumn(pair.first);
-  return pair;
+  ParseTableColumn(name);
+  return {name, text.substr(name.size() + 1)};
 }
 
 Pair ParseOrder(const std::string& text) {
-  const bool isShort = text.find(':') == std::string::npos;
-  Pair pair = Split(isShort ? text + ":asc" : text, ':', "");
+  const std::size_t colon = text.find(':');
+  Pair pair(text.substr(0, colon), colon == std::string::npos ? "asc" : text.substr(colon + 1));
   RefuseIf(pair.second != "asc" && pair.second != "desc",
            "'" + text + "' is not COLUMN, COLUMN:asc or COLUMN:desc");
   return pair;
@@ -126,10 +122,6 @@ Place::Place(const std::string& text) {
 
 std::string Place::Text() const {
   return std::to_string(line) + (row == 1 ? "" : ':' + std::to_string(row));
-}
-
-bool operator<(const Place& left, const Place& right) {
-  return std::tie(left.line, left.row) < std::tie(right.line, right.row);
 }
 
 std::string Suggestion(const std::string& word, const Texts& names) {

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -44,12 +45,13 @@ struct Place {
   std::string Text() const;
   // The place of another row, which begins in this line.
   Place NextIn(std::size_t aLine) const { return {aLine, aLine == line ? row + 1 : 1}; }
+  bool operator<(const Place& other) const {
+    return std::tie(line, row) < std::tie(other.line, other.row);
+  }
 
   std::size_t line = 0;
   std::size_t row = 1;  // among those that begin in the line
 };
-
-bool operator<(const Place& left, const Place& right);
 
 // "; did you mean NAME?" with the name that is most similar, or nothing.
 std::string Suggestion(const std::string& word, const Texts& names);

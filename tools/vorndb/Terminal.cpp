@@ -97,14 +97,11 @@ std::string CutToWidth(const std::string& text, std::size_t width) {
 
 std::optional<std::size_t> TerminalWidth(int descriptor) {
   constexpr std::size_t kUsual = 80;
-  if (isatty(descriptor) == 0) {
+  winsize size{};
+  if (ioctl(descriptor, TIOCGWINSZ, &size) != 0) {
     return std::nullopt;
   }
-  winsize size{};
-  if (ioctl(descriptor, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) {
-    return kUsual;
-  }
-  return size.ws_col;
+  return size.ws_col == 0 ? kUsual : size.ws_col;
 }
 
 void Tell(const std::string& message) { std::cerr << "vorndb: " + Printable(message) + '\n'; }
