@@ -15,16 +15,14 @@ namespace {
 
 using Width = std::optional<std::size_t>;
 
-constexpr std::size_t kNarrowest = 4;
-
 // The texts around the parts of a row, or of a result.
 struct Marks {
   const char* begin;
   const char* between;
   const char* end;
-  const char* none;           // for no rows
-  const char* escaped = "";   // in cells
-  const char* numbers = "-";  // the end of the rule above a column of numbers
+  const char* none;              // for no rows
+  const char* escaped = "";      // in cells
+  const char* numberRule = "-";  // the end of the rule above a column of numbers
 };
 
 constexpr Marks kPlain{"", "  ", "", "(no rows)\n"};
@@ -48,20 +46,19 @@ Texts TextsOf(const Row& row, const Marks& marks) {
 
 // Cuts the widest columns until a line fits, but none below a few characters.
 void Fit(std::vector<Shape>& columns, std::size_t available) {
-  const auto isNarrower = [](const Shape& one, const Shape& other) {
-    return one.width < other.width;
-  };
+  constexpr std::size_t kNarrowest = 4;
   std::size_t total = std::strlen(kPlain.between) * (columns.size() - 1);
   for (Shape& column : columns) {
     column.width = std::min(column.width, std::max(available, kNarrowest));
     total += column.width;
   }
-  for (; total > available; --total) {
-    Shape& widest = *std::max_element(columns.rbegin(), columns.rend(), isNarrower);
-    if (widest.width <= kNarrowest) {
-      return;
+  for (std::size_t most = available; most > kNarrowest; --most) {
+    for (auto column = columns.rbegin(); column != columns.rend() && total > available; ++column) {
+      if (column->width == most) {
+        --column->width;
+        --total;
+      }
     }
-    --widest.width;
   }
 }
 
@@ -106,7 +103,7 @@ void WriteTable(Result& result, Width width, std::ostream& output) {
   Texts rules;
   for (const Shape& column : columns) {
     rules.push_back(std::string(column.width - 1, '-') +
-                    (column.areNumbers ? kMarks.numbers : "-"));
+                    (column.areNumbers ? kMarks.numberRule : "-"));
   }
   WriteTableRow(header, columns, kMarks, output);
   WriteTableRow(rules, columns, kMarks, output);

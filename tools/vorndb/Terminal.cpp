@@ -28,10 +28,6 @@ utf8proc_int32_t Next(const std::string& text, std::size_t& position) {
   return code;
 }
 
-std::size_t WidthOf(utf8proc_int32_t code) {
-  return static_cast<std::size_t>(utf8proc_charwidth(code));
-}
-
 // Controls, line and paragraph separators, and changes of direction.
 bool IsActing(utf8proc_int32_t code) {
   const utf8proc_category_t category = utf8proc_category(code);
@@ -75,24 +71,23 @@ std::string Counted(std::size_t count, const std::string& noun) {
 }
 
 std::size_t DisplayWidth(const std::string& text) {
-  std::size_t width = 0;
+  int width = 0;
   for (std::size_t position = 0; position < text.size();) {
-    width += WidthOf(Next(text, position));
+    width += utf8proc_charwidth(Next(text, position));
   }
-  return width;
+  return static_cast<std::size_t>(width);
 }
 
 std::string CutToWidth(const std::string& text, std::size_t width) {
-  if (DisplayWidth(text) <= width) {
-    return text;
-  }
   std::size_t end = 0;
   std::size_t position = 0;
-  // The ellipsis takes a column of its own.
-  for (std::size_t taken = 1; taken <= width; taken += WidthOf(Next(text, position))) {
-    end = position;
+  std::size_t taken = 0;
+  while (position < text.size() && taken <= width) {
+    // The ellipsis takes a column of its own.
+    end = taken < width ? position : end;
+    taken += static_cast<std::size_t>(utf8proc_charwidth(Next(text, position)));
   }
-  return text.substr(0, end) + kEllipsis;
+  return taken <= width ? text : text.substr(0, end) + kEllipsis;
 }
 
 std::optional<std::size_t> TerminalWidth(int descriptor) {
