@@ -17,10 +17,10 @@ using Width = std::optional<std::size_t>;
 
 // The texts around the parts of a row, or of a result.
 struct Marks {
-  const char* begin;
-  const char* between;
-  const char* end;
-  const char* none;              // for no rows
+  const char* begin = "";
+  const char* between = "";
+  const char* end = "";
+  const char* none = "";         // for no rows
   const char* escaped = "";      // in cells
   const char* numberRule = "-";  // the end of the rule above a column of numbers
 };
