@@ -160,11 +160,11 @@ void Create(const Arguments& arguments) {
   CreateRequest request;
   const Texts columns = Fill(request, arguments);
   RequireDistinct(columns);
-  const std::string& table = arguments.table;
+  const auto& [file, table] = std::tie(arguments.file, arguments.table);
   if (!arguments.sql) {
-    const std::string namesake = IsThere(arguments.file) ? Namesake(arguments.file, table) : "";
+    const std::string namesake = IsThere(file) ? Namesake(file, table) : "";
     if (!namesake.empty()) {
-      Tell("the " + namesake + " exists in " + arguments.file + " already and is left as it is");
+      Tell("the " + namesake + " exists in " + file + " already and is left as it is");
     }
     if (columns.size() == 1) {
       Tell("warning: the table " + table +

@@ -32,7 +32,7 @@ constexpr Marks kLines{"", "\n", "\n", ""};
 
 // Of a column.
 struct Shape {
-  std::size_t width = 1;
+  std::size_t width = 0;
   bool areNumbers = true;  // or empty
 };
 
@@ -82,19 +82,17 @@ void WriteTable(Result& result, Width width, std::ostream& output) {
     output << kMarks.none;
     return;
   }
-  std::vector<Shape> columns(result.columns.size());
-  const auto measure = [&columns](const Texts& texts) {
-    for (std::size_t i = 0; i < texts.size(); ++i) {
-      columns[i].width = std::max(columns[i].width, DisplayWidth(texts[i]));
-    }
-  };
   const Texts header = TextsOf({result.columns.begin(), result.columns.end()}, kMarks);
-  measure(header);
+  std::vector<Shape> columns;
+  for (const std::string& name : header) {
+    columns.push_back({std::max<std::size_t>(1, DisplayWidth(name))});
+  }
   EachRow(result, [&](const Row& row) {
-    measure(TextsOf(row, kMarks));
+    const Texts texts = TextsOf(row, kMarks);
     for (std::size_t i = 0; i < row.size(); ++i) {
-      columns[i].areNumbers =
-          columns[i].areNumbers && row[i] && (row[i]->empty() || NumberIn(*row[i]));
+      auto& [most, areNumbers] = columns[i];
+      most = std::max(most, DisplayWidth(texts[i]));
+      areNumbers = areNumbers && row[i] && (row[i]->empty() || NumberIn(*row[i]));
     }
   });
   if (width && &kMarks == &kPlain) {

@@ -18,7 +18,6 @@ using Texts = std::vector<std::string>;
 // "A, B, C"
 std::string Joined(const Texts& names);
 
-// A letter or '_' first, then letters, digits and '_'.
 bool IsPlainName(const std::string& name);
 
 // Throws UsageError for a name that is not plain, as do the parsing functions; they also do for
