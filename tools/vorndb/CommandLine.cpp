@@ -44,7 +44,8 @@ void ParseAll(Arguments& to, Word word) {
 }
 
 std::string FileName(Word word) {
-  RequireFileName(word);
+  RefuseIf(word.empty(), "the database file is missing: vorndb FILE COMMAND");
+  RefuseIf(word.back() == '/', '\'' + word + "' names no file");
   return word;
 }
 
@@ -220,14 +221,6 @@ const Command& Find(const std::string& name) {
 
 bool IsCommand(const std::string& word) { return &Find(word) != &kNone; }
 
-Texts CommandNames() {
-  Texts names;
-  for (const Command& command : kCommands) {
-    names.emplace_back(command.name);
-  }
-  return names;
-}
-
 Texts FormatsOf(const Command& command) {
   if (command.run == Import) {
     return ImportFormats();
@@ -266,7 +259,7 @@ class CommandLine {
       TakeValues();
       RequireFormat();
       if (TakesFile() && !m_arguments.sql) {
-        RequireFileName(m_arguments.file);
+        FileName(m_arguments.file);
       }
       ShowLog(m_arguments.verbose);
       m_command->run(m_arguments);
@@ -326,7 +319,7 @@ class CommandLine {
     }
     if (word != words.end()) {
       RefuseIf(!IsCommand(*word),
-               '\'' + *word + "' is no command" + Suggestion(*word, CommandNames()));
+               '\'' + *word + "' is no command" + Suggestion(*word, NamesIn(kCommands)));
       m_command = &Find(*word);
       words.erase(word);
       RefuseIf(isFile && !TakesFile(), Name() + " takes no file before it");
@@ -382,7 +375,7 @@ class CommandLine {
     }
     const std::string name = place == nullptr ? "" : place->get_name();
     if (name == "COMMAND") {
-      return CommandNames();
+      return NamesIn(kCommands);
     }
     TakeValues(place);
     return name == "--format" ? FormatsOf(*m_command) : Candidates(name, m_arguments, word);

@@ -11,7 +11,7 @@ namespace {
 Texts TablesIn(const std::string& file) { return IsThere(file) ? TablesOf(file) : Texts(); }
 
 Texts ColumnsIn(const std::string& file, const std::string& table) {
-  return IsPlainName(table) && IsThere(file) ? NamesOf(ColumnsOf(file, table)) : Texts();
+  return IsPlainName(table) && IsThere(file) ? NamesIn(ColumnsOf(file, table)) : Texts();
 }
 
 Texts PlainOf(const Texts& names, const std::string& begin, const std::string& end) {

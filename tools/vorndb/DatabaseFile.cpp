@@ -114,11 +114,6 @@ std::string MissingTable(const std::string& file, const std::string& table) {
 
 }  // namespace
 
-void RequireFileName(const std::string& file) {
-  RefuseIf(file.empty(), "the database file is missing: vorndb FILE COMMAND");
-  RefuseIf(file.back() == '/', "'" + file + "' names no file");
-}
-
 bool IsThere(const std::string& file) {
   // A file that cannot be looked at is left to SQLite to complain about.
   std::error_code problem;
@@ -171,14 +166,6 @@ std::vector<Column> ColumnsOf(const std::string& file, const std::string& table)
   return columns;
 }
 
-Texts NamesOf(const std::vector<Column>& columns) {
-  Texts names;
-  for (const Column& column : columns) {
-    names.push_back(column.name);
-  }
-  return names;
-}
-
 // A cursor has an empty text for NULL, too, but no condition on a text is met by NULL.
 std::vector<Row> ReadRows(const std::string& file, const std::string& table, const Texts& columns) {
   const std::vector<Row> texts = ReadTexts(file, table, columns);
@@ -227,7 +214,7 @@ void OnTables(const std::string& file, const Texts& tables, const std::function<
                              text.find(" has no column named ") != std::string::npos;
     Texts columns;
     for (const std::string& table : lacksColumn ? tables : Texts()) {
-      const Texts own = NamesOf(ColumnsOf(file, table));
+      const Texts own = NamesIn(ColumnsOf(file, table));
       columns.insert(columns.end(), own.begin(), own.end());
     }
     // SQLite's text ends with the name of the column.

@@ -17,9 +17,6 @@
 
 namespace vorndb {
 
-// Throws UsageError for a path without a file name.
-void RequireFileName(const std::string& file);
-
 bool IsThere(const std::string& file);
 
 // Throws Failure when there is no such file. SQLite would make an empty one.
@@ -48,8 +45,6 @@ struct Column {
 // A table that does not exist has no columns.
 Texts TablesOf(const std::string& file);
 std::vector<Column> ColumnsOf(const std::string& file, const std::string& table);
-
-Texts NamesOf(const std::vector<Column>& columns);
 
 // The statements that made a table with its indexes and triggers, or everything for no name.
 Texts StatementsOf(const std::string& file, const std::string& table);

@@ -208,13 +208,7 @@ constexpr Format kFormats[] = {
 
 }  // namespace
 
-Texts FormatNames() {
-  Texts names;
-  for (const Format& format : kFormats) {
-    names.emplace_back(format.name);
-  }
-  return names;
-}
+Texts FormatNames() { return NamesIn(kFormats); }
 
 std::string FormatOfFile(const std::string& path) {
   Texts endings;

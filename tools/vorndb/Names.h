@@ -15,6 +15,16 @@ namespace vorndb {
 
 using Texts = std::vector<std::string>;
 
+// The names of the entries of a table.
+template <typename Table>
+Texts NamesIn(const Table& table) {
+  Texts names;
+  for (const auto& entry : table) {
+    names.emplace_back(entry.name);
+  }
+  return names;
+}
+
 // "A, B, C"
 std::string Joined(const Texts& names);
 

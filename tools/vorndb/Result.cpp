@@ -66,7 +66,10 @@ void Sort(Result& result, const Pair& order) {
   const bool descends = direction == "desc";
   std::vector<std::pair<std::optional<Number>, std::string>> keys;
   const Texts columns = std::exchange(result.columns, {column});
-  EachRow(result, [&keys](const Row& row) { keys.emplace_back(NumberIn(*row[0]), *row[0]); });
+  EachRow(result, [&keys](const Row& row) {
+    const std::string text = row[0].value_or("");
+    keys.emplace_back(NumberIn(text), text);
+  });
   result.columns = columns;
   const bool areNumbers = std::all_of(
       keys.begin(), keys.end(), [](const auto& key) { return key.first || key.second.empty(); });

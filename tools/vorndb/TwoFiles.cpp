@@ -124,7 +124,7 @@ Pairs ValuesOf(const std::vector<Column>& columns, const Row& row) {
 void CopyTable(const Arguments& write, const std::string& from) {
   const std::vector<Column> columns = ColumnsOf(from, write.table);
   RequireTable(from, write.table, columns.size());
-  const std::vector<Row> rows = ReadRows(from, write.table, NamesOf(columns));
+  const std::vector<Row> rows = ReadRows(from, write.table, NamesIn(columns));
   if (write.sql || !IsThere(write.file) || !HasTable(write.file, write.table)) {
     CreateLike(write, columns);
     if (!write.sql && StatementsOf(from, write.table) != StatementsOf(write.file, write.table)) {
