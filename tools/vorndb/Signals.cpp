@@ -2,7 +2,6 @@
 
 #include <poll.h>
 #include <sys/signalfd.h>
-#include <unistd.h>
 
 #include <csignal>
 #include <thread>
@@ -29,28 +28,33 @@ struct State {
   std::mutex mutex;
   std::function<void()> work;
   const sigset_t signals = EndingSignals();
+  const int arrivals = signalfd(-1, &signals, SFD_CLOEXEC);
 
   State() {
     static_cast<void>(pthread_sigmask(SIG_BLOCK, &signals, nullptr));
-    std::thread([this] { AwaitSignal(); }).detach();
+    std::thread([this] {
+      while (!HasSignal(-1)) {
+      }
+      Lock();
+    }).detach();
   }
 
-  bool HasSignal() const {
-    sigset_t arrived{};
-    static_cast<void>(sigpending(&arrived));
-    return sigandset(&arrived, &arrived, &signals) == 0 && sigisemptyset(&arrived) == 0;
+  // Waits for one as long as that, or without an end for -1.
+  bool HasSignal(int milliseconds) const {
+    pollfd arrival{arrivals, POLLIN, 0};
+    return poll(&arrival, 1, milliseconds) == 1;
   }
 
-  void AwaitSignal() {
-    pollfd arrival{signalfd(-1, &signals, SFD_CLOEXEC), POLLIN, 0};
-    while (poll(&arrival, 1, -1) != 1) {
+  std::unique_lock<std::mutex> Lock() {
+    std::unique_lock<std::mutex> lock(mutex);
+    if (HasSignal(0)) {
+      if (work) {
+        work();
+      }
+      // Ends the process.
+      static_cast<void>(pthread_sigmask(SIG_UNBLOCK, &signals, nullptr));
     }
-    const std::lock_guard<std::mutex> lock(mutex);
-    if (work) {
-      work();
-    }
-    // Ends the process.
-    static_cast<void>(pthread_sigmask(SIG_UNBLOCK, &signals, nullptr));
+    return lock;
   }
 };
 
@@ -63,7 +67,7 @@ State& TheState() {
 }  // namespace
 
 SignalWatch::SignalWatch(std::function<void()> work) {
-  const std::lock_guard<std::mutex> lock(TheState().mutex);
+  const auto lock = Lock();
   TheState().work = std::move(work);
 }
 
@@ -72,15 +76,6 @@ SignalWatch::~SignalWatch() {
   TheState().work = nullptr;
 }
 
-std::unique_lock<std::mutex> SignalWatch::Lock() {
-  std::unique_lock<std::mutex> lock(TheState().mutex);
-  if (TheState().HasSignal()) {
-    lock.unlock();
-    for (;;) {
-      static_cast<void>(pause());
-    }
-  }
-  return lock;
-}
+std::unique_lock<std::mutex> SignalWatch::Lock() { return TheState().Lock(); }
 
 }  // namespace vorndb

@@ -9,9 +9,8 @@
 
 namespace vorndb {
 
-// While it lives, SIGHUP, SIGINT and SIGTERM first run the work, on a separate thread, which may
-// call functions that are unsafe in a signal handler. Then the signal ends the process. There may
-// be one watch at a time.
+// While it lives, SIGHUP, SIGINT and SIGTERM first run the work, outside of a signal handler: it may
+// call any function. Then the signal ends the process. There may be one watch at a time.
 class SignalWatch {
  public:
   // The work may not throw.
