@@ -120,40 +120,29 @@ Progress::Progress(std::uintmax_t total, bool isShown)
 Progress::~Progress() { Wipe(); }
 
 void Progress::Wipe() {
-  if (m_percent) {
+  if (m_drawn) {
     std::cerr << '\r' + std::string(*m_width - 1, ' ') + '\r';
   }
-  m_percent.reset();
+  m_drawn.reset();
 }
 
 void Progress::Show(std::uintmax_t done, std::size_t rows) {
   constexpr std::chrono::milliseconds kInterval(200);
-  const double part = m_total == 0 ? 0 : static_cast<double>(done) / static_cast<double>(m_total);
-  const auto percent = static_cast<std::size_t>(std::min(part, 1.0) * 100);
   const auto now = Clock::now();
-  if (m_width && (m_percent != percent || now - m_drawn >= kInterval)) {
-    m_percent = percent;
-    m_drawn = now;
-    Draw(part, rows, std::chrono::duration<double>(now - m_begin).count());
+  if (!m_width || (m_drawn && now - *m_drawn < kInterval)) {
+    return;
   }
-}
-
-void Progress::Draw(double part, std::size_t rows, double seconds) const {
-  constexpr std::size_t kLongest = 50;
+  m_drawn = now;
+  const double seconds = std::chrono::duration<double>(now - m_begin).count();
   const long speed = std::lround(static_cast<double>(rows) / seconds);
   std::string line = Counted(rows, "row") + ", " + std::to_string(speed) + " rows/s";
   if (m_total > 0) {
-    const long left = std::lround(seconds / part - seconds);
-    line =
-        "] " + std::to_string(*m_percent) + " %, " + line + ", " + std::to_string(left) + " s left";
-    // The last column stays free: to write there wraps some terminals.
-    const std::size_t frame = line.size() + 2;
-    const std::size_t length = std::min(kLongest, *m_width > frame ? *m_width - frame : 0);
-    std::string bar(length * *m_percent / 100, '#');
-    bar.resize(length, ' ');
-    line = '[' + bar + line;
+    const double part = std::min(1.0, static_cast<double>(done) / static_cast<double>(m_total));
+    line = std::to_string(static_cast<int>(part * 100)) + " %, " + line + ", " +
+           std::to_string(std::lround(seconds / part - seconds)) + " s left";
   }
-  // Also over the rest of a longer line.
+  // Over all of an earlier line, but the last column stays free: to write there wraps some
+  // terminals.
   line.resize(*m_width - 1, ' ');
   std::cerr << '\r' + line;
 }

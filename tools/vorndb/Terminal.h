@@ -40,8 +40,7 @@ std::optional<bool> Ask(const std::string& question);
 // The progress of a long command on a terminal.
 class Progress {
  public:
-  // Has no bar for a total of 0, which is unknown, and shows nothing unless standard error is a
-  // terminal.
+  // A total of 0 is unknown. Shows nothing unless standard error is a terminal.
   Progress(std::uintmax_t total, bool isShown);
   ~Progress();
 
@@ -54,13 +53,10 @@ class Progress {
  private:
   using Clock = std::chrono::steady_clock;
 
-  void Draw(double part, std::size_t rows, double seconds) const;
-
   std::uintmax_t m_total;
   std::optional<std::size_t> m_width;
   Clock::time_point m_begin = Clock::now();
-  Clock::time_point m_drawn;
-  std::optional<std::size_t> m_percent;  // as it is shown
+  std::optional<Clock::time_point> m_drawn;  // unless it is wiped away
 };
 
 }  // namespace vorndb
