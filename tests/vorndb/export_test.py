@@ -82,7 +82,7 @@ def test_nothing_is_written_through_what_lies_in_the_way(contacts):
 
 def test_what_cannot_be_written(contacts):
     (contacts.folder / "x.csv").mkdir()
-    contacts.fails("x.csv is a folder", "export", "contact", "x.csv", "--force")
+    contacts.fails("x.csv is not a plain file", "export", "contact", "x.csv", "--force")
     contacts.fails("cannot write none/x.csv", "export", "contact", "none/x.csv")
     (contacts.folder / "loop.csv").symlink_to("loop.csv")
     contacts.fails("cannot write loop.csv", "export", "contact", "loop.csv")

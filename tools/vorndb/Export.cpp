@@ -51,15 +51,12 @@ class OutputFile {
  public:
   // Throws Failure when it cannot be written, and, unless it may be written over, when
   // there is a file already.
-  OutputFile(const std::string& path, bool overwrite) : m_path(path) {
+  OutputFile(const std::string& path, bool overwrite) : m_target(Followed(path)) {
     std::error_code ignored;
     const std::filesystem::file_status status = std::filesystem::status(path, ignored);
-    FailIf(!overwrite && std::filesystem::exists(status),
-           path + " exists; to write over it, give --force");
-    FailIf(std::filesystem::is_directory(status), path + " is a folder");
-    FailIf(std::filesystem::exists(status) && !std::filesystem::is_regular_file(status),
-           path + " is not a plain file");
-    m_target = Followed(path);
+    const bool exists = std::filesystem::exists(status);
+    FailIf(exists && !overwrite, path + " exists; to write over it, give --force");
+    FailIf(exists && !std::filesystem::is_regular_file(status), path + " is not a plain file");
     const std::string part = m_target + "." + std::to_string(getpid()) + ".part";
     const auto lock = m_watch.Lock();
     // A loop of links, among others, has no status.
@@ -78,21 +75,16 @@ class OutputFile {
   void Keep() {
     m_stream.close();
     const auto lock = m_watch.Lock();
-    std::error_code problem;
-    if (m_stream) {
-      std::filesystem::rename(m_part, m_target, problem);
-    }
-    FailIf(!m_stream || problem, "cannot write " + m_path);
-    m_part.clear();
+    FailIf(!m_stream || std::rename(m_part.c_str(), m_target.c_str()) != 0,
+           "cannot write " + m_target);
   }
 
  private:
   // There is none once the file is kept.
   void Remove() const { static_cast<void>(std::remove(m_part.c_str())); }
 
-  std::string m_path;    // as it was given
-  std::string m_target;  // the file itself, if that is a link
-  std::string m_part;    // to be removed, or empty
+  std::string m_target;  // the file itself, if the path is a link
+  std::string m_part;    // empty until it is made
   std::ofstream m_stream;
   SignalWatch m_watch{[this] { Remove(); }};
 };
