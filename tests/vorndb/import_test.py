@@ -107,7 +107,7 @@ def test_the_rows_before_a_broken_line_are_counted(contacts, load, row, problem)
     "content, message",
     [
         ("", "line 1: there is no line that names the columns; "),
-        ("\n\n", "line 2: there is no line that names the columns; "),
+        ("\n\n", "line 3: there is no line that names the columns; "),
         ('uid,na"me\n', f"line 1: {STRAY_QUOTE}; "),
         ("uid,na me\n", "line 1: 'na me' is no plain name for a column: "),
         ("uid,\n", "line 1: '' is no plain name for a column: "),
@@ -117,6 +117,7 @@ def test_the_rows_before_a_broken_line_are_counted(contacts, load, row, problem)
             "uid,name\n".encode("utf-16"),
             "line 1: the name of a column holds a NUL; is the file UTF-16? It has to be UTF-8; ",
         ),
+        (b"\xef\xbb\xbf\0", "line 1: the name of a column holds a NUL; "),
         (
             b"uid,name\na,b\0c\n",
             f"line 2: the value of name holds a NUL, where a text ends{written(0, 2)}\n",
@@ -180,10 +181,14 @@ def test_a_tab_between_values(contacts, tab):
         ("", 0, 0, ""),
         ("[{}]", 1, 0, "the row has no value"),
         ('{"uid":"a"}\n{"uid":null}\n{"uid":"c"}', 2, 1, "the row has no value"),
-        ('[{"uid":"a"},\n\n {"uid":"b"}', "3:2", 2, "the array lacks a comma or its end"),
-        ("[", 1, 0, "the array lacks a comma or its end"),
-        ('[{"uid":"a"}\n{"uid":"b"}]', 2, 1, "the array lacks a comma or its end"),
-        ('[{"uid":"a"}]\n{"uid":"b"}', 2, 1, "there is more after the end of the array"),
+        ('[{"uid":"a"},\n\n {"uid":"b"}', "3:2", 2, "this is not JSON: parse error"),
+        ("[", 1, 0, "this is not JSON: parse error"),
+        ('[{"uid":"a"}\n{"uid":"b"}]', 2, 1, "this is not JSON: parse error"),
+        ('[{"uid":"a"},]', "1:2", 1, "this is not JSON: parse error"),
+        ('[{"uid":"a"},\n{"uid":}]', 2, 1, "this is not JSON: parse error"),
+        ('[{"uid":"a"}]\n{"uid":"b"}', 2, 1, "this is not JSON: parse error"),
+        ('[{"uid":"a"},\n7]', 2, 1, "a row is an object"),
+        ('[{"uid":"a"},\n[\n"b"]]', 2, 1, "a row is an object"),
         ('{"uid":"a"}\n7', 2, 1, "a row is an object"),
         ('{"uid":"a"}\n{"uid":', 2, 1, "this is not JSON: parse error"),
         ('{"uid":"a"}\n{"uid":"\\ud800"}', 2, 1, "this is not JSON: parse error"),
@@ -238,6 +243,8 @@ def test_create_takes_keys_and_types(tool):
         "CREATE TABLE two (a INT NOT NULL PRIMARY KEY, b REAL, c REAL, d TEXT)\n"
     )
     assert tool.sql("SELECT * FROM two") == "1|2.0|0.5|\n2|||1\n"
+    tool.done("-q", "import", "four", *arguments, "a", "--types", "a:TEXT")
+    assert "(a TEXT NOT NULL PRIMARY KEY" in tool.sql(".schema four")
     message = "the input has no column x"
     tool.fails(message, "import", "three", *arguments, "x")
 

@@ -25,8 +25,8 @@ void RequireExisting(const std::string& file);
 // From now on SQLite syncs no file in this process. A loss of power can then damage a database.
 void StopSyncs();
 
-// Syncs a database. Throws Failure.
-void Sync(const std::string& file);
+// Syncs a database. Returns the problem, or nothing.
+std::string Sync(const std::string& file);
 
 // The functions below throw Failure when the file cannot be read.
 

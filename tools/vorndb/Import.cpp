@@ -18,42 +18,41 @@ namespace vorndb {
 
 namespace {
 
-// A set of types that keep the values of a column; kEmpty means that it has no value yet.
+// The types that lose a value.
 constexpr unsigned kInteger = 1;
 constexpr unsigned kReal = 2;
-constexpr unsigned kEmpty = 4;
-constexpr unsigned kAll = kInteger | kReal | kEmpty;
 
-// The types that keep a value: an INTEGER has 64 bits, and a REAL is read back with 15 digits. A
-// REAL may get another form: 1.50 is read back as 1.5.
-unsigned TypesFor(const std::string& value) {
+// An INTEGER has 64 bits, and a REAL is read back with 15 digits. A REAL may get another form: 1.50
+// is read back as 1.5.
+unsigned LosersOf(const std::string& value) {
   constexpr std::ptrdiff_t kDigits = 15;
   const std::optional<Number> number = NumberIn(value);
   if (!number) {
-    return value.empty() ? kAll : 0;
+    return kInteger | kReal;
   }
   const auto begin = value.begin() + (value.front() == '-' ? 1 : 0);
   const auto end = std::find_if(begin, value.end(), [](char c) { return c == 'e' || c == 'E'; });
   const auto digits = std::count_if(begin, end, [](char c) { return c >= '0' && c <= '9'; });
   const bool hasZero = end - begin > 1 && *begin == '0' && begin[1] != '.';
-  return (digits <= kDigits && !hasZero ? kReal : 0) |
-         (value == std::to_string(number->second) ? kInteger : 0);
+  return (digits <= kDigits && !hasZero ? 0 : kReal) |
+         (value == std::to_string(number->second) ? 0 : kInteger);
 }
 
-// The columns of an input, in the order in which they are met, with types for their values.
+// The columns of an input, in the order in which they are met, with types that keep their values.
 Pairs TypedColumnsOf(Input& input) {
-  constexpr const char* kNames[] = {"TEXT", "INTEGER", "REAL", "INTEGER"};
-  std::map<std::string, unsigned> types;
-  input.EachRow([&types](const InputRow& row) {
-    for (const auto& [column, value] : row.values) {
-      const auto found = types.emplace(column, kAll).first;
-      found->second &= row.texts.count(column) > 0 ? 0 : TypesFor(value);
+  constexpr const char* kNames[] = {"INTEGER", "REAL", "INTEGER", "TEXT"};
+  std::map<std::string, unsigned> losers;  // of columns with values
+  input.EachRow([&losers](const Pairs& row) {
+    for (const auto& [column, value] : row) {
+      if (!value.empty()) {
+        losers[column] |= LosersOf(value);
+      }
     }
   });
   Pairs columns;
   for (const std::string& name : input.Columns()) {
-    const unsigned type = types.emplace(name, kAll).first->second;
-    columns.emplace_back(name, kNames[type < kEmpty ? type : 0]);
+    const bool isText = input.HasTexts(name) || losers.count(name) == 0;
+    columns.emplace_back(name, isText ? "TEXT" : kNames[losers[name]]);
   }
   FailIf(columns.empty(), "the input names no columns");
   return columns;
@@ -63,20 +62,19 @@ Pairs TypedColumnsOf(Input& input) {
 void CreateFor(const Arguments& arguments, Input& input) {
   Arguments create = arguments;
   create.columns = TypedColumnsOf(input);
-  Pairs given = arguments.columns;
-  if (arguments.key) {
-    given.push_back(*arguments.key);
+  const auto find = [&create](const std::string& name) {
+    const auto column = std::find_if(create.columns.begin(), create.columns.end(),
+                                     [&name](const Pair& known) { return known.first == name; });
+    FailIf(column == create.columns.end(), "the input has no column " + name);
+    return column;
+  };
+  for (const auto& [name, type] : arguments.columns) {
+    find(name)->second = type;
   }
-  for (const Pair& wanted : given) {
-    const auto column =
-        std::find_if(create.columns.begin(), create.columns.end(),
-                     [&wanted](const Pair& known) { return known.first == wanted.first; });
-    FailIf(column == create.columns.end(), "the input has no column " + wanted.first);
-    column->second = wanted.second.empty() ? column->second : wanted.second;
-    if (arguments.key && arguments.key->first == wanted.first) {
-      create.key = *column;
-      create.columns.erase(column);
-    }
+  if (arguments.key) {
+    const auto key = find(arguments.key->first);
+    create.key->second = arguments.key->second.empty() ? key->second : arguments.key->second;
+    create.columns.erase(key);
   }
   Create(create);
 }
@@ -92,21 +90,6 @@ char SeparatorOf(const Arguments& arguments) {
   RefuseIf(!given.empty() && (isJson || given.size() > 1 || given.find_first_of("\"\r\n") == 0),
            '\'' + given + "' is no separator: one character, or tab, in CSV");
   return isJson ? '\0' : (given.empty() ? usual : given).front();
-}
-
-void WriteRows(const Arguments& arguments, Input& input, std::uintmax_t total) {
-  const auto goOn = [](const Place& place) { return "; go on with --from-line " + place.Text(); };
-  RowWriter writer(arguments, total);
-  try {
-    input.EachRow([&](const InputRow& row) {
-      if (!(input.Here() < arguments.fromLine)) {
-        writer.Write(row.values, input.Taken(), goOn(input.After()));
-      }
-    });
-  } catch (const Failure& failure) {
-    writer.Fail(failure.what(), goOn(std::max(arguments.fromLine, input.Here())));
-  }
-  writer.Finish();
 }
 
 }  // namespace
@@ -127,7 +110,8 @@ void Import(const Arguments& arguments) {
       held << std::cin.rdbuf();
       source = &held;
     }
-    CreateFor(arguments, *MakeInput(*source, name, separator));
+    Input first(*source, name, separator);
+    CreateFor(arguments, first);
     source->clear();
     source->seekg(0);
     FailIf(!*source, name + " cannot be read twice; give it as standard input");
@@ -136,7 +120,16 @@ void Import(const Arguments& arguments) {
   }
   std::error_code unknown;
   const std::uintmax_t size = file.is_open() ? std::filesystem::file_size(name, unknown) : 0;
-  WriteRows(arguments, *MakeInput(*source, name, separator), unknown ? 0 : size);
+  Input input(*source, name, separator);
+  const auto feed = [&](const WriteRow& write) {
+    input.EachRow([&](const Pairs& row) {
+      if (!(input.Here() < arguments.fromLine)) {
+        write(row, input.Taken(), input.After());
+      }
+    });
+  };
+  UpsertRows(arguments, unknown ? 0 : size, feed,
+             [&] { return std::max(arguments.fromLine, input.Here()); });
 }
 
 }  // namespace vorndb

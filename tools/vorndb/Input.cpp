@@ -2,10 +2,10 @@
 
 #include <csv.h>
 
-#include <cstring>
-#include <new>
+#include <memory>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 
 #include "Errors.h"
@@ -14,193 +14,59 @@ namespace vorndb {
 
 namespace {
 
-constexpr char kSpaces[] = " \t\r\n";
+using Json = nlohmann::ordered_json;
+
 constexpr int kEnd = std::char_traits<char>::eof();
 
-// Fields with a separator between them, in double quotes where needed. The first row names the
-// columns.
-class CsvInput : public Input {
- public:
-  CsvInput(std::istream& source, const std::string& name, char separator)
-      : Input(source, name), m_separator(separator) {
-    if (csv_init(&m_parser, CSV_STRICT | CSV_STRICT_FINI) != 0) {
-      throw std::bad_alloc();
-    }
-    csv_set_delim(&m_parser, static_cast<unsigned char>(separator));
-  }
-
-  ~CsvInput() override { csv_free(&m_parser); }
-
-  Place After() const override { return {Line() + 1, 1}; }
-
- private:
-  InputRow Read() override {
-    if (m_names.empty()) {
-      ReadFields();
-      FailIf(m_fields.empty(), "there is no line that names the columns");
-      for (const std::string& name : m_fields) {
-        RequireName(name);
-      }
-      RequireDistinct(m_fields);
-      m_names = m_fields;
-    }
-    ReadFields();
-    FailIf(!m_fields.empty() && m_fields.size() != m_names.size(),
-           "it has " + std::to_string(m_fields.size()) + " fields, and the header has " +
-               std::to_string(m_names.size()));
-    InputRow row;
-    for (std::size_t i = 0; i < m_fields.size(); ++i) {
-      row.values.emplace_back(m_names[i], m_fields[i]);
-    }
-    return row;
-  }
-
-  // Up to the end of a row; empty lines are skipped.
-  void ReadFields() {
-    m_fields.clear();
-    m_ends = false;
-    BeginNone();
-    for (char next = '\0'; !m_ends && Stream().get(next);) {
-      if (next == m_separator || std::strchr(kSpaces, next) == nullptr) {
-        Begin();
-      }
-      if (csv_parse(&m_parser, &next, 1, AddField, EndRow, this) != 1) {
-        throw Failure("a quote is out of place; quoted fields are \"…\", with \"\" inside");
-      }
-    }
-    FailIf(!m_ends && csv_fini(&m_parser, AddField, EndRow, this) != 0,
-           "a quoted field that begins in this row does not end");
-  }
-
-  static void AddField(void* text, std::size_t length, void* input) {
-    static_cast<CsvInput*>(input)->m_fields.emplace_back(static_cast<const char*>(text), length);
-  }
-
-  static void EndRow(int /*end*/, void* input) { static_cast<CsvInput*>(input)->m_ends = true; }
-
-  const char m_separator;
-  csv_parser m_parser{};
-  Texts m_names;
-  Texts m_fields;
-  bool m_ends = false;
+// A row of CSV, as far as it is read.
+struct Fields {
+  Texts texts = {};
+  bool isWhole = false;
 };
 
-// Objects, in an array or one after another.
-class JsonInput : public Input {
- public:
-  using Input::Input;
+void AddField(void* text, std::size_t length, void* fields) {
+  static_cast<Fields*>(fields)->texts.emplace_back(static_cast<const char*>(text), length);
+}
 
-  Place After() const override { return Here().NextIn(Here().line); }
+void EndRow(int /*end*/, void* fields) { static_cast<Fields*>(fields)->isWhole = true; }
 
- private:
-  using Json = nlohmann::ordered_json;
-
-  InputRow Read() override {
-    InputRow row;
-    if (!HasObject()) {
-      return row;
+Texts ReadFields(csv_parser& parser, std::istream& stream) {
+  Fields fields;
+  for (char next = '\0'; !fields.isWhole && stream.get(next);) {
+    if (csv_parse(&parser, &next, 1, AddField, EndRow, &fields) != 1) {
+      throw Failure("a quote is out of place; quoted fields are \"…\", with \"\" inside");
     }
-    Begin();
-    Json object;
-    try {
-      Stream() >> object;
-    } catch (const Json::exception& error) {
-      const std::string text = error.what();
-      throw Failure("this is not JSON: " + text.substr(text.find("] ") + 2));
-    }
-    FailIf(!object.is_object(), "a row is an object");
-    for (const auto& [name, value] : object.items()) {
-      RequireName(name);
-      FailIf(value.is_structured(), "the value of " + name + " is no text or number");
-      // NULL is a value that is not given.
-      if (!value.is_null()) {
-        row.values.emplace_back(name, TextOf(value));
-      }
-      if (value.is_string()) {
-        row.texts.insert(name);
-      }
-    }
-    FailIf(row.values.empty(), "the row has no value");
-    return row;
   }
+  FailIf(!fields.isWhole && csv_fini(&parser, AddField, EndRow, &fields) != 0,
+         "a quoted field that begins in this row does not end");
+  return fields.texts;
+}
 
-  static std::string TextOf(const Json& value) {
-    if (value.is_string()) {
-      return value.get<std::string>();
-    }
-    return value.is_boolean() ? std::to_string(value.get<int>()) : value.dump();
+std::string TextOf(const Json& value) {
+  if (value.is_string()) {
+    return value.get<std::string>();
   }
-
-  // Goes past the marks of an array, if there is one.
-  bool HasObject() {
-    const bool isFirst = !std::exchange(m_begun, true);
-    m_isArray = isFirst ? Skip('[') : m_isArray;
-    const bool ends = m_isArray && Skip(']');
-    const bool goesOn = !m_isArray || ends || isFirst || Skip(',');
-    const bool hasMore = (Stream() >> std::ws).peek() != kEnd;
-    FailIf(!goesOn || (m_isArray && !ends && !hasMore), "the array lacks a comma or its end");
-    m_isArray = m_isArray && !ends;
-    m_isOver = m_isOver || ends;
-    FailIf(hasMore && m_isOver, "there is more after the end of the array");
-    return hasMore;
-  }
-
-  bool Skip(char mark) {
-    const bool isNext = (Stream() >> std::ws).peek() == mark;
-    Stream().ignore(isNext ? 1 : 0);
-    return isNext;
-  }
-
-  bool m_begun = false;
-  bool m_isArray = false;
-  bool m_isOver = false;
-};
+  return value.is_boolean() ? std::to_string(value.get<int>()) : value.dump();
+}
 
 }  // namespace
 
-Input::Input(std::istream& source, std::string name) : m_source(source), m_name(std::move(name)) {
-  static constexpr char kByteOrderMark[] = "\xEF\xBB\xBF";
-  for (const char* byte = kByteOrderMark; m_source.peek() == static_cast<unsigned char>(*byte);
-       ++byte) {
+Input::Input(std::istream& source, std::string name, char separator)
+    : m_source(source), m_name(std::move(name)), m_separator(separator) {
+  constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+  while (m_taken < kByteOrderMark.size() &&
+         m_source.peek() == static_cast<unsigned char>(kByteOrderMark[m_taken])) {
     m_source.ignore();
     ++m_taken;
   }
 }
 
-Input::int_type Input::underflow() {
-  const int_type next = m_source.get();
-  if (next != kEnd) {
-    m_line += m_character == '\n' || (m_character == '\r' && next != '\n') ? 1 : 0;
-    m_character = traits_type::to_char_type(next);
-    ++m_taken;
-    setg(&m_character, &m_character, &m_character + 1);
-  }
-  return next;
-}
-
-void Input::RequireName(const std::string& column) {
-  if (m_names.insert(column).second) {
-    FailIf(column.find('\0') != std::string::npos,
-           "the name of a column holds a NUL; is the file UTF-16? It has to be UTF-8");
-    RequirePlainName("column", column);
-    m_columns.push_back(column);
-  }
-}
-
-void Input::Begin() {
-  m_place = Here();
-  m_isInRow = true;
-}
-
-void Input::EachRow(const std::function<void(const InputRow&)>& take) {
+void Input::EachRow(const TakeRow& take) {
   try {
-    for (InputRow row = Read(); !row.values.empty(); row = Read()) {
-      for (const auto& [column, value] : row.values) {
-        FailIf(value.find('\0') != std::string::npos,
-               "the value of " + column + " holds a NUL, where a text ends");
-      }
-      take(row);
-      m_isInRow = false;
+    if (m_separator == 0) {
+      ReadJson(take);
+    } else {
+      ReadCsv(take);
     }
   } catch (const std::runtime_error& problem) {
     FailIf(m_source.bad(), "cannot read " + m_name);
@@ -209,11 +75,122 @@ void Input::EachRow(const std::function<void(const InputRow&)>& take) {
   FailIf(m_source.bad(), "cannot read " + m_name);
 }
 
-std::unique_ptr<Input> MakeInput(std::istream& source, const std::string& name, char separator) {
-  if (separator == 0) {
-    return std::make_unique<JsonInput>(source, name);
+Input::int_type Input::underflow() {
+  const int_type next = m_source.get();
+  if (next != kEnd) {
+    m_line += next == '\r' || (next == '\n' && m_character != '\r') ? 1 : 0;
+    m_character = traits_type::to_char_type(next);
+    ++m_taken;
+    setg(&m_character, &m_character, &m_character + 1);
   }
-  return std::make_unique<CsvInput>(source, name, separator);
+  return next;
+}
+
+void Input::Begin() {
+  m_place = After();
+  m_isInRow = true;
+}
+
+void Input::Take(const Pairs& row, const TakeRow& take) {
+  for (const auto& [column, value] : row) {
+    FailIf(value.find('\0') != std::string::npos,
+           "the value of " + column + " holds a NUL, where a text ends");
+  }
+  take(row);
+  m_isInRow = false;
+}
+
+void Input::AddColumn(const std::string& name, bool hasTexts) {
+  const auto [known, isNew] = m_hasTexts.emplace(name, false);
+  known->second = known->second || hasTexts;
+  if (isNew) {
+    FailIf(name.find('\0') != std::string::npos,
+           "the name of a column holds a NUL; is the file UTF-16? It has to be UTF-8");
+    RequirePlainName("column", name);
+    m_columns.push_back(name);
+  }
+}
+
+// Also spaces before the first value of a row. Returns whether there is a row.
+bool Input::SkipEmptyLines() {
+  constexpr std::string_view kSpaces = " \t\r\n";
+  int next = m_stream.peek();
+  while (next != m_separator && kSpaces.find(static_cast<char>(next)) != std::string_view::npos) {
+    m_stream.ignore();
+    next = m_stream.peek();
+  }
+  Begin();
+  return next != kEnd;
+}
+
+// Fields with a separator between them, in double quotes where needed. The first row names the
+// columns.
+void Input::ReadCsv(const TakeRow& take) {
+  csv_parser parser{};
+  FailIf(csv_init(&parser, CSV_STRICT | CSV_STRICT_FINI) != 0, "memory is exhausted");
+  const std::unique_ptr<csv_parser, decltype(&csv_free)> owner(&parser, csv_free);
+  csv_set_delim(&parser, static_cast<unsigned char>(m_separator));
+  FailIf(!SkipEmptyLines(), "there is no line that names the columns");
+  const Texts names = ReadFields(parser, m_stream);
+  for (const std::string& name : names) {
+    AddColumn(name, false);
+  }
+  RequireDistinct(names);
+  while (SkipEmptyLines()) {
+    const Texts fields = ReadFields(parser, m_stream);
+    FailIf(fields.size() != names.size(), "it has " + std::to_string(fields.size()) +
+                                              " fields, and the header has " +
+                                              std::to_string(names.size()));
+    Pairs row;
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+      row.emplace_back(names[i], fields[i]);
+    }
+    Take(row, take);
+  }
+}
+
+void Input::TakeObject(const Json& object, const TakeRow& take) {
+  FailIf(!object.is_object(), "a row is an object");
+  Pairs row;
+  for (const auto& [name, value] : object.items()) {
+    AddColumn(name, value.is_string());
+    FailIf(value.is_structured(), "the value of " + name + " is no text or number");
+    // NULL is a value that is not given.
+    if (!value.is_null()) {
+      row.emplace_back(name, TextOf(value));
+    }
+  }
+  FailIf(row.empty(), "the row has no value");
+  Take(row, take);
+}
+
+// Objects, in an array or one after another.
+void Input::ReadJson(const TakeRow& take) {
+  using Event = Json::parse_event_t;
+  const auto takeElement = [&](int depth, Event event, const Json& value) {
+    const bool begins = event == Event::object_start || event == Event::array_start;
+    if (depth == 1 && begins) {
+      Begin();
+    } else if (depth == 1) {
+      TakeObject(value, take);
+    }
+    // An element is not kept.
+    return depth != 1 || begins;
+  };
+  try {
+    Json value;
+    if ((m_stream >> std::ws).peek() == '[') {
+      value = Json::parse(m_stream, takeElement);
+    }
+    while ((m_stream >> std::ws).peek() != kEnd) {
+      Begin();
+      m_stream >> value;
+      TakeObject(value, take);
+    }
+  } catch (const Json::exception& error) {
+    const std::string text = error.what();
+    throw Failure("this is not JSON: " + text.substr(text.find("] ") + 2));
+  }
 }
 
 }  // namespace vorndb

@@ -6,66 +6,61 @@
 #include <cstddef>
 #include <functional>
 #include <istream>
-#include <memory>
-#include <set>
+#include <map>
+#include <nlohmann/json_fwd.hpp>
 #include <streambuf>
 #include <string>
-#include <vector>
 
 #include "Names.h"
 
 namespace vorndb {
 
-struct InputRow {
-  Pairs values;
-  std::set<std::string> texts = {};  // the columns with texts, even if they look like numbers
-};
-
 class Input : private std::streambuf {
  public:
-  // Reads from a stream that lives as long. `name` is for messages.
-  Input(std::istream& source, std::string name);
+  using TakeRow = std::function<void(const Pairs&)>;
+
+  // Reads from a stream that lives as long. `name` is for messages. Values of CSV have the
+  // separator between them; JSON has none.
+  Input(std::istream& source, std::string name, char separator);
 
   // Throws Failure, with the line, also for a runtime error of `take`: "NAME, line 7: …".
-  void EachRow(const std::function<void(const InputRow&)>& take);
+  void EachRow(const TakeRow& take);
 
   // Those that are named so far, in the order in which they are met.
   const Texts& Columns() const { return m_columns; }
+  // Whether a column has texts, even if they look like numbers.
+  bool HasTexts(const std::string& column) const { return m_hasTexts.at(column); }
 
   // The place of the row that is read, or that should begin. A line ends in "\n", "\r\n" or "\r".
-  Place Here() const { return m_isInRow ? m_place : m_place.NextIn(m_line); }
+  Place Here() const { return m_isInRow ? m_place : After(); }
   // The first place that the row after it can have.
-  virtual Place After() const = 0;
+  Place After() const { return m_place.NextIn(m_line); }
   // The number of bytes so far.
   std::size_t Taken() const { return m_taken; }
 
- protected:
-  // Without values at the end. Throws std::runtime_error.
-  virtual InputRow Read() = 0;
-  void RequireName(const std::string& column);
-  // A row begins with the last character, unless one has begun.
-  void Begin();
-  void BeginNone() { m_isInRow = false; }
-  std::size_t Line() const { return m_line; }  // of the last character
-  std::istream& Stream() { return m_stream; }
-
  private:
   int_type underflow() override;
+  // A row begins with the next character, or with the last one of its line.
+  void Begin();
+  void Take(const Pairs& row, const TakeRow& take);
+  void AddColumn(const std::string& name, bool hasTexts);
+  bool SkipEmptyLines();
+  void ReadCsv(const TakeRow& take);
+  void TakeObject(const nlohmann::ordered_json& object, const TakeRow& take);
+  void ReadJson(const TakeRow& take);
 
   std::istream& m_source;
   std::istream m_stream{this};
-  bool m_isInRow = false;
   std::string m_name;
+  char m_separator;
   char m_character = '\0';
   std::size_t m_taken = 0;
-  std::size_t m_line = 1;
+  std::size_t m_line = 1;  // at the end of the bytes so far
   Place m_place;
-  std::set<std::string> m_names;  // that are plain
+  bool m_isInRow = false;
+  std::map<std::string, bool> m_hasTexts;
   Texts m_columns;
 };
-
-// By the separator of its values, or 0 for JSON.
-std::unique_ptr<Input> MakeInput(std::istream& source, const std::string& name, char separator);
 
 }  // namespace vorndb
 

@@ -7,7 +7,6 @@
 #include <map>
 
 #include "DatabaseFile.h"
-#include "Errors.h"
 
 namespace vorndb {
 
@@ -53,11 +52,14 @@ void StopSyncs() {
   static_cast<void>(sqlite3_vfs_register(&vfs, 1));
 }
 
-void Sync(const std::string& file) {
+std::string Sync(const std::string& file) {
   const std::string folder = std::filesystem::absolute(file).parent_path();
   for (const std::string& path : {file, file + "-wal", file + "-journal", folder}) {
-    FailIf(!IsSynced(path), "cannot sync " + path);
+    if (!IsSynced(path)) {
+      return "cannot sync " + path;
+    }
   }
+  return "";
 }
 
 }  // namespace vorndb

@@ -4,63 +4,63 @@
 
 #include "DatabaseFile.h"
 #include "Errors.h"
+#include "Signals.h"
+#include "Terminal.h"
 
 namespace vorndb {
 
-RowWriter::RowWriter(const Arguments& arguments, std::uintmax_t total)
-    : m_upsert(arguments),
-      m_progress(total, !arguments.sql && !arguments.verbose && !arguments.quiet),
-      m_watch([this] { Interrupt(); }) {
+namespace {
+
+// Syncs what is written. Returns the problem, which may be empty, with all that there is to add:
+// after a failed sync the rows are not durable.
+std::string End(const Arguments& arguments, std::string problem, std::size_t count,
+                const Place& next) {
+  if (arguments.sql) {
+    return problem;
+  }
+  if (!problem.empty()) {
+    problem += "; rows before it that are written: " + std::to_string(count);
+    problem += next.line == 0 ? "" : "; go on with --from-line " + next.Text();
+  }
+  const std::string unsynced = arguments.noSync ? Sync(arguments.file) : "";
+  return problem + (problem.empty() || unsynced.empty() ? "" : "; ") + unsynced;
+}
+
+}  // namespace
+
+void UpsertRows(const Arguments& arguments, std::uintmax_t total,
+                const std::function<void(const WriteRow&)>& feed,
+                const std::function<Place()>& here) {
   if (arguments.noSync) {
     StopSyncs();
   }
-}
-
-void RowWriter::Write(const Pairs& values, std::uintmax_t done, const std::string& next) {
-  const auto lock = m_watch.Lock();
-  m_upsert.values = values;
-  Upsert(m_upsert);
-  m_next = next;
-  m_progress.Show(done, ++m_count);
-}
-
-std::string RowWriter::Written(const std::string& next) const {
-  return m_upsert.sql ? "" : "; rows before it that are written: " + std::to_string(m_count) + next;
-}
-
-std::string RowWriter::End() {
-  m_progress.Wipe();
+  Progress progress(total, !arguments.sql && !arguments.verbose && !arguments.quiet);
+  std::size_t count = 0;
+  Place next;
+  const auto end = [&](const std::string& problem, const Place& place) {
+    progress.Wipe();
+    return End(arguments, problem, count, place);
+  };
+  SignalWatch watch([&] { Tell(end("interrupted", next)); });
+  std::string problem;
   try {
-    if (m_upsert.noSync && !m_upsert.sql) {
-      Sync(m_upsert.file);
-    }
-    return "";
+    feed([&, upsert = arguments](const Pairs& values, std::uintmax_t done,
+                                 const Place& after) mutable {
+      const auto lock = watch.Lock();
+      upsert.values = values;
+      Upsert(upsert);
+      next = after;
+      progress.Show(done, ++count);
+    });
   } catch (const Failure& failure) {
-    return failure.what();
+    problem = failure.what();
   }
-}
-
-void RowWriter::Interrupt() {
-  const std::string problem = End();
-  Tell("interrupted" + Written(m_next) + (problem.empty() ? "" : "; " + problem));
-}
-
-// A failed sync fails the command, since the rows are not durable.
-void RowWriter::Finish() {
-  const auto lock = m_watch.Lock();
-  const std::string problem = End();
+  const auto lock = watch.Lock();
+  problem = end(problem, here());
   FailIf(!problem.empty(), problem);
-  if (!m_upsert.sql && !m_upsert.quiet) {
-    std::cout << Counted(m_count, "row") << " written to " << m_upsert.table << '\n';
+  if (!arguments.sql && !arguments.quiet) {
+    std::cout << Counted(count, "row") << " written to " << arguments.table << '\n';
   }
-}
-
-void RowWriter::Fail(const std::string& failure, const std::string& next) {
-  const std::string problem = [this] {
-    const auto lock = m_watch.Lock();
-    return End();
-  }();
-  throw Failure(failure + Written(next) + (problem.empty() ? "" : "; " + problem));
 }
 
 }  // namespace vorndb

@@ -132,15 +132,16 @@ void CopyTable(const Arguments& write, const std::string& from) {
            " keeps only the names, types and keys of its columns; vorndb schema shows the rest");
     }
   }
-  RowWriter writer(write, rows.size());
-  for (std::size_t row = 0; row < rows.size(); ++row) {
+  const auto feed = [&](const WriteRow& writeRow) {
     try {
-      writer.Write(ValuesOf(columns, rows[row]), row + 1, "");
+      for (std::size_t row = 0; row < rows.size(); ++row) {
+        writeRow(ValuesOf(columns, rows[row]), row + 1, {});
+      }
     } catch (const Failure& failure) {
-      writer.Fail(write.table + ": " + failure.what(), "");
+      throw Failure(write.table + ": " + failure.what());
     }
-  }
-  writer.Finish();
+  };
+  UpsertRows(write, rows.size(), feed, [] { return Place(); });
 }
 
 }  // namespace
