@@ -1,8 +1,10 @@
 // The commands on two database files.
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <iostream>
+#include <map>
 #include <set>
 #include <stdexcept>
 #include <system_error>
@@ -27,53 +29,49 @@ std::string LineOf(char sign, const std::string& kind, const Texts& columns, con
   return Printable(line);
 }
 
-// Adds the rows of some kind that one table only has. A row that is changed is two lines, one
-// after the other, since its first cells are its key.
-void AddDifferences(const std::string& kind, const Texts& columns, std::vector<Row> left,
-                    std::vector<Row> right, Texts& lines) {
-  std::sort(left.begin(), left.end());
-  std::sort(right.begin(), right.end());
-  auto other = right.begin();
-  for (auto row = left.begin(); row != left.end() || other != right.end();) {
-    if (row != left.end() && other != right.end() && *row == *other) {
-      ++row;
-      ++other;
-    } else if (other == right.end() || (row != left.end() && *row < *other)) {
-      lines.push_back(LineOf('-', kind, columns, *row++));
-    } else {
-      lines.push_back(LineOf('+', kind, columns, *other++));
+// Adds the rows that one of the tables only has. A row that is changed is two lines, one after the
+// other, since its first cells are its key.
+void AddDifferences(const Arguments& files, const std::string& kind, const std::string& table,
+                    const Texts& columns, Texts& lines) {
+  std::map<Row, int> surplus;  // how many more of them the first table has
+  for (const Row& row : ReadRows(files.from, table, columns)) {
+    ++surplus[row];
+  }
+  for (const Row& row : ReadRows(files.to, table, columns)) {
+    --surplus[row];
+  }
+  for (const auto& [row, count] : surplus) {
+    if (count != 0) {
+      lines.insert(lines.end(), std::abs(count), LineOf(count > 0 ? '-' : '+', kind, columns, row));
     }
   }
 }
 
 // The columns that both tables have, those of a key first.
-Texts CommonColumns(const std::vector<Column>& left, const std::vector<Column>& right) {
+Texts CommonColumns(const Arguments& files, const std::string& table) {
+  const Texts others = NamesOf(ColumnsOf(files.to, table));
+  Texts keys;
   Texts names;
-  for (const bool isKey : {true, false}) {
-    for (const Column& column : left) {
-      const auto isSame = [&](const Column& other) { return other.name == column.name; };
-      if ((column.key > 0) == isKey && std::any_of(right.begin(), right.end(), isSame)) {
-        names.push_back(column.name);
-      }
+  for (const Column& column : ColumnsOf(files.from, table)) {
+    if (std::count(others.begin(), others.end(), column.name) > 0) {
+      (column.key > 0 ? keys : names).push_back(column.name);
     }
   }
-  return names;
+  keys.insert(keys.end(), names.begin(), names.end());
+  return keys;
 }
 
-bool DifferIn(const std::string& left, const std::string& right, const std::string& table) {
+bool Differ(const Arguments& files, const std::string& table) {
   RequirePlainName("table", table);
-  const bool isLeft = HasTable(left, table);
-  if (isLeft != HasTable(right, table)) {
-    std::cout << table << ": only in " << (isLeft ? left : right) << '\n';
+  const bool isFirst = HasTable(files.from, table);
+  if (isFirst != HasTable(files.to, table)) {
+    std::cout << table << ": only in " << (isFirst ? files.from : files.to) << '\n';
     return true;
   }
   Texts lines;
-  const Texts parts{"name", "type", "notnull", "dflt_value", "pk"};
-  AddDifferences(" column", parts, ReadRows(left, ColumnTable(table), parts),
-                 ReadRows(right, ColumnTable(table), parts), lines);
-  const Texts columns = CommonColumns(ColumnsOf(left, table), ColumnsOf(right, table));
-  AddDifferences("", columns, ReadRows(left, table, columns), ReadRows(right, table, columns),
-                 lines);
+  AddDifferences(files, " column", ColumnTable(table),
+                 {"name", "type", "notnull", "dflt_value", "pk"}, lines);
+  AddDifferences(files, "", table, CommonColumns(files, table), lines);
   for (std::size_t i = 0; i < lines.size(); ++i) {
     std::cout << (i == 0 ? table + '\n' : "") << lines[i] << '\n';
   }
@@ -159,14 +157,11 @@ void Diff(const Arguments& arguments) {
       status = kTrouble;
     }
   };
-  attempt([&] {
-    for (const std::string& table : TablesOfBoth(arguments)) {
-      attempt([&] {
-        const bool differs = DifferIn(arguments.from, arguments.to, table);
-        status = std::max(status, differs ? kDiffers : 0);
-      });
-    }
-  });
+  std::set<std::string> tables;
+  attempt([&] { tables = TablesOfBoth(arguments); });
+  for (const std::string& table : tables) {
+    attempt([&] { status = std::max(status, Differ(arguments, table) ? kDiffers : 0); });
+  }
   if (status != 0) {
     throw Answer{status};
   }
