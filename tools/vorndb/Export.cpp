@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iostream>
 #include <system_error>
 
@@ -45,49 +46,41 @@ bool MakeAnew(const std::string& path) {
   return file != nullptr && std::fclose(file) == 0;
 }
 
-// A file that is there when it is whole, and not before. It is written beside the path, or
-// beside the file that a link leads to.
-class OutputFile {
- public:
-  // Throws Failure when it cannot be written, and, unless it may be written over, when
-  // there is a file already.
-  OutputFile(const std::string& path, bool overwrite) : m_target(Followed(path)) {
-    std::error_code ignored;
-    const std::filesystem::file_status status = std::filesystem::status(path, ignored);
-    const bool exists = std::filesystem::exists(status);
-    FailIf(exists && !overwrite, path + " exists; to write over it, give --force");
-    FailIf(exists && !std::filesystem::is_regular_file(status), path + " is not a plain file");
-    const std::string part = m_target + "." + std::to_string(getpid()) + ".part";
-    const auto lock = m_watch.Lock();
-    // A loop of links, among others, has no status.
-    FailIf(status.type() == std::filesystem::file_type::none || !MakeAnew(part),
-           "cannot write " + path);
-    m_part = part;
-    m_stream.open(m_part, std::ios::binary);
-    TakeOwnerAndMode(m_target, m_part);
+// Throws Failure for a path at which no file can be made, or written over if that is meant.
+void RequireWritable(const std::string& path, bool overwrite) {
+  std::error_code ignored;
+  const std::filesystem::file_status status = std::filesystem::status(path, ignored);
+  const bool exists = std::filesystem::exists(status);
+  FailIf(exists && !overwrite, path + " exists; to write over it, give --force");
+  FailIf(exists && !std::filesystem::is_regular_file(status), path + " is not a plain file");
+  // A loop of links, among others, has no status.
+  FailIf(status.type() == std::filesystem::file_type::none, "cannot write " + path);
+}
+
+// Writes a file that is there when it is whole, and not before: beside the path, or beside the file
+// that a link leads to. Throws Failure.
+void WriteFile(const std::string& path, const std::function<void(std::ostream&)>& write) {
+  const std::string target = Followed(path);
+  const std::string part = target + "." + std::to_string(getpid()) + ".part";
+  std::string made;  // to be removed, if not empty
+  const auto remove = [&made] { static_cast<void>(std::remove(made.c_str())); };
+  SignalWatch watch(remove);
+  auto lock = watch.Lock();
+  FailIf(!MakeAnew(part), "cannot write " + path);
+  made = part;
+  lock.unlock();
+  try {
+    std::ofstream stream(part, std::ios::binary);
+    TakeOwnerAndMode(target, part);
+    write(stream);
+    stream.close();
+    lock = watch.Lock();
+    FailIf(!stream || std::rename(part.c_str(), target.c_str()) != 0, "cannot write " + path);
+  } catch (...) {
+    remove();
+    throw;
   }
-
-  ~OutputFile() { Remove(); }
-
-  std::ostream& Stream() { return m_stream; }
-
-  // Puts the file in its place. Throws Failure when it could not be written whole.
-  void Keep() {
-    m_stream.close();
-    const auto lock = m_watch.Lock();
-    FailIf(!m_stream || std::rename(m_part.c_str(), m_target.c_str()) != 0,
-           "cannot write " + m_target);
-  }
-
- private:
-  // There is none once the file is kept.
-  void Remove() const { static_cast<void>(std::remove(m_part.c_str())); }
-
-  std::string m_target;  // the file itself, if the path is a link
-  std::string m_part;    // empty until it is made
-  std::ofstream m_stream;
-  SignalWatch m_watch{[this] { Remove(); }};
-};
+}
 
 }  // namespace
 
@@ -103,15 +96,17 @@ void Export(const Arguments& arguments) {
   std::error_code ignored;
   FailIf(std::filesystem::equivalent(arguments.path, arguments.file, ignored),
          arguments.path + " is the database itself");
-  OutputFile output(arguments.path, arguments.force);
-  Result result = RunSelect(arguments);
-  FailIf(!result.stop.empty(), result.stop);
-  Write(result, format, std::nullopt, output.Stream());
-  // A file cannot warn of its gaps.
-  if (!result.doubts.empty()) {
-    throw Failure("nothing is exported: " + result.doubts.front());
-  }
-  output.Keep();
+  RequireWritable(arguments.path, arguments.force);
+  Result result;
+  WriteFile(arguments.path, [&](std::ostream& output) {
+    result = RunSelect(arguments);
+    FailIf(!result.stop.empty(), result.stop);
+    Write(result, format, std::nullopt, output);
+    // A file cannot warn of its gaps.
+    if (!result.doubts.empty()) {
+      throw Failure("nothing is exported: " + result.doubts.front());
+    }
+  });
   if (!arguments.quiet) {
     std::cout << Counted(result.rows.size(), "row") << " written to " << arguments.path << '\n';
   }
