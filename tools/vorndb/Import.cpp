@@ -11,8 +11,7 @@
 #include "Commands.h"
 #include "DatabaseFile.h"
 #include "Errors.h"
-#include "Input.h"
-#include "RowWriter.h"
+#include "Transfer.h"
 
 namespace vorndb {
 
@@ -39,10 +38,10 @@ unsigned LosersOf(const std::string& value) {
 }
 
 // The columns of an input, in the order in which they are met, with types that keep their values.
-Pairs TypedColumnsOf(Input& input) {
+Pairs TypedColumnsOf(std::istream& source, Input input) {
   constexpr const char* kNames[] = {"INTEGER", "REAL", "INTEGER", "TEXT"};
   std::map<std::string, unsigned> losers;  // of columns with values
-  input.EachRow([&losers](const Pairs& row) {
+  EachRow(source, input, [&losers](const Pairs& row) {
     for (const auto& [column, value] : row) {
       if (!value.empty()) {
         losers[column] |= LosersOf(value);
@@ -50,8 +49,8 @@ Pairs TypedColumnsOf(Input& input) {
     }
   });
   Pairs columns;
-  for (const std::string& name : input.Columns()) {
-    const bool isText = input.HasTexts(name) || losers.count(name) == 0;
+  for (const std::string& name : input.columns) {
+    const bool isText = input.hasTexts[name] || losers.count(name) == 0;
     columns.emplace_back(name, isText ? "TEXT" : kNames[losers[name]]);
   }
   FailIf(columns.empty(), "the input names no columns");
@@ -59,9 +58,9 @@ Pairs TypedColumnsOf(Input& input) {
 }
 
 // Creates the table for an input, with the types that are given.
-void CreateFor(const Arguments& arguments, Input& input) {
+void CreateFor(const Arguments& arguments, std::istream& source, const Input& input) {
   Arguments create = arguments;
-  create.columns = TypedColumnsOf(input);
+  create.columns = TypedColumnsOf(source, input);
   const auto find = [&create](const std::string& name) {
     const auto column = std::find_if(create.columns.begin(), create.columns.end(),
                                      [&name](const Pair& known) { return known.first == name; });
@@ -98,38 +97,26 @@ Texts ImportFormats() { return {"csv", "tsv", "json", "jsonl"}; }
 
 // To guess types, all rows are read before the first is written.
 void Import(const Arguments& arguments) {
-  RefuseIf(!arguments.create && (arguments.key || !arguments.columns.empty()),
-           "--key and --types need --create");
-  const char separator = SeparatorOf(arguments);
-  std::string name = arguments.path;
+  Input input{arguments.path, SeparatorOf(arguments)};
   std::ifstream file;
   std::stringstream held;
-  std::istream* source = &OpenInput(name, file);
+  std::istream* source = &OpenInput(input.name, file);
   if (arguments.create) {
     if (source == &std::cin) {
       held << std::cin.rdbuf();
       source = &held;
     }
-    Input first(*source, name, separator);
-    CreateFor(arguments, first);
+    CreateFor(arguments, *source, input);
     source->clear();
     source->seekg(0);
-    FailIf(!*source, name + " cannot be read twice; give it as standard input");
+    FailIf(!*source, input.name + " cannot be read twice; give it as standard input");
   } else if (!arguments.sql) {
     RequireExisting(arguments.file);
   }
   std::error_code unknown;
-  const std::uintmax_t size = file.is_open() ? std::filesystem::file_size(name, unknown) : 0;
-  Input input(*source, name, separator);
-  const auto feed = [&](const WriteRow& write) {
-    input.EachRow([&](const Pairs& row) {
-      if (!(input.Here() < arguments.fromLine)) {
-        write(row, input.Taken(), input.After());
-      }
-    });
-  };
-  UpsertRows(arguments, unknown ? 0 : size, feed,
-             [&] { return std::max(arguments.fromLine, input.Here()); });
+  const std::uintmax_t size = file.is_open() ? std::filesystem::file_size(input.name, unknown) : 0;
+  UpsertRows(arguments, input.position, unknown ? 0 : size,
+             [&](const TakeRow& take) { EachRow(*source, input, take); });
 }
 
 }  // namespace vorndb

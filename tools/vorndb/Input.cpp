@@ -1,14 +1,13 @@
-#include "Input.h"
-
 #include <csv.h>
 
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
+#include <streambuf>
 #include <string_view>
-#include <utility>
 
 #include "Errors.h"
+#include "Transfer.h"
 
 namespace vorndb {
 
@@ -49,148 +48,171 @@ std::string TextOf(const Json& value) {
   return value.is_boolean() ? std::to_string(value.get<int>()) : value.dump();
 }
 
+class Reader : private std::streambuf {
+ public:
+  Reader(std::istream& source, Input& input, const TakeRow& take)
+      : m_source(source), m_input(input), m_take(take) {
+    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+    std::uintmax_t& taken = m_input.position.taken;
+    while (taken < kByteOrderMark.size() &&
+           m_source.peek() == static_cast<unsigned char>(kByteOrderMark[taken])) {
+      m_source.ignore();
+      ++taken;
+    }
+  }
+
+  void Read() {
+    try {
+      if (m_input.separator == 0) {
+        ReadJson();
+      } else {
+        ReadCsv();
+      }
+    } catch (const std::runtime_error& problem) {
+      Place& here = m_input.position.here;
+      here = m_isInRow ? here : Next();
+      FailIf(m_source.bad(), "cannot read " + m_input.name);
+      throw Failure(m_input.name + ", line " + here.Text() + ": " + problem.what());
+    }
+    FailIf(m_source.bad(), "cannot read " + m_input.name);
+  }
+
+ private:
+  int_type underflow() override {
+    const int_type next = m_source.get();
+    if (next != kEnd) {
+      m_line += next == '\r' || (next == '\n' && m_character != '\r') ? 1 : 0;
+      m_character = traits_type::to_char_type(next);
+      ++m_input.position.taken;
+      setg(&m_character, &m_character, &m_character + 1);
+    }
+    return next;
+  }
+
+  // The first place that a row after the last one can have.
+  Place Next() const { return m_input.position.here.NextIn(m_line); }
+
+  // A row begins with the character that is read next.
+  void Begin() {
+    m_input.position.here = Next();
+    m_isInRow = true;
+  }
+
+  void Take(const Pairs& row) {
+    for (const auto& [column, value] : row) {
+      FailIf(value.find('\0') != std::string::npos,
+             "the value of " + column + " holds a NUL, where a text ends");
+    }
+    m_input.position.after = Next();
+    m_take(row);
+    m_isInRow = false;
+  }
+
+  void AddColumn(const std::string& name, bool hasTexts) {
+    const auto [known, isNew] = m_input.hasTexts.emplace(name, false);
+    known->second = known->second || hasTexts;
+    if (isNew) {
+      FailIf(name.find('\0') != std::string::npos,
+             "the name of a column holds a NUL; is the file UTF-16? It has to be UTF-8");
+      RequirePlainName("column", name);
+      m_input.columns.push_back(name);
+    }
+  }
+
+  // Also spaces before the first value of a row. Returns whether there is a row.
+  bool SkipEmptyLines() {
+    constexpr std::string_view kSpaces = " \t\r\n";
+    int next = sgetc();
+    while (next != m_input.separator &&
+           kSpaces.find(static_cast<char>(next)) != std::string_view::npos) {
+      next = snextc();
+    }
+    Begin();
+    return next != kEnd;
+  }
+
+  // Fields with a separator between them, in double quotes where needed. The first row names the
+  // columns.
+  void ReadCsv() {
+    csv_parser parser{};
+    FailIf(csv_init(&parser, CSV_STRICT | CSV_STRICT_FINI) != 0, "memory is exhausted");
+    const std::unique_ptr<csv_parser, decltype(&csv_free)> owner(&parser, csv_free);
+    csv_set_delim(&parser, static_cast<unsigned char>(m_input.separator));
+    FailIf(!SkipEmptyLines(), "there is no line that names the columns");
+    const Texts names = ReadFields(parser, m_stream);
+    for (const std::string& name : names) {
+      AddColumn(name, false);
+    }
+    RequireDistinct(names);
+    while (SkipEmptyLines()) {
+      const Texts fields = ReadFields(parser, m_stream);
+      FailIf(fields.size() != names.size(), "it has " + std::to_string(fields.size()) +
+                                                " fields, and the header has " +
+                                                std::to_string(names.size()));
+      Pairs row;
+      for (std::size_t i = 0; i < fields.size(); ++i) {
+        row.emplace_back(names[i], fields[i]);
+      }
+      Take(row);
+    }
+  }
+
+  // Objects, in an array or one after another. An element of the array is not kept.
+  void ReadJson() {
+    using Event = Json::parse_event_t;
+    const auto takeElement = [this](int depth, Event event, const Json& value) {
+      const bool begins = event == Event::object_start || event == Event::array_start;
+      if (depth == 1 && begins) {
+        Begin();
+      } else if (depth == 1) {
+        TakeObject(value);
+      }
+      return depth != 1 || begins;
+    };
+    try {
+      Json value;
+      if ((m_stream >> std::ws).peek() == '[') {
+        value = Json::parse(m_stream, takeElement);
+      }
+      while ((m_stream >> std::ws).peek() != kEnd) {
+        Begin();
+        m_stream >> value;
+        TakeObject(value);
+      }
+    } catch (const Json::exception& error) {
+      const std::string text = error.what();
+      throw Failure("this is not JSON: " + text.substr(text.find("] ") + 2));
+    }
+  }
+
+  void TakeObject(const Json& object) {
+    FailIf(!object.is_object(), "a row is an object");
+    Pairs row;
+    for (const auto& [name, value] : object.items()) {
+      AddColumn(name, value.is_string());
+      FailIf(value.is_structured(), "the value of " + name + " is no text or number");
+      // NULL is a value that is not given.
+      if (!value.is_null()) {
+        row.emplace_back(name, TextOf(value));
+      }
+    }
+    FailIf(row.empty(), "the row has no value");
+    Take(row);
+  }
+
+  std::istream& m_source;
+  Input& m_input;
+  const TakeRow& m_take;
+  std::istream m_stream{this};
+  char m_character = '\0';
+  std::size_t m_line = 1;  // at the end of the bytes so far
+  bool m_isInRow = false;
+};
+
 }  // namespace
 
-Input::Input(std::istream& source, std::string name, char separator)
-    : m_source(source), m_name(std::move(name)), m_separator(separator) {
-  constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-  while (m_taken < kByteOrderMark.size() &&
-         m_source.peek() == static_cast<unsigned char>(kByteOrderMark[m_taken])) {
-    m_source.ignore();
-    ++m_taken;
-  }
-}
-
-void Input::EachRow(const TakeRow& take) {
-  try {
-    if (m_separator == 0) {
-      ReadJson(take);
-    } else {
-      ReadCsv(take);
-    }
-  } catch (const std::runtime_error& problem) {
-    FailIf(m_source.bad(), "cannot read " + m_name);
-    throw Failure(m_name + ", line " + Here().Text() + ": " + problem.what());
-  }
-  FailIf(m_source.bad(), "cannot read " + m_name);
-}
-
-Input::int_type Input::underflow() {
-  const int_type next = m_source.get();
-  if (next != kEnd) {
-    m_line += next == '\r' || (next == '\n' && m_character != '\r') ? 1 : 0;
-    m_character = traits_type::to_char_type(next);
-    ++m_taken;
-    setg(&m_character, &m_character, &m_character + 1);
-  }
-  return next;
-}
-
-void Input::Begin() {
-  m_place = After();
-  m_isInRow = true;
-}
-
-void Input::Take(const Pairs& row, const TakeRow& take) {
-  for (const auto& [column, value] : row) {
-    FailIf(value.find('\0') != std::string::npos,
-           "the value of " + column + " holds a NUL, where a text ends");
-  }
-  take(row);
-  m_isInRow = false;
-}
-
-void Input::AddColumn(const std::string& name, bool hasTexts) {
-  const auto [known, isNew] = m_hasTexts.emplace(name, false);
-  known->second = known->second || hasTexts;
-  if (isNew) {
-    FailIf(name.find('\0') != std::string::npos,
-           "the name of a column holds a NUL; is the file UTF-16? It has to be UTF-8");
-    RequirePlainName("column", name);
-    m_columns.push_back(name);
-  }
-}
-
-// Also spaces before the first value of a row. Returns whether there is a row.
-bool Input::SkipEmptyLines() {
-  constexpr std::string_view kSpaces = " \t\r\n";
-  int next = m_stream.peek();
-  while (next != m_separator && kSpaces.find(static_cast<char>(next)) != std::string_view::npos) {
-    m_stream.ignore();
-    next = m_stream.peek();
-  }
-  Begin();
-  return next != kEnd;
-}
-
-// Fields with a separator between them, in double quotes where needed. The first row names the
-// columns.
-void Input::ReadCsv(const TakeRow& take) {
-  csv_parser parser{};
-  FailIf(csv_init(&parser, CSV_STRICT | CSV_STRICT_FINI) != 0, "memory is exhausted");
-  const std::unique_ptr<csv_parser, decltype(&csv_free)> owner(&parser, csv_free);
-  csv_set_delim(&parser, static_cast<unsigned char>(m_separator));
-  FailIf(!SkipEmptyLines(), "there is no line that names the columns");
-  const Texts names = ReadFields(parser, m_stream);
-  for (const std::string& name : names) {
-    AddColumn(name, false);
-  }
-  RequireDistinct(names);
-  while (SkipEmptyLines()) {
-    const Texts fields = ReadFields(parser, m_stream);
-    FailIf(fields.size() != names.size(), "it has " + std::to_string(fields.size()) +
-                                              " fields, and the header has " +
-                                              std::to_string(names.size()));
-    Pairs row;
-    for (std::size_t i = 0; i < fields.size(); ++i) {
-      row.emplace_back(names[i], fields[i]);
-    }
-    Take(row, take);
-  }
-}
-
-void Input::TakeObject(const Json& object, const TakeRow& take) {
-  FailIf(!object.is_object(), "a row is an object");
-  Pairs row;
-  for (const auto& [name, value] : object.items()) {
-    AddColumn(name, value.is_string());
-    FailIf(value.is_structured(), "the value of " + name + " is no text or number");
-    // NULL is a value that is not given.
-    if (!value.is_null()) {
-      row.emplace_back(name, TextOf(value));
-    }
-  }
-  FailIf(row.empty(), "the row has no value");
-  Take(row, take);
-}
-
-// Objects, in an array or one after another.
-void Input::ReadJson(const TakeRow& take) {
-  using Event = Json::parse_event_t;
-  const auto takeElement = [&](int depth, Event event, const Json& value) {
-    const bool begins = event == Event::object_start || event == Event::array_start;
-    if (depth == 1 && begins) {
-      Begin();
-    } else if (depth == 1) {
-      TakeObject(value, take);
-    }
-    // An element is not kept.
-    return depth != 1 || begins;
-  };
-  try {
-    Json value;
-    if ((m_stream >> std::ws).peek() == '[') {
-      value = Json::parse(m_stream, takeElement);
-    }
-    while ((m_stream >> std::ws).peek() != kEnd) {
-      Begin();
-      m_stream >> value;
-      TakeObject(value, take);
-    }
-  } catch (const Json::exception& error) {
-    const std::string text = error.what();
-    throw Failure("this is not JSON: " + text.substr(text.find("] ") + 2));
-  }
+void EachRow(std::istream& source, Input& input, const TakeRow& take) {
+  Reader(source, input, take).Read();
 }
 
 }  // namespace vorndb

@@ -1,11 +1,11 @@
-#include "RowWriter.h"
-
+#include <algorithm>
 #include <iostream>
 
 #include "DatabaseFile.h"
 #include "Errors.h"
 #include "Signals.h"
 #include "Terminal.h"
+#include "Transfer.h"
 
 namespace vorndb {
 
@@ -28,35 +28,39 @@ std::string End(const Arguments& arguments, std::string problem, std::size_t cou
 
 }  // namespace
 
-void UpsertRows(const Arguments& arguments, std::uintmax_t total,
-                const std::function<void(const WriteRow&)>& feed,
-                const std::function<Place()>& here) {
+void UpsertRows(const Arguments& arguments, const Position& position, std::uintmax_t total,
+                const std::function<void(const TakeRow&)>& feed) {
   if (arguments.noSync) {
     StopSyncs();
   }
   Progress progress(total, !arguments.sql && !arguments.verbose && !arguments.quiet);
   std::size_t count = 0;
   Place next;
-  const auto end = [&](const std::string& problem, const Place& place) {
+  const auto end = [&](const std::string& problem) {
     progress.Wipe();
-    return End(arguments, problem, count, place);
+    return End(arguments, problem, count, next);
   };
-  SignalWatch watch([&] { Tell(end("interrupted", next)); });
+  SignalWatch watch([&end] { Tell(end("interrupted")); });
+  Arguments upsert = arguments;
+  const auto take = [&](const Pairs& values) {
+    if (position.here < arguments.fromLine) {
+      return;
+    }
+    const auto lock = watch.Lock();
+    upsert.values = values;
+    Upsert(upsert);
+    next = position.after;
+    progress.Show(position.taken, ++count);
+  };
   std::string problem;
   try {
-    feed([&, upsert = arguments](const Pairs& values, std::uintmax_t done,
-                                 const Place& after) mutable {
-      const auto lock = watch.Lock();
-      upsert.values = values;
-      Upsert(upsert);
-      next = after;
-      progress.Show(done, ++count);
-    });
+    feed(take);
   } catch (const Failure& failure) {
     problem = failure.what();
   }
   const auto lock = watch.Lock();
-  problem = end(problem, here());
+  next = std::max(arguments.fromLine, position.here);
+  problem = end(problem);
   FailIf(!problem.empty(), problem);
   if (!arguments.sql && !arguments.quiet) {
     std::cout << Counted(count, "row") << " written to " << arguments.table << '\n';

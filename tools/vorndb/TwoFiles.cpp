@@ -12,8 +12,8 @@
 #include "Commands.h"
 #include "DatabaseFile.h"
 #include "Errors.h"
-#include "RowWriter.h"
 #include "Terminal.h"
+#include "Transfer.h"
 
 namespace vorndb {
 
@@ -50,15 +50,14 @@ void AddDifferences(const Arguments& files, const std::string& kind, const std::
 // The columns that both tables have, those of a key first.
 Texts CommonColumns(const Arguments& files, const std::string& table) {
   const Texts others = NamesOf(ColumnsOf(files.to, table));
-  Texts keys;
   Texts names;
+  std::ptrdiff_t keys = 0;
   for (const Column& column : ColumnsOf(files.from, table)) {
     if (std::count(others.begin(), others.end(), column.name) > 0) {
-      (column.key > 0 ? keys : names).push_back(column.name);
+      names.insert(column.key > 0 ? names.begin() + keys++ : names.end(), column.name);
     }
   }
-  keys.insert(keys.end(), names.begin(), names.end());
-  return keys;
+  return names;
 }
 
 bool Differ(const Arguments& files, const std::string& table) {
@@ -76,18 +75,6 @@ bool Differ(const Arguments& files, const std::string& table) {
     std::cout << (i == 0 ? table + '\n' : "") << lines[i] << '\n';
   }
   return !lines.empty();
-}
-
-std::set<std::string> TablesOfBoth(const Arguments& arguments) {
-  std::set<std::string> tables(arguments.tables.begin(), arguments.tables.end());
-  for (const std::string& file : {arguments.from, arguments.to}) {
-    RequireExisting(file);
-    if (arguments.tables.empty()) {
-      const Texts own = TablesOf(file);
-      tables.insert(own.begin(), own.end());
-    }
-  }
-  return tables;
 }
 
 // A table with these columns. The library names a key that is missing.
@@ -130,16 +117,17 @@ void CopyTable(const Arguments& write, const std::string& from) {
            " keeps only the names, types and keys of its columns; vorndb schema shows the rest");
     }
   }
-  const auto feed = [&](const WriteRow& writeRow) {
-    try {
-      for (std::size_t row = 0; row < rows.size(); ++row) {
-        writeRow(ValuesOf(columns, rows[row]), row + 1, {});
+  Position position;
+  UpsertRows(write, position, rows.size(), [&](const TakeRow& take) {
+    for (const Row& row : rows) {
+      ++position.taken;
+      try {
+        take(ValuesOf(columns, row));
+      } catch (const Failure& failure) {
+        throw Failure(write.table + ": " + failure.what());
       }
-    } catch (const Failure& failure) {
-      throw Failure(write.table + ": " + failure.what());
     }
-  };
-  UpsertRows(write, rows.size(), feed, [] { return Place(); });
+  });
 }
 
 }  // namespace
@@ -157,11 +145,17 @@ void Diff(const Arguments& arguments) {
       status = kTrouble;
     }
   };
-  std::set<std::string> tables;
-  attempt([&] { tables = TablesOfBoth(arguments); });
-  for (const std::string& table : tables) {
-    attempt([&] { status = std::max(status, Differ(arguments, table) ? kDiffers : 0); });
-  }
+  attempt([&] {
+    std::set<std::string> tables;
+    for (const std::string& file : {arguments.from, arguments.to}) {
+      RequireExisting(file);
+      const Texts found = arguments.tables.empty() ? TablesOf(file) : arguments.tables;
+      tables.insert(found.begin(), found.end());
+    }
+    for (const std::string& table : tables) {
+      attempt([&] { status = std::max(status, Differ(arguments, table) ? kDiffers : 0); });
+    }
+  });
   if (status != 0) {
     throw Answer{status};
   }
