@@ -16,6 +16,8 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr int kEnd = std::char_traits<char>::eof();
+constexpr std::string_view kSpaces = " \t\r\n";
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 // A row of CSV, as far as it is read.
 struct Fields {
@@ -51,30 +53,23 @@ std::string TextOf(const Json& value) {
 class Reader : private std::streambuf {
  public:
   Reader(std::istream& source, Input& input, const TakeRow& take)
-      : m_source(source), m_input(input), m_take(take) {
-    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-    std::uintmax_t& taken = m_input.position.taken;
-    while (taken < kByteOrderMark.size() &&
-           m_source.peek() == static_cast<unsigned char>(kByteOrderMark[taken])) {
-      m_source.ignore();
-      ++taken;
-    }
-  }
+      : m_source(source), m_input(input), m_take(take) {}
 
   void Read() {
     try {
+      SkipAll(kByteOrderMark);
       if (m_input.separator == 0) {
         ReadJson();
       } else {
         ReadCsv();
       }
+      FailIf(m_source.bad(), "there may be more");
     } catch (const std::runtime_error& problem) {
       Place& here = m_input.position.here;
       here = m_isInRow ? here : Next();
       FailIf(m_source.bad(), "cannot read " + m_input.name);
       throw Failure(m_input.name + ", line " + here.Text() + ": " + problem.what());
     }
-    FailIf(m_source.bad(), "cannot read " + m_input.name);
   }
 
  private:
@@ -119,16 +114,14 @@ class Reader : private std::streambuf {
     }
   }
 
-  // Also spaces before the first value of a row. Returns whether there is a row.
-  bool SkipEmptyLines() {
-    constexpr std::string_view kSpaces = " \t\r\n";
+  // Goes past these characters, unless they separate values. Returns the next one.
+  int SkipAll(std::string_view characters) {
     int next = sgetc();
     while (next != m_input.separator &&
-           kSpaces.find(static_cast<char>(next)) != std::string_view::npos) {
+           characters.find(static_cast<char>(next)) != std::string_view::npos) {
       next = snextc();
     }
-    Begin();
-    return next != kEnd;
+    return next;
   }
 
   // Fields with a separator between them, in double quotes where needed. The first row names the
@@ -138,13 +131,15 @@ class Reader : private std::streambuf {
     FailIf(csv_init(&parser, CSV_STRICT | CSV_STRICT_FINI) != 0, "memory is exhausted");
     const std::unique_ptr<csv_parser, decltype(&csv_free)> owner(&parser, csv_free);
     csv_set_delim(&parser, static_cast<unsigned char>(m_input.separator));
-    FailIf(!SkipEmptyLines(), "there is no line that names the columns");
+    FailIf(SkipAll(kSpaces) == kEnd, "there is no line that names the columns");
+    Begin();
     const Texts names = ReadFields(parser, m_stream);
     for (const std::string& name : names) {
       AddColumn(name, false);
     }
     RequireDistinct(names);
-    while (SkipEmptyLines()) {
+    while (SkipAll(kSpaces) != kEnd) {
+      Begin();
       const Texts fields = ReadFields(parser, m_stream);
       FailIf(fields.size() != names.size(), "it has " + std::to_string(fields.size()) +
                                                 " fields, and the header has " +
@@ -171,10 +166,10 @@ class Reader : private std::streambuf {
     };
     try {
       Json value;
-      if ((m_stream >> std::ws).peek() == '[') {
+      if (SkipAll(kSpaces) == '[') {
         value = Json::parse(m_stream, takeElement);
       }
-      while ((m_stream >> std::ws).peek() != kEnd) {
+      while (SkipAll(kSpaces) != kEnd) {
         Begin();
         m_stream >> value;
         TakeObject(value);
