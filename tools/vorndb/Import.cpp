@@ -1,10 +1,8 @@
 #include <algorithm>
-#include <charconv>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <map>
 #include <sstream>
 #include <system_error>
 
@@ -17,50 +15,11 @@ namespace vorndb {
 
 namespace {
 
-// The types that lose a value.
-constexpr unsigned kInteger = 1;
-constexpr unsigned kReal = 2;
-
-// An INTEGER has 64 bits, and a REAL is read back with 15 digits. A REAL may get another form: 1.50
-// is read back as 1.5.
-unsigned LosersOf(const std::string& value) {
-  constexpr std::ptrdiff_t kDigits = 15;
-  const std::optional<Number> number = NumberIn(value);
-  if (!number) {
-    return kInteger | kReal;
-  }
-  const auto begin = value.begin() + (value.front() == '-' ? 1 : 0);
-  const auto end = std::find_if(begin, value.end(), [](char c) { return c == 'e' || c == 'E'; });
-  const auto digits = std::count_if(begin, end, [](char c) { return c >= '0' && c <= '9'; });
-  const bool hasZero = end - begin > 1 && *begin == '0' && begin[1] != '.';
-  return (digits <= kDigits && !hasZero ? 0 : kReal) |
-         (value == std::to_string(number->second) ? 0 : kInteger);
-}
-
-// The columns of an input, in the order in which they are met, with types that keep their values.
-Pairs TypedColumnsOf(std::istream& source, Input input) {
-  constexpr const char* kNames[] = {"INTEGER", "REAL", "INTEGER", "TEXT"};
-  std::map<std::string, unsigned> losers;  // of columns with values
-  EachRow(source, input, [&losers](const Pairs& row) {
-    for (const auto& [column, value] : row) {
-      if (!value.empty()) {
-        losers[column] |= LosersOf(value);
-      }
-    }
-  });
-  Pairs columns;
-  for (const std::string& name : input.columns) {
-    const bool isText = input.hasTexts[name] || losers.count(name) == 0;
-    columns.emplace_back(name, isText ? "TEXT" : kNames[losers[name]]);
-  }
-  FailIf(columns.empty(), "the input names no columns");
-  return columns;
-}
-
 // Creates the table for an input, with the types that are given.
-void CreateFor(const Arguments& arguments, std::istream& source, const Input& input) {
+void CreateFor(const Arguments& arguments, std::istream& source, Input input) {
   Arguments create = arguments;
-  create.columns = TypedColumnsOf(source, input);
+  create.columns = EachRow(source, input, [](const Pairs& /*values*/) {});
+  FailIf(create.columns.empty(), "the input names no columns");
   const auto find = [&create](const std::string& name) {
     const auto column = std::find_if(create.columns.begin(), create.columns.end(),
                                      [&name](const Pair& known) { return known.first == name; });

@@ -1,5 +1,7 @@
 #include <csv.h>
 
+#include <algorithm>
+#include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
@@ -18,6 +20,28 @@ using Json = nlohmann::ordered_json;
 constexpr int kEnd = std::char_traits<char>::eof();
 constexpr std::string_view kSpaces = " \t\r\n";
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+// A set of types that keep the values of a column; kEmpty means that it has no value yet.
+constexpr unsigned kInteger = 1;
+constexpr unsigned kReal = 2;
+constexpr unsigned kEmpty = 4;
+constexpr unsigned kAll = kInteger | kReal | kEmpty;
+
+// The types that keep a value: an INTEGER has 64 bits, and a REAL is read back with 15 digits. A
+// REAL may get another form: 1.50 is read back as 1.5.
+unsigned TypesFor(const std::string& value) {
+  constexpr std::ptrdiff_t kDigits = 15;
+  const std::optional<Number> number = NumberIn(value);
+  if (!number) {
+    return value.empty() ? kAll : 0;
+  }
+  const auto begin = value.begin() + (value.front() == '-' ? 1 : 0);
+  const auto end = std::find_if(begin, value.end(), [](char c) { return c == 'e' || c == 'E'; });
+  const auto digits = std::count_if(begin, end, [](char c) { return c >= '0' && c <= '9'; });
+  const bool hasZero = end - begin > 1 && *begin == '0' && begin[1] != '.';
+  return (digits <= kDigits && !hasZero ? kReal : 0) |
+         (value == std::to_string(number->second) ? kInteger : 0);
+}
 
 // A row of CSV, as far as it is read.
 struct Fields {
@@ -72,6 +96,16 @@ class Reader : private std::streambuf {
     }
   }
 
+  Pairs TypedColumns() {
+    constexpr const char* kNames[] = {"TEXT", "INTEGER", "REAL", "INTEGER"};
+    Pairs columns;
+    for (const std::string& name : m_columns) {
+      const unsigned types = m_types[name];
+      columns.emplace_back(name, kNames[types < kEmpty ? types : 0]);
+    }
+    return columns;
+  }
+
  private:
   int_type underflow() override {
     const int_type next = m_source.get();
@@ -97,20 +131,21 @@ class Reader : private std::streambuf {
     for (const auto& [column, value] : row) {
       FailIf(value.find('\0') != std::string::npos,
              "the value of " + column + " holds a NUL, where a text ends");
+      m_types[column] &= TypesFor(value);
     }
     m_input.position.after = Next();
     m_take(row);
     m_isInRow = false;
   }
 
-  void AddColumn(const std::string& name, bool hasTexts) {
-    const auto [known, isNew] = m_input.hasTexts.emplace(name, false);
-    known->second = known->second || hasTexts;
+  void AddColumn(const std::string& name, unsigned types) {
+    const auto [known, isNew] = m_types.emplace(name, types);
+    known->second &= types;
     if (isNew) {
       FailIf(name.find('\0') != std::string::npos,
              "the name of a column holds a NUL; is the file UTF-16? It has to be UTF-8");
       RequirePlainName("column", name);
-      m_input.columns.push_back(name);
+      m_columns.push_back(name);
     }
   }
 
@@ -135,7 +170,7 @@ class Reader : private std::streambuf {
     Begin();
     const Texts names = ReadFields(parser, m_stream);
     for (const std::string& name : names) {
-      AddColumn(name, false);
+      AddColumn(name, kAll);
     }
     RequireDistinct(names);
     while (SkipAll(kSpaces) != kEnd) {
@@ -184,7 +219,8 @@ class Reader : private std::streambuf {
     FailIf(!object.is_object(), "a row is an object");
     Pairs row;
     for (const auto& [name, value] : object.items()) {
-      AddColumn(name, value.is_string());
+      // A text may look like a number.
+      AddColumn(name, value.is_string() ? 0 : kAll);
       FailIf(value.is_structured(), "the value of " + name + " is no text or number");
       // NULL is a value that is not given.
       if (!value.is_null()) {
@@ -202,12 +238,16 @@ class Reader : private std::streambuf {
   char m_character = '\0';
   std::size_t m_line = 1;  // at the end of the bytes so far
   bool m_isInRow = false;
+  Texts m_columns;
+  std::map<std::string, unsigned> m_types;
 };
 
 }  // namespace
 
-void EachRow(std::istream& source, Input& input, const TakeRow& take) {
-  Reader(source, input, take).Read();
+Pairs EachRow(std::istream& source, Input& input, const TakeRow& take) {
+  Reader reader(source, input, take);
+  reader.Read();
+  return reader.TypedColumns();
 }
 
 }  // namespace vorndb

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <iostream>
+#include <optional>
 
 #include "DatabaseFile.h"
 #include "Errors.h"
@@ -33,11 +34,12 @@ void UpsertRows(const Arguments& arguments, const Position& position, std::uintm
   if (arguments.noSync) {
     StopSyncs();
   }
-  Progress progress(total, !arguments.sql && !arguments.verbose && !arguments.quiet);
+  const bool isShown = !arguments.sql && !arguments.verbose && !arguments.quiet;
+  std::optional<Progress> progress(std::in_place, total, isShown);
   std::size_t count = 0;
   Place next;
   const auto end = [&](const std::string& problem) {
-    progress.Wipe();
+    progress.reset();
     return End(arguments, problem, count, next);
   };
   SignalWatch watch([&end] { Tell(end("interrupted")); });
@@ -50,7 +52,7 @@ void UpsertRows(const Arguments& arguments, const Position& position, std::uintm
     upsert.values = values;
     Upsert(upsert);
     next = position.after;
-    progress.Show(position.taken, ++count);
+    progress->Show(position.taken, ++count);
   };
   std::string problem;
   try {

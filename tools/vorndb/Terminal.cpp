@@ -117,13 +117,10 @@ std::optional<bool> Ask(const std::string& question) {
 Progress::Progress(std::uintmax_t total, bool isShown)
     : m_total(total), m_width(isShown ? TerminalWidth(STDERR_FILENO) : std::nullopt) {}
 
-Progress::~Progress() { Wipe(); }
-
-void Progress::Wipe() {
+Progress::~Progress() {
   if (m_drawn) {
     std::cerr << '\r' + std::string(*m_width - 1, ' ') + '\r';
   }
-  m_drawn.reset();
 }
 
 void Progress::Show(std::uintmax_t done, std::size_t rows) {

@@ -37,7 +37,7 @@ void Tell(const std::string& message);
 // nobody to ask.
 std::optional<bool> Ask(const std::string& question);
 
-// The progress of a long command on a terminal.
+// The progress of a long command on a terminal. In the end it is wiped away.
 class Progress {
  public:
   // A total of 0 is unknown. Shows nothing unless standard error is a terminal.
@@ -48,7 +48,6 @@ class Progress {
   Progress& operator=(const Progress&) = delete;
 
   void Show(std::uintmax_t done, std::size_t rows);
-  void Wipe();
 
  private:
   using Clock = std::chrono::steady_clock;
@@ -56,7 +55,7 @@ class Progress {
   std::uintmax_t m_total;
   std::optional<std::size_t> m_width;
   Clock::time_point m_begin = Clock::now();
-  std::optional<Clock::time_point> m_drawn;  // unless it is wiped away
+  std::optional<Clock::time_point> m_drawn;
 };
 
 }  // namespace vorndb

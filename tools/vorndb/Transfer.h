@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <functional>
 #include <istream>
-#include <map>
 #include <string>
 
 #include "Commands.h"
@@ -26,15 +25,14 @@ struct Input {
   std::string name;  // for messages
   char separator;    // of CSV, between values; 0 for JSON
   Position position = {};
-  Texts columns = {};                         // in the order in which they are met
-  std::map<std::string, bool> hasTexts = {};  // of each column, even if they look like numbers
 };
 
 using TakeRow = std::function<void(const Pairs& values)>;
 
-// Reads rows. A line ends in "\n", "\r\n" or "\r". Throws Failure, with the line, also for a
-// runtime error of `take`: "NAME, line 7: …".
-void EachRow(std::istream& source, Input& input, const TakeRow& take);
+// Reads all rows. Returns their columns in the order in which they are met, with types that keep
+// the values. A line ends in "\n", "\r\n" or "\r". Throws Failure, with the line, also for a runtime
+// error of `take`: "NAME, line 7: …".
+Pairs EachRow(std::istream& source, Input& input, const TakeRow& take);
 
 // Runs `feed`, which passes rows for the table of the arguments, each for an upsert of its own, and
 // prints their number. To a failure of it, or on a signal, the number and the place to go on from
