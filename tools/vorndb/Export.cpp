@@ -32,18 +32,11 @@ std::string Followed(std::filesystem::path path) {
 // Who may read a file is not changed by writing over it, as far as the file system and the
 // user's rights allow: only root can make a file another's.
 void TakeOwnerAndMode(const std::string& old, const std::string& part) {
-  constexpr mode_t kPermissions = 0777;
   struct stat status {};
   if (stat(old.c_str(), &status) == 0) {
     static_cast<void>(chown(part.c_str(), status.st_uid, status.st_gid) == 0);
-    static_cast<void>(chmod(part.c_str(), status.st_mode & kPermissions) == 0);
+    static_cast<void>(chmod(part.c_str(), status.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO)) == 0);
   }
-}
-
-// A new file, which nobody has put there or linked to something else before.
-bool MakeAnew(const std::string& path) {
-  std::FILE* const file = std::fopen(path.c_str(), "wx");
-  return file != nullptr && std::fclose(file) == 0;
 }
 
 // Throws Failure for a path at which no file can be made, or written over if that is meant.
@@ -66,7 +59,9 @@ void WriteFile(const std::string& path, const std::function<void(std::ostream&)>
   const auto remove = [&made] { static_cast<void>(std::remove(made.c_str())); };
   SignalWatch watch(remove);
   auto lock = watch.Lock();
-  FailIf(!MakeAnew(part), "cannot write " + path);
+  // A new file, which nobody has put there or linked to something else before.
+  std::FILE* const file = std::fopen(part.c_str(), "wx");
+  FailIf(file == nullptr || std::fclose(file) != 0, "cannot write " + path);
   made = part;
   lock.unlock();
   try {

@@ -26,7 +26,7 @@ sigset_t EndingSignals() {
 // that they are seen from their arrival on.
 struct State {
   std::mutex mutex;
-  std::function<void()> work;
+  std::function<void()> work = [] {};
   const sigset_t signals = EndingSignals();
   const int arrivals = signalfd(-1, &signals, SFD_CLOEXEC);
 
@@ -48,9 +48,7 @@ struct State {
   std::unique_lock<std::mutex> Lock() {
     std::unique_lock<std::mutex> lock(mutex);
     if (HasSignal(0)) {
-      if (work) {
-        work();
-      }
+      work();
       // Ends the process.
       static_cast<void>(pthread_sigmask(SIG_UNBLOCK, &signals, nullptr));
     }
@@ -73,7 +71,7 @@ SignalWatch::SignalWatch(std::function<void()> work) {
 
 SignalWatch::~SignalWatch() {
   const std::lock_guard<std::mutex> lock(TheState().mutex);
-  TheState().work = nullptr;
+  TheState().work = [] {};
 }
 
 std::unique_lock<std::mutex> SignalWatch::Lock() { return TheState().Lock(); }
