@@ -56,6 +56,8 @@ Texts ImportFormats() { return {"csv", "tsv", "json", "jsonl"}; }
 
 // To guess types, all rows are read before the first is written.
 void Import(const Arguments& arguments) {
+  RefuseIf(!arguments.create && (arguments.key || !arguments.columns.empty()),
+           "--key and --types need --create");
   Input input{arguments.path, SeparatorOf(arguments)};
   std::ifstream file;
   std::stringstream held;

@@ -49,7 +49,7 @@ void AddDifferences(const Arguments& files, const std::string& kind, const std::
 
 // The columns that both tables have, those of a key first.
 Texts CommonColumns(const Arguments& files, const std::string& table) {
-  const Texts others = NamesOf(ColumnsOf(files.to, table));
+  const Texts others = NamesIn(ColumnsOf(files.to, table));
   Texts names;
   std::ptrdiff_t keys = 0;
   for (const Column& column : ColumnsOf(files.from, table)) {
