@@ -11,9 +11,9 @@ STRAY_QUOTE = 'a quote is out of place; quoted fields are "…", with "" inside'
 OPEN_QUOTE = "a quoted field that begins in this row does not end"
 
 
-def written(count, line):
+def written(count, line, table="contact"):
     """The end of a message: the rows that are written, and the line to go on from."""
-    return f"; rows before it that are written: {count}; go on with --from-line {line}"
+    return f"; rows written to {table}: {count}; go on with --from-line {line}"
 
 
 @pytest.fixture
@@ -68,16 +68,18 @@ def test_standard_input(contacts):
     contacts.fails(message + written(0, 1), "import", "contact", "-", input=b"")
 
 
-def fails_with(tool, message, count, line):
+def fails_with(tool, message, count, line, table="contact"):
     """A way to import that fails with the message about a line of rows.csv."""
-    message = f"rows.csv, line {line}: {message}{written(count, line)}"
+    message = f"rows.csv, line {line}: {message}{written(count, line, table)}"
     return lambda *arguments: tool.fails(message, *arguments)
 
 
 def test_the_first_failure_ends_it_and_tells_its_line(contacts, load):
     contacts.sql("CREATE TABLE strict (uid PRIMARY KEY, age INTEGER CHECK (age < 100))")
     message = "the table does not allow it: CHECK constraint failed: age < 100 (SQLite 19)"
-    load("uid,age\na,1\n\nb,2\nc,300\nd,4\n", fails_with(contacts, message, 2, 5), "strict")
+    load(
+        "uid,age\na,1\n\nb,2\nc,300\nd,4\n", fails_with(contacts, message, 2, 5, "strict"), "strict"
+    )
     assert contacts.sql("SELECT uid FROM strict") == "a\nb\n"
 
 
@@ -139,7 +141,7 @@ def test_files_that_cannot_be_read(contacts):
 
 def test_the_table_has_to_exist(contacts, load):
     message = "the table nosuch does not exist in app.db; its tables: contact (SQLite 1)"
-    load("uid\na\n", fails_with(contacts, message, 0, 2), "nosuch")
+    load("uid\na\n", fails_with(contacts, message, 0, 2, "nosuch"), "nosuch")
 
 
 # Rows in every format; the second has no age.
@@ -348,7 +350,9 @@ def count_of(tool, table):
     return int(tool.sql(f"SELECT count(*) FROM {table}", "-cmd", ".timeout 60000"))
 
 
-INTERRUPTED = r"vorndb: interrupted; rows before it that are written: (\d+); go on with --from-line ([\d:]+)\n"
+INTERRUPTED = (
+    r"vorndb: interrupted; rows written to [a-z]+: (\d+); go on with --from-line ([\d:]+)\n"
+)
 
 
 def test_an_import_that_waits_for_its_input_is_interrupted_at_once(contacts):

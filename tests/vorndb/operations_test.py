@@ -126,7 +126,7 @@ def test_write(contacts, arguments, count, rows):
 
 def test_delete_takes_every_row_only_if_that_is_said(contacts):
     _, errors = contacts.run("delete", "contact", status=WRONG_USE)
-    assert "takes every row; if that is meant, give --all" in errors
+    assert "Delete every row of contact in app.db? If so, give --yes" in errors
     assert contacts.sql("SELECT count(*) FROM contact") == "2\n"
     assert contacts.done("delete", "contact", "--all") == "2 rows in the table\n"
     assert contacts.sql("SELECT count(*) FROM contact") == "0\n"
@@ -143,7 +143,7 @@ def test_exists(contacts):
 
 def test_a_dropped_table_is_gone(contacts):
     _, errors = contacts.run("drop", "contact", status=WRONG_USE)
-    assert "removes a table with all its rows; if that is meant, give --yes" in errors
+    assert "Drop the table contact of app.db? If so, give --yes" in errors
     assert contacts.done("drop", "contact", "--yes") == ""
     assert contacts.sql(".tables") == ""
     message = "the table contact does not exist in app.db, which has no table (SQLite 1)"

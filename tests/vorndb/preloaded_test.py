@@ -118,5 +118,5 @@ def test_a_sync_that_fails_after_another_failure(tool):
 def test_a_signal_in_a_write_is_heeded_after_it(tool):
     lines = import_with_syncs(tool, status=-signal.SIGINT, INTERRUPT_SYNC="1", rows="1,x\n" * 99)
     assert len([line for line in lines if "SUCCESS" in line]) == 1
-    assert lines[-1].endswith("rows before it that are written: 1; go on with --from-line 3")
+    assert lines[-1].endswith("rows written to t: 1; go on with --from-line 3")
     assert tool.sql("SELECT count(*) FROM t") == "1\n"

@@ -201,7 +201,7 @@ QUESTION = "Delete every row of contact in app.db? [y/N] "
 def test_a_delete_without_conditions_asks(contacts, answer, shown):
     assert (
         on_terminal(contacts, "delete", "contact", typed=answer, status=1)
-        == f"{QUESTION}{shown}vorndb: nothing is deleted\n"
+        == f"{QUESTION}{shown}vorndb: nothing is done\n"
     )
     assert contacts.sql("SELECT count(*) FROM contact") == "2\n"
 
@@ -225,7 +225,7 @@ def test_nobody_is_asked_what_was_said(contacts):
 def test_a_drop_asks(contacts, answer, status):
     output = on_terminal(contacts, "drop", "contact", typed=answer, status=status)
     assert output.startswith("Drop the table contact of app.db? [y/N] ")
-    assert output.endswith("vorndb: nothing is dropped\n") == bool(status)
+    assert output.endswith("vorndb: nothing is done\n") == bool(status)
     assert contacts.sql(".tables") == ("contact\n" if status else "")
 
 

@@ -160,8 +160,8 @@ def test_a_failed_copy_counts_its_rows(two):
     change(two, "DROP TABLE contact; CREATE TABLE contact (uid, name, age CHECK (age + 0 > 1))")
     output, errors = copy(two, "app.db", "other.db", "contact", status=FAILED)
     assert output == ""
-    assert errors.startswith("vorndb: contact: the table does not allow it: ")
-    assert errors.endswith("; rows before it that are written: 1\n")
+    assert errors.startswith("vorndb: the table does not allow it: ")
+    assert errors.endswith("; rows written to contact: 1\n")
 
 
 def test_the_statements_of_a_copy_make_it(two):

@@ -15,6 +15,7 @@
 #include "DatabaseFile.h"
 #include "Errors.h"
 #include "Result.h"
+#include "Terminal.h"
 #include "log/LogLine.h"
 
 namespace vorndb {
@@ -72,6 +73,8 @@ void TakeLimit(Arguments& to, Word word) {
 
 void TakeFormat(Arguments& to, Word word) {
   RefuseIf(!to.format.empty(), "--format, --csv and --json exclude each other");
+  RefuseIf(std::count(to.formats.begin(), to.formats.end(), word) == 0,
+           '\'' + word + "' is no format; the formats are " + Joined(to.formats));
   to.format = word;
 }
 
@@ -87,10 +90,10 @@ struct Option {
 const Option kOptions[] = {
     {"TABLE", "", Parse<&Arguments::table, TableName>, "The table"},
     {"TABLES", "", ParseAll<&Arguments::tables, TableName>, "Only these tables"},
-    {"FILE1", "", Parse<&Arguments::from, FileName>, "A database file"},
-    {"FILE2", "", Parse<&Arguments::to, FileName>, "Another one"},
-    {"FROM", "", Parse<&Arguments::from, FileName>, "A database file"},
-    {"TO", "", Parse<&Arguments::to, FileName>, "Another one"},
+    {"FILE1", "", Parse<&Arguments::file, FileName>, "A database file"},
+    {"FILE2", "", Parse<&Arguments::path, FileName>, "Another one"},
+    {"FROM", "", Parse<&Arguments::file, FileName>, "A database file"},
+    {"TO", "", Parse<&Arguments::path, FileName>, "Another one"},
     {"IN", "", Keep<&Arguments::path>, "The file; - for standard input"},
     {"OUT", "", Keep<&Arguments::path>, "The file; its ending is that of a format"},
     {"LOG", "", Keep<&Arguments::path>, "The captured log; - for standard input"},
@@ -124,7 +127,7 @@ const Option kOptions[] = {
     {"--types", "COLUMN:TYPE...", ParseAll<&Arguments::columns, ParseTypedColumn>,
      "Types that are not guessed from the values"},
     {"--separator", "CHARACTER", Keep<&Arguments::separator>, "Between the values of CSV; or tab"},
-    {"--from-line", "LINE[:ROW]", [](Arguments& to, Word word) { to.fromLine = Place(word); },
+    {"--from-line", "LINE[:ROW]", Parse<&Arguments::fromLine, ParsePlace>,
      "Only rows from this line of the file on"},
     {"--no-sync", "", Set<&Arguments::noSync>,
      "Sync after the last row only; until then a loss of power can damage the file"},
@@ -142,10 +145,9 @@ const Option kOptions[] = {
     {"-v,--verbose", "", Set<&Arguments::verbose>, "Show the library's log on standard error"},
 };
 
-// Values are taken in the order of usage and options. In the usage, an argument is in brackets if it may be left out, and has "..." behind it if it may
-// be several words.
+// In the usage, an argument is in brackets if it may be left out, and has "..." behind it if it may
+// be several words. Values are taken in the order of usage and options.
 struct Command {
-  const char* group;
   const char* name;
   void (*run)(const Arguments&);
   const char* usage;
@@ -154,60 +156,56 @@ struct Command {
   const char* example;
 };
 
-// As long as no command is given.
-const Command kNone{"",      "",
-                    nullptr, "FILE COMMAND ...",
-                    "",      "Keeps and reads rows in SQLite files with the library vorndatabase.",
-                    ""};
+constexpr char kPurpose[] = "Keeps and reads rows in SQLite files with the library vorndatabase.";
 
-// In the order of the help.
+// As long as no command is given.
+const Command kNone{"", nullptr, "FILE COMMAND ...", "", kPurpose, ""};
+
 const Command kCommands[] = {
-    {"Read", "select", Select, "FILE select TABLE",
+    {"select", Select, "FILE select TABLE",
      "--where --columns --order --limit --format --csv --json --typed --wide", "Read rows",
      "app.db select contact --where name=Kim age=42"},
-    {"Read", "join", Join, "FILE join LEFT RIGHT", "--where --format --csv --json --typed --wide",
+    {"join", Join, "FILE join LEFT RIGHT", "--where --format --csv --json --typed --wide",
      "Read the rows of two tables that have a value in common",
      "app.db join contact.uid note.owner --where note.kind=2"},
-    {"Read", "count", Count, "FILE count TABLE", "--where", "Count rows",
+    {"count", Count, "FILE count TABLE", "--where", "Count rows",
      "app.db count contact --where age=42"},
-    {"Read", "tables", Tables, "FILE tables", "", "List the tables", "app.db tables"},
-    {"Read", "columns", Columns, "FILE columns TABLE", "--format --csv --json --typed --wide",
+    {"tables", Tables, "FILE tables", "", "List the tables", "app.db tables"},
+    {"columns", Columns, "FILE columns TABLE", "--format --csv --json --typed --wide",
      "List the columns of a table with their types", "app.db columns contact"},
-    {"Read", "schema", Schema, "FILE schema [TABLE]", "",
+    {"schema", Schema, "FILE schema [TABLE]", "",
      "Print the statements that made the tables, or one of them", "app.db schema contact"},
-    {"Read", "exists", Exists, "FILE exists TABLE", "",
+    {"exists", Exists, "FILE exists TABLE", "",
      "Exit with status 0 if there is the table, otherwise with 1", "app.db exists contact"},
-    {"Write", "create", Create, "FILE create TABLE [COLUMNS...]", "--key --composite",
+    {"create", Create, "FILE create TABLE [COLUMNS...]", "--key --composite",
      "Create a table, unless it exists",
      "app.db create contact name:TEXT age:INTEGER --key uid:TEXT"},
-    {"Write", "upsert", Upsert, "FILE upsert TABLE VALUES...", "",
+    {"upsert", Upsert, "FILE upsert TABLE VALUES...", "",
      "Write a row, in the place of one with the same key",
      "app.db upsert contact uid=7 name=\"Miles O'Brien\" age=42"},
-    {"Write", "update", Update, "FILE update TABLE VALUES...", "--where", "Change rows",
+    {"update", Update, "FILE update TABLE VALUES...", "--where", "Change rows",
      "app.db update contact age=43 --where uid=7"},
-    {"Write", "delete", Delete, "FILE delete TABLE", "--where --all,-y,--yes", "Delete rows",
+    {"delete", Delete, "FILE delete TABLE", "--where --all,-y,--yes", "Delete rows",
      "app.db delete contact --where uid=7"},
-    {"Write", "drop", Drop, "FILE drop TABLE", "-y,--yes", "Remove a table with all its rows",
+    {"drop", Drop, "FILE drop TABLE", "-y,--yes", "Remove a table with all its rows",
      "app.db drop contact --yes"},
-    {"Transfer", "import", Import, "FILE import TABLE IN",
+    {"import", Import, "FILE import TABLE IN",
      "--format --separator --create --key --types --from-line --no-sync",
      "Write the rows of a CSV or JSON file into a table",
      "app.db import person persons.csv --create --key uid"},
-    {"Transfer", "export", Export, "FILE export TABLE OUT",
+    {"export", Export, "FILE export TABLE OUT",
      "--where --columns --order --limit --format --csv --json --typed --force",
      "Write rows of a table into a file", "app.db export contact contacts.json --where age=42"},
-    {"Transfer", "diff", Diff, "diff FILE1 FILE2 [TABLES...]", "",
+    {"diff", Diff, "diff FILE1 FILE2 [TABLES...]", "",
      "Compare the rows of two files; exit with status 1 if they differ",
      "diff app.db device.db contact"},
-    {"Transfer", "copy", Copy, "copy FROM TO [TABLES...]", "--no-sync -n,--dry-run,--sql",
+    {"copy", Copy, "copy FROM TO [TABLES...]", "--no-sync -n,--dry-run,--sql",
      "Copy tables with their rows into another file", "copy app.db device.db contact"},
-    {"Log and help", "explain-log", Explain, "explain-log LOG",
-     "--failures --summary --since --follow --format",
+    {"explain-log", Explain, "explain-log LOG", "--failures --summary --since --follow --format",
      "List the operations in a log of the library", "explain-log captured.log"},
-    {"Log and help", "log-reference", LogReference, "log-reference", "",
+    {"log-reference", LogReference, "log-reference", "",
      "Print every message of the library's log with its meaning, in Markdown", "log-reference"},
-    {"Log and help", "help", nullptr, "help [COMMAND]", "", "Print help on a command",
-     "help select"},
+    {"help", nullptr, "help [COMMAND]", "", "Print help on a command", "help select"},
 };
 
 const Command& Find(const std::string& name) {
@@ -221,17 +219,12 @@ const Command& Find(const std::string& name) {
 
 bool IsCommand(const std::string& word) { return &Find(word) != &kNone; }
 
-Texts FormatsOf(const Command& command) {
-  if (command.run == Import) {
-    return ImportFormats();
-  }
-  return command.run == Explain ? LogFormats() : FormatNames();
-}
-
 bool IsOption(const std::string& word) { return word.size() > 1 && word.front() == '-'; }
 
 class Help : public CLI::Formatter {
  public:
+  Help() { label("Positionals", "Arguments"); }
+
   std::string make_usage(const CLI::App* /*app*/, std::string name) const override {
     return "Usage: vorndb " + name + " [OPTIONS]\n";
   }
@@ -257,7 +250,6 @@ class CommandLine {
       std::reverse(words.begin(), words.end());
       m_app.parse(words);
       TakeValues();
-      RequireFormat();
       if (TakesFile() && !m_arguments.sql) {
         FileName(m_arguments.file);
       }
@@ -269,10 +261,12 @@ class CommandLine {
     } catch (const CLI::Success& help) {
       return m_app.exit(help, std::cout, std::cerr);
     } catch (const CLI::ParseError& error) {
-      throw UsageError(Rephrased(error), Name());
+      Tell(Rephrased(error));
     } catch (const UsageError& error) {
-      throw UsageError(error.what(), Name());
+      Tell(error.what());
     }
+    std::cerr << "For help: vorndb help" + (Name().empty() ? "" : ' ' + Name()) + '\n';
+    return kWrongUse;
   }
 
   // Prints the candidates for the last word. Bash makes three words of "NAME=VALUE".
@@ -330,13 +324,6 @@ class CommandLine {
 
   bool TakesFile() const { return std::string(m_command->usage).rfind("FILE ", 0) == 0; }
 
-  void RequireFormat() const {
-    const Texts formats = FormatsOf(*m_command);
-    const std::string& format = m_arguments.format;
-    RefuseIf(!format.empty() && std::count(formats.begin(), formats.end(), format) == 0,
-             '\'' + format + "' is no format; the formats are " + Joined(formats));
-  }
-
   // The long ones.
   Texts OptionNames() const {
     Texts names;
@@ -378,7 +365,7 @@ class CommandLine {
       return NamesIn(kCommands);
     }
     TakeValues(place);
-    return name == "--format" ? FormatsOf(*m_command) : Candidates(name, m_arguments, word);
+    return name == "--format" ? m_arguments.formats : Candidates(name, m_arguments, word);
   }
 
   // All but the last one of an option or argument that is not complete.
@@ -417,13 +404,14 @@ class CommandLine {
   }
 
   void Declare() {
-    const auto help = std::make_shared<Help>();
-    help->label("Positionals", "Arguments");
-    m_app.formatter(help);
+    m_app.formatter(std::make_shared<Help>());
     m_app.name(m_command->usage);
     m_app.description(m_command->description);
     m_app.footer(Name().empty() ? Overview()
                                 : std::string("Example:\n  vorndb ") + m_command->example);
+    m_arguments.formats = m_command->run == Import    ? ImportFormats()
+                          : m_command->run == Explain ? LogFormats()
+                                                      : FormatNames();
     const char* const file = std::getenv("VORNDB_FILE");
     m_arguments.file = file == nullptr ? "" : file;
     Add(m_command->usage);
@@ -464,12 +452,8 @@ class CommandLine {
   static std::string Overview() {
     constexpr std::size_t kWidth = 30;
     std::ostringstream text;
-    std::string group;
+    text << "Commands:\n";
     for (const Command& command : kCommands) {
-      if (group != command.group) {
-        text << (group.empty() ? "" : "\n") << command.group << ":\n";
-        group = command.group;
-      }
       CLI::detail::format_help(text, command.name, command.description, kWidth);
     }
     text << "\nThe file may also follow -f, or be named by the variable VORNDB_FILE.\n"

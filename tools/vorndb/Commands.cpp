@@ -85,7 +85,6 @@ void Show(const Arguments& arguments, Result result) {
   if (width && !arguments.quiet && arguments.format.empty() && !result.rows.empty()) {
     std::cout << '(' << Counted(result.rows.size(), "row") << ")\n";
   }
-  std::cout.flush();
   for (const std::string& doubt : result.doubts) {
     Tell("warning: " + doubt);
   }
@@ -130,12 +129,11 @@ Texts Fill(CreateRequest& request, const Arguments& arguments) {
 }
 
 // Loses data, so somebody has to have meant it.
-void RequireConsent(const Arguments& arguments, const std::string& question,
-                    const std::string& refusal, const std::string& otherwise) {
+void RequireConsent(const Arguments& arguments, const std::string& question) {
   if (!arguments.sql && !arguments.yes) {
     const std::optional<bool> meant = Ask(question);
-    RefuseIf(!meant, refusal);
-    FailIf(!*meant, otherwise);
+    RefuseIf(!meant, question + " If so, give --yes");
+    FailIf(!*meant, "nothing is done");
   }
 }
 
@@ -188,9 +186,7 @@ void Delete(const Arguments& arguments) {
   RefuseIf(arguments.yes && !arguments.where.empty(), "--all and --where contradict each other");
   if (arguments.where.empty()) {
     RequireConsent(arguments,
-                   "Delete every row of " + arguments.table + " in " + arguments.file + "?",
-                   "delete without --where takes every row; if that is meant, give --all",
-                   "nothing is deleted");
+                   "Delete every row of " + arguments.table + " in " + arguments.file + "?");
   }
   WriteRows(arguments, &SqlGenerator::GetDeleteSql, &Database::Delete);
 }
@@ -263,9 +259,7 @@ void Exists(const Arguments& arguments) {
 }
 
 void Drop(const Arguments& arguments) {
-  RequireConsent(arguments, "Drop the table " + arguments.table + " of " + arguments.file + "?",
-                 "drop removes a table with all its rows; if that is meant, give --yes",
-                 "nothing is dropped");
+  RequireConsent(arguments, "Drop the table " + arguments.table + " of " + arguments.file + "?");
   DropRequest request;
   RunOrPrint(arguments, request, &SqlGenerator::GetDropTableSql, &Database::DropTable);
 }

@@ -14,7 +14,7 @@
 namespace vorndb {
 
 struct Arguments {
-  std::string file;      // the database
+  std::string file;      // the database, or the first of two
   bool sql = false;      // print the statement, run nothing
   bool quiet = false;    // no word about success
   bool verbose = false;  // show the library's log
@@ -33,21 +33,20 @@ struct Arguments {
   bool wide = false;   // cut no cells
   bool typed = false;  // write numbers as such
   Choice choice;
+  Texts formats;       // of the command
   std::string format;  // empty if not given
   std::string separator;
   bool create = false;  // the table, before an import
   bool noSync = false;  // until the last row
   Place fromLine;       // of an import
-  std::string path;     // a file beside the database; "-" is standard input
+  std::string path;     // another file; "-" may be standard input
 
   std::string since;  // a time in a log
   bool failures = false;
   bool summary = false;
   bool follow = false;
 
-  std::string from;  // two databases, to be compared or copied
-  std::string to;
-  Texts tables;  // all if empty
+  Texts tables;  // of two databases; all if empty
 };
 
 // Each throws Failure, and UsageError before anything is done.

@@ -1,5 +1,3 @@
-#include <tuple>
-
 #include "Commands.h"
 #include "DatabaseFile.h"
 #include "Names.h"
@@ -7,12 +5,6 @@
 namespace vorndb {
 
 namespace {
-
-Texts TablesIn(const std::string& file) { return IsThere(file) ? TablesOf(file) : Texts(); }
-
-Texts ColumnsIn(const std::string& file, const std::string& table) {
-  return IsPlainName(table) && IsThere(file) ? NamesIn(ColumnsOf(file, table)) : Texts();
-}
 
 Texts PlainOf(const Texts& names, const std::string& begin, const std::string& end) {
   Texts plain;
@@ -27,20 +19,23 @@ Texts PlainOf(const Texts& names, const std::string& begin, const std::string& e
 }  // namespace
 
 Texts Candidates(const std::string& name, const Arguments& arguments, const std::string& word) {
-  const auto& [file, table] = std::tie(arguments.file, arguments.table);
   const std::string end = name == "--where" || name == "VALUES" ? "=" : "";
-  if (name == "TABLE" || name == "TABLES") {
-    return PlainOf(TablesIn(arguments.from.empty() ? file : arguments.from), "", "");
+  const bool isSide =
+      name == "LEFT" || name == "RIGHT" || (name == "--where" && arguments.table.empty());
+  const bool isColumn = isSide || !end.empty() || name == "--columns" || name == "--order";
+  // "TABLE." first, and then "TABLE.COLUMN".
+  const std::size_t dot = word.find('.');
+  const std::string table = isSide ? word.substr(0, dot) : arguments.table;
+  if (!IsThere(arguments.file)) {
+    return {};
   }
-  if (name == "LEFT" || name == "RIGHT" || (name == "--where" && table.empty())) {
-    // "TABLE." first, and then "TABLE.COLUMN".
-    const std::size_t dot = word.find('.');
-    const std::string left = word.substr(0, dot);
-    return dot == std::string::npos ? PlainOf(TablesIn(file), "", ".")
-                                    : PlainOf(ColumnsIn(file, left), left + '.', end);
+  if (name == "TABLE" || name == "TABLES" || (isSide && dot == std::string::npos)) {
+    return PlainOf(TablesOf(arguments.file), "", isSide ? "." : "");
   }
-  const bool isColumn = !end.empty() || name == "--columns" || name == "--order";
-  return isColumn ? PlainOf(ColumnsIn(file, table), "", end) : Texts();
+  if (!isColumn || !IsPlainName(table)) {
+    return {};
+  }
+  return PlainOf(NamesIn(ColumnsOf(arguments.file, table)), isSide ? table + '.' : "", end);
 }
 
 }  // namespace vorndb

@@ -101,13 +101,7 @@ Texts Listed(const std::string& file, const std::string& column, const Pairs& wh
 
 // Names the tables that there are.
 std::string MissingTable(const std::string& file, const std::string& table) {
-  constexpr std::size_t kMost = 20;
-  Texts tables = TablesOf(file);
-  if (tables.size() > kMost) {
-    const std::size_t more = tables.size() - kMost;
-    tables.resize(kMost);
-    tables.push_back(std::to_string(more) + " more");
-  }
+  const Texts tables = TablesOf(file);
   return "the table " + table + " does not exist in " + file +
          (tables.empty() ? ", which has no table" : "; its tables: " + Joined(tables));
 }

@@ -5,19 +5,17 @@
 
 #include <stdexcept>
 #include <string>
-#include <utility>
 
 namespace vorndb {
 
-// Wrong use: exit status 2, and nothing has been done.
-struct UsageError : std::runtime_error {
-  explicit UsageError(const std::string& problem, std::string name = "")
-      : std::runtime_error(problem), command(std::move(name)) {}
+enum ExitStatus { kFailed = 1, kWrongUse = 2 };
 
-  std::string command;  // empty if not known
+// Wrong use. Nothing has been done.
+struct UsageError : std::runtime_error {
+  using std::runtime_error::runtime_error;
 };
 
-// An operation that failed, in plain words: exit status 1.
+// An operation that failed, in plain words.
 struct Failure : std::runtime_error {
   using std::runtime_error::runtime_error;
 };

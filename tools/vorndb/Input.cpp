@@ -92,7 +92,7 @@ class Reader : private std::streambuf {
       Place& here = m_input.position.here;
       here = m_isInRow ? here : Next();
       FailIf(m_source.bad(), "cannot read " + m_input.name);
-      throw Failure(m_input.name + ", line " + here.Text() + ": " + problem.what());
+      throw Failure(m_input.name + ", line " + TextOf(here) + ": " + problem.what());
     }
   }
 
@@ -119,7 +119,10 @@ class Reader : private std::streambuf {
   }
 
   // The first place that a row after the last one can have.
-  Place Next() const { return m_input.position.here.NextIn(m_line); }
+  Place Next() const {
+    const auto& [line, row] = m_input.position.here;
+    return {m_line, m_line == line ? row + 1 : 1};
+  }
 
   // A row begins with the character that is read next.
   void Begin() {

@@ -113,15 +113,15 @@ Pair ParseOrder(const std::string& text) {
   return pair;
 }
 
-Place::Place(const std::string& text) {
+Place ParsePlace(const std::string& text) {
   RefuseIf(!Matches(text, "^[0-9]{1,9}(:[0-9]{1,9})?$"), "'" + text + "' is not LINE or LINE:ROW");
   const std::size_t colon = text.find(':');
-  line = std::stoul(text.substr(0, colon));
-  row = colon == std::string::npos ? 1 : std::stoul(text.substr(colon + 1));
+  const std::string row = colon == std::string::npos ? "1" : text.substr(colon + 1);
+  return {std::stoul(text.substr(0, colon)), std::stoul(row)};
 }
 
-std::string Place::Text() const {
-  return std::to_string(line) + (row == 1 ? "" : ':' + std::to_string(row));
+std::string TextOf(const Place& place) {
+  return std::to_string(place.line) + (place.row == 1 ? "" : ':' + std::to_string(place.row));
 }
 
 std::string Suggestion(const std::string& word, const Texts& names) {

@@ -47,13 +47,6 @@ Pair ParseOrder(const std::string& text);          // COLUMN, COLUMN:asc or COLU
 
 // LINE or LINE:ROW, where a row of a file begins.
 struct Place {
-  Place() = default;
-  Place(std::size_t aLine, std::size_t aRow) : line(aLine), row(aRow) {}
-  explicit Place(const std::string& text);
-
-  std::string Text() const;
-  // The place of another row, which begins in this line.
-  Place NextIn(std::size_t aLine) const { return {aLine, aLine == line ? row + 1 : 1}; }
   bool operator<(const Place& other) const {
     return std::tie(line, row) < std::tie(other.line, other.row);
   }
@@ -61,6 +54,9 @@ struct Place {
   std::size_t line = 0;
   std::size_t row = 1;  // among those that begin in the line
 };
+
+Place ParsePlace(const std::string& text);
+std::string TextOf(const Place& place);
 
 // "; did you mean NAME?" with the name that is most similar, or nothing.
 std::string Suggestion(const std::string& word, const Texts& names);

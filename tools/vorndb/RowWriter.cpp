@@ -20,8 +20,8 @@ std::string End(const Arguments& arguments, std::string problem, std::size_t cou
     return problem;
   }
   if (!problem.empty()) {
-    problem += "; rows before it that are written: " + std::to_string(count);
-    problem += next.line == 0 ? "" : "; go on with --from-line " + next.Text();
+    problem += "; rows written to " + arguments.table + ": " + std::to_string(count);
+    problem += next.line == 0 ? "" : "; go on with --from-line " + TextOf(next);
   }
   const std::string unsynced = arguments.noSync ? Sync(arguments.file) : "";
   return problem + (problem.empty() || unsynced.empty() ? "" : "; ") + unsynced;

@@ -99,7 +99,10 @@ std::optional<std::size_t> TerminalWidth(int descriptor) {
   return size.ws_col == 0 ? kUsual : size.ws_col;
 }
 
-void Tell(const std::string& message) { std::cerr << "vorndb: " + Printable(message) + '\n'; }
+void Tell(const std::string& message) {
+  std::cout.flush();
+  std::cerr << "vorndb: " + Printable(message) + '\n';
+}
 
 std::optional<bool> Ask(const std::string& question) {
   if (isatty(STDIN_FILENO) == 0 || isatty(STDERR_FILENO) == 0) {

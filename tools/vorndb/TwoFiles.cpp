@@ -34,10 +34,10 @@ std::string LineOf(char sign, const std::string& kind, const Texts& columns, con
 void AddDifferences(const Arguments& files, const std::string& kind, const std::string& table,
                     const Texts& columns, Texts& lines) {
   std::map<Row, int> surplus;  // how many more of them the first table has
-  for (const Row& row : ReadRows(files.from, table, columns)) {
+  for (const Row& row : ReadRows(files.file, table, columns)) {
     ++surplus[row];
   }
-  for (const Row& row : ReadRows(files.to, table, columns)) {
+  for (const Row& row : ReadRows(files.path, table, columns)) {
     --surplus[row];
   }
   for (const auto& [row, count] : surplus) {
@@ -49,10 +49,10 @@ void AddDifferences(const Arguments& files, const std::string& kind, const std::
 
 // The columns that both tables have, those of a key first.
 Texts CommonColumns(const Arguments& files, const std::string& table) {
-  const Texts others = NamesIn(ColumnsOf(files.to, table));
+  const Texts others = NamesIn(ColumnsOf(files.path, table));
   Texts names;
   std::ptrdiff_t keys = 0;
-  for (const Column& column : ColumnsOf(files.from, table)) {
+  for (const Column& column : ColumnsOf(files.file, table)) {
     if (std::count(others.begin(), others.end(), column.name) > 0) {
       names.insert(column.key > 0 ? names.begin() + keys++ : names.end(), column.name);
     }
@@ -62,9 +62,9 @@ Texts CommonColumns(const Arguments& files, const std::string& table) {
 
 bool Differ(const Arguments& files, const std::string& table) {
   RequirePlainName("table", table);
-  const bool isFirst = HasTable(files.from, table);
-  if (isFirst != HasTable(files.to, table)) {
-    std::cout << table << ": only in " << (isFirst ? files.from : files.to) << '\n';
+  const bool isFirst = HasTable(files.file, table);
+  if (isFirst != HasTable(files.path, table)) {
+    std::cout << table << ": only in " << (isFirst ? files.file : files.path) << '\n';
     return true;
   }
   Texts lines;
@@ -121,11 +121,7 @@ void CopyTable(const Arguments& write, const std::string& from) {
   UpsertRows(write, position, rows.size(), [&](const TakeRow& take) {
     for (const Row& row : rows) {
       ++position.taken;
-      try {
-        take(ValuesOf(columns, row));
-      } catch (const Failure& failure) {
-        throw Failure(write.table + ": " + failure.what());
-      }
+      take(ValuesOf(columns, row));
     }
   });
 }
@@ -147,7 +143,7 @@ void Diff(const Arguments& arguments) {
   };
   attempt([&] {
     std::set<std::string> tables;
-    for (const std::string& file : {arguments.from, arguments.to}) {
+    for (const std::string& file : {arguments.file, arguments.path}) {
       RequireExisting(file);
       const Texts found = arguments.tables.empty() ? TablesOf(file) : arguments.tables;
       tables.insert(found.begin(), found.end());
@@ -162,17 +158,17 @@ void Diff(const Arguments& arguments) {
 }
 
 void Copy(const Arguments& arguments) {
-  RequireExisting(arguments.from);
+  RequireExisting(arguments.file);
   std::error_code ignored;
-  FailIf(std::filesystem::equivalent(arguments.from, arguments.to, ignored),
-         arguments.to + " is the same file");
+  FailIf(std::filesystem::equivalent(arguments.file, arguments.path, ignored),
+         arguments.path + " is the same file");
   const bool all = arguments.tables.empty();
-  for (const std::string& table : all ? TablesOf(arguments.from) : arguments.tables) {
+  for (const std::string& table : all ? TablesOf(arguments.file) : arguments.tables) {
     RequirePlainName("table", table);
     Arguments write = arguments;
-    write.file = arguments.to;
+    write.file = arguments.path;
     write.table = table;
-    CopyTable(write, arguments.from);
+    CopyTable(write, arguments.file);
   }
 }
 
