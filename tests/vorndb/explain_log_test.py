@@ -58,7 +58,7 @@ RECORDS = {
     "missed": "Cursor.cpp: GetString(9) > NO MATCHED ERROR!!!",
 }
 LOST = "\n   its beginning is not in the log"
-WAITED = "\n   waited 0.1 s for the busy file"
+WAITED = "\n   waited for the busy file: 0.1 s"
 
 
 def log_of(names, prefix="D VORN 1 1 "):
@@ -118,7 +118,7 @@ def test_json_has_what_the_report_has(tool, name):
     for operation, shown in zip(report["operations"], operations(text)):
         assert f" on {operation['file'] or 'a file that is not named'}" in shown
         assert f": {operation['outcome']}" in shown
-        assert f"waited {operation['waitedSeconds']} s" in shown + "waited 0.0 s"
+        assert f"file: {operation['waitedSeconds']} s" in shown + "file: 0.0 s"
     assert report["notes"] == re.findall(r"(?m)^  (.*)$", text.partition("\nNotes\n")[2])
 
 

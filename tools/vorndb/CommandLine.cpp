@@ -382,11 +382,15 @@ class CommandLine {
   std::string Rephrased(const CLI::ParseError& error) const {
     const std::string text = error.what();
     const std::string subject = text.substr(0, text.find_first_of(": "));
+    const std::string extra = m_app.remaining().empty() ? "" : m_app.remaining().front();
+    const std::string name = extra.substr(0, extra.find('='));
     switch (static_cast<CLI::ExitCodes>(error.get_exit_code())) {
       case CLI::ExitCodes::RequiredError:
         return subject + " is missing";
       case CLI::ExitCodes::ExtrasError:
-        return ProblemOf(m_app.remaining().front());
+        return IsOption(extra)
+                   ? name + " is no option of " + Name() + Suggestion(name, OptionNames())
+                   : '\'' + extra + "' is too much";
       case CLI::ExitCodes::ArgumentMismatch:
         return subject +
                (text.substr(text.rfind(' ')) == " missing" ? " needs a value" : " is given twice");
@@ -395,22 +399,14 @@ class CommandLine {
     }
   }
 
-  // A word that is not expected.
-  std::string ProblemOf(const std::string& word) const {
-    const std::string name = word.substr(0, word.find('='));
-    return IsOption(word)
-               ? name + " is no option of " + m_command->name + Suggestion(name, OptionNames())
-               : '\'' + word + "' is too much";
-  }
-
   void Declare() {
     m_app.formatter(std::make_shared<Help>());
     m_app.name(m_command->usage);
     m_app.description(m_command->description);
     m_app.footer(Name().empty() ? Overview()
                                 : std::string("Example:\n  vorndb ") + m_command->example);
-    m_arguments.formats = m_command->run == Import    ? ImportFormats()
-                          : m_command->run == Explain ? LogFormats()
+    m_arguments.formats = m_command->run == Import    ? Texts{"csv", "tsv", "json", "jsonl"}
+                          : m_command->run == Explain ? Texts{"text", "json"}
                                                       : FormatNames();
     const char* const file = std::getenv("VORNDB_FILE");
     m_arguments.file = file == nullptr ? "" : file;

@@ -73,12 +73,6 @@ void LogReference(const Arguments& arguments);
 // statement and ends the run.
 Result RunSelect(const Arguments& arguments);
 
-// Of explain-log; the first is the default.
-Texts LogFormats();
-
-// Of files that can be imported.
-Texts ImportFormats();
-
 // The candidates for a value of the option or argument of that name, of which `word` is the
 // beginning; none for a file, or for any text. Only plain names can be given to the tool, and a
 // shell would run other texts.

@@ -60,17 +60,6 @@ std::string Explained(const std::string& file, int result, const std::string& te
   return found == problems.end() ? other : found->second;
 }
 
-// SQLite's text for the failure of an operation, or nothing.
-std::string FailureIn(const Texts& lines) {
-  std::string text;
-  for (const LogLine& line : ReadLines(lines)) {
-    if (line.event == LogEvent::kFailed || line.event == LogEvent::kOpenFailed) {
-      text = line.text;
-    }
-  }
-  return text;
-}
-
 // Empty texts may be NULL.
 std::vector<Row> ReadTexts(const std::string& file, const std::string& table, const Texts& columns,
                            const Pairs& where = {}) {
@@ -186,11 +175,15 @@ Texts Observe(const std::string& file, BasePath& request, const std::function<in
   TakeLines();
   const int result = call();
   Texts lines = TakeLines();
-  if (result != SQLITE_OK) {
-    const std::string text = FailureIn(lines);
-    throw CallFailure(Explained(file, result, text), result, text);
+  if (result == SQLITE_OK) {
+    return lines;
   }
-  return lines;
+  std::string text;
+  for (const LogLine& line : ReadLines(lines)) {
+    const bool isFailure = line.event == LogEvent::kFailed || line.event == LogEvent::kOpenFailed;
+    text = isFailure ? line.text : text;
+  }
+  throw CallFailure(Explained(file, result, text), result, text);
 }
 
 void OnTables(const std::string& file, const Texts& tables, const std::function<void()>& call) {

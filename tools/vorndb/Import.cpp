@@ -52,8 +52,6 @@ char SeparatorOf(const Arguments& arguments) {
 
 }  // namespace
 
-Texts ImportFormats() { return {"csv", "tsv", "json", "jsonl"}; }
-
 // To guess types, all rows are read before the first is written.
 void Import(const Arguments& arguments) {
   RefuseIf(!arguments.create && (arguments.key || !arguments.columns.empty()),

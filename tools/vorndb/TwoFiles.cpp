@@ -26,13 +26,13 @@ std::string LineOf(char sign, const std::string& kind, const Texts& columns, con
     const std::string value = row[i] ? '\'' + Escaped(*row[i], "'", '\'') + '\'' : "NULL";
     line += ' ' + columns[i] + '=' + value;
   }
-  return Printable(line);
+  return Printable(line) + '\n';
 }
 
-// Adds the rows that one of the tables only has. A row that is changed is two lines, one after the
-// other, since its first cells are its key.
-void AddDifferences(const Arguments& files, const std::string& kind, const std::string& table,
-                    const Texts& columns, Texts& lines) {
+// Lines for the rows that one of the tables only has. A row that is changed is two lines, one after
+// the other, since its first cells are its key.
+std::string Differences(const Arguments& files, const std::string& kind, const std::string& table,
+                        const Texts& columns) {
   std::map<Row, int> surplus;  // how many more of them the first table has
   for (const Row& row : ReadRows(files.file, table, columns)) {
     ++surplus[row];
@@ -40,11 +40,13 @@ void AddDifferences(const Arguments& files, const std::string& kind, const std::
   for (const Row& row : ReadRows(files.path, table, columns)) {
     --surplus[row];
   }
+  std::string lines;
   for (const auto& [row, count] : surplus) {
-    if (count != 0) {
-      lines.insert(lines.end(), std::abs(count), LineOf(count > 0 ? '-' : '+', kind, columns, row));
+    for (int left = std::abs(count); left > 0; --left) {
+      lines += LineOf(count > 0 ? '-' : '+', kind, columns, row);
     }
   }
+  return lines;
 }
 
 // The columns that both tables have, those of a key first.
@@ -67,13 +69,10 @@ bool Differ(const Arguments& files, const std::string& table) {
     std::cout << table << ": only in " << (isFirst ? files.file : files.path) << '\n';
     return true;
   }
-  Texts lines;
-  AddDifferences(files, " column", ColumnTable(table),
-                 {"name", "type", "notnull", "dflt_value", "pk"}, lines);
-  AddDifferences(files, "", table, CommonColumns(files, table), lines);
-  for (std::size_t i = 0; i < lines.size(); ++i) {
-    std::cout << (i == 0 ? table + '\n' : "") << lines[i] << '\n';
-  }
+  const Texts parts{"name", "type", "notnull", "dflt_value", "pk"};
+  const std::string lines = Differences(files, " column", ColumnTable(table), parts) +
+                            Differences(files, "", table, CommonColumns(files, table));
+  std::cout << (lines.empty() ? "" : table + '\n') << lines;
   return !lines.empty();
 }
 

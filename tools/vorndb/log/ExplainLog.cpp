@@ -33,8 +33,8 @@ std::string Seconds(int waits) {
   return std::to_string(waits / 10) + '.' + std::to_string(waits % 10) + " s";
 }
 
-std::string LimitOf(const Operation& operation) {
-  return operation.limits > 0 ? ", up to the limit" : "";
+std::string WaitOf(const Operation& operation) {
+  return Seconds(operation.waits) + (operation.limits > 0 ? ", up to the limit" : "");
 }
 
 std::string FileOf(const Operation& operation) {
@@ -67,8 +67,7 @@ void WriteOperation(const Operation& operation) {
   }
   std::cout << (operation.begun ? "\n" : "\n   its beginning is not in the log\n");
   if (operation.waits > 0) {
-    std::cout << "   waited " << Seconds(operation.waits) << " for the busy file"
-              << LimitOf(operation) << '\n';
+    std::cout << "   waited for the busy file: " << WaitOf(operation) << '\n';
   }
   for (const auto& [fault, count] : operation.faults) {
     std::cout << "   " << Printable(fault)
@@ -164,8 +163,7 @@ class Report {
     if (operation.waits > 0) {
       FileWaits& file = m_waits[FileOf(operation)];
       file.waits += operation.waits;
-      file.operations.push_back(HeadOf(operation) + ": " + Seconds(operation.waits) +
-                                LimitOf(operation));
+      file.operations.push_back(HeadOf(operation) + ": " + WaitOf(operation));
     }
   }
 
@@ -239,8 +237,6 @@ void Follow(const std::string& path) {
 }
 
 }  // namespace
-
-Texts LogFormats() { return {"text", "json"}; }
 
 void Explain(const Arguments& arguments) {
   std::string name = arguments.path;
