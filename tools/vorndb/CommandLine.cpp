@@ -25,23 +25,23 @@ namespace {
 using Word = const std::string&;
 
 template <bool Arguments::*kMember>
-void Set(Arguments& to, Word /*word*/) {
-  to.*kMember = true;
+void Set(Arguments& args, Word /*word*/) {
+  args.*kMember = true;
 }
 
 template <auto kMember>
-void Keep(Arguments& to, Word word) {
-  to.*kMember = word;
+void Keep(Arguments& args, Word word) {
+  args.*kMember = word;
 }
 
 template <auto kMember, auto kParse>
-void Parse(Arguments& to, Word word) {
-  to.*kMember = kParse(word);
+void Parse(Arguments& args, Word word) {
+  args.*kMember = kParse(word);
 }
 
 template <auto kMember, auto kParse>
-void ParseAll(Arguments& to, Word word) {
-  (to.*kMember).push_back(kParse(word));
+void ParseAll(Arguments& args, Word word) {
+  (args.*kMember).push_back(kParse(word));
 }
 
 std::string FileName(Word word) {
@@ -56,26 +56,26 @@ std::string TableName(Word word) {
 }
 
 // Only a join has columns of several tables.
-void TakeCondition(Arguments& to, Word word) {
-  to.where.push_back(to.table.empty() ? ParseJoinCondition(word) : ParseAssignment(word));
+void TakeCondition(Arguments& args, Word word) {
+  args.where.push_back(args.table.empty() ? ParseJoinCondition(word) : ParseAssignment(word));
 }
 
 // Only an import can guess the type.
-void TakeKey(Arguments& to, Word word) {
-  to.key = to.path.empty() ? ParseTypedColumn(word) : ParseKeyColumn(word);
+void TakeKey(Arguments& args, Word word) {
+  args.key = args.path.empty() ? ParseTypedColumn(word) : ParseKeyColumn(word);
 }
 
-void TakeLimit(Arguments& to, Word word) {
+void TakeLimit(Arguments& args, Word word) {
   std::size_t limit = 0;
   RefuseIf(!CLI::detail::lexical_cast(word, limit), '\'' + word + "' is no number of rows");
-  to.choice.limit = limit;
+  args.choice.limit = limit;
 }
 
-void TakeFormat(Arguments& to, Word word) {
-  RefuseIf(!to.format.empty(), "--format, --csv and --json exclude each other");
-  RefuseIf(std::count(to.formats.begin(), to.formats.end(), word) == 0,
-           '\'' + word + "' is no format; the formats are " + Joined(to.formats));
-  to.format = word;
+void TakeFormat(Arguments& args, Word word) {
+  RefuseIf(!args.format.empty(), "--format, --csv and --json exclude each other");
+  RefuseIf(std::count(args.formats.begin(), args.formats.end(), word) == 0,
+           '\'' + word + "' is no format; the formats are " + Joined(args.formats));
+  args.format = word;
 }
 
 // An option with its names, or an argument. The type is empty for a flag and for an argument, and
@@ -87,7 +87,7 @@ struct Option {
   const char* description;
 };
 
-const Option kOptions[] = {
+constexpr Option kOptions[] = {
     {"TABLE", "", Parse<&Arguments::table, TableName>, "The table"},
     {"TABLES", "", ParseAll<&Arguments::tables, TableName>, "Only these tables"},
     {"FILE1", "", Parse<&Arguments::file, FileName>, "A database file"},
@@ -106,15 +106,15 @@ const Option kOptions[] = {
     {"--where", "COLUMN=VALUE...", TakeCondition,
      "Only rows with these values, all of them; of a join also TABLE.COLUMN=VALUE"},
     {"--columns", "COLUMN[,COLUMN]",
-     [](Arguments& to, Word word) { to.choice.columns = CLI::detail::split(word, ','); },
+     [](Arguments& args, Word word) { args.choice.columns = CLI::detail::split(word, ','); },
      "Only these columns, in this order"},
     {"--order", "COLUMN[:desc]",
-     [](Arguments& to, Word word) { to.choice.order = ParseOrder(word); }, "Sort the rows"},
+     [](Arguments& args, Word word) { args.choice.order = ParseOrder(word); }, "Sort the rows"},
     {"--limit", "NUMBER", TakeLimit, "No more rows than that"},
     {"--format", "NAME", TakeFormat, "The form of the output or the input"},
-    {"--csv", "", [](Arguments& to, Word /*word*/) { TakeFormat(to, "csv"); },
+    {"--csv", "", [](Arguments& args, Word /*word*/) { TakeFormat(args, "csv"); },
      "The same as --format csv"},
-    {"--json", "", [](Arguments& to, Word /*word*/) { TakeFormat(to, "json"); },
+    {"--json", "", [](Arguments& args, Word /*word*/) { TakeFormat(args, "json"); },
      "The same as --format json"},
     {"--typed", "", Set<&Arguments::typed>,
      "Numbers of JSON by the declared types of columns, not as texts"},
@@ -159,9 +159,9 @@ struct Command {
 constexpr char kPurpose[] = "Keeps and reads rows in SQLite files with the library vorndatabase.";
 
 // As long as no command is given.
-const Command kNone{"", nullptr, "FILE COMMAND ...", "", kPurpose, ""};
+constexpr Command kNone{"", nullptr, "FILE COMMAND ...", "", kPurpose, ""};
 
-const Command kCommands[] = {
+constexpr Command kCommands[] = {
     {"select", Select, "FILE select TABLE",
      "--where --columns --order --limit --format --csv --json --typed --wide", "Read rows",
      "app.db select contact --where name=Kim age=42"},
@@ -380,7 +380,7 @@ class CommandLine {
   }
 
   std::string Rephrased(const CLI::ParseError& error) const {
-    const std::string text = error.what();
+    std::string text = error.what();
     const std::string subject = text.substr(0, text.find_first_of(": "));
     const std::string extra = m_app.remaining().empty() ? "" : m_app.remaining().front();
     const std::string name = extra.substr(0, extra.find('='));
