@@ -34,7 +34,6 @@ def test_the_options_of_a_command(tool, command):
     assert proposed == options_in(help_of(command))
 
 
-# Bash makes three words of an option or a value with an equals sign.
 @pytest.mark.parametrize(
     "words, proposals",
     [
@@ -47,7 +46,6 @@ def test_the_options_of_a_command(tool, command):
         ("app.db select --wi", "--wide"),
         ("-f app.db select ", "contact note"),
         ("--file=app.db select n", "note"),
-        ("--file = app.db select n", "note"),
         ("app.db schema ", "contact note"),
         ("none.db select ", ""),
         ("app.db select contact ", ""),
@@ -56,9 +54,12 @@ def test_the_options_of_a_command(tool, command):
         ("app.db select contact --where ", "uid= name= age="),
         ("app.db select contact --where uid=7 a", "age="),
         ("app.db update note ", "owner= text="),
-        ("app.db upsert contact uid = ", ""),
+        ("app.db upsert contact uid=", "uid="),
+        ("app.db upsert contact uid=7 n", "name="),
+        ("app.db upsert contact uid n", "name="),
+        ("app.db select contact --limit x --order n", "name"),
         ("app.db select contact --format j", "json jsonl"),
-        ("app.db select contact --format = t", "table tsv"),
+        ("app.db select contact --format=t", "--format=table --format=tsv"),
         ("app.db import contact rows.csv --format ", "csv tsv json jsonl"),
         ("explain-log rows.log --format ", "text json"),
         ("app.db join ", "contact. note."),
@@ -86,17 +87,8 @@ SHELLS = {
 }
 
 
-@pytest.mark.parametrize("shell", SHELLS)
-@pytest.mark.parametrize(
-    "words, proposals",
-    [
-        (["app.db", "up"], ["update", "upsert"]),
-        (["app.db", "select", ""], ["contact", "note"]),
-        (["app.db", "join", "n"], ["note."]),
-        (["app.db", "import", "note", "row"], ["rows.csv"]),
-    ],
-)
-def test_shells(notes, shell, words, proposals):
+def complete(notes, shell, words):
+    """The candidates that a shell gets."""
     script = SHELLS[shell].format(
         script=shlex.quote(str(SCRIPTS / f"vorndb.{shell}")),
         program=shlex.join(PROGRAM),
@@ -109,7 +101,37 @@ def test_shells(notes, shell, words, proposals):
         [shell, *option, "-c", script], cwd=notes.folder, capture_output=True, check=False
     )
     assert ended.stderr == b""
-    found = sorted(line.split("\t")[0] for line in ended.stdout.decode().split("\n") if line)
+    return sorted(line.split("\t")[0] for line in ended.stdout.decode().split("\n") if line)
+
+
+@pytest.mark.parametrize("shell", SHELLS)
+@pytest.mark.parametrize(
+    "words, proposals",
+    [
+        (["app.db", "up"], ["update", "upsert"]),
+        (["app.db", "select", ""], ["contact", "note"]),
+        (["app.db", "join", "n"], ["note."]),
+        (["app.db", "import", "note", "row"], ["rows.csv"]),
+    ],
+)
+def test_shells(notes, shell, words, proposals):
     # Files are completed by the shell itself, which bash and zsh do outside of the script.
     files = {"bash": [], "zsh": ["files"]}.get(shell, proposals)
-    assert found == (files if proposals == ["rows.csv"] else proposals)
+    expected = files if proposals == ["rows.csv"] else proposals
+    assert complete(notes, shell, words) == expected
+
+
+@pytest.mark.parametrize(
+    "words, proposals",
+    [
+        ("--file = app.db select n", ["note"]),
+        ("app.db upsert contact uid =", []),
+        ("app.db upsert contact uid = 7", []),
+        ("app.db upsert contact uid = 7 n", ["name="]),
+        ("app.db select contact --where age = 42 n", ["name="]),
+        ("app.db select contact --format =", ["csv", "json", "jsonl", "lines", "markdown"]),
+        ("app.db select contact --format = t", ["table", "tsv"]),
+    ],
+)
+def test_bash_splits_words_at_an_equals_sign(notes, words, proposals):
+    assert complete(notes, "bash", words.split())[: max(1, len(proposals))] == proposals

@@ -57,9 +57,14 @@ def test_help_of_a_command(contacts):
     for command in COMMANDS:
         text = help_of(command)
         assert contacts.start("help", command).stdout.decode() == text
-        assert {"help", "quiet", "verbose", "version"} <= options_in(text)
+        options = options_in(text)
+        takes_file = "Usage: vorndb FILE " in text
+        assert {"help", "quiet", "verbose", "version"} <= options
+        assert ("file" in options) == takes_file
+        assert ("dry-run" in options) == (takes_file or command == "copy")
         assert re.search(rf"(?m)^Usage: vorndb (FILE )?{command}\b.* \[OPTIONS\]$", text)
     assert contacts.start("help").stdout.decode() == help_of()
+    assert "One of csv, tsv, json, jsonl\n" in help_of("import")
 
 
 def test_the_page_has_the_commands_with_their_options():

@@ -1,6 +1,7 @@
 """The tool with a library that is loaded before its own."""
 
 import os
+import re
 import signal
 
 import pytest
@@ -59,8 +60,8 @@ def test_success_needs_no_log(contacts):
             "the table nosuch does not exist in app.db; its tables: contact, t (SQLite 1)",
             "select nosuch",
         ),
-        ("SQLite refuses it: no more is known (SQLite 1)", "select contact --where x=1"),
-        ("the table does not allow it: no more is known (SQLite 19)", "upsert t b=1"),
+        ("SQLite refuses it: SQL logic error (SQLite 1)", "select contact --where x=1"),
+        ("the table does not allow it: constraint failed (SQLite 19)", "upsert t b=1"),
     ],
 )
 def test_failures_are_told_from_their_codes(contacts, message, arguments):
@@ -113,6 +114,15 @@ def test_a_sync_that_fails_after_another_failure(tool):
     lines = import_with_syncs(tool, "--no-sync", status=FAILED, FAIL_SYNC="1", rows="1,x\n2\n")
     assert lines[-1].startswith("vorndb: rows.csv, line 3: it has 1 fields")
     assert lines[-1].endswith("; go on with --from-line 3; cannot sync app.db")
+
+
+def test_a_signal_in_the_last_sync_leaves_the_message(tool):
+    tool.sql("CREATE TABLE t (a, b)")
+    tool.environment = environment(LD_PRELOAD=os.environ["SHOW_SYNC"], INTERRUPT_SYNC="1")
+    ended = tool.start("app.db", "import", "t", "-", "--no-sync", input=b"a,b\n1,x\n2\n")
+    assert ended.returncode in (-signal.SIGINT, FAILED)
+    message = rb"vorndb: .*it has 1 fields.*; rows written to t: 1; go on with --from-line 3\n"
+    assert re.search(message, ended.stderr)
 
 
 def test_a_signal_in_a_write_is_heeded_after_it(tool):

@@ -5,14 +5,12 @@
 #include <iostream>
 #include <memory>
 #include <sstream>
-#include <stdexcept>
 #include <string>
 #include <system_error>
 #include <utility>
 #include <vector>
 
 #include "Commands.h"
-#include "DatabaseFile.h"
 #include "Errors.h"
 #include "Result.h"
 #include "Terminal.h"
@@ -25,22 +23,22 @@ namespace {
 using Word = const std::string&;
 
 template <bool Arguments::*kMember>
-void Set(Arguments& args, Word /*word*/) {
+void TakeFlag(Arguments& args, Word /*word*/) {
   args.*kMember = true;
 }
 
 template <auto kMember>
-void Keep(Arguments& args, Word word) {
+void TakeText(Arguments& args, Word word) {
   args.*kMember = word;
 }
 
 template <auto kMember, auto kParse>
-void Parse(Arguments& args, Word word) {
+void TakeParsed(Arguments& args, Word word) {
   args.*kMember = kParse(word);
 }
 
 template <auto kMember, auto kParse>
-void ParseAll(Arguments& args, Word word) {
+void TakeEachParsed(Arguments& args, Word word) {
   (args.*kMember).push_back(kParse(word));
 }
 
@@ -67,12 +65,14 @@ void TakeKey(Arguments& args, Word word) {
 
 void TakeLimit(Arguments& args, Word word) {
   std::size_t limit = 0;
-  RefuseIf(!CLI::detail::lexical_cast(word, limit), '\'' + word + "' is no number of rows");
+  RefuseIf(word.front() == '-' || !CLI::detail::lexical_cast(word, limit),
+           '\'' + word + "' is no number of rows");
   args.choice.limit = limit;
 }
 
 void TakeFormat(Arguments& args, Word word) {
-  RefuseIf(!args.format.empty(), "--format, --csv and --json exclude each other");
+  RefuseIf(!args.format.empty() && args.format != word,
+           "--format, --csv and --json exclude each other");
   RefuseIf(std::count(args.formats.begin(), args.formats.end(), word) == 0,
            '\'' + word + "' is no format; the formats are " + Joined(args.formats));
   args.format = word;
@@ -88,19 +88,20 @@ struct Option {
 };
 
 constexpr Option kOptions[] = {
-    {"TABLE", "", Parse<&Arguments::table, TableName>, "The table"},
-    {"TABLES", "", ParseAll<&Arguments::tables, TableName>, "Only these tables"},
-    {"FILE1", "", Parse<&Arguments::file, FileName>, "A database file"},
-    {"FILE2", "", Parse<&Arguments::path, FileName>, "Another one"},
-    {"FROM", "", Parse<&Arguments::file, FileName>, "A database file"},
-    {"TO", "", Parse<&Arguments::path, FileName>, "Another one"},
-    {"IN", "", Keep<&Arguments::path>, "The file; - for standard input"},
-    {"OUT", "", Keep<&Arguments::path>, "The file; its ending is that of a format"},
-    {"LOG", "", Keep<&Arguments::path>, "The captured log; - for standard input"},
-    {"LEFT", "", Parse<&Arguments::left, ParseTableColumn>, "TABLE.COLUMN"},
-    {"RIGHT", "", Parse<&Arguments::right, ParseTableColumn>, "TABLE.COLUMN"},
-    {"COLUMNS", "", ParseAll<&Arguments::columns, ParseTypedColumn>, "Its columns: COLUMN:TYPE..."},
-    {"VALUES", "", ParseAll<&Arguments::values, ParseAssignment>,
+    {"TABLE", "", TakeParsed<&Arguments::table, TableName>, "The table"},
+    {"TABLES", "", TakeEachParsed<&Arguments::tables, TableName>, "Only these tables"},
+    {"FILE1", "", TakeParsed<&Arguments::file, FileName>, "A database file"},
+    {"FILE2", "", TakeParsed<&Arguments::path, FileName>, "Another one"},
+    {"FROM", "", TakeParsed<&Arguments::file, FileName>, "A database file"},
+    {"TO", "", TakeParsed<&Arguments::path, FileName>, "Another one"},
+    {"IN", "", TakeText<&Arguments::path>, "The file; - for standard input"},
+    {"OUT", "", TakeText<&Arguments::path>, "The file; its ending is that of a format"},
+    {"LOG", "", TakeText<&Arguments::path>, "The captured log; - for standard input"},
+    {"LEFT", "", TakeParsed<&Arguments::left, ParseTableColumn>, "TABLE.COLUMN"},
+    {"RIGHT", "", TakeParsed<&Arguments::right, ParseTableColumn>, "TABLE.COLUMN"},
+    {"COLUMNS", "", TakeEachParsed<&Arguments::columns, ParseTypedColumn>,
+     "Its columns: COLUMN:TYPE..."},
+    {"VALUES", "", TakeEachParsed<&Arguments::values, ParseAssignment>,
      "The values to be written: COLUMN=VALUE..."},
     {"COMMAND", "", [](Arguments& /*to*/, Word /*word*/) {}, "The command"},
     {"--where", "COLUMN=VALUE...", TakeCondition,
@@ -111,38 +112,41 @@ constexpr Option kOptions[] = {
     {"--order", "COLUMN[:desc]",
      [](Arguments& args, Word word) { args.choice.order = ParseOrder(word); }, "Sort the rows"},
     {"--limit", "NUMBER", TakeLimit, "No more rows than that"},
-    {"--format", "NAME", TakeFormat, "The form of the output or the input"},
+    {"--format", "NAME", TakeFormat, "One of "},
     {"--csv", "", [](Arguments& args, Word /*word*/) { TakeFormat(args, "csv"); },
      "The same as --format csv"},
     {"--json", "", [](Arguments& args, Word /*word*/) { TakeFormat(args, "json"); },
      "The same as --format json"},
-    {"--typed", "", Set<&Arguments::typed>,
+    {"--typed", "", TakeFlag<&Arguments::typed>,
      "Numbers of JSON by the declared types of columns, not as texts"},
-    {"--wide", "", Set<&Arguments::wide>, "Cut no cells to the terminal's width"},
-    {"--create", "", Set<&Arguments::create>, "Create the table first, unless it exists"},
+    {"--wide", "", TakeFlag<&Arguments::wide>, "Cut no cells to the terminal's width"},
+    {"--create", "", TakeFlag<&Arguments::create>, "Create the table first, unless it exists"},
     {"--key", "COLUMN[:TYPE]", TakeKey,
-     "The primary key, with a type unless import guesses it; without a key there is a column _ID"},
-    {"--composite", "COLUMN:TYPE", Parse<&Arguments::composite, ParseTypedColumn>,
+     "The primary key; import guesses its type. Without it there is a column _ID"},
+    {"--composite", "COLUMN:TYPE", TakeParsed<&Arguments::composite, ParseTypedColumn>,
      "A second column of the primary key"},
-    {"--types", "COLUMN:TYPE...", ParseAll<&Arguments::columns, ParseTypedColumn>,
+    {"--types", "COLUMN:TYPE...", TakeEachParsed<&Arguments::columns, ParseTypedColumn>,
      "Types that are not guessed from the values"},
-    {"--separator", "CHARACTER", Keep<&Arguments::separator>, "Between the values of CSV; or tab"},
-    {"--from-line", "LINE[:ROW]", Parse<&Arguments::fromLine, ParsePlace>,
+    {"--separator", "CHARACTER", TakeText<&Arguments::separator>,
+     "Between the values of CSV; or tab"},
+    {"--from-line", "LINE[:ROW]", TakeParsed<&Arguments::fromLine, ParsePlace>,
      "Only rows from this line of the file on"},
-    {"--no-sync", "", Set<&Arguments::noSync>,
+    {"--no-sync", "", TakeFlag<&Arguments::noSync>,
      "Sync after the last row only; until then a loss of power can damage the file"},
-    {"--force", "", Set<&Arguments::force>, "Write over a file that exists"},
-    {"--all,-y,--yes", "", Set<&Arguments::yes>, "Every row, without a question"},
-    {"-y,--yes", "", Set<&Arguments::yes>, "Without a question"},
-    {"--failures", "", Set<&Arguments::failures>, "List only operations with failures"},
-    {"--summary", "", Set<&Arguments::summary>, "List no operations"},
-    {"--since", "TIME", Keep<&Arguments::since>, "Only records from that time on"},
-    {"--follow", "", Set<&Arguments::follow>,
+    {"--force", "", TakeFlag<&Arguments::force>, "Write over a file that exists"},
+    {"--all,-y,--yes", "", TakeFlag<&Arguments::yes>, "Every row, without a question"},
+    {"-y,--yes", "", TakeFlag<&Arguments::yes>, "Without a question"},
+    {"--failures", "", TakeFlag<&Arguments::failures>,
+     "List only operations with failures or blobs"},
+    {"--summary", "", TakeFlag<&Arguments::summary>, "List no operations"},
+    {"--since", "TIME", TakeText<&Arguments::since>, "Only records from that time on"},
+    {"--follow", "", TakeFlag<&Arguments::follow>,
      "Await more of the log, and list each operation at its end"},
-    {"-f,--file", "FILE", Keep<&Arguments::file>, "The database file"},
-    {"-n,--dry-run,--sql", "", Set<&Arguments::sql>, "Print the SQL statements, and run nothing"},
-    {"-q,--quiet", "", Set<&Arguments::quiet>, "Print nothing about success"},
-    {"-v,--verbose", "", Set<&Arguments::verbose>, "Show the library's log on standard error"},
+    {"-f,--file", "FILE", TakeText<&Arguments::file>, "The database file"},
+    {"-n,--dry-run,--sql", "", TakeFlag<&Arguments::sql>,
+     "Print the SQL statements, and run nothing"},
+    {"-q,--quiet", "", TakeFlag<&Arguments::quiet>, "Print nothing about success"},
+    {"-v,--verbose", "", TakeFlag<&Arguments::verbose>, "Show the library's log on standard error"},
 };
 
 // In the usage, an argument is in brackets if it may be left out, and has "..." behind it if it may
@@ -158,7 +162,7 @@ struct Command {
 
 constexpr char kPurpose[] = "Keeps and reads rows in SQLite files with the library vorndatabase.";
 
-// As long as no command is given.
+// Stands for a command that is not given.
 constexpr Command kNone{"", nullptr, "FILE COMMAND ...", "", kPurpose, ""};
 
 constexpr Command kCommands[] = {
@@ -249,6 +253,7 @@ class CommandLine {
       Declare();
       std::reverse(words.begin(), words.end());
       m_app.parse(words);
+      RefuseIf(m_command->run == nullptr, "COMMAND is missing");
       TakeValues();
       if (TakesFile() && !m_arguments.sql) {
         FileName(m_arguments.file);
@@ -269,18 +274,19 @@ class CommandLine {
     return kWrongUse;
   }
 
-  // Prints the candidates for the last word. Bash makes three words of "NAME=VALUE".
+  // Prints the candidates for the last word, which may be "--OPTION=VALUE".
   int Complete(Texts words) {
     std::string word = words.empty() ? "" : words.back();
     words.resize(words.empty() ? 0 : words.size() - 1);
-    if (words.size() > 1 && words.back() == "=" && !IsOption(words[words.size() - 2])) {
-      return 0;
+    const std::size_t length = IsOption(word) ? word.find('=') + 1 : 0;
+    const std::string option = word.substr(0, length);
+    if (length > 0) {
+      words.push_back(option.substr(0, length - 1));
+      word.erase(0, length);
     }
-    words.erase(std::remove(words.begin(), words.end(), "="), words.end());
-    word = word == "=" ? "" : word;
     for (const std::string& candidate : CandidatesAfter(words, word)) {
       if (candidate.rfind(word, 0) == 0) {
-        std::cout << candidate << '\n';
+        std::cout << option << candidate << '\n';
       }
     }
     return 0;
@@ -324,7 +330,7 @@ class CommandLine {
 
   bool TakesFile() const { return std::string(m_command->usage).rfind("FILE ", 0) == 0; }
 
-  // The long ones.
+  // The long names of the options.
   Texts OptionNames() const {
     Texts names;
     for (const CLI::Option* const option : m_app.get_options()) {
@@ -336,7 +342,7 @@ class CommandLine {
   }
 
   // The option or argument that takes the next word, or null. Parses the words before it.
-  const CLI::Option* PlaceAfter(Texts words) {
+  const CLI::Option* OptionAfter(Texts words) {
     const std::string next = "\x01";
     words.push_back(next);
     std::reverse(words.begin(), words.end());
@@ -356,7 +362,7 @@ class CommandLine {
   Texts CandidatesAfter(Texts words, const std::string& word) {
     TakeCommand(words);
     Declare();
-    const CLI::Option* const place = PlaceAfter(words);
+    const CLI::Option* const place = OptionAfter(words);
     if (IsOption(word) || word == "-") {
       return OptionNames();
     }
@@ -364,11 +370,15 @@ class CommandLine {
     if (name == "COMMAND") {
       return NamesIn(kCommands);
     }
-    TakeValues(place);
+    try {
+      TakeValues(place);
+    } catch (const UsageError&) {
+      // The file and the table come first.
+    }
     return name == "--format" ? m_arguments.formats : Candidates(name, m_arguments, word);
   }
 
-  // All but the last one of an option or argument that is not complete.
+  // Takes all values but the last one of an incomplete option or argument.
   void TakeValues(const CLI::Option* incomplete = nullptr) {
     for (const auto& [option, parsed] : m_declared) {
       Texts values = parsed->results();
@@ -382,18 +392,22 @@ class CommandLine {
   std::string Rephrased(const CLI::ParseError& error) const {
     std::string text = error.what();
     const std::string subject = text.substr(0, text.find_first_of(": "));
+    const std::string last = text.substr(text.rfind(' ') + 1);
     const std::string extra = m_app.remaining().empty() ? "" : m_app.remaining().front();
     const std::string name = extra.substr(0, extra.find('='));
+    if (IsOption(extra)) {
+      return name + " is no option of " + (Name().empty() ? "vorndb" : Name()) +
+             Suggestion(name, OptionNames());
+    }
     switch (static_cast<CLI::ExitCodes>(error.get_exit_code())) {
       case CLI::ExitCodes::RequiredError:
         return subject + " is missing";
       case CLI::ExitCodes::ExtrasError:
-        return IsOption(extra)
-                   ? name + " is no option of " + Name() + Suggestion(name, OptionNames())
-                   : '\'' + extra + "' is too much";
+        return '\'' + extra + "' is too much";
       case CLI::ExitCodes::ArgumentMismatch:
-        return subject +
-               (text.substr(text.rfind(' ')) == " missing" ? " needs a value" : " is given twice");
+        return last == "override"
+                   ? "--" + subject + " takes no value"
+                   : subject + (last == "missing" ? " needs a value" : " is given twice");
       default:
         return text;
     }
@@ -410,9 +424,9 @@ class CommandLine {
                                                       : FormatNames();
     const char* const file = std::getenv("VORNDB_FILE");
     m_arguments.file = file == nullptr ? "" : file;
+    Add(TakesFile() ? "-f,--file -n,--dry-run,--sql" : "");
     Add(m_command->usage);
     Add(m_command->options);
-    Add(TakesFile() ? "-f,--file -n,--dry-run,--sql" : "");
     Add("-q,--quiet -v,--verbose");
     m_app.set_help_flag("-h,--help", "Print help");
     m_app.set_version_flag("-V,--version", "vorndb " VORNDB_VERSION, "Print the version");
@@ -437,7 +451,9 @@ class CommandLine {
     const bool isFlag = !isArgument && *option.type == '\0';
     CLI::Option* const added =
         isFlag ? m_app.add_flag(option.names) : m_app.add_option(option.names);
-    added->description(option.description)->option_text(option.type);
+    const bool isFormat = option.take == TakeFormat;
+    added->description(option.description + (isFormat ? Joined(m_arguments.formats) : ""));
+    added->option_text(option.type)->disable_flag_override();
     added->required(isArgument && word.front() != '[');
     if ((word + option.type).find("...") != std::string::npos) {
       added->expected(1, -1)->allow_extra_args();

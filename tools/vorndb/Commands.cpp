@@ -5,7 +5,6 @@
 
 #include <fstream>
 #include <iostream>
-#include <tuple>
 #include <type_traits>
 
 #include "CreateRequest.h"
@@ -91,9 +90,6 @@ void Show(const Arguments& arguments, Result result) {
   FailIf(!result.stop.empty(), result.stop);
 }
 
-// A cursor counts one row of a single column.
-bool HasCount(const Result& result) { return result.columns.size() != 1; }
-
 // Upsert, update and delete. The library does not report the number of rows that are changed, so
 // they are counted before.
 template <typename Request>
@@ -104,7 +100,8 @@ void WriteRows(const Arguments& arguments, Generate<Request> generate,
   const Result met = isCounted ? RunSelect(arguments) : Result();
   Statement<Request> statement(arguments.values, arguments.where);
   RunOrPrint(arguments, statement.request, generate, run);
-  if (isCounted && met.stop.empty() && HasCount(met)) {
+  // A cursor counts one row of a single column.
+  if (isCounted && met.stop.empty() && met.columns.size() != 1) {
     std::cout << Counted(met.rows.size(), "row")
               << (arguments.where.empty() ? " in the table\n" : " met the conditions\n");
   }
@@ -112,14 +109,14 @@ void WriteRows(const Arguments& arguments, Generate<Request> generate,
 
 // Returns the names of all columns of the table.
 Texts Fill(CreateRequest& request, const Arguments& arguments) {
-  const auto& [key, composite] = std::tie(arguments.key, arguments.composite);
-  Texts columns{key ? key->first : "_ID"};
-  if (key) {
-    request.SetPrimaryKey(key->first.c_str(), key->second.c_str());
+  Texts columns{arguments.key ? arguments.key->first : "_ID"};
+  if (arguments.key) {
+    request.SetPrimaryKey(arguments.key->first.c_str(), arguments.key->second.c_str());
   }
-  if (composite) {
-    request.SetCompositeKey(composite->first.c_str(), composite->second.c_str());
-    columns.push_back(composite->first);
+  if (arguments.composite) {
+    request.SetCompositeKey(arguments.composite->first.c_str(),
+                            arguments.composite->second.c_str());
+    columns.push_back(arguments.composite->first);
   }
   for (const auto& [column, type] : arguments.columns) {
     request.SetColumnKey(column.c_str(), type.c_str());
@@ -158,14 +155,14 @@ void Create(const Arguments& arguments) {
   CreateRequest request;
   const Texts columns = Fill(request, arguments);
   RequireDistinct(columns);
-  const auto& [file, table] = std::tie(arguments.file, arguments.table);
+  const std::string& file = arguments.file;
   if (!arguments.sql) {
-    const std::string namesake = IsThere(file) ? Namesake(file, table) : "";
+    const std::string namesake = IsThere(file) ? Namesake(file, arguments.table) : "";
     if (!namesake.empty()) {
       Tell("the " + namesake + " exists in " + file + " already and is left as it is");
     }
     if (columns.size() == 1) {
-      Tell("warning: the table " + table +
+      Tell("warning: the table " + arguments.table +
            " has a single column; a select of it reads one row only");
     }
   }
@@ -213,8 +210,9 @@ void Join(const Arguments& arguments) {
 void Count(const Arguments& arguments) {
   const Result result = RunSelect(arguments);
   FailIf(!result.stop.empty(), result.stop);
-  FailIf(!HasCount(result), "the rows of " + arguments.table +
-                                " cannot be counted: a cursor counts one row of a single column");
+  FailIf(result.columns.size() == 1,
+         "the rows of " + arguments.table +
+             " cannot be counted: a cursor counts one row of a single column");
   std::cout << result.rows.size() << '\n';
 }
 

@@ -6,7 +6,6 @@
 #include <iosfwd>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "Names.h"
 #include "Result.h"
@@ -73,13 +72,11 @@ void LogReference(const Arguments& arguments);
 // statement and ends the run.
 Result RunSelect(const Arguments& arguments);
 
-// The candidates for a value of the option or argument of that name, of which `word` is the
-// beginning; none for a file, or for any text. Only plain names can be given to the tool, and a
-// shell would run other texts.
+// The candidates for a value of that option or argument, of which `word` is the beginning. They are
+// plain names: a shell would run other texts.
 Texts Candidates(const std::string& name, const Arguments& arguments, const std::string& word);
 
-// Runs a command line: a command, or help, the version or completion. Returns the exit status.
-// Throws as the commands do.
+// Runs a command, help or completion. Returns the exit status. Throws Failure.
 int RunCommandLine(int argc, const char* const* argv);
 
 // Opens a file, or standard input for "-", and makes the name one for messages.

@@ -1,6 +1,5 @@
 #include "Commands.h"
 #include "DatabaseFile.h"
-#include "Names.h"
 
 namespace vorndb {
 

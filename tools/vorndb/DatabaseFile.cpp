@@ -44,7 +44,7 @@ std::string OpenProblem(const std::string& file) {
 
 // SQLite's words where they are as clear as the tool's could be.
 std::string Explained(const std::string& file, int result, const std::string& text) {
-  const std::string words = text.empty() ? "no more is known" : text;
+  const std::string words = text.empty() ? sqlite3_errstr(result) : text;
   const std::map<int, std::string> problems{
       {SQLITE_ERROR, "SQLite refuses it: " + words},
       {SQLITE_BUSY,
@@ -56,8 +56,7 @@ std::string Explained(const std::string& file, int result, const std::string& te
       {SQLITE_NOTADB, file + " is not a database"},
   };
   const auto found = problems.find(result);
-  const std::string other = text.empty() ? sqlite3_errstr(result) : text;
-  return found == problems.end() ? other : found->second;
+  return found == problems.end() ? words : found->second;
 }
 
 // Empty texts may be NULL.

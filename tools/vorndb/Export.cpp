@@ -57,20 +57,22 @@ void WriteFile(const std::string& path, const std::function<void(std::ostream&)>
   const std::string part = target + "." + std::to_string(getpid()) + ".part";
   std::string made;  // to be removed, if not empty
   const auto remove = [&made] { static_cast<void>(std::remove(made.c_str())); };
-  SignalWatch watch(remove);
-  auto lock = watch.Lock();
+  const auto watch = WatchSignals(remove);
+  auto lock = HoldSignals();
   // A new file, which nobody has put there or linked to something else before.
   std::FILE* const file = std::fopen(part.c_str(), "wx");
-  FailIf(file == nullptr || std::fclose(file) != 0, "cannot write " + path);
+  FailIf(file == nullptr, "cannot write " + path);
   made = part;
-  lock.unlock();
   try {
+    const bool isClosed = std::fclose(file) == 0;
     std::ofstream stream(part, std::ios::binary);
     TakeOwnerAndMode(target, part);
+    lock.unlock();
     write(stream);
     stream.close();
-    lock = watch.Lock();
-    FailIf(!stream || std::rename(part.c_str(), target.c_str()) != 0, "cannot write " + path);
+    lock = HoldSignals();
+    FailIf(!isClosed || !stream || std::rename(part.c_str(), target.c_str()) != 0,
+           "cannot write " + path);
   } catch (...) {
     remove();
     throw;

@@ -211,17 +211,12 @@ constexpr Format kFormats[] = {
 Texts FormatNames() { return NamesIn(kFormats); }
 
 std::string FormatOfFile(const std::string& path) {
-  Texts endings;
   for (const Format& format : kFormats) {
-    if (format.ending != nullptr) {
-      if (std::filesystem::path(path).extension() == format.ending) {
-        return format.name;
-      }
-      endings.emplace_back(format.ending);
+    if (format.ending != nullptr && std::filesystem::path(path).extension() == format.ending) {
+      return format.name;
     }
   }
-  throw UsageError("'" + path + "' has no ending of a format (" + Joined(endings) +
-                   "); give --format");
+  throw UsageError("'" + path + "' has no ending of a format; give --format");
 }
 
 void Write(Result& result, const std::string& format, std::optional<std::size_t> width,

@@ -18,7 +18,7 @@ namespace {
 // Creates the table for an input, with the types that are given.
 void CreateFor(const Arguments& arguments, std::istream& source, Input input) {
   Arguments create = arguments;
-  create.columns = EachRow(source, input, [](const Pairs& /*values*/) {});
+  create.columns = ReadInput(source, input, [](const Pairs& /*values*/) {});
   FailIf(create.columns.empty(), "the input names no columns");
   const auto find = [&create](const std::string& name) {
     const auto column = std::find_if(create.columns.begin(), create.columns.end(),
@@ -75,7 +75,7 @@ void Import(const Arguments& arguments) {
   std::error_code unknown;
   const std::uintmax_t size = file.is_open() ? std::filesystem::file_size(input.name, unknown) : 0;
   UpsertRows(arguments, input.position, unknown ? 0 : size,
-             [&](const TakeRow& take) { EachRow(*source, input, take); });
+             [&](const TakeRow& take) { ReadInput(*source, input, take); });
 }
 
 }  // namespace vorndb

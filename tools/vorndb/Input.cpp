@@ -87,13 +87,13 @@ class Reader : private std::streambuf {
       } else {
         ReadCsv();
       }
-      FailIf(m_source.bad(), "there may be more");
     } catch (const std::runtime_error& problem) {
       Place& here = m_input.position.here;
       here = m_isInRow ? here : Next();
       FailIf(m_source.bad(), "cannot read " + m_input.name);
       throw Failure(m_input.name + ", line " + TextOf(here) + ": " + problem.what());
     }
+    FailIf(m_source.bad(), "cannot read " + m_input.name);
   }
 
   Pairs TypedColumns() {
@@ -247,7 +247,7 @@ class Reader : private std::streambuf {
 
 }  // namespace
 
-Pairs EachRow(std::istream& source, Input& input, const TakeRow& take) {
+Pairs ReadInput(std::istream& source, Input& input, const TakeRow& take) {
   Reader reader(source, input, take);
   reader.Read();
   return reader.TypedColumns();

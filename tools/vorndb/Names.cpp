@@ -14,8 +14,6 @@ namespace vorndb {
 
 namespace {
 
-constexpr char kPlainName[] = "^[A-Za-z_][A-Za-z0-9_]*$";
-
 // Words, perhaps with a length behind one: "TEXT", "DECIMAL(10, 2)", "REAL NOT NULL". The
 // library writes a type into its statement as it is, too.
 constexpr char kPlainType[] =
@@ -43,8 +41,7 @@ Pair Split(const std::string& text, char separator, const std::string& form,
   return pair;
 }
 
-// The insertions, deletions and changes of a character, or of its case, that make one text
-// the other.
+// The least number of insertions, deletions and changes of a character.
 std::size_t EditsBetween(const std::string& left, const std::string& right) {
   std::vector<std::size_t> edits(right.size() + 1);
   std::iota(edits.begin(), edits.end(), 0);
@@ -69,7 +66,7 @@ std::string Joined(const Texts& names) {
   return list;
 }
 
-bool IsPlainName(const std::string& name) { return Matches(name, kPlainName); }
+bool IsPlainName(const std::string& name) { return Matches(name, "^[A-Za-z_][A-Za-z0-9_]*$"); }
 
 void RequirePlainName(const std::string& kind, const std::string& name) {
   RefuseIf(!IsPlainName(name), "'" + name + "' is no plain name for a " + kind +

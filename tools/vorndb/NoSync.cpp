@@ -33,7 +33,7 @@ int Delete(sqlite3_vfs* /*vfs*/, const char* name, int /*sync*/) {
   return TheSystem()->xDelete(TheSystem(), name, 0);
 }
 
-bool IsSynced(const std::string& path) {
+bool SyncIfThere(const std::string& path) {
   const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (descriptor < 0) {
     return errno == ENOENT;
@@ -55,7 +55,7 @@ void StopSyncs() {
 std::string Sync(const std::string& file) {
   const std::string folder = std::filesystem::absolute(file).parent_path();
   for (const std::string& path : {file, file + "-wal", file + "-journal", folder}) {
-    if (!IsSynced(path)) {
+    if (!SyncIfThere(path)) {
       return "cannot sync " + path;
     }
   }

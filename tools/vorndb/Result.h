@@ -1,5 +1,4 @@
-// The rows of a query, as far as a cursor can be trusted with them, and the forms in which
-// they are written.
+// The rows of a query, and the forms in which they are written.
 
 #ifndef VORNDB_RESULT_H
 #define VORNDB_RESULT_H

@@ -4,6 +4,7 @@
 #include <sys/signalfd.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <thread>
 #include <utility>
 
@@ -35,22 +36,23 @@ struct State {
     std::thread([this] {
       while (!HasSignal(-1)) {
       }
-      Lock();
+      Hold();
     }).detach();
   }
 
-  // Waits for one as long as that, or without an end for -1.
+  // Waits so long for a signal; -1 waits without end.
   bool HasSignal(int milliseconds) const {
     pollfd arrival{arrivals, POLLIN, 0};
     return poll(&arrival, 1, milliseconds) == 1;
   }
 
-  std::unique_lock<std::mutex> Lock() {
+  std::unique_lock<std::mutex> Hold() {
     std::unique_lock<std::mutex> lock(mutex);
     if (HasSignal(0)) {
       work();
-      // Ends the process.
+      // Ends the process, unless it is the first one of a container.
       static_cast<void>(pthread_sigmask(SIG_UNBLOCK, &signals, nullptr));
+      std::_Exit(EXIT_FAILURE);
     }
     return lock;
   }
@@ -64,16 +66,15 @@ State& TheState() {
 
 }  // namespace
 
-SignalWatch::SignalWatch(std::function<void()> work) {
-  const auto lock = Lock();
+std::shared_ptr<void> WatchSignals(std::function<void()> work) {
+  const auto lock = HoldSignals();
   TheState().work = std::move(work);
+  return {nullptr, [](void* /*nothing*/) {
+            const std::lock_guard<std::mutex> end(TheState().mutex);
+            TheState().work = [] {};
+          }};
 }
 
-SignalWatch::~SignalWatch() {
-  const std::lock_guard<std::mutex> lock(TheState().mutex);
-  TheState().work = [] {};
-}
-
-std::unique_lock<std::mutex> SignalWatch::Lock() { return TheState().Lock(); }
+std::unique_lock<std::mutex> HoldSignals() { return TheState().Hold(); }
 
 }  // namespace vorndb

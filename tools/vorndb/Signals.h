@@ -5,24 +5,18 @@
 #define VORNDB_SIGNALS_H
 
 #include <functional>
+#include <memory>
 #include <mutex>
 
 namespace vorndb {
 
-// While it lives, SIGHUP, SIGINT and SIGTERM first run the work, outside of a signal handler: it may
-// call any function. Then the signal ends the process. There may be one watch at a time.
-class SignalWatch {
- public:
-  // The work may not throw.
-  explicit SignalWatch(std::function<void()> work);
-  ~SignalWatch();
+// While the result lives, SIGHUP, SIGINT and SIGTERM first run the work, outside of a signal
+// handler: it may call any function, and may not throw. Then the signal ends the process. There may
+// be one watch at a time.
+std::shared_ptr<void> WatchSignals(std::function<void()> work);
 
-  SignalWatch(const SignalWatch&) = delete;
-  SignalWatch& operator=(const SignalWatch&) = delete;
-
-  // The work does not begin while the lock is held. After a signal, this does not return.
-  std::unique_lock<std::mutex> Lock();
-};
+// The work does not begin while the lock is held. After a signal, this does not return.
+std::unique_lock<std::mutex> HoldSignals();
 
 }  // namespace vorndb
 

@@ -8,7 +8,6 @@
 #include <cmath>
 #include <cstdio>
 #include <iostream>
-#include <map>
 
 namespace vorndb {
 
@@ -37,10 +36,9 @@ bool IsActing(utf8proc_int32_t code) {
 }
 
 std::string Escape(utf8proc_int32_t code) {
-  static const std::map<utf8proc_int32_t, const char*> named{
-      {'\n', "\\n"}, {'\r', "\\r"}, {'\t', "\\t"}};
-  if (const auto found = named.find(code); found != named.end()) {
-    return found->second;
+  constexpr std::string_view kNamed = "\n\r\t";
+  if (const std::size_t name = kNamed.find(static_cast<char>(code)); code < 0x80 && name < 3) {
+    return std::string("\\") + "nrt"[name];
   }
   char text[16];
   static_cast<void>(std::snprintf(text, sizeof text, code < 0x100 ? "\\x%02X" : "\\u%04X",

@@ -32,11 +32,11 @@ using TakeRow = std::function<void(const Pairs& values)>;
 // Reads all rows. Returns their columns in the order in which they are met, with types that keep
 // the values. A line ends in "\n", "\r\n" or "\r". Throws Failure, with the line, also for a runtime
 // error of `take`: "NAME, line 7: …".
-Pairs EachRow(std::istream& source, Input& input, const TakeRow& take);
+Pairs ReadInput(std::istream& source, Input& input, const TakeRow& take);
 
 // Runs `feed`, which passes rows for the table of the arguments, each for an upsert of its own, and
-// prints their number. To a failure of it, or on a signal, the number and the place to go on from
-// are added, if there is one. Shows the progress; a total of 0 is unknown. Throws Failure.
+// keeps the position up to date. Shows the progress; a total of 0 is unknown. Prints the number of
+// rows, after a failure or a signal with the place to go on from, if that is known. Throws Answer.
 void UpsertRows(const Arguments& arguments, const Position& position, std::uintmax_t total,
                 const std::function<void(const TakeRow&)>& feed);
 

@@ -29,7 +29,7 @@ std::string LineOf(char sign, const std::string& kind, const Texts& columns, con
   return Printable(line) + '\n';
 }
 
-// Lines for the rows that one of the tables only has. A row that is changed is two lines, one after
+// Lines for the rows that only one of the tables has. A row that is changed is two lines, one after
 // the other, since its first cells are its key.
 std::string Differences(const Arguments& files, const std::string& kind, const std::string& table,
                         const Texts& columns) {
@@ -89,20 +89,10 @@ void CreateLike(const Arguments& write, const std::vector<Column>& columns) {
     } else if (column.key == 2) {
       create.composite = ParseTypedColumn(text);
     }
-    FailIf(column.key > 2, "the library makes no table with a key of more than two columns");
+    FailIf(column.key > 2,
+           "the key of " + write.table + " has more than two columns, and the library makes none");
   }
   Create(create);
-}
-
-// NULL is a value that is not given.
-Pairs ValuesOf(const std::vector<Column>& columns, const Row& row) {
-  Pairs values;
-  for (std::size_t i = 0; i < row.size(); ++i) {
-    if (row[i]) {
-      values.emplace_back(columns[i].name, *row[i]);
-    }
-  }
-  return values;
 }
 
 void CopyTable(const Arguments& write, const std::string& from) {
@@ -120,7 +110,14 @@ void CopyTable(const Arguments& write, const std::string& from) {
   UpsertRows(write, position, rows.size(), [&](const TakeRow& take) {
     for (const Row& row : rows) {
       ++position.taken;
-      take(ValuesOf(columns, row));
+      Pairs values;
+      for (std::size_t i = 0; i < row.size(); ++i) {
+        // NULL is a value that is not given.
+        if (row[i]) {
+          values.emplace_back(columns[i].name, *row[i]);
+        }
+      }
+      take(values);
     }
   });
 }
@@ -161,8 +158,8 @@ void Copy(const Arguments& arguments) {
   std::error_code ignored;
   FailIf(std::filesystem::equivalent(arguments.file, arguments.path, ignored),
          arguments.path + " is the same file");
-  const bool all = arguments.tables.empty();
-  for (const std::string& table : all ? TablesOf(arguments.file) : arguments.tables) {
+  for (const std::string& table :
+       arguments.tables.empty() ? TablesOf(arguments.file) : arguments.tables) {
     RequirePlainName("table", table);
     Arguments write = arguments;
     write.file = arguments.path;

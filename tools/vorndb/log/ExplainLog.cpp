@@ -12,6 +12,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "Commands.h"
 #include "Errors.h"
@@ -22,7 +23,6 @@ namespace vorndb {
 
 namespace {
 
-// With its members in the order of their names.
 using SortedJson = nlohmann::json;
 
 bool HasFailed(const Operation& operation) {
@@ -93,12 +93,13 @@ SortedJson JsonOf(const Operation& operation) {
 
 // The waits of all operations for a file.
 struct FileWaits {
-  int waits = 0;     // of 100 ms each
-  Texts operations;  // in their order
+  int waits = 0;                     // of 100 ms each
+  std::vector<std::size_t> numbers;  // of the operations
+  Texts operations;                  // for a reader
 };
 
 void to_json(SortedJson& json, const FileWaits& file) {
-  json = {{"seconds", file.waits / 10.0}, {"operations", file.operations}};
+  json = {{"seconds", file.waits / 10.0}, {"operations", file.numbers}};
 }
 
 class Report {
@@ -110,7 +111,7 @@ class Report {
     }
   }
 
-  // Again with later failures to read its cursor.
+  // An operation is added again for each later failure to read its cursor.
   void Add(Operation& operation) {
     if (!m_arguments.follow) {
       m_operations[operation.number] = operation;
@@ -163,6 +164,7 @@ class Report {
     if (operation.waits > 0) {
       FileWaits& file = m_waits[FileOf(operation)];
       file.waits += operation.waits;
+      file.numbers.push_back(operation.number);
       file.operations.push_back(HeadOf(operation) + ": " + WaitOf(operation));
     }
   }
@@ -239,6 +241,8 @@ void Follow(const std::string& path) {
 }  // namespace
 
 void Explain(const Arguments& arguments) {
+  RefuseIf(arguments.since.find_first_not_of("0123456789-:. +") != std::string::npos,
+           '\'' + arguments.since + "' is no time of a log, such as 11-21 10:00, 10:00:30 or 71.5");
   std::string name = arguments.path;
   std::ifstream file;
   std::istream* log = &OpenInput(name, file);

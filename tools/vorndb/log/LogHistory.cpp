@@ -398,7 +398,7 @@ bool ReadHistory(std::istream& log, const std::string& since, LogHistory& histor
       reader.Add(line.substr(0, line.size() - (!line.empty() && line.back() == '\r' ? 1 : 0)));
     }
   }
-  FailIf(!hasTime, "the log has no times of the form of " + since);
+  FailIf(!hasTime && !log.bad(), "the log has no times of the form of " + since);
   return reader.Finish();
 }
 

@@ -59,7 +59,7 @@ bool ReadHistory(std::istream& log, const std::string& since, LogHistory& histor
 // The end of an operation, as far as its records show.
 struct Outcome {
   std::string label;
-  std::string note;  // that explains the label, if it needs that
+  std::string note;  // explains the label; may be empty
 };
 
 Outcome OutcomeOf(const Operation& operation);

@@ -12,10 +12,10 @@ namespace vorndb {
 
 namespace {
 
-// Syncs what is written. Returns the problem, which may be empty, with all that there is to add:
-// after a failed sync the rows are not durable.
-std::string End(const Arguments& arguments, std::string problem, std::size_t count,
-                const Place& next) {
+// Syncs the rows if that is left. Returns the problem, or nothing; the number of rows and the next
+// place are added to it.
+std::string EndWith(const Arguments& arguments, std::string problem, std::size_t count,
+                    const Place& next) {
   if (arguments.sql) {
     return problem;
   }
@@ -40,15 +40,15 @@ void UpsertRows(const Arguments& arguments, const Position& position, std::uintm
   Place next;
   const auto end = [&](const std::string& problem) {
     progress.reset();
-    return End(arguments, problem, count, next);
+    return EndWith(arguments, problem, count, next);
   };
-  SignalWatch watch([&end] { Tell(end("interrupted")); });
+  const auto watch = WatchSignals([&end] { Tell(end("interrupted")); });
   Arguments upsert = arguments;
   const auto take = [&](const Pairs& values) {
     if (position.here < arguments.fromLine) {
       return;
     }
-    const auto lock = watch.Lock();
+    const auto lock = HoldSignals();
     upsert.values = values;
     Upsert(upsert);
     next = position.after;
@@ -60,12 +60,18 @@ void UpsertRows(const Arguments& arguments, const Position& position, std::uintm
   } catch (const Failure& failure) {
     problem = failure.what();
   }
-  const auto lock = watch.Lock();
-  next = std::max(arguments.fromLine, position.here);
+  const auto lock = HoldSignals();
+  if (!problem.empty()) {
+    next = std::max(arguments.fromLine, position.here);
+  }
   problem = end(problem);
-  FailIf(!problem.empty(), problem);
+  // Without the lock a signal may end the process at once.
+  if (!problem.empty()) {
+    Tell(problem);
+    throw Answer{kFailed};
+  }
   if (!arguments.sql && !arguments.quiet) {
-    std::cout << Counted(count, "row") << " written to " << arguments.table << '\n';
+    std::cout << Counted(count, "row") << " written to " << arguments.table << std::endl;
   }
 }
 
