@@ -58,11 +58,6 @@ void TakeCondition(Arguments& args, Word word) {
   args.where.push_back(args.table.empty() ? ParseJoinCondition(word) : ParseAssignment(word));
 }
 
-// Only an import can guess the type.
-void TakeKey(Arguments& args, Word word) {
-  args.key = args.path.empty() ? ParseTypedColumn(word) : ParseKeyColumn(word);
-}
-
 void TakeLimit(Arguments& args, Word word) {
   std::size_t limit = 0;
   RefuseIf(word.front() == '-' || !CLI::detail::lexical_cast(word, limit),
@@ -121,7 +116,7 @@ constexpr Option kOptions[] = {
      "Numbers of JSON by the declared types of columns, not as texts"},
     {"--wide", "", TakeFlag<&Arguments::wide>, "Cut no cells to the terminal's width"},
     {"--create", "", TakeFlag<&Arguments::create>, "Create the table first, unless it exists"},
-    {"--key", "COLUMN[:TYPE]", TakeKey,
+    {"--key", "COLUMN[:TYPE]", TakeParsed<&Arguments::key, ParseKeyColumn>,
      "The primary key; import guesses its type. Without it there is a column _ID"},
     {"--composite", "COLUMN:TYPE", TakeParsed<&Arguments::composite, ParseTypedColumn>,
      "A second column of the primary key"},
@@ -322,7 +317,7 @@ class CommandLine {
                '\'' + *word + "' is no command" + Suggestion(*word, NamesIn(kCommands)));
       m_command = &Find(*word);
       words.erase(word);
-      RefuseIf(isFile && !TakesFile(), Name() + " takes no file before it");
+      RefuseIf(isFile && !TakesFile() && Name() != "help", Name() + " takes no file before it");
     }
   }
 
@@ -393,7 +388,9 @@ class CommandLine {
     std::string text = error.what();
     const std::string subject = text.substr(0, text.find_first_of(": "));
     const std::string last = text.substr(text.rfind(' ') + 1);
-    const std::string extra = m_app.remaining().empty() ? "" : m_app.remaining().front();
+    const Texts extras = m_app.remaining();
+    // "--" is one as well.
+    const std::string extra = extras.empty() ? "" : extras[0] == "--" ? extras.back() : extras[0];
     const std::string name = extra.substr(0, extra.find('='));
     if (IsOption(extra)) {
       return name + " is no option of " + (Name().empty() ? "vorndb" : Name()) +

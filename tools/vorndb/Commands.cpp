@@ -152,6 +152,7 @@ void PrintLookup(Arguments arguments) {
 void Create(const Arguments& arguments) {
   RefuseIf(arguments.composite && !arguments.key,
            "--composite needs --key: alone, the library leaves it out");
+  RefuseIf(arguments.key && arguments.key->second.empty(), "--key needs COLUMN:TYPE");
   CreateRequest request;
   const Texts columns = Fill(request, arguments);
   RequireDistinct(columns);

@@ -151,8 +151,8 @@ Json ValueOf(const std::optional<std::string>& cell, bool isNumber) {
   if (!cell || (isNumber && cell->empty())) {
     return nullptr;
   }
-  const Json number = isNumber ? Json::parse(*cell, nullptr, false) : Json();
-  return number.is_number() ? number : Json(*cell);
+  Json value = isNumber ? Json::parse(*cell, nullptr, false) : Json(*cell);
+  return value.is_number() || !isNumber ? std::move(value) : Json(*cell);
 }
 
 // Row by row, since the whole is in memory once already. JSON is UTF-8 by its own rules.

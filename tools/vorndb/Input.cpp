@@ -18,8 +18,6 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr int kEnd = std::char_traits<char>::eof();
-constexpr std::string_view kSpaces = " \t\r\n";
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 // A set of types that keep the values of a column; kEmpty means that it has no value yet.
 constexpr unsigned kInteger = 1;
@@ -81,7 +79,9 @@ class Reader : private std::streambuf {
 
   void Read() {
     try {
-      SkipAll(kByteOrderMark);
+      for (const int byteOrderMark : {0xEF, 0xBB, 0xBF}) {
+        m_stream.ignore(sgetc() == byteOrderMark ? 1 : 0);
+      }
       if (m_input.separator == 0) {
         ReadJson();
       } else {
@@ -152,11 +152,12 @@ class Reader : private std::streambuf {
     }
   }
 
-  // Goes past these characters, unless they separate values. Returns the next one.
-  int SkipAll(std::string_view characters) {
+  // Goes past spaces, unless they separate values. Returns the next character.
+  int SkipSpaces() {
+    constexpr std::string_view kSpaces = " \t\r\n";
     int next = sgetc();
     while (next != m_input.separator &&
-           characters.find(static_cast<char>(next)) != std::string_view::npos) {
+           kSpaces.find(static_cast<char>(next)) != std::string_view::npos) {
       next = snextc();
     }
     return next;
@@ -169,14 +170,14 @@ class Reader : private std::streambuf {
     FailIf(csv_init(&parser, CSV_STRICT | CSV_STRICT_FINI) != 0, "memory is exhausted");
     const std::unique_ptr<csv_parser, decltype(&csv_free)> owner(&parser, csv_free);
     csv_set_delim(&parser, static_cast<unsigned char>(m_input.separator));
-    FailIf(SkipAll(kSpaces) == kEnd, "there is no line that names the columns");
+    FailIf(SkipSpaces() == kEnd, "there is no line that names the columns");
     Begin();
     const Texts names = ReadFields(parser, m_stream);
     for (const std::string& name : names) {
       AddColumn(name, kAll);
     }
     RequireDistinct(names);
-    while (SkipAll(kSpaces) != kEnd) {
+    while (SkipSpaces() != kEnd) {
       Begin();
       const Texts fields = ReadFields(parser, m_stream);
       FailIf(fields.size() != names.size(), "it has " + std::to_string(fields.size()) +
@@ -190,35 +191,34 @@ class Reader : private std::streambuf {
     }
   }
 
-  // Objects, in an array or one after another. An element of the array is not kept.
+  bool Skip(char mark) {
+    const bool isNext = SkipSpaces() == mark;
+    m_stream.ignore(isNext ? 1 : 0);
+    return isNext;
+  }
+
+  // Objects, in an array or one after another.
   void ReadJson() {
-    using Event = Json::parse_event_t;
-    const auto takeElement = [this](int depth, Event event, const Json& value) {
-      const bool begins = event == Event::object_start || event == Event::array_start;
-      if (depth == 1 && begins) {
-        Begin();
-      } else if (depth == 1) {
-        TakeObject(value);
-      }
-      return depth != 1 || begins;
-    };
+    const bool isArray = Skip('[');
+    bool isOpen = isArray && !Skip(']');
+    while (isOpen || (!isArray && SkipSpaces() != kEnd)) {
+      SkipSpaces();
+      Begin();
+      TakeObject();
+      isOpen = isOpen && !Skip(']');
+      FailIf(isOpen && !Skip(','), "the array lacks a comma or its end");
+    }
+    FailIf(SkipSpaces() != kEnd, "there is more after the end of the array");
+  }
+
+  void TakeObject() {
+    Json object;
     try {
-      Json value;
-      if (SkipAll(kSpaces) == '[') {
-        value = Json::parse(m_stream, takeElement);
-      }
-      while (SkipAll(kSpaces) != kEnd) {
-        Begin();
-        m_stream >> value;
-        TakeObject(value);
-      }
+      m_stream >> object;
     } catch (const Json::exception& error) {
       const std::string text = error.what();
       throw Failure("this is not JSON: " + text.substr(text.find("] ") + 2));
     }
-  }
-
-  void TakeObject(const Json& object) {
     FailIf(!object.is_object(), "a row is an object");
     Pairs row;
     for (const auto& [name, value] : object.items()) {

@@ -10,9 +10,8 @@
 
 namespace vorndb {
 
-// While the result lives, SIGHUP, SIGINT and SIGTERM first run the work, outside of a signal
-// handler: it may call any function, and may not throw. Then the signal ends the process. There may
-// be one watch at a time.
+// While the result lives, SIGHUP, SIGINT and SIGTERM run the work, which may call any function but
+// not throw, before they end the process. There may be one watch at a time.
 std::shared_ptr<void> WatchSignals(std::function<void()> work);
 
 // The work does not begin while the lock is held. After a signal, this does not return.

@@ -109,8 +109,7 @@ std::optional<bool> Ask(const std::string& question) {
   std::cerr << Printable(question) + " [y/N] ";
   std::string answer;
   if (!std::getline(std::cin, answer)) {
-    // Nobody has ended the line.
-    std::cerr << '\n';
+    std::cerr << '\n';  // nobody has ended the line
   }
   return !answer.empty() && (answer.front() == 'y' || answer.front() == 'Y');
 }
@@ -139,8 +138,7 @@ void Progress::Show(std::uintmax_t done, std::size_t rows) {
     line = std::to_string(static_cast<int>(part * 100)) + " %, " + line + ", " +
            std::to_string(std::lround(seconds / part - seconds)) + " s left";
   }
-  // Over all of an earlier line, but the last column stays free: to write there wraps some
-  // terminals.
+  // The last column stays free: to write there wraps some terminals.
   line.resize(*m_width - 1, ' ');
   std::cerr << '\r' + line;
 }

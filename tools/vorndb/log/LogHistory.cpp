@@ -279,7 +279,9 @@ std::optional<bool> IsSince(const std::string& time, const std::string& since) {
   }
   const bool isOfAnyDay = since.find('-') == std::string::npos;
   const std::string part = isOfAnyDay ? time.substr(time.find(' ') + 1) : time;
-  const bool isComparable = !first && FormOf(part).rfind(FormOf(since), 0) == 0;
+  const std::string form = FormOf(part) + ' ';
+  const bool isComparable =
+      !first && form.rfind(FormOf(since), 0) == 0 && form[since.size()] != '0';
   return isComparable ? std::make_optional(part >= since) : std::nullopt;
 }
 
