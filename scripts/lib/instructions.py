@@ -60,7 +60,8 @@ def measure(builds, machine, action):
     """The instructions of one action, and the library's among them."""
     program = f"{builds}/{machine}/bench/instructions/vorn_instructions"
     count = count_emulated if machine == "armhf" else count_native
-    runs = 1 if action.startswith(("upsert", "select")) else 20
+    # The start of a process varies by some hundred instructions.
+    runs = 1 if action.startswith(("upsert", "select")) else 200
     # SQLite looks at every folder on the way to a file.
     with tempfile.TemporaryDirectory(prefix="vorn-", dir="/tmp") as folder:
         run(program.replace(machine, "x86_64"), "make", "1", folder, env=SILENT)
