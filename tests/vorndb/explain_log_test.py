@@ -133,6 +133,7 @@ def test_json_has_what_the_report_has(tool, name):
         ("9.5, 71.5", "72", "has no line of the library's log since 72"),
         ("11-21 10:00:00.123, 11-21 10:00:01.000", "71.5", "has no times of the form of 71.5"),
         (", ", "10:00", "has no times of the form of 10:00"),
+        ("11-21 09:00:00, 11-21 10:00:00", "11-21 9", "has no times of the form of 11-21 9"),
         ("11-21 10:00:00.123, 11-21 10:00:01.000", "10", "has no times of the form of 10"),
     ],
 )

@@ -120,6 +120,7 @@ def test_the_rows_before_a_broken_line_are_counted(contacts, load, row, problem)
             "line 1: the name of a column holds a NUL; is the file UTF-16? It has to be UTF-8; ",
         ),
         (b"\xef\xbb\xbf\0", "line 1: the name of a column holds a NUL; "),
+        ("\ufeff\ufeffuid\n", "line 1: '\ufeffuid' is no plain name for a column: "),
         (
             b"uid,name\na,b\0c\n",
             f"line 2: the value of name holds a NUL, where a text ends{written(0, 2)}\n",
