@@ -157,7 +157,7 @@ struct Command {
 
 constexpr char kPurpose[] = "Keeps and reads rows in SQLite files with the library vorndatabase.";
 
-// Stands for a command that is not given.
+// The command of a line that names none.
 constexpr Command kNone{"", nullptr, "FILE COMMAND ...", "", kPurpose, ""};
 
 constexpr Command kCommands[] = {
@@ -261,9 +261,9 @@ class CommandLine {
     } catch (const CLI::Success& help) {
       return m_app.exit(help, std::cout, std::cerr);
     } catch (const CLI::ParseError& error) {
-      Tell(Rephrased(error));
+      PrintMessage(Rephrased(error));
     } catch (const UsageError& error) {
-      Tell(error.what());
+      PrintMessage(error.what());
     }
     std::cerr << "For help: vorndb help" + (Name().empty() ? "" : ' ' + Name()) + '\n';
     return kWrongUse;

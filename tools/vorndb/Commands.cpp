@@ -85,7 +85,7 @@ void Show(const Arguments& arguments, Result result) {
     std::cout << '(' << Counted(result.rows.size(), "row") << ")\n";
   }
   for (const std::string& doubt : result.doubts) {
-    Tell("warning: " + doubt);
+    PrintMessage("warning: " + doubt);
   }
   FailIf(!result.stop.empty(), result.stop);
 }
@@ -160,11 +160,11 @@ void Create(const Arguments& arguments) {
   if (!arguments.sql) {
     const std::string namesake = IsThere(file) ? Namesake(file, arguments.table) : "";
     if (!namesake.empty()) {
-      Tell("the " + namesake + " exists in " + file + " already and is left as it is");
+      PrintMessage("the " + namesake + " exists in " + file + " already and is left as it is");
     }
     if (columns.size() == 1) {
-      Tell("warning: the table " + arguments.table +
-           " has a single column; a select of it reads one row only");
+      PrintMessage("warning: the table " + arguments.table +
+                   " has a single column; a select of it reads one row only");
     }
   }
   RunOrPrint(arguments, request, &SqlGenerator::GetCreateTableSql, &Database::CreateTable);

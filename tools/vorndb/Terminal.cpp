@@ -97,7 +97,7 @@ std::optional<std::size_t> TerminalWidth(int descriptor) {
   return size.ws_col == 0 ? kUsual : size.ws_col;
 }
 
-void Tell(const std::string& message) {
+void PrintMessage(const std::string& message) {
   std::cout.flush();
   std::cerr << "vorndb: " + Printable(message) + '\n';
 }

@@ -31,7 +31,7 @@ std::string CutToWidth(const std::string& text, std::size_t width);
 std::optional<std::size_t> TerminalWidth(int descriptor);
 
 // Writes a message of the tool to standard error, on a line of its own, after the output so far.
-void Tell(const std::string& message);
+void PrintMessage(const std::string& message);
 
 // Asks on standard error; true for an answer that begins with a "y". Nothing if there is
 // nobody to ask.

@@ -102,8 +102,9 @@ void CopyTable(const Arguments& write, const std::string& from) {
   if (write.sql || !IsThere(write.file) || !HasTable(write.file, write.table)) {
     CreateLike(write, columns);
     if (!write.sql && StatementsOf(from, write.table) != StatementsOf(write.file, write.table)) {
-      Tell("warning: the copy of " + write.table +
-           " keeps only the names, types and keys of its columns; vorndb schema shows the rest");
+      PrintMessage(
+          "warning: the copy of " + write.table +
+          " keeps only the names, types and keys of its columns; vorndb schema shows the rest");
     }
   }
   Position position;
@@ -133,7 +134,7 @@ void Diff(const Arguments& arguments) {
     try {
       compare();
     } catch (const std::runtime_error& problem) {
-      Tell(problem.what());
+      PrintMessage(problem.what());
       status = kTrouble;
     }
   };

@@ -42,7 +42,7 @@ void UpsertRows(const Arguments& arguments, const Position& position, std::uintm
     progress.reset();
     return EndWith(arguments, problem, count, next);
   };
-  const auto watch = WatchSignals([&end] { Tell(end("interrupted")); });
+  const auto watch = WatchSignals([&end] { PrintMessage(end("interrupted")); });
   Arguments upsert = arguments;
   const auto take = [&](const Pairs& values) {
     if (position.here < arguments.fromLine) {
@@ -67,7 +67,7 @@ void UpsertRows(const Arguments& arguments, const Position& position, std::uintm
   problem = end(problem);
   // Without the lock a signal may end the process at once.
   if (!problem.empty()) {
-    Tell(problem);
+    PrintMessage(problem);
     throw Answer{kFailed};
   }
   if (!arguments.sql && !arguments.quiet) {

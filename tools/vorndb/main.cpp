@@ -15,9 +15,9 @@ int main(int argc, char** argv) {
     vorndb::FailIf(!std::cout.flush(), "cannot write to standard output");
     return status;
   } catch (const std::bad_alloc&) {
-    vorndb::Tell("memory is exhausted");
+    vorndb::PrintMessage("memory is exhausted");
   } catch (const std::exception& error) {
-    vorndb::Tell(error.what());
+    vorndb::PrintMessage(error.what());
   }
   return vorndb::kFailed;
 }
