@@ -1,0 +1,61 @@
+// The constructors and destructors of requests and cursors: their notes end with them. The
+// library calls a destructor through the virtual table of the class, so the table is ours, too.
+
+#include "Aside.h"
+#include "Next.h"
+#include "Objects.h"
+
+namespace vorncheck {
+namespace {
+
+using Lifetime = void* (*)(void*);
+
+void* Construct(void* object, Lifetime next) {
+  Aside([&] { Forget(object); });
+  return next(object);
+}
+
+void* Destroy(void* object, Lifetime next, const char* symbol, const void* site) {
+  const Use use(object, Access::kChange, symbol, site);
+  Aside([&] { Forget(object); });
+  return next(object);
+}
+
+}  // namespace
+}  // namespace vorncheck
+
+// On ARM, constructors and destructors return their object.
+#define VORN_LIFETIME(function, symbol, ...)                                                     \
+  extern "C" void* function(void* object) asm(symbol);                                           \
+  void* function(void* object) {                                                                 \
+    static const auto next = reinterpret_cast<vorncheck::Lifetime>(vorncheck::FindNext(symbol)); \
+    return vorncheck::__VA_ARGS__;                                                               \
+  }
+#define VORN_CONSTRUCTOR(function, symbol) VORN_LIFETIME(function, symbol, Construct(object, next))
+#define VORN_DESTRUCTOR(function, symbol) \
+  VORN_LIFETIME(function, symbol, Destroy(object, next, symbol, VORN_SITE))
+
+// The functions of a class, by its name with the length in front. Every virtual table has a
+// destructor alone.
+#define VORN_CLASS(Class, name)                                                   \
+  VORN_CONSTRUCTOR(Class##C1, "_ZN" name "C1Ev")                                  \
+  VORN_CONSTRUCTOR(Class##C2, "_ZN" name "C2Ev")                                  \
+  VORN_DESTRUCTOR(Class##D0, "_ZN" name "D0Ev")                                   \
+  VORN_DESTRUCTOR(Class##D1, "_ZN" name "D1Ev")                                   \
+  VORN_DESTRUCTOR(Class##D2, "_ZN" name "D2Ev")                                   \
+  extern "C" const char Class##Type asm("_ZTI" name) __attribute__((weak));       \
+  extern "C" const void* const Class##Table[4] asm("_ZTV" name);                  \
+  const void* const Class##Table[4] = {nullptr, &Class##Type,                     \
+                                       reinterpret_cast<const void*>(&Class##D1), \
+                                       reinterpret_cast<const void*>(&Class##D0)};
+
+VORN_CLASS(BasePath, "8BasePath")
+VORN_CLASS(BaseSet, "7BaseSet")
+VORN_CLASS(CreateRequest, "13CreateRequest")
+VORN_CLASS(Cursor, "6Cursor")
+VORN_CLASS(DeleteRequest, "13DeleteRequest")
+VORN_CLASS(DropRequest, "11DropRequest")
+VORN_CLASS(JoinRequest, "11JoinRequest")
+VORN_CLASS(SelectRequest, "13SelectRequest")
+VORN_CLASS(UpdateRequest, "13UpdateRequest")
+VORN_CLASS(UpsertRequest, "13UpsertRequest")

@@ -1,0 +1,47 @@
+#include "Next.h"
+
+#include <cxxabi.h>
+#include <dlfcn.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+namespace vorncheck {
+
+void* FindNextIfAny(const char* symbol) {
+  void* next = dlsym(RTLD_NEXT, symbol);
+  // A plug-in brings its libraries into no global scope.
+  for (const char* const library : {"libvorndatabase.so", "libsqlite3.so.0"}) {
+    if (next == nullptr) {
+      if (void* const handle = dlopen(library, RTLD_LAZY | RTLD_NOLOAD)) {
+        next = dlsym(handle, symbol);
+        dlclose(handle);
+      }
+    }
+  }
+  return next;
+}
+
+void* FindNext(const char* symbol) {
+  void* const next = FindNextIfAny(symbol);
+  if (next == nullptr) {
+    std::fprintf(stderr, "vorncheck: the program has no %s\n", symbol);
+    std::abort();
+  }
+  return next;
+}
+
+const char* SymbolOf(const void* function) {
+  Dl_info info{};
+  return dladdr(function, &info) != 0 && info.dli_sname != nullptr ? info.dli_sname : "";
+}
+
+std::string NameOf(const char* symbol) {
+  const std::unique_ptr<char, void (*)(void*)> name(
+      abi::__cxa_demangle(symbol, nullptr, nullptr, nullptr), std::free);
+  const std::string text(name != nullptr ? name.get() : symbol);
+  return text.substr(0, text.find('('));
+}
+
+}  // namespace vorncheck

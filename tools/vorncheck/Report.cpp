@@ -1,0 +1,336 @@
+#include "Report.h"
+
+#include <fcntl.h>
+#include <fnmatch.h>
+#include <pthread.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <map>
+#include <mutex>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "Objects.h"
+#include "Options.h"
+
+namespace vorncheck {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr const char* kGuide = "docs/guide.md#";
+
+struct Suppression {
+  std::string identifier;
+  std::string function;
+};
+
+struct State {
+  Options options;
+  std::vector<Suppression> suppressions;
+
+  std::mutex mutex;  // for the rest
+  std::map<std::pair<Kind, const void*>, unsigned long> sites;
+  std::array<unsigned long, kKindCount> counts{};
+  unsigned long suppressed = 0;
+  unsigned long operations = 0;
+  std::chrono::nanoseconds waited{};
+};
+
+// Never destroyed: the program may run until the very end.
+State& TheState() {
+  static auto* const state = new State;
+  return *state;
+}
+
+std::vector<Suppression> ReadSuppressions(const std::string& path) {
+  std::vector<Suppression> suppressions;
+  std::ifstream file(path);
+  for (std::string line; std::getline(file, line);) {
+    std::istringstream words(line.substr(0, line.find('#')));
+    Suppression suppression;
+    if (words >> suppression.identifier) {
+      if (!std::getline(words >> std::ws, suppression.function)) {
+        throw CLI::ValidationError("--suppressions",
+                                   "a line is an identifier and a function: " + line);
+      }
+      suppressions.push_back(suppression);
+    }
+  }
+  return suppressions;
+}
+
+bool IsMatch(const std::string& pattern, const std::string& text) {
+  return fnmatch(pattern.c_str(), text.c_str(), 0) == 0;
+}
+
+// A function is given with or without its parameters.
+bool IsSuppressed(Kind kind, const Finding& finding) {
+  const auto isOn = [](const Suppression& suppression, const Stack& stack) {
+    return std::any_of(stack.begin(), stack.end(), [&](const void* address) {
+      const std::string& function = FrameAt(address).function;
+      return IsMatch(suppression.function, function) ||
+             IsMatch(suppression.function, function.substr(0, function.find('(')));
+    });
+  };
+  const auto& all = TheState().suppressions;
+  return std::any_of(all.begin(), all.end(), [&](const Suppression& suppression) {
+    return IsMatch(suppression.identifier, TextOf(kind).identifier) &&
+           std::any_of(finding.stacks.begin(), finding.stacks.end(),
+                       [&](const auto& stack) { return isOn(suppression, stack.second); });
+  });
+}
+
+// At once, so that lines of several threads and processes are not mixed.
+void WriteAtOnce(int descriptor, const std::string& text) {
+  for (std::size_t done = 0; done < text.size();) {
+    const ssize_t written = write(descriptor, text.data() + done, text.size() - done);
+    if (written < 0 && errno != EINTR) {
+      return;
+    }
+    done += written > 0 ? static_cast<std::size_t>(written) : 0;
+  }
+}
+
+void AppendJson(const Json& json) {
+  const std::string& path = TheState().options.json;
+  if (path.empty()) {
+    return;
+  }
+  const int file = open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
+  if (file >= 0) {
+    WriteAtOnce(file, json.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n');
+    close(file);
+  }
+}
+
+std::string Prefix() { return "vorncheck[" + std::to_string(getpid()) + "]: "; }
+
+std::string Described(const Frame& frame) {
+  constexpr std::size_t kLongest = 100;
+  std::ostringstream text;
+  text << (frame.function.empty() ? "??" : frame.function.substr(0, kLongest));
+  if (frame.file.empty()) {
+    text << " (" << frame.object << "+0x" << std::hex << frame.offset << ')';
+  } else {
+    text << ' ' << frame.file << ':' << frame.line;
+  }
+  return text.str();
+}
+
+std::string AsText(Kind kind, const Finding& finding) {
+  std::ostringstream text;
+  text << Prefix() << TextOf(kind).identifier << ": " << finding.sentence << '\n';
+  if (!finding.excerpt.empty()) {
+    text << "  " << finding.excerpt << '\n';
+    if (finding.mark != std::string::npos) {
+      text << "  " << std::string(finding.mark, ' ') << "^\n";
+    }
+  }
+  for (const auto& [heading, stack] : finding.stacks) {
+    text << "  " << heading << '\n';
+    for (std::size_t frame = 0; frame < stack.size(); ++frame) {
+      text << "    #" << frame << ' ' << Described(FrameAt(stack[frame])) << '\n';
+    }
+  }
+  text << "  remedy: " << TextOf(kind).remedy << '\n'
+       << "  guide: " << kGuide << TextOf(kind).section << '\n';
+  return text.str();
+}
+
+Json AsJson(const Stack& stack) {
+  Json frames = Json::array();
+  for (const void* const address : stack) {
+    const Frame& frame = FrameAt(address);
+    frames.push_back({{"function", frame.function},
+                      {"file", frame.file},
+                      {"line", frame.line},
+                      {"object", frame.object},
+                      {"offset", frame.offset}});
+  }
+  return frames;
+}
+
+Json AsJson(Kind kind, const Finding& finding) {
+  Json stacks = Json::array();
+  for (const auto& [heading, stack] : finding.stacks) {
+    stacks.push_back({{"heading", heading}, {"frames", AsJson(stack)}});
+  }
+  Json json = {{"finding", TextOf(kind).identifier},
+               {"process", getpid()},
+               {"thread", syscall(SYS_gettid)},
+               {"sentence", finding.sentence}};
+  if (!finding.excerpt.empty()) {
+    json["excerpt"] = finding.excerpt;
+    if (finding.mark != std::string::npos) {
+      json["mark"] = finding.mark;
+    }
+  }
+  json["stacks"] = stacks;
+  json["remedy"] = TextOf(kind).remedy;
+  json["guide"] = std::string(kGuide) + TextOf(kind).section;
+  return json;
+}
+
+double Seconds(std::chrono::nanoseconds duration) {
+  return std::chrono::duration<double>(duration).count();
+}
+
+void WriteSummary(unsigned long found) {
+  const State& state = TheState();
+  std::ostringstream text;
+  text << Prefix() << "operations: " << state.operations << ", findings: " << found
+       << ", suppressed: " << state.suppressed << ", waited: " << Seconds(state.waited) << " s\n";
+  Json counts = Json::object();
+  for (std::size_t kind = 0; kind < kKindCount; ++kind) {
+    if (state.counts[kind] != 0) {
+      text << "  " << kKinds[kind].identifier << ": " << state.counts[kind] << '\n';
+      counts[kKinds[kind].identifier] = state.counts[kind];
+    }
+  }
+  WriteAtOnce(STDERR_FILENO, text.str());
+  AppendJson({{"summary", counts},
+              {"process", getpid()},
+              {"operations", state.operations},
+              {"suppressed", state.suppressed},
+              {"waited", Seconds(state.waited)}});
+}
+
+// The last handler that runs: it was registered before the program's.
+void End(int, void*) {
+  State& state = TheState();
+  const std::lock_guard<std::mutex> lock(state.mutex);
+  unsigned long found = 0;
+  for (const unsigned long count : state.counts) {
+    found += count;
+  }
+  Aside([&] {
+    if (state.operations != 0 || found != 0) {
+      WriteSummary(found);
+    }
+  });
+  if (found != 0 && state.options.status != 0) {
+    std::fflush(nullptr);
+    _exit(state.options.status);
+  }
+}
+
+void BeforeFork() {
+  LockObjects();
+  TheState().mutex.lock();
+  LockFrames();
+}
+
+void AfterForkInParent() {
+  UnlockFrames();
+  TheState().mutex.unlock();
+  UnlockObjects();
+}
+
+// A child has a summary of its own.
+void AfterForkInChild() {
+  State& state = TheState();
+  state.sites.clear();
+  state.counts = {};
+  state.suppressed = 0;
+  state.operations = 0;
+  state.waited = {};
+  ForgetUses();
+  AfterForkInParent();
+}
+
+void ReadOptions() {
+  CLI::App app;
+  State& state = TheState();
+  Declare(app, state.options);
+  try {
+    app.parse(std::vector<std::string>());
+    state.suppressions = ReadSuppressions(state.options.suppressions);
+  } catch (const CLI::Error& error) {
+    WriteAtOnce(STDERR_FILENO, std::string("vorncheck: ") + error.what() + '\n');
+    _exit(2);
+  }
+}
+
+__attribute__((constructor)) void Start() {
+  ReadOptions();
+  on_exit(End, nullptr);
+  pthread_atfork(BeforeFork, AfterForkInParent, AfterForkInChild);
+}
+
+}  // namespace
+
+bool IsOn(Kind kind) { return TheState().options.IsOn(kind); }
+
+bool IsWanted(Kind kind, const void* site) {
+  State& state = TheState();
+  if (!state.options.IsOn(kind)) {
+    return false;
+  }
+  const std::lock_guard<std::mutex> lock(state.mutex);
+  const auto limit = static_cast<unsigned long>(state.options.quietAfter);
+  unsigned long& count = state.sites[{kind, site}];
+  if (limit == 0 || count < limit || !state.suppressions.empty()) {
+    return true;
+  }
+  ++count;
+  ++state.counts[static_cast<std::size_t>(kind)];
+  return false;
+}
+
+void Write(Kind kind, const void* site, const Finding& finding) {
+  State& state = TheState();
+  const bool isSuppressed = IsSuppressed(kind, finding);
+  {
+    const std::lock_guard<std::mutex> lock(state.mutex);
+    if (isSuppressed) {
+      ++state.suppressed;
+      return;
+    }
+    ++state.counts[static_cast<std::size_t>(kind)];
+    const auto limit = static_cast<unsigned long>(state.options.quietAfter);
+    if (++state.sites[{kind, site}] > limit && limit != 0) {
+      return;
+    }
+  }
+  WriteAtOnce(STDERR_FILENO, AsText(kind, finding));
+  AppendJson(AsJson(kind, finding));
+  if (state.options.isFatal) {
+    std::abort();
+  }
+}
+
+void CountOperation(std::chrono::nanoseconds waited) {
+  State& state = TheState();
+  const std::lock_guard<std::mutex> lock(state.mutex);
+  ++state.operations;
+  state.waited += waited;
+}
+
+std::chrono::milliseconds MainThreadLimit() {
+  return std::chrono::milliseconds(TheState().options.mainThread);
+}
+
+std::string Shown(const std::string& text) {
+  constexpr std::size_t kLongest = 60;
+  std::string shown = "\"";
+  for (const char letter : text.substr(0, kLongest)) {
+    const auto byte = static_cast<unsigned char>(letter);
+    if (byte < ' ' || byte == 0x7F) {
+      char escape[5];
+      std::snprintf(escape, sizeof escape, "\\x%02x", byte);
+      shown += escape;
+    } else {
+      shown += letter;
+    }
+  }
+  return shown + (text.size() > kLongest ? "...\"" : "\"");
+}
+
+}  // namespace vorncheck

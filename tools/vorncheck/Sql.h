@@ -1,0 +1,24 @@
+// Names and values as they appear in a statement.
+
+#ifndef VORNDATABASE_TOOLS_VORNCHECK_SQL_H
+#define VORNDATABASE_TOOLS_VORNCHECK_SQL_H
+
+#include <cstddef>
+#include <string>
+
+namespace vorncheck {
+
+// The position of the first single quote that is not doubled, or npos.
+std::size_t LoneQuote(const std::string& text);
+
+enum class NameForm { kPlain, kQuoted, kReserved, kOdd };
+
+// The form of a table or column name, perhaps with the name of its table or database before it.
+NameForm FormOf(const std::string& name);
+
+// SQLite takes names that differ in ASCII case for the same.
+std::string LowerCase(std::string name);
+
+}  // namespace vorncheck
+
+#endif  // VORNDATABASE_TOOLS_VORNCHECK_SQL_H

@@ -1,0 +1,138 @@
+#include "Stack.h"
+
+#include <cxxabi.h>
+#include <dlfcn.h>
+#include <elfutils/libdwfl.h>
+#include <unistd.h>
+#include <unwind.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <mutex>
+#include <unordered_map>
+
+namespace vorncheck {
+namespace {
+
+constexpr std::size_t kMaximum = 16;
+
+struct Walk {
+  std::uintptr_t site;
+  Stack stack;
+};
+
+// The lowest bit of an ARM address is the instruction set.
+std::uintptr_t Plain(const void* address) {
+#ifdef __arm__
+  constexpr std::uintptr_t kState = 1;
+#else
+  constexpr std::uintptr_t kState = 0;
+#endif
+  return reinterpret_cast<std::uintptr_t>(address) & ~kState;
+}
+
+_Unwind_Reason_Code Visit(_Unwind_Context* context, void* data) {
+  auto& walk = *static_cast<Walk*>(data);
+  const auto address = static_cast<std::uintptr_t>(_Unwind_GetIP(context));
+  if (!walk.stack.empty() || address == walk.site) {
+    walk.stack.push_back(reinterpret_cast<const void*>(address));
+  }
+  return walk.stack.size() < kMaximum ? _URC_NO_REASON : _URC_END_OF_STACK;
+}
+
+std::string Demangled(const char* symbol) {
+  const std::unique_ptr<char, void (*)(void*)> name(
+      abi::__cxa_demangle(symbol, nullptr, nullptr, nullptr), std::free);
+  return name != nullptr ? name.get() : symbol;
+}
+
+// The debug information of the process, read when it is first needed.
+class Symbols {
+ public:
+  Frame Find(const void* address) {
+    // The call is before the address to which it returns.
+    const auto call = static_cast<Dwarf_Addr>(Plain(address) - 1);
+    Frame frame;
+    if (Dwfl_Module* const module = ModuleOf(call)) {
+      Dwarf_Addr start = 0;
+      if (const char* const name = dwfl_module_info(module, nullptr, &start, nullptr, nullptr,
+                                                    nullptr, nullptr, nullptr)) {
+        frame.object = name;
+      }
+      frame.offset = static_cast<unsigned long>(call - start);
+      if (const char* const symbol = dwfl_module_addrname(module, call)) {
+        frame.function = Demangled(symbol);
+      }
+      if (Dwfl_Line* const line = dwfl_module_getsrc(module, call)) {
+        const char* const file =
+            dwfl_lineinfo(line, nullptr, &frame.line, nullptr, nullptr, nullptr);
+        frame.file = file != nullptr ? file : "";
+      }
+    }
+    return frame;
+  }
+
+ private:
+  // Libraries that were loaded since are read, too.
+  Dwfl_Module* ModuleOf(Dwarf_Addr address) {
+    if (m_session == nullptr) {
+      m_session = dwfl_begin(&kCallbacks);
+      Read();
+    }
+    Dwfl_Module* const module = dwfl_addrmodule(m_session, address);
+    if (module != nullptr) {
+      return module;
+    }
+    Read();
+    return dwfl_addrmodule(m_session, address);
+  }
+
+  void Read() {
+    dwfl_report_begin_add(m_session);
+    dwfl_linux_proc_report(m_session, getpid());
+    dwfl_report_end(m_session, nullptr, nullptr);
+  }
+
+  static constexpr Dwfl_Callbacks kCallbacks = {dwfl_linux_proc_find_elf,
+                                                dwfl_standard_find_debuginfo, nullptr, nullptr};
+  Dwfl* m_session = nullptr;
+};
+
+struct Frames {
+  std::mutex mutex;
+  Symbols symbols;
+  std::unordered_map<const void*, Frame> known;
+};
+
+// Never destroyed: the program may run until the very end.
+Frames& TheFrames() {
+  static auto* const frames = new Frames;
+  return *frames;
+}
+
+}  // namespace
+
+Stack StackFrom(const void* site) {
+  Walk walk{Plain(site), {}};
+  _Unwind_Backtrace(Visit, &walk);
+  if (walk.stack.empty()) {
+    walk.stack.push_back(site);
+  }
+  return walk.stack;
+}
+
+const Frame& FrameAt(const void* address) {
+  Frames& frames = TheFrames();
+  const std::lock_guard<std::mutex> lock(frames.mutex);
+  const auto [entry, isNew] = frames.known.try_emplace(address);
+  if (isNew) {
+    entry->second = frames.symbols.Find(address);
+  }
+  return entry->second;
+}
+
+void LockFrames() { TheFrames().mutex.lock(); }
+void UnlockFrames() { TheFrames().mutex.unlock(); }
+
+}  // namespace vorncheck
