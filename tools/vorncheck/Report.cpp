@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <iomanip>
 #include <map>
 #include <mutex>
 #include <nlohmann/json.hpp>
@@ -110,6 +111,12 @@ void AppendJson(const Json& json) {
   }
 }
 
+// A failed read in a loop is the same mistake each time.
+unsigned long Limit(Kind kind) {
+  const auto limit = static_cast<unsigned long>(TheState().options.quietAfter);
+  return kind == Kind::kUnreadFailure ? 1 : limit;
+}
+
 std::string Prefix() { return "vorncheck[" + std::to_string(getpid()) + "]: "; }
 
 std::string Described(const Frame& frame) {
@@ -124,6 +131,18 @@ std::string Described(const Frame& frame) {
   return text.str();
 }
 
+// As far as the program's own main().
+std::vector<Frame> FramesOf(const Stack& stack) {
+  std::vector<Frame> frames;
+  for (const void* const address : stack) {
+    frames.push_back(FrameAt(address));
+    if (frames.back().function == "main") {
+      break;
+    }
+  }
+  return frames;
+}
+
 std::string AsText(Kind kind, const Finding& finding) {
   std::ostringstream text;
   text << Prefix() << TextOf(kind).identifier << ": " << finding.sentence << '\n';
@@ -135,8 +154,9 @@ std::string AsText(Kind kind, const Finding& finding) {
   }
   for (const auto& [heading, stack] : finding.stacks) {
     text << "  " << heading << '\n';
-    for (std::size_t frame = 0; frame < stack.size(); ++frame) {
-      text << "    #" << frame << ' ' << Described(FrameAt(stack[frame])) << '\n';
+    int number = 0;
+    for (const Frame& frame : FramesOf(stack)) {
+      text << "    #" << number++ << ' ' << Described(frame) << '\n';
     }
   }
   text << "  remedy: " << TextOf(kind).remedy << '\n'
@@ -146,8 +166,7 @@ std::string AsText(Kind kind, const Finding& finding) {
 
 Json AsJson(const Stack& stack) {
   Json frames = Json::array();
-  for (const void* const address : stack) {
-    const Frame& frame = FrameAt(address);
+  for (const Frame& frame : FramesOf(stack)) {
     frames.push_back({{"function", frame.function},
                       {"file", frame.file},
                       {"line", frame.line},
@@ -186,7 +205,8 @@ void WriteSummary(unsigned long found) {
   const State& state = TheState();
   std::ostringstream text;
   text << Prefix() << "operations: " << state.operations << ", findings: " << found
-       << ", suppressed: " << state.suppressed << ", waited: " << Seconds(state.waited) << " s\n";
+       << ", suppressed: " << state.suppressed << ", waited: " << std::fixed << std::setprecision(3)
+       << Seconds(state.waited) << " s\n";
   Json counts = Json::object();
   for (std::size_t kind = 0; kind < kKindCount; ++kind) {
     if (state.counts[kind] != 0) {
@@ -274,7 +294,7 @@ bool IsWanted(Kind kind, const void* site) {
     return false;
   }
   const std::lock_guard<std::mutex> lock(state.mutex);
-  const auto limit = static_cast<unsigned long>(state.options.quietAfter);
+  const unsigned long limit = Limit(kind);
   unsigned long& count = state.sites[{kind, site}];
   if (limit == 0 || count < limit || !state.suppressions.empty()) {
     return true;
@@ -294,7 +314,7 @@ void Write(Kind kind, const void* site, const Finding& finding) {
       return;
     }
     ++state.counts[static_cast<std::size_t>(kind)];
-    const auto limit = static_cast<unsigned long>(state.options.quietAfter);
+    const unsigned long limit = Limit(kind);
     if (++state.sites[{kind, site}] > limit && limit != 0) {
       return;
     }

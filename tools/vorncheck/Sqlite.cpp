@@ -39,6 +39,8 @@ int ObserveAttempt(Call call, Show show) {
   });
 }
 
+const char* Message(sqlite3* connection) { return VORN_NEXT(sqlite3_errmsg)(connection); }
+
 }  // namespace
 
 int sqlite3_open(const char* path, sqlite3** connection) {
@@ -68,16 +70,21 @@ int sqlite3_prepare(sqlite3* connection, const char* sql, int length, sqlite3_st
 
 int sqlite3_step(sqlite3_stmt* statement) {
   return ObserveAttempt([&] { return VORN_NEXT(sqlite3_step)(statement); },
-                        [](Operation& operation, int result) { operation.Step(result); });
+                        [&](Operation& operation, int result) {
+                          operation.Step(result);
+                          if (result != SQLITE_ROW && result != SQLITE_DONE) {
+                            operation.Fail(Message(VORN_NEXT(sqlite3_db_handle)(statement)));
+                          }
+                        });
 }
 
 int sqlite3_finalize(sqlite3_stmt* statement) {
   sqlite3* const connection = VORN_NEXT(sqlite3_db_handle)(statement);
   return Observe([&] { return VORN_NEXT(sqlite3_finalize)(statement); },
                  [&](Operation& operation, int result) {
-                   // The legacy sqlite3_prepare() keeps the reason of a failed step until then.
+                   // Some failures have their text by now only.
                    if (result != SQLITE_OK) {
-                     operation.Fail(VORN_NEXT(sqlite3_errmsg)(connection));
+                     operation.Fail(Message(connection));
                    }
                  });
 }

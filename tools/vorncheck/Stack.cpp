@@ -35,6 +35,9 @@ std::uintptr_t Plain(const void* address) {
 _Unwind_Reason_Code Visit(_Unwind_Context* context, void* data) {
   auto& walk = *static_cast<Walk*>(data);
   const auto address = static_cast<std::uintptr_t>(_Unwind_GetIP(context));
+  if (address == 0) {
+    return _URC_END_OF_STACK;
+  }
   if (!walk.stack.empty() || address == walk.site) {
     walk.stack.push_back(reinterpret_cast<const void*>(address));
   }

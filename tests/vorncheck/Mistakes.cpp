@@ -1,0 +1,494 @@
+// An application that makes one mistake of those that vorncheck finds, or none.
+// Use: vorn_mistakes MISTAKE FOLDER
+
+#include <sqlite3.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <future>
+#include <iostream>
+#include <limits>
+#include <map>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+#include "CreateRequest.h"
+#include "Cursor.h"
+#include "Database.h"
+#include "DeleteRequest.h"
+#include "DropRequest.h"
+#include "JoinRequest.h"
+#include "SelectRequest.h"
+#include "ShimVfs.h"
+#include "UpdateRequest.h"
+#include "UpsertRequest.h"
+
+namespace {
+
+constexpr const char* kId = "id";
+constexpr const char* kName = "name";
+constexpr const char* kFile = "app.db";
+
+std::string folder;
+
+void Expect(bool isTrue, const char* expected) {
+  if (!isTrue) {
+    throw std::runtime_error(expected);
+  }
+}
+
+template <typename Request>
+void Locate(Request& request, const char* table) {
+  request.SetPath(folder.c_str(), kFile);
+  request.SetTable(table);
+}
+
+// The statement of another program.
+void Execute(const std::string& sql) {
+  sqlite3* database = nullptr;
+  Expect(sqlite3_open((folder + '/' + kFile).c_str(), &database) == SQLITE_OK, "opened");
+  Expect(sqlite3_exec(database, sql.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK, sql.c_str());
+  sqlite3_close(database);
+}
+
+void CreateContacts() { Execute("CREATE TABLE contact (id TEXT PRIMARY KEY, name TEXT)"); }
+
+int Upsert(UpsertRequest& request) { return Database().Upsert(request); }
+
+void UpsertContact(const char* id, const char* name) {
+  UpsertRequest request;
+  Locate(request, "contact");
+  request.SetData(kId, id);
+  request.SetData(kName, name);
+  Expect(Upsert(request) == 0, "written");
+}
+
+int Select(const char* table, Cursor& cursor) {
+  SelectRequest request;
+  Locate(request, table);
+  return Database().Select(request, cursor);
+}
+
+// --- Names and values
+
+void ChangedName() {
+  CreateContacts();
+  UpsertRequest request;
+  Locate(request, "contact");
+  char name[] = "id";
+  request.SetData(name, "1");
+  std::strcpy(name, "no");
+  Expect(Upsert(request) != 0, "refused");
+}
+
+// The library reads the name, too, and so the program ends.
+void UnmappedName() {
+  void* const page =
+      mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  UpsertRequest request;
+  Locate(request, "contact");
+  request.SetData(std::strcpy(static_cast<char*>(page), "id"), "1");
+  munmap(page, 4096);
+  Upsert(request);
+}
+
+void ChangedNameOfKey() {
+  CreateRequest request;
+  Locate(request, "contact");
+  char name[] = "id";
+  request.SetColumnKey(name, "TEXT");
+  std::strcpy(name, "no");
+  Expect(Database().CreateTable(request) == 0, "created");
+}
+
+void DuplicateName() {
+  CreateContacts();
+  const std::string other = "NAME";
+  UpsertRequest request;
+  Locate(request, "contact");
+  request.SetData(kName, "Kim");
+  request.SetData(other.c_str(), "Miles");
+  Upsert(request);
+}
+
+void IgnoredValue() {
+  UpsertRequest request;
+  request.SetData(kName, "Kim");
+  request.SetData(kName, "Miles");
+}
+
+void IgnoredCondition() {
+  SelectRequest request;
+  request.SetWhere(kId, 1);
+  request.SetWhere(kId, 2.5);
+}
+
+void QuoteInValue() {
+  CreateContacts();
+  UpsertRequest request;
+  Locate(request, "contact");
+  request.SetData(kId, "1");
+  request.SetData(kName, "Miles O'Brien");
+  Expect(Upsert(request) == SQLITE_ERROR, "refused");
+}
+
+void QuoteInName() {
+  SelectRequest request;
+  Locate(request, "con'tact");
+  Cursor cursor;
+  Expect(Database().Select(request, cursor) == SQLITE_ERROR, "refused");
+}
+
+void QuoteInPath() {
+  bool exists = false;
+  BasePath path;
+  path.SetPath(folder.c_str(), "kim's.db");
+  Expect(Database().CheckExistTable(path, "contact", exists) == 0, "opened");
+}
+
+void QuoteInCheckedTable() {
+  bool exists = false;
+  BasePath path;
+  path.SetPath(folder.c_str(), kFile);
+  Database().CheckExistTable(path, "con'tact", exists);
+}
+
+void OddName() {
+  Cursor cursor;
+  Select("my contacts", cursor);
+}
+
+void ReservedName() {
+  Cursor cursor;
+  Select("order", cursor);
+}
+
+void QuotedCheckedTable() {
+  bool exists = false;
+  BasePath path;
+  path.SetPath(folder.c_str(), kFile);
+  Database().CheckExistTable(path, "\"contact\"", exists);
+}
+
+void LostDigits() {
+  UpsertRequest request;
+  request.SetData(kName, 3.14159265);
+}
+
+void LostCondition() {
+  SelectRequest request;
+  request.SetWhere(kName, 0.1 + 0.2);
+}
+
+void Infinity() {
+  UpsertRequest request;
+  request.SetData(kName, std::numeric_limits<double>::infinity());
+}
+
+// --- Statements
+
+void DeleteOfAllRows() {
+  CreateContacts();
+  DeleteRequest request;
+  Locate(request, "contact");
+  Expect(Database().Delete(request) == 0, "deleted");
+}
+
+void UpdateOfAllRows() {
+  CreateContacts();
+  UpdateRequest request;
+  Locate(request, "contact");
+  request.SetData(kName, "Kim");
+  Expect(Database().Update(request) == SQLITE_ERROR, "refused");
+}
+
+void CutUpdate() {
+  CreateContacts();
+  UpdateRequest request;
+  Locate(request, "contact");
+  request.SetData(kName, "Kim AND Miles");
+  Expect(Database().Update(request) == SQLITE_ERROR, "refused");
+}
+
+// --- What leaks
+
+void RepeatedPath() {
+  SelectRequest request;
+  request.SetPath(folder.c_str(), "one.db");
+  request.SetPath(nullptr, "other.db");
+}
+
+void RepeatedTable() {
+  DropRequest request;
+  request.SetTable("one");
+  request.SetTable("other");
+}
+
+void RepeatedKey() {
+  CreateRequest request;
+  request.SetPrimaryKey("one", nullptr);
+  request.SetPrimaryKey("other", "TEXT");
+}
+
+void RepeatedJoin() {
+  JoinRequest request;
+  request.SetLeftJoin("one", "id");
+  request.SetLeftJoin("other", nullptr);
+}
+
+void FailedOpen() {
+  SelectRequest request;
+  request.SetPath("/nonexistent", kFile);
+  request.SetTable("contact");
+  Cursor cursor;
+  Expect(Database().Select(request, cursor) == SQLITE_CANTOPEN, "not opened");
+}
+
+// --- Results
+
+void FailedStep() {
+  Execute(
+      "CREATE VIEW failing AS SELECT value AS id, CASE value WHEN 3 THEN "
+      "abs(-9223372036854775807 - 1) END AS name FROM json_each('[1,2,3,4]')");
+  Cursor cursor;
+  Expect(Select("failing", cursor) == 0, "0 for a result that was cut");
+}
+
+// Only the second lock of a query, that of its first step, is refused.
+void BusyStep() {
+  CreateContacts();
+  UpsertContact("1", "Kim");
+  int locks = 0;
+  const ShimVfs files([&](const FileEvent& event) {
+    const bool isShared = event.call == FileCall::kLock && event.flags == SQLITE_LOCK_SHARED;
+    return isShared && ++locks > 1 ? SQLITE_BUSY : SQLITE_OK;
+  });
+  Cursor cursor;
+  Expect(Select("contact", cursor) == 0, "0 for a result that was cut");
+}
+
+void HiddenRows() {
+  Execute("CREATE TABLE single (id TEXT); INSERT INTO single VALUES (1), (2)");
+  Cursor cursor;
+  Expect(Select("single", cursor) == 0, "selected");
+}
+
+void SharedColumn() {
+  Execute(
+      "CREATE TABLE a (id TEXT, x TEXT); CREATE TABLE b (id TEXT, y TEXT);"
+      "INSERT INTO a VALUES (1, 2); INSERT INTO b VALUES (1, 3)");
+  JoinRequest request;
+  request.SetPath(folder.c_str(), kFile);
+  request.SetLeftJoin("a", kId);
+  request.SetRightJoin("b", kId);
+  Cursor cursor;
+  Expect(Database().JoinSelect(request, cursor) == 0, "selected");
+}
+
+// --- Reads
+
+void SelectCells(Cursor& cursor) {
+  Execute(
+      "CREATE TABLE cells (id TEXT, part TEXT, none TEXT, blob BLOB, large INTEGER, "
+      "half REAL);"
+      "INSERT INTO cells VALUES (7, '42abc', NULL, x'00', 9007199254740993, 3.5)");
+  Expect(Select("cells", cursor) == 0 && cursor.MoveToNext() == 0, "selected");
+}
+
+template <typename Value>
+void ReadCell(int (Cursor::*read)(const char*, Value&), const char* column) {
+  Cursor cursor;
+  SelectCells(cursor);
+  Value value{};
+  (cursor.*read)(column, value);
+}
+
+void UnknownColumn() {
+  Cursor cursor;
+  SelectCells(cursor);
+  std::string value;
+  for (int times = 0; times < 5; ++times) {
+    Expect(cursor.GetString("ID", value) == 1, "failed");
+  }
+}
+
+void ReadOffRow() {
+  Cursor cursor;
+  SelectCells(cursor);
+  cursor.MoveToFirst();
+  int value = 0;
+  Expect(cursor.GetInt(kId, value) == 1, "failed");
+}
+
+// --- Waiting and threads
+
+// Another process holds the write lock, for a while or to the end.
+void WithBusyFile(bool isReleased, const std::function<void()>& operation) {
+  CreateContacts();
+  int ready[2];
+  Expect(pipe(ready) == 0, "piped");
+  const pid_t holder = fork();
+  if (holder == 0) {
+    sqlite3* database = nullptr;
+    sqlite3_open((folder + '/' + kFile).c_str(), &database);
+    sqlite3_exec(database, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr);
+    write(ready[1], "", 1);
+    usleep(isReleased ? 250000 : 60000000);
+    _exit(0);
+  }
+  char byte = 0;
+  Expect(read(ready[0], &byte, 1) == 1, "ready");
+  operation();
+  kill(holder, SIGKILL);
+  waitpid(holder, nullptr, 0);
+}
+
+void BusyFile() {
+  WithBusyFile(true, [] { UpsertContact("1", "Kim"); });
+}
+
+void BusyQuery() {
+  WithBusyFile(false, [] {
+    Cursor cursor;
+    Select("contact", cursor);
+  });
+}
+
+void ChangeWhileRun() {
+  WithBusyFile(true, [] {
+    UpsertRequest request;
+    Locate(request, "contact");
+    request.SetData(kId, "1");
+    auto run = std::async(std::launch::async, [&] { return Upsert(request); });
+    usleep(50000);
+    request.SetData(kName, "Kim");
+    run.get();
+  });
+}
+
+void MoveWhileFilled() {
+  WithBusyFile(true, [] {
+    Cursor cursor;
+    auto run = std::async(std::launch::async, [&] { return Select("contact", cursor); });
+    usleep(50000);
+    cursor.MoveToFirst();
+    run.get();
+  });
+}
+
+void DestroyWhileRun() {
+  WithBusyFile(true, [] {
+    // The destructor of the base class leaves the request usable.
+    alignas(BasePath) char memory[sizeof(BasePath)];
+    auto* const path = new (memory) BasePath;
+    path->SetPath(folder.c_str(), kFile);
+    auto run = std::async(std::launch::async, [&] {
+      bool exists = false;
+      return Database().CheckExistTable(*path, "contact", exists);
+    });
+    usleep(50000);
+    path->~BasePath();
+    run.get();
+  });
+}
+
+// --- No mistake
+
+void None() {
+  CreateContacts();
+  UpsertContact("1", "Miles O''Brien");
+  UpsertContact("2", "Kim");
+  for (int times = 0; times < 3; ++times) {
+    const std::unique_ptr<UpdateRequest> request(new UpdateRequest);
+    Locate(*request, "contact");
+    request->SetData("\"name\"", 0.5);
+    request->SetWhere(kId, 2);
+    Expect(Database().Update(*request) == 0, "changed");
+  }
+  Cursor cursor;
+  Expect(Select("contact", cursor) == 0, "selected");
+  std::string text;
+  int rows = 0;
+  for (double number = 0; cursor.MoveToNext() == 0; ++rows) {
+    Expect(cursor.GetString(kName, text) == 0, "read");
+    Expect(text != "0.5" || (cursor.GetDouble(kName, number) == 0 && number == 0.5), "read");
+  }
+  std::cout << rows << " rows\n";
+}
+
+void InChild() {
+  if (fork() == 0) {
+    LostDigits();
+    std::exit(0);
+  }
+  int status = 0;
+  wait(&status);
+  std::cout << "status of the child " << WEXITSTATUS(status) << '\n';
+}
+
+const std::map<std::string, void (*)()> kMistakes = {
+    {"ChangedName", ChangedName},
+    {"UnmappedName", UnmappedName},
+    {"ChangedNameOfKey", ChangedNameOfKey},
+    {"DuplicateName", DuplicateName},
+    {"IgnoredValue", IgnoredValue},
+    {"IgnoredCondition", IgnoredCondition},
+    {"QuoteInValue", QuoteInValue},
+    {"QuoteInName", QuoteInName},
+    {"QuoteInPath", QuoteInPath},
+    {"QuoteInCheckedTable", QuoteInCheckedTable},
+    {"OddName", OddName},
+    {"ReservedName", ReservedName},
+    {"QuotedCheckedTable", QuotedCheckedTable},
+    {"LostDigits", LostDigits},
+    {"LostCondition", LostCondition},
+    {"Infinity", Infinity},
+    {"DeleteOfAllRows", DeleteOfAllRows},
+    {"UpdateOfAllRows", UpdateOfAllRows},
+    {"CutUpdate", CutUpdate},
+    {"RepeatedPath", RepeatedPath},
+    {"RepeatedTable", RepeatedTable},
+    {"RepeatedKey", RepeatedKey},
+    {"RepeatedJoin", RepeatedJoin},
+    {"FailedOpen", FailedOpen},
+    {"FailedStep", FailedStep},
+    {"BusyStep", BusyStep},
+    {"HiddenRows", HiddenRows},
+    {"SharedColumn", SharedColumn},
+    {"ReadPart", [] { ReadCell(&Cursor::GetInt, "part"); }},
+    {"ReadHalf", [] { ReadCell(&Cursor::GetInt, "half"); }},
+    {"ReadNull", [] { ReadCell(&Cursor::GetString, "none"); }},
+    {"ReadBlob", [] { ReadCell(&Cursor::GetDouble, "blob"); }},
+    {"ReadLargeInt", [] { ReadCell(&Cursor::GetInt, "large"); }},
+    {"ReadLargeDouble", [] { ReadCell(&Cursor::GetDouble, "large"); }},
+    {"UnknownColumn", UnknownColumn},
+    {"ReadOffRow", ReadOffRow},
+    {"BusyFile", BusyFile},
+    {"BusyQuery", BusyQuery},
+    {"ChangeWhileRun", ChangeWhileRun},
+    {"MoveWhileFilled", MoveWhileFilled},
+    {"DestroyWhileRun", DestroyWhileRun},
+    {"None", None},
+    {"InChild", InChild},
+};
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  try {
+    Expect(count == 3, "use: vorn_mistakes MISTAKE FOLDER");
+    folder = arguments[2];
+    kMistakes.at(arguments[1])();
+    return 0;
+  } catch (const std::exception& error) {
+    std::cerr << "vorn_mistakes: " << error.what() << '\n';
+    return 1;
+  }
+}
