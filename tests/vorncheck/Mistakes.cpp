@@ -1,5 +1,4 @@
-// An application that makes one mistake of those that vorncheck finds, or none.
-// Use: vorn_mistakes MISTAKE FOLDER
+#include "Mistakes.h"
 
 #include <sqlite3.h>
 #include <sys/mman.h>
@@ -180,6 +179,12 @@ void QuotedCheckedTable() {
 void LostDigits() {
   UpsertRequest request;
   request.SetData(kName, 3.14159265);
+}
+
+void ManyDigits() {
+  for (int times = 0; times < 12; ++times) {
+    LostDigits();
+  }
 }
 
 void LostCondition() {
@@ -448,6 +453,7 @@ const std::map<std::string, void (*)()> kMistakes = {
     {"ReservedName", ReservedName},
     {"QuotedCheckedTable", QuotedCheckedTable},
     {"LostDigits", LostDigits},
+    {"ManyDigits", ManyDigits},
     {"LostCondition", LostCondition},
     {"Infinity", Infinity},
     {"DeleteOfAllRows", DeleteOfAllRows},
@@ -481,9 +487,9 @@ const std::map<std::string, void (*)()> kMistakes = {
 
 }  // namespace
 
-int main(int count, char** arguments) {
+int RunMistake(int count, char** arguments) {
   try {
-    Expect(count == 3, "use: vorn_mistakes MISTAKE FOLDER");
+    Expect(count == 3, "arguments: MISTAKE FOLDER");
     folder = arguments[2];
     kMistakes.at(arguments[1])();
     return 0;

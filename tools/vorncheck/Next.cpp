@@ -37,11 +37,24 @@ const char* SymbolOf(const void* function) {
   return dladdr(function, &info) != 0 && info.dli_sname != nullptr ? info.dli_sname : "";
 }
 
-std::string NameOf(const char* symbol) {
+std::string Demangled(const char* symbol) {
   const std::unique_ptr<char, void (*)(void*)> name(
       abi::__cxa_demangle(symbol, nullptr, nullptr, nullptr), std::free);
-  const std::string text(name != nullptr ? name.get() : symbol);
-  return text.substr(0, text.find('('));
+  return name != nullptr ? name.get() : symbol;
+}
+
+// Other parentheses are part of the name: "(anonymous namespace)::Save(int)".
+std::string WithoutParameters(const std::string& function) {
+  const std::size_t end = function.rfind(')');
+  int depth = 0;
+  for (std::size_t at = end; at < function.size(); --at) {
+    depth += function[at] == ')' ? 1 : 0;
+    depth -= function[at] == '(' ? 1 : 0;
+    if (depth == 0) {
+      return function.substr(0, at);
+    }
+  }
+  return function;
 }
 
 }  // namespace vorncheck

@@ -19,8 +19,13 @@ void* FindNext(const char* symbol);
 // The symbol of a function of ours that is exported.
 const char* SymbolOf(const void* function);
 
-// The name of a function without its parameters, such as "Cursor::GetInt".
-std::string NameOf(const char* symbol);
+// The declaration of a function, such as "Cursor::GetInt(char const*, int&)".
+std::string Demangled(const char* symbol);
+
+// Leaves the name, such as "Cursor::GetInt".
+std::string WithoutParameters(const std::string& function);
+
+inline std::string NameOf(const char* symbol) { return WithoutParameters(Demangled(symbol)); }
 
 // The next definition of a member function, under its own name.
 template <auto Member>

@@ -55,10 +55,12 @@ bool Options::IsOn(Kind kind) const {
 void Declare(CLI::App& app, Options& options) {
   app.add_option("--only", options.only, "Report these findings alone")
       ->delimiter(',')
+      ->allow_extra_args(false)
       ->type_name("ID,...")
       ->check(KnownIdentifier());
   app.add_option("--except", options.except, "Leave these findings out")
       ->delimiter(',')
+      ->allow_extra_args(false)
       ->type_name("ID,...")
       ->check(KnownIdentifier());
   app.add_flag("--fatal", options.isFatal, "Abort at the first finding");

@@ -17,6 +17,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "Next.h"
 #include "Objects.h"
 #include "Options.h"
 
@@ -61,6 +62,7 @@ std::vector<Suppression> ReadSuppressions(const std::string& path) {
         throw CLI::ValidationError("--suppressions",
                                    "a line is an identifier and a function: " + line);
       }
+      suppression.function = CLI::detail::rtrim(suppression.function);
       suppressions.push_back(suppression);
     }
   }
@@ -77,7 +79,7 @@ bool IsSuppressed(Kind kind, const Finding& finding) {
     return std::any_of(stack.begin(), stack.end(), [&](const void* address) {
       const std::string& function = FrameAt(address).function;
       return IsMatch(suppression.function, function) ||
-             IsMatch(suppression.function, function.substr(0, function.find('(')));
+             IsMatch(suppression.function, WithoutParameters(function));
     });
   };
   const auto& all = TheState().suppressions;
@@ -231,7 +233,7 @@ void End(int, void*) {
     found += count;
   }
   Aside([&] {
-    if (state.operations != 0 || found != 0) {
+    if (state.operations != 0 || found != 0 || state.suppressed != 0) {
       WriteSummary(found);
     }
   });

@@ -1,16 +1,15 @@
 #include "Stack.h"
 
-#include <cxxabi.h>
 #include <dlfcn.h>
 #include <elfutils/libdwfl.h>
 #include <unistd.h>
 #include <unwind.h>
 
 #include <cstdint>
-#include <cstdlib>
-#include <memory>
 #include <mutex>
 #include <unordered_map>
+
+#include "Next.h"
 
 namespace vorncheck {
 namespace {
@@ -42,12 +41,6 @@ _Unwind_Reason_Code Visit(_Unwind_Context* context, void* data) {
     walk.stack.push_back(reinterpret_cast<const void*>(address));
   }
   return walk.stack.size() < kMaximum ? _URC_NO_REASON : _URC_END_OF_STACK;
-}
-
-std::string Demangled(const char* symbol) {
-  const std::unique_ptr<char, void (*)(void*)> name(
-      abi::__cxa_demangle(symbol, nullptr, nullptr, nullptr), std::free);
-  return name != nullptr ? name.get() : symbol;
 }
 
 // The debug information of the process, read when it is first needed.

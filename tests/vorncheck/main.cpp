@@ -1,0 +1,3 @@
+#include "Mistakes.h"
+
+int main(int count, char** arguments) { return RunMistake(count, arguments); }

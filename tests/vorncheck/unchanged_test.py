@@ -1,0 +1,60 @@
+"""An application behaves the same with the checker loaded."""
+
+import os
+import re
+import subprocess
+
+import pytest
+from conftest import EMULATOR, FOUND, MISTAKES
+from findings_test import MISTAKES as TABLE
+
+SUITES = [suite for suite in os.environ["SUITES"].split(":") if suite]
+TIMED = {"BusyFile", "ChangeWhileRun", "MoveWhileFilled", "DestroyWhileRun"}
+
+
+@pytest.mark.parametrize("suite", SUITES, ids=os.path.basename)
+def test_the_librarys_own_tests_pass(check, suite):
+    """They compare log records, lock events, allocations and calls of SQLite."""
+    run = check([suite], "--status=0")
+    assert run.status == 0, run.output
+    assert "[  PASSED  ]" in run.output
+    assert run.summary["summary"], "nothing was found"
+
+
+def log_of(text):
+    """The log records of the library, without processes, threads and addresses."""
+    records = re.findall(r"(?m)^([VDIWE] VORN) +\d+ +\d+ (.*)$", text)
+    return [" ".join(record) for record in records]
+
+
+@pytest.mark.parametrize("mistake", [row[0] for row in TABLE if row[0] not in TIMED])
+def test_output_and_log_are_the_same(make, tmp_path, mistake):
+    environment = {"VORN_DLOG_PRIORITY": "V"}
+    checked = make(mistake, environment=environment)
+    assert checked.status == FOUND
+    folder = tmp_path / "folder"
+    subprocess.run(["rm", "-rf", folder], check=True)
+    folder.mkdir()
+    alone = subprocess.run(
+        [*EMULATOR, *MISTAKES, mistake, folder],
+        env={**os.environ, **environment},
+        capture_output=True,
+        text=True,
+        check=False,
+    )
+    assert alone.returncode == 0
+    assert checked.output == alone.stdout
+    assert log_of(checked.text) == log_of(alone.stderr)
+    assert log_of(alone.stderr)
+
+
+def test_a_plug_in_is_checked(make):
+    program = [os.environ["PLUGIN_HOST"], os.environ["PLUGIN"]]
+    run = make("LostDigits", program=program)
+    assert (run.status, run.identifiers()) == (FOUND, ["lost-digits"])
+    assert make("None", program=program).output == "2 rows\n"
+
+
+def test_a_program_without_the_library_is_left_alone(check):
+    run = check(["sh", "-c", "echo done; exit 4"], is_launched=True) if not EMULATOR else None
+    assert run is None or (run.status, run.output, run.text) == (4, "done\n", "")
