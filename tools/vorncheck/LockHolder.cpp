@@ -23,10 +23,14 @@ struct Lock {
 
 // A line is "1: POSIX  ADVISORY  WRITE 4711 08:01:131090 1073741824 1073741825"; one that waits
 // has "->" before its kind.
-bool Read(const std::string& line, Lock& lock) {
+bool ReadLock(const std::string& line, Lock& lock) {
   std::istringstream words(line);
-  std::string number, kind, advisory, access, file, begin, end;
-  words >> number >> kind >> advisory >> access >> lock.process >> file >> begin >> end;
+  std::string kind;
+  std::string access;
+  std::string file;
+  std::string end;
+  std::string other;
+  words >> other >> kind >> other >> access >> lock.process >> file >> other >> end;
   if (!words || kind == "->") {
     return false;
   }
@@ -36,7 +40,7 @@ bool Read(const std::string& line, Lock& lock) {
   return true;
 }
 
-std::string Described(int process) {
+std::string DescribeProcess(int process) {
   if (process == getpid()) {
     return "this process";
   }
@@ -61,9 +65,9 @@ std::string LockHolders(const std::string& database) {
   std::ifstream table("/proc/locks");
   for (std::string line; std::getline(table, line);) {
     Lock lock;
-    if (Read(line, lock) && ((lock.node == file.st_ino && lock.end >= kPendingByte) ||
-                             (lock.isExclusive && lock.node == index.st_ino))) {
-      holders.insert(Described(lock.process));
+    if (ReadLock(line, lock) && ((lock.node == file.st_ino && lock.end >= kPendingByte) ||
+                                 (lock.isExclusive && lock.node == index.st_ino))) {
+      holders.insert(DescribeProcess(lock.process));
     }
   }
   std::string text;

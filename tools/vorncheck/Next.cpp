@@ -3,8 +3,8 @@
 #include <cxxabi.h>
 #include <dlfcn.h>
 
-#include <cstdio>
 #include <cstdlib>
+#include <iostream>
 #include <memory>
 
 namespace vorncheck {
@@ -26,7 +26,7 @@ void* FindNextIfAny(const char* symbol) {
 void* FindNext(const char* symbol) {
   void* const next = FindNextIfAny(symbol);
   if (next == nullptr) {
-    std::fprintf(stderr, "vorncheck: the program has no %s\n", symbol);
+    std::cerr << "vorncheck: the program has no " << symbol << std::endl;
     std::abort();
   }
   return next;

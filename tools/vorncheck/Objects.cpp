@@ -10,6 +10,7 @@
 
 #include "Next.h"
 #include "Report.h"
+#include "TheOnly.h"
 
 namespace vorncheck {
 namespace {
@@ -22,17 +23,12 @@ struct Shard {
 
 using Shards = std::array<Shard, 64>;
 
-// Never destroyed: the program may run until the very end.
-Shards& AllShards() {
-  static auto* const shards = new Shards;
-  return *shards;
-}
-
 Shard& ShardOf(const void* object) {
-  Shards& shards = AllShards();
+  auto& shards = TheOnly<Shards>();
   return shards[reinterpret_cast<std::uintptr_t>(object) / 64 % shards.size()];
 }
 
+// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables)
 thread_local int threadNumber = 0;
 
 Using MakeUsing(Access access, const char* symbol, const void* site) {
@@ -110,20 +106,20 @@ Use::~Use() {
 }
 
 void LockObjects() {
-  for (Shard& shard : AllShards()) {
+  for (Shard& shard : TheOnly<Shards>()) {
     shard.mutex.lock();
   }
 }
 
 void UnlockObjects() {
-  for (Shard& shard : AllShards()) {
+  for (Shard& shard : TheOnly<Shards>()) {
     shard.mutex.unlock();
   }
 }
 
 void ForgetUses() {
   threadNumber = 0;
-  for (Shard& shard : AllShards()) {
+  for (Shard& shard : TheOnly<Shards>()) {
     for (auto& entry : shard.objects) {
       entry.second.uses.clear();
     }

@@ -5,7 +5,8 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
+#include <iomanip>
+#include <sstream>
 
 #include "LockHolder.h"
 #include "Next.h"
@@ -14,6 +15,7 @@
 namespace vorncheck {
 namespace {
 
+// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables)
 thread_local Operation* current = nullptr;
 
 // Shows the part of a statement around a position.
@@ -31,14 +33,10 @@ void ShowStatement(Finding& finding, const std::string& sql, std::size_t positio
   finding.excerpt = excerpt + (position + kAround < sql.size() ? "..." : "");
 }
 
-double Seconds(std::chrono::nanoseconds duration) {
-  return std::chrono::duration<double>(duration).count();
-}
-
 std::string SecondsText(std::chrono::nanoseconds duration) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%.3f s", Seconds(duration));
-  return text;
+  std::ostringstream text;
+  text << std::fixed << std::setprecision(3) << Seconds(duration) << " s";
+  return text.str();
 }
 
 }  // namespace

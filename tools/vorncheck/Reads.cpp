@@ -44,8 +44,8 @@ bool IsWhole(const std::string& text, Number& number) {
 }
 
 // Whether an integer is too large for a number of another type.
-bool IsTooLarge(long long integer, const int&) { return integer != static_cast<int>(integer); }
-bool IsTooLarge(long long integer, const double&) {
+bool IsTooLarge(long long integer, int /*type*/) { return integer != static_cast<int>(integer); }
+bool IsTooLarge(long long integer, double /*type*/) {
   constexpr long long kExact = 1LL << std::numeric_limits<double>::digits;
   return integer > kExact || integer < -kExact;
 }

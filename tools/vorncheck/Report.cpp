@@ -20,6 +20,7 @@
 #include "Next.h"
 #include "Objects.h"
 #include "Options.h"
+#include "TheOnly.h"
 
 namespace vorncheck {
 namespace {
@@ -45,11 +46,7 @@ struct State {
   std::chrono::nanoseconds waited{};
 };
 
-// Never destroyed: the program may run until the very end.
-State& TheState() {
-  static auto* const state = new State;
-  return *state;
-}
+State& TheState() { return TheOnly<State>(); }
 
 std::vector<Suppression> ReadSuppressions(const std::string& path) {
   std::vector<Suppression> suppressions;
@@ -121,7 +118,7 @@ unsigned long Limit(Kind kind) {
 
 std::string Prefix() { return "vorncheck[" + std::to_string(getpid()) + "]: "; }
 
-std::string Described(const Frame& frame) {
+std::string Describe(const Frame& frame) {
   constexpr std::size_t kLongest = 100;
   std::ostringstream text;
   text << (frame.function.empty() ? "??" : frame.function.substr(0, kLongest));
@@ -158,7 +155,7 @@ std::string AsText(Kind kind, const Finding& finding) {
     text << "  " << heading << '\n';
     int number = 0;
     for (const Frame& frame : FramesOf(stack)) {
-      text << "    #" << number++ << ' ' << Described(frame) << '\n';
+      text << "    #" << number++ << ' ' << Describe(frame) << '\n';
     }
   }
   text << "  remedy: " << TextOf(kind).remedy << '\n'
@@ -199,10 +196,6 @@ Json AsJson(Kind kind, const Finding& finding) {
   return json;
 }
 
-double Seconds(std::chrono::nanoseconds duration) {
-  return std::chrono::duration<double>(duration).count();
-}
-
 void WriteSummary(unsigned long found) {
   const State& state = TheState();
   std::ostringstream text;
@@ -225,7 +218,7 @@ void WriteSummary(unsigned long found) {
 }
 
 // The last handler that runs: it was registered before the program's.
-void End(int, void*) {
+void End(int /*status*/, void* /*data*/) {
   State& state = TheState();
   const std::lock_guard<std::mutex> lock(state.mutex);
   unsigned long found = 0;
@@ -238,7 +231,7 @@ void End(int, void*) {
     }
   });
   if (found != 0 && state.options.status != 0) {
-    std::fflush(nullptr);
+    static_cast<void>(std::fflush(nullptr));
     _exit(state.options.status);
   }
 }
@@ -341,18 +334,18 @@ std::chrono::milliseconds MainThreadLimit() {
 
 std::string Shown(const std::string& text) {
   constexpr std::size_t kLongest = 60;
-  std::string shown = "\"";
+  std::ostringstream shown;
+  shown << '"' << std::hex << std::setfill('0');
   for (const char letter : text.substr(0, kLongest)) {
-    const auto byte = static_cast<unsigned char>(letter);
+    const unsigned byte = static_cast<unsigned char>(letter);
     if (byte < ' ' || byte == 0x7F) {
-      char escape[5];
-      std::snprintf(escape, sizeof escape, "\\x%02x", byte);
-      shown += escape;
+      shown << "\\x" << std::setw(2) << byte;
     } else {
-      shown += letter;
+      shown << letter;
     }
   }
-  return shown + (text.size() > kLongest ? "...\"" : "\"");
+  shown << (text.size() > kLongest ? "...\"" : "\"");
+  return shown.str();
 }
 
 }  // namespace vorncheck

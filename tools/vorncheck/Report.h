@@ -45,6 +45,10 @@ void Report(Kind kind, const void* site, Make make) {
 // Adds an operation to the summary.
 void CountOperation(std::chrono::nanoseconds waited);
 
+constexpr double Seconds(std::chrono::nanoseconds duration) {
+  return std::chrono::duration<double>(duration).count();
+}
+
 // The limit of --main-thread.
 std::chrono::milliseconds MainThreadLimit();
 

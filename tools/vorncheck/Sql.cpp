@@ -34,11 +34,11 @@ std::size_t EndOfPart(const std::string& name, std::size_t begin) {
     }
     return std::string::npos;
   }
-  std::size_t at = begin;
-  while (IsLetter(name[at]) || (at > begin && IsDigit(name[at]))) {
-    ++at;
+  std::size_t end = begin;
+  while (IsLetter(name[end]) || (end > begin && IsDigit(name[end]))) {
+    ++end;
   }
-  return at > begin ? at : std::string::npos;
+  return end > begin ? end : std::string::npos;
 }
 
 // Some keywords are names, too; which ones depends on SQLite's version.

@@ -11,6 +11,7 @@ using vorncheck::Operation;
 namespace {
 
 // SQLite calls its own functions, too.
+// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables)
 thread_local bool isInside = false;
 
 // Calls the next definition. If an operation calls, it is shown the result.
@@ -42,6 +43,9 @@ int ObserveAttempt(Call call, Show show) {
 const char* Message(sqlite3* connection) { return VORN_NEXT(sqlite3_errmsg)(connection); }
 
 }  // namespace
+
+// SQLite's header has other names for the parameters.
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
 
 int sqlite3_open(const char* path, sqlite3** connection) {
   return ObserveAttempt(
@@ -93,3 +97,5 @@ int sqlite3_column_type(sqlite3_stmt* statement, int column) {
   return Observe([&] { return VORN_NEXT(sqlite3_column_type)(statement, column); },
                  [](Operation& operation, int type) { operation.ReadCell(type); });
 }
+
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)

@@ -10,6 +10,7 @@
 #include <unordered_map>
 
 #include "Next.h"
+#include "TheOnly.h"
 
 namespace vorncheck {
 namespace {
@@ -38,6 +39,7 @@ _Unwind_Reason_Code Visit(_Unwind_Context* context, void* data) {
     return _URC_END_OF_STACK;
   }
   if (!walk.stack.empty() || address == walk.site) {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the unwinder has addresses as numbers.
     walk.stack.push_back(reinterpret_cast<const void*>(address));
   }
   return walk.stack.size() < kMaximum ? _URC_NO_REASON : _URC_END_OF_STACK;
@@ -101,12 +103,6 @@ struct Frames {
   std::unordered_map<const void*, Frame> known;
 };
 
-// Never destroyed: the program may run until the very end.
-Frames& TheFrames() {
-  static auto* const frames = new Frames;
-  return *frames;
-}
-
 }  // namespace
 
 Stack StackFrom(const void* site) {
@@ -119,7 +115,7 @@ Stack StackFrom(const void* site) {
 }
 
 const Frame& FrameAt(const void* address) {
-  Frames& frames = TheFrames();
+  auto& frames = TheOnly<Frames>();
   const std::lock_guard<std::mutex> lock(frames.mutex);
   const auto [entry, isNew] = frames.known.try_emplace(address);
   if (isNew) {
@@ -128,7 +124,7 @@ const Frame& FrameAt(const void* address) {
   return entry->second;
 }
 
-void LockFrames() { TheFrames().mutex.lock(); }
-void UnlockFrames() { TheFrames().mutex.unlock(); }
+void LockFrames() { TheOnly<Frames>().mutex.lock(); }
+void UnlockFrames() { TheOnly<Frames>().mutex.unlock(); }
 
 }  // namespace vorncheck

@@ -45,8 +45,10 @@ void SetEnvironment(const CLI::App& app) {
   setenv("LD_PRELOAD", libraries.c_str(), 1);
 }
 
-[[noreturn]] void Execute(std::vector<std::string> words) {
+// Returns only if that fails.
+int Execute(std::vector<std::string> words) {
   std::vector<char*> arguments;
+  arguments.reserve(words.size() + 1);
   for (std::string& word : words) {
     arguments.push_back(word.data());
   }
@@ -54,12 +56,10 @@ void SetEnvironment(const CLI::App& app) {
   execvp(arguments[0], arguments.data());
   const int error = errno;
   std::cerr << "vorncheck: " << words[0] << ": " << std::strerror(error) << '\n';
-  std::exit(error == ENOENT ? kNoProgram : kCannotRun);
+  return error == ENOENT ? kNoProgram : kCannotRun;
 }
 
-}  // namespace
-
-int main(int count, char** arguments) {
+int Launch(int count, char** arguments) {
   CLI::App app("Runs a program and reports wrong use of libvorndatabase.", "vorncheck");
   vorncheck::Options options;
   vorncheck::Declare(app, options);
@@ -68,17 +68,25 @@ int main(int count, char** arguments) {
   app.prefix_command();
   try {
     app.parse(count, arguments);
-    const std::vector<std::string> words = app.remaining();
-    if (words.empty()) {
-      throw CLI::RequiredError("PROGRAM");
-    }
-    if (words[0][0] == '-') {
-      throw CLI::ExtrasError({words[0]});
-    }
-    SetEnvironment(app);
-    Execute(words);
   } catch (const CLI::Success& success) {
     return app.exit(success);
+  }
+  const std::vector<std::string> words = app.remaining();
+  if (words.empty()) {
+    throw CLI::RequiredError("PROGRAM");
+  }
+  if (words[0][0] == '-') {
+    throw CLI::ExtrasError({words[0]});
+  }
+  SetEnvironment(app);
+  return Execute(words);
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  try {
+    return Launch(count, arguments);
   } catch (const std::exception& error) {
     std::cerr << "vorncheck: " << error.what() << '\n';
     return kWrongUse;
