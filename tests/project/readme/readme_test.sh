@@ -63,11 +63,11 @@ run_block() {
 # --- Transcripts -----------------------------------------------------------------
 
 # What a transcript leaves out, or what is another each time: progress, process numbers,
-# lines of the sources.
+# lines of the sources, the checker, which the demo does not build.
 without_details() {
   sed -E "s|$work/home|/home/you|g; s/^([VDIWEF] VORN) [0-9]+ [0-9]+ /\1 N N /
-    s/\[[0-9]+ [0-9]+\]/[N N]/; s/\([0-9]+\)/(N)/g" |
-    grep -vE '^(-- |\[|…$|Preset |  [A-Z_:]+=|$)' || true
+    s/\[[0-9]+ [0-9]+\]/[N N]/; s/\([0-9]+\)/(N)/g; s/^vorncheck\[[0-9]+\]/vorncheck[N]/" |
+    grep -vE '^(-- |\[|…$|Preset |  [A-Z_:]+=|libvorncheck\.so$|$)' || true
 }
 
 # Makes a script of a transcript: runs its commands, the lines behind "$ " and those that
@@ -97,7 +97,10 @@ transcript() {
   ln -s "$3" "$checkout/build/$2"
   block "transcript $1" >"$work/transcript"
   as_script <"$work/transcript" >"$work/script"
-  [ "$document" != docs/guide.md ] || block "file device.cmake" >"$work/home/device.cmake"
+  local name
+  for name in $(marks "$source/$document" file); do
+    block "file $name" >"$work/home/$name"
+  done
   (
     export HOME=$work/home
     unset VORN_DLOG_PRIORITY LD_LIBRARY_PATH CXX CMAKE_TOOLCHAIN_FILE LDFLAGS
@@ -112,7 +115,8 @@ transcript() {
 # Every folder that they name in backticks exists.
 places() {
   local name
-  for name in README.md CONTRIBUTING.md abi/README.md docs/{architecture,footprint,guide,log,reliability,vorndb}.md; do
+  for name in README.md CONTRIBUTING.md abi/README.md \
+    docs/{architecture,footprint,guide,log,reliability,vorncheck,vorndb}.md; do
     places_in "$name"
   done
 }
@@ -139,6 +143,7 @@ case $case in
   # A host on this machine, and for the device.
   host) transcript guide.md host release "$build" ;;
   cookbook) transcript vorndb.md cookbook release "$build" ;;
+  checker) transcript vorncheck.md checker release "$build" ;;
   device) transcript guide.md device sysroot/armhf "$source/build/sysroot/armhf" ;;
   *) fail "unknown case" ;;
 esac
