@@ -5,12 +5,13 @@
 #   scripts/bench.sh CASE      prints the table of the cases that the regular expression
 #                              fits, such as operation/upsert or threads/
 #   scripts/bench.sh --check   every case once, for its results alone
+#   scripts/bench.sh --checker the cost of vorncheck
 
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 # shellcheck source=scripts/lib/packages.sh
 source scripts/lib/packages.sh
-require_arguments '(--check|[^-].*)?' "$@"
+require_arguments '(--check|--checker|[^-].*)?' "$@"
 # Without root, the peers that are not installed are left out.
 require_packages "${build_packages[@]}" "${bench_packages[@]}"
 if ((EUID == 0)); then
@@ -18,8 +19,13 @@ if ((EUID == 0)); then
 fi
 
 build=build/bench
+checker=OFF
+if [[ ${1:-} == --checker ]]; then
+  require_packages "${tool_packages[@]}"
+  checker=ON
+fi
 run_quietly '== bench: configure' cmake --preset release -B "$build" \
-  "${library_alone[@]}" -DVORN_BUILD_BENCH=ON
+  "${library_alone[@]}" -DVORN_BUILD_BENCH=ON -DVORN_BUILD_CHECKER=$checker
 run_quietly '== bench: build' cmake --build "$build"
 tmpfs=$(mktemp -d /dev/shm/vorn-bench.XXXXXX)
 disk=$(mktemp -d "$PWD/$build/disk.XXXXXX")
@@ -39,6 +45,22 @@ run() {
 if [[ ${1:-} == --check ]]; then
   run_quietly '== bench: check' run --benchmark_min_time=0.001
   run_quietly '== bench: memory' "$build/bench/vorn_bench_memory" "$tmpfs"
+  exit
+fi
+# In turn without and with it, so that the machine's other load meets both.
+measure_checker() {
+  local round library
+  for round in {1..9}; do
+    for library in '' "$PWD/$build/tools/vorncheck/libvorncheck.so"; do
+      LD_PRELOAD=$library run --benchmark_min_time=0.1 \
+        --benchmark_filter='^vorn/(operation/(upsert|select)/tmpfs|select/rows:10000/columns:5/tables:1/|read/)' &&
+        mv "$build/times.json" "$build/round-$round${library:+-checked}.json" || return
+    done
+  done
+}
+if [[ ${1:-} == --checker ]]; then
+  run_quietly '== bench: measure' measure_checker
+  python3 -B scripts/lib/bench.py --checker "$build"
   exit
 fi
 page='operation/[a-z]*/tmpfs|select/rows:[0-9]*/columns:5/tables:1/|read/'

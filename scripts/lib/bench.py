@@ -1,8 +1,10 @@
 """Prints the table of the benchmarks' medians, or replaces it in a page and draws its plot.
 
     bench.py TIMES [PAGE]
+    bench.py --checker FOLDER
 
-TIMES is Google Benchmark's JSON.
+TIMES is Google Benchmark's JSON. FOLDER has that of several rounds, without and with the
+checker: its ratio is printed.
 """
 
 import collections
@@ -10,6 +12,7 @@ import json
 import operator
 import pathlib
 import re
+import statistics
 import subprocess
 import sys
 
@@ -74,7 +77,25 @@ def draw(medians, data, output):
     subprocess.run(["gnuplot", "-e", settings, "bench/rows.gnuplot"], check=True)
 
 
+def print_checked(folder):
+    """The median of the rounds without the checker, and the quartiles of the ratio with it."""
+    rounds = collections.defaultdict(list)
+    for path in folder.glob("round-?.json"):
+        checked = path.with_stem(f"{path.stem}-checked")
+        reports = (json.loads(each.read_text("utf-8")) for each in (path, checked))
+        for before, after in zip(*(report["benchmarks"] for report in reports)):
+            scale = SCALE[before["time_unit"]]
+            rounds[before["name"]].append((before["real_time"] * scale, after["real_time"] * scale))
+    for case, times in rounds.items():
+        quartiles = statistics.quantiles(after / before for before, after in times)
+        time = duration(statistics.median(before for before, _ in times))
+        print(f"{case}: {time}, with vorncheck", *(f"{ratio:.2f}" for ratio in quartiles))
+
+
 def main():
+    if sys.argv[1] == "--checker":
+        print_checked(pathlib.Path(sys.argv[2]))
+        return
     times, *pages = map(pathlib.Path, sys.argv[1:])
     report = json.loads(times.read_text("utf-8"))
     medians, context = read_medians(report), report["context"]

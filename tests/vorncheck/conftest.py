@@ -50,7 +50,8 @@ def check(tmp_path):
     def run(command, *options, environment=None, is_launched=not EMULATOR):
         report = tmp_path / "findings.json"
         report.unlink(missing_ok=True)
-        options = [*options, f"--json={report}"]
+        if not any(option.startswith("--json") for option in options):
+            options = [*options, f"--json={report}"]
         variables = {**os.environ, "VORN_DLOG_PRIORITY": "S", **(environment or {})}
         if is_launched:
             command = [os.environ["VORNCHECK"], *options, *command]

@@ -91,6 +91,8 @@ def test_findings_are_appended_to_the_file(check, tmp_path):
         (["--only=none"], "no finding is named none; there are: dangling-name "),
         (["--status=256"], "256"),
         (["--quiet-after=-1"], "-1"),
+        (["--quiet-after=x"], "x"),
+        (["--json=/nonexistent/file"], "cannot write to /nonexistent/file"),
         (["--suppressions=nosuch"], "nosuch"),
         (["--suppressions=wrong"], "an identifier and a function: lost-digits"),
     ],
@@ -111,6 +113,7 @@ def test_wrong_options_are_refused(make, tmp_path, options, text, is_launched):
         (["--nosuch", "true"], 2, "--nosuch"),
         (["nosuch"], 127, "nosuch: No such file or directory"),
         (["/"], 126, "/: Permission denied"),
+        (["--", "sh", "-c", "exit 6"], 6, ""),
         (["--help"], 0, ""),
         (["--version"], 0, ""),
         (["--only", "busy-wait", "sh", "-c", "exit 5", "--fatal"], 5, ""),
@@ -133,8 +136,3 @@ def test_a_library_that_was_preloaded_stays(check):
 def test_the_options_are_variables_too(make):
     run = make("BusyStep", "--only=busy-wait", "--status=4", is_launched=False)
     assert (run.status, run.identifiers()) == (4, ["busy-wait"])
-
-
-def test_the_application_is_not_changed_by_a_file_that_cannot_be_written(make):
-    run = make("LostDigits", environment={"VORNCHECK_JSON": "/nonexistent/file"})
-    assert run.status == FOUND

@@ -12,7 +12,7 @@ SUITES = [suite for suite in os.environ["SUITES"].split(":") if suite]
 TIMED = {"BusyFile", "ChangeWhileRun", "MoveWhileFilled", "DestroyWhileRun"}
 
 
-@pytest.mark.parametrize("suite", SUITES, ids=os.path.basename)
+@pytest.mark.parametrize("suite", SUITES, ids=[os.path.basename(suite) for suite in SUITES])
 def test_the_librarys_own_tests_pass(check, suite):
     """They compare log records, lock events, allocations and calls of SQLite."""
     run = check([suite], "--status=0")

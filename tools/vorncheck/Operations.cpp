@@ -169,8 +169,9 @@ void CheckPath(const Operation& operation, const BasePath& path) {
   for (const char* const part : {path.m_directory, path.m_fileName}) {
     if (part != nullptr && LoneQuote(part) != std::string::npos) {
       Report(Kind::kUnescapedQuote, operation.Site(), [&] {
-        return operation.MakeFinding("the path part " + Shown(part) +
-                                     " has a quote; a path is no SQL, so none may be doubled");
+        return operation.MakeFinding(
+            "the path part " + Shown(part) +
+            " has a quote; a path is no SQL, so a doubled one would be two");
       });
     }
   }

@@ -53,15 +53,15 @@ bool Options::IsOn(Kind kind) const {
 }
 
 void Declare(CLI::App& app, Options& options) {
-  app.add_option("--only", options.only, "Report these findings alone")
+  app.add_option("--only", options.only, "Report these findings alone, separated by commas")
       ->delimiter(',')
       ->allow_extra_args(false)
-      ->type_name("ID,...")
+      ->type_name("ID")
       ->check(KnownIdentifier());
   app.add_option("--except", options.except, "Leave these findings out")
       ->delimiter(',')
       ->allow_extra_args(false)
-      ->type_name("ID,...")
+      ->type_name("ID")
       ->check(KnownIdentifier());
   app.add_flag("--fatal", options.isFatal, "Abort at the first finding");
   app.add_option("--status", options.status,
@@ -76,7 +76,7 @@ void Declare(CLI::App& app, Options& options) {
                  "Findings printed for each kind and call site; 0 prints all")
       ->capture_default_str()
       ->type_name("N")
-      ->check(CLI::NonNegativeNumber);
+      ->check(CLI::Range(0, 1000000000));
   app.add_option("--suppressions", options.suppressions,
                  "File with findings to leave out; a line is an identifier and a function, both "
                  "with * and ?")
@@ -86,7 +86,7 @@ void Declare(CLI::App& app, Options& options) {
   app.add_option("--main-thread", options.mainThread,
                  "Report operations on the thread that started the program that take longer")
       ->type_name("MS")
-      ->check(CLI::NonNegativeNumber);
+      ->check(CLI::Range(0, 1000000000));
   for (CLI::Option* const option : app.get_options()) {
     if (option->get_name() != "--help") {
       option->envname(VariableOf(option->get_name().substr(2)));

@@ -98,15 +98,22 @@ void WriteAtOnce(int descriptor, const std::string& text) {
   }
 }
 
+// The file is open for the time of a line only: a program may close all descriptors. False if it
+// cannot be opened.
+bool Append(const std::string& path, const std::string& line) {
+  const int file = open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
+  if (file < 0) {
+    return false;
+  }
+  WriteAtOnce(file, line);
+  close(file);
+  return true;
+}
+
 void AppendJson(const Json& json) {
   const std::string& path = TheState().options.json;
-  if (path.empty()) {
-    return;
-  }
-  const int file = open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
-  if (file >= 0) {
-    WriteAtOnce(file, json.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n');
-    close(file);
+  if (!path.empty()) {
+    Append(path, json.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n');
   }
 }
 
@@ -267,6 +274,9 @@ void ReadOptions() {
   try {
     app.parse(std::vector<std::string>());
     state.suppressions = ReadSuppressions(state.options.suppressions);
+    if (!state.options.json.empty() && !Append(state.options.json, "")) {
+      throw CLI::ValidationError("--json", "cannot write to " + state.options.json);
+    }
   } catch (const CLI::Error& error) {
     WriteAtOnce(STDERR_FILENO, std::string("vorncheck: ") + error.what() + '\n');
     _exit(2);

@@ -71,7 +71,10 @@ int Launch(int count, char** arguments) {
   } catch (const CLI::Success& success) {
     return app.exit(success);
   }
-  const std::vector<std::string> words = app.remaining();
+  std::vector<std::string> words = app.remaining();
+  if (!words.empty() && words[0] == "--") {
+    words.erase(words.begin());
+  }
   if (words.empty()) {
     throw CLI::RequiredError("PROGRAM");
   }
