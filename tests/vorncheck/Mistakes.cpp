@@ -187,6 +187,23 @@ void ManyDigits() {
   }
 }
 
+// A stack of long names, at two times.
+template <typename Type>
+void Descend(BaseSet& request, const char* value, int depth) {
+  if (depth > 0) {
+    Descend<Type>(request, value, depth - 1);
+  } else {
+    request.SetData(kName, value);
+  }
+}
+
+void DeepStack() {
+  UpsertRequest request;
+  using Long = std::map<std::string, std::map<std::string, std::function<void(std::string)>>>;
+  Descend<Long>(request, "Kim", 20);
+  Descend<Long>(request, "Miles", 20);
+}
+
 void LostCondition() {
   SelectRequest request;
   request.SetWhere(kName, 0.1 + 0.2);
@@ -454,6 +471,7 @@ const std::map<std::string, void (*)()> kMistakes = {
     {"QuotedCheckedTable", QuotedCheckedTable},
     {"LostDigits", LostDigits},
     {"ManyDigits", ManyDigits},
+    {"DeepStack", DeepStack},
     {"LostCondition", LostCondition},
     {"Infinity", Infinity},
     {"DeleteOfAllRows", DeleteOfAllRows},

@@ -126,6 +126,14 @@ def test_the_statement_is_shown_up_to_its_early_end(make, mistake, begin, rest):
     assert f"\n  {excerpt}\n  {' ' * mark}^\n" in run.text
 
 
+def test_a_report_fits_into_a_single_write_to_a_pipe(make):
+    run = make("DeepStack")
+    assert [len(stack["frames"]) for stack in run.findings[0]["stacks"]] == [16, 16]
+    report = run.text.partition("operations:")[0]
+    assert report.count("    #") < 32
+    assert 3500 < len(report) < 4096 + len("vorncheck[1234567]: ")
+
+
 @pytest.mark.skipif(bool(EMULATOR), reason="the emulator ends with the application")
 def test_a_name_whose_memory_has_gone_is_found_before_the_application_ends(make):
     run = make("UnmappedName")

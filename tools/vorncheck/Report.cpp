@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -137,19 +138,18 @@ std::string Describe(const Frame& frame) {
   return text.str();
 }
 
-// As far as the program's own main().
-std::vector<Frame> FramesOf(const Stack& stack) {
+// As far as the program's own main(), but at most `limit` frames.
+std::vector<Frame> FramesOf(const Stack& stack, std::size_t limit) {
   std::vector<Frame> frames;
   for (const void* const address : stack) {
-    frames.push_back(FrameAt(address));
-    if (frames.back().function == "main") {
-      break;
+    if (frames.size() < limit && (frames.empty() || frames.back().function != "main")) {
+      frames.push_back(FrameAt(address));
     }
   }
   return frames;
 }
 
-std::string AsText(Kind kind, const Finding& finding) {
+std::string AsText(Kind kind, const Finding& finding, std::size_t frames) {
   std::ostringstream text;
   text << Prefix() << TextOf(kind).identifier << ": " << finding.sentence << '\n';
   if (!finding.excerpt.empty()) {
@@ -161,7 +161,7 @@ std::string AsText(Kind kind, const Finding& finding) {
   for (const auto& [heading, stack] : finding.stacks) {
     text << "  " << heading << '\n';
     int number = 0;
-    for (const Frame& frame : FramesOf(stack)) {
+    for (const Frame& frame : FramesOf(stack, frames)) {
       text << "    #" << number++ << ' ' << Describe(frame) << '\n';
     }
   }
@@ -170,9 +170,19 @@ std::string AsText(Kind kind, const Finding& finding) {
   return text.str();
 }
 
+// A pipe takes that much at once. A text that is longer has fewer frames.
+std::string AsShortText(Kind kind, const Finding& finding) {
+  std::size_t frames = kMaximumFrames;
+  std::string text = AsText(kind, finding, frames);
+  while (text.size() > PIPE_BUF && frames > 1) {
+    text = AsText(kind, finding, --frames);
+  }
+  return text;
+}
+
 Json AsJson(const Stack& stack) {
   Json frames = Json::array();
-  for (const Frame& frame : FramesOf(stack)) {
+  for (const Frame& frame : FramesOf(stack, kMaximumFrames)) {
     frames.push_back({{"function", frame.function},
                       {"file", frame.file},
                       {"line", frame.line},
@@ -324,7 +334,7 @@ void Write(Kind kind, const void* site, const Finding& finding) {
       return;
     }
   }
-  WriteAtOnce(STDERR_FILENO, AsText(kind, finding));
+  WriteAtOnce(STDERR_FILENO, AsShortText(kind, finding));
   AppendJson(AsJson(kind, finding));
   if (state.options.isFatal) {
     std::abort();

@@ -15,8 +15,6 @@
 namespace vorncheck {
 namespace {
 
-constexpr std::size_t kMaximum = 16;
-
 struct Walk {
   std::uintptr_t site;
   Stack stack;
@@ -42,7 +40,7 @@ _Unwind_Reason_Code Visit(_Unwind_Context* context, void* data) {
     // NOLINTNEXTLINE(performance-no-int-to-ptr): the unwinder has addresses as numbers.
     walk.stack.push_back(reinterpret_cast<const void*>(address));
   }
-  return walk.stack.size() < kMaximum ? _URC_NO_REASON : _URC_END_OF_STACK;
+  return walk.stack.size() < kMaximumFrames ? _URC_NO_REASON : _URC_END_OF_STACK;
 }
 
 // The debug information of the process, read when it is first needed.

@@ -3,6 +3,7 @@
 #ifndef VORNDATABASE_TOOLS_VORNCHECK_STACK_H
 #define VORNDATABASE_TOOLS_VORNCHECK_STACK_H
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -10,6 +11,7 @@ namespace vorncheck {
 
 // Return addresses, from the call into the library outwards.
 using Stack = std::vector<const void*>;
+constexpr std::size_t kMaximumFrames = 16;
 
 // The stack of this thread from a call site on; of the site alone if the stack cannot be unwound
 // as far as that.
