@@ -1,13 +1,17 @@
 #include "Mistakes.h"
 
+#include <fcntl.h>
+#include <pthread.h>
 #include <sqlite3.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <functional>
 #include <future>
 #include <iostream>
@@ -17,6 +21,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <typeinfo>
 
 #include "CreateRequest.h"
 #include "Cursor.h"
@@ -98,6 +103,14 @@ void UnmappedName() {
   Upsert(request);
 }
 
+void FreedName() {
+  CreateContacts();
+  UpsertRequest request;
+  Locate(request, "contact");
+  request.SetData(std::string("a_name_that_is_kept_on_the_heap").c_str(), "1");
+  Expect(Upsert(request) != 0, "refused");
+}
+
 void ChangedNameOfKey() {
   CreateRequest request;
   Locate(request, "contact");
@@ -115,6 +128,14 @@ void DuplicateName() {
   request.SetData(kName, "Kim");
   request.SetData(other.c_str(), "Miles");
   Upsert(request);
+}
+
+void DuplicateKey() {
+  CreateRequest request;
+  Locate(request, "contact");
+  request.SetPrimaryKey("id", "TEXT");
+  request.SetColumnKey(kId, "TEXT");
+  Expect(Database().CreateTable(request) != 0, "refused");
 }
 
 void IgnoredValue() {
@@ -169,6 +190,12 @@ void ReservedName() {
   Select("order", cursor);
 }
 
+void BalancedQuotes() {
+  CreateContacts();
+  Cursor cursor;
+  Expect(Select("pragma_table_info('contact')", cursor) == 0, "selected");
+}
+
 void QuotedCheckedTable() {
   bool exists = false;
   BasePath path;
@@ -185,6 +212,53 @@ void ManyDigits() {
   for (int times = 0; times < 12; ++times) {
     LostDigits();
   }
+}
+
+// The checker leaves the application its descriptors.
+void NextDescriptor() {
+  LostDigits();
+  std::cout << "descriptor " << open("/dev/null", O_RDONLY) << '\n';
+}
+
+void OnThread(std::size_t stack, void* (*run)(void*), bool isCancelled) {
+  pthread_attr_t attributes;
+  pthread_attr_init(&attributes);
+  pthread_attr_setstacksize(&attributes, stack);
+  pthread_t thread{};
+  Expect(pthread_create(&thread, &attributes, run, nullptr) == 0, "started");
+  if (isCancelled) {
+    pthread_cancel(thread);
+  }
+  void* result = nullptr;
+  pthread_join(thread, &result);
+  Expect((result == PTHREAD_CANCELED) == isCancelled, "ended as wanted");
+}
+
+void SmallThread() {
+  const auto run = [](void*) -> void* {
+    LostDigits();
+    return nullptr;
+  };
+  OnThread(std::size_t{40} << 10, run, false);
+}
+
+void CancelledThread() {
+  const auto run = [](void*) -> void* {
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
+    usleep(50000);
+    pthread_setcancelstate(PTHREAD_CANCEL_ENABLE, nullptr);
+    LostDigits();
+    pause();
+    return nullptr;
+  };
+  OnThread(std::size_t{1} << 20, run, true);
+}
+
+// The thread holds the lock of standard input when the application ends.
+void ReadingThread() {
+  std::thread([] { std::getchar(); }).detach();
+  usleep(50000);
+  LostDigits();
 }
 
 // A stack of long names, at two times.
@@ -300,6 +374,22 @@ void HiddenRows() {
   Execute("CREATE TABLE single (id TEXT); INSERT INTO single VALUES (1), (2)");
   Cursor cursor;
   Expect(Select("single", cursor) == 0, "selected");
+}
+
+// All of them are read as they are.
+void ExactNumbers() {
+  Execute(
+      "CREATE TABLE numbers (id TEXT, number TEXT); INSERT INTO numbers VALUES "
+      "(1, '+42'), (2, ' 42 '), (3, '-0'), (4, '3.0'), (5, '2147483647'), (6, '042')");
+  Cursor cursor;
+  Expect(Select("numbers", cursor) == 0, "selected");
+  for (int value = 0; cursor.MoveToNext() == 0;) {
+    Expect(cursor.GetInt("number", value) == 0, "read");
+  }
+  Execute("UPDATE numbers SET number = '9007199254740994'");
+  Expect(Select("numbers", cursor) == 0 && cursor.MoveToNext() == 0, "selected");
+  double value = 0;
+  Expect(cursor.GetDouble("number", value) == 0 && value == 9007199254740994, "read");
 }
 
 void SharedColumn() {
@@ -424,7 +514,12 @@ void DestroyWhileRun() {
 // --- No mistake
 
 void None() {
-  CreateContacts();
+  CreateRequest create;
+  Locate(create, "contact");
+  create.SetPrimaryKey("", "");
+  create.SetColumnKey(kId, "TEXT UNIQUE");
+  create.SetColumnKey(kName, "TEXT");
+  Expect(Database().CreateTable(create) == 0, "created");
   UpsertContact("1", "Miles O''Brien");
   UpsertContact("2", "Kim");
   for (int times = 0; times < 3; ++times) {
@@ -433,6 +528,7 @@ void None() {
     request->SetData("\"name\"", 0.5);
     request->SetWhere(kId, 2);
     Expect(Database().Update(*request) == 0, "changed");
+    Expect(typeid(*request) == typeid(UpdateRequest), "of its type");
   }
   Cursor cursor;
   Expect(Select("contact", cursor) == 0, "selected");
@@ -442,7 +538,32 @@ void None() {
     Expect(cursor.GetString(kName, text) == 0, "read");
     Expect(text != "0.5" || (cursor.GetDouble(kName, number) == 0 && number == 0.5), "read");
   }
+  // The value is the memory of the name.
+  text = kName;
+  Expect(cursor.MoveToPosition(0) == 0 && cursor.GetString(text.c_str(), text) == 0, "read");
   std::cout << rows << " rows\n";
+}
+
+std::size_t ResidentPages() {
+  std::size_t pages = 0;
+  std::ifstream("/proc/self/statm") >> pages >> pages;
+  return pages;
+}
+
+void ManyObjects() {
+  std::size_t before = 0;
+  for (int times = 0; times < 20000; ++times) {
+    const std::unique_ptr<BasePath> request(new UpsertRequest);
+    request->SetPath(folder.c_str(), kFile);
+    static_cast<UpsertRequest&>(*request).SetData(kId, 1);
+    Cursor cursor;
+    cursor.SetColumn(kId);
+    const Cursor copy = cursor;
+    if (times == 1000) {
+      before = ResidentPages();
+    }
+  }
+  Expect(ResidentPages() < before + 100, "memory does not grow");
 }
 
 void InChild() {
@@ -499,6 +620,15 @@ const std::map<std::string, void (*)()> kMistakes = {
     {"ChangeWhileRun", ChangeWhileRun},
     {"MoveWhileFilled", MoveWhileFilled},
     {"DestroyWhileRun", DestroyWhileRun},
+    {"FreedName", FreedName},
+    {"DuplicateKey", DuplicateKey},
+    {"BalancedQuotes", BalancedQuotes},
+    {"NextDescriptor", NextDescriptor},
+    {"SmallThread", SmallThread},
+    {"CancelledThread", CancelledThread},
+    {"ReadingThread", ReadingThread},
+    {"ManyObjects", ManyObjects},
+    {"ExactNumbers", ExactNumbers},
     {"None", None},
     {"InChild", InChild},
 };

@@ -34,7 +34,7 @@ class Run:
     def __init__(self, ended, findings):
         self.status = ended.returncode
         self.output = ended.stdout.decode()
-        self.text = ended.stderr.decode(errors="replace")
+        self.text = (ended.stderr or b"").decode(errors="replace")
         self.summary = findings[-1] if findings and "summary" in findings[-1] else None
         self.findings = [entry for entry in findings if "finding" in entry]
 
@@ -47,7 +47,7 @@ class Run:
 def check(tmp_path):
     """A function that runs a program under vorncheck in an empty folder."""
 
-    def run(command, *options, environment=None, is_launched=not EMULATOR):
+    def run(command, *options, environment=None, is_launched=not EMULATOR, **streams):
         report = tmp_path / "findings.json"
         report.unlink(missing_ok=True)
         if not any(option.startswith("--json") for option in options):
@@ -61,9 +61,8 @@ def check(tmp_path):
             command = [*EMULATOR, *(loaded if EMULATOR else []), *command]
             if not EMULATOR:
                 variables["LD_PRELOAD"] = LIBRARY
-        ended = subprocess.run(
-            command, cwd=tmp_path, env=variables, capture_output=True, check=False
-        )
+        streams = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE, **streams}
+        ended = subprocess.run(command, cwd=tmp_path, env=variables, check=False, **streams)
         lines = report.read_text().splitlines() if report.exists() else []
         return Run(ended, [json.loads(line) for line in lines])
 

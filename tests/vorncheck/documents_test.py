@@ -1,7 +1,10 @@
 """The documents have every finding and every option."""
 
+import ctypes
+import ctypes.util
 import os
 import re
+import sqlite3
 import subprocess
 
 import pytest
@@ -39,3 +42,20 @@ def test_the_page_has_the_options():
     ).stdout
     options = set(re.findall(r"(?m)^  (?:-\w,)?--([a-z-]+)", text))
     assert set(re.findall(r"(?m)^\.It Fl (?:\w , )?-([a-z-]+)", PAGE)) == options
+
+
+def test_the_reserved_words_are_those_of_sqlite():
+    library = ctypes.CDLL(ctypes.util.find_library("sqlite3"))
+    database = sqlite3.connect(":memory:")
+    refused = []
+    for number in range(library.sqlite3_keyword_count()):
+        text, length = ctypes.c_char_p(), ctypes.c_int()
+        library.sqlite3_keyword_name(number, ctypes.byref(text), ctypes.byref(length))
+        word = ctypes.string_at(text, length.value).decode().lower()
+        try:
+            database.execute(f"SELECT 1 FROM (SELECT 1 AS {word}) WHERE {word}='1'")
+        except sqlite3.OperationalError:
+            refused.append(word)
+    source = (SOURCE / "tools/vorncheck/Sql.cpp").read_text()
+    listed = re.findall('"([a-z]+)"', source[source.index("kReserved[]") :].partition("};")[0])
+    assert listed == sorted(refused)

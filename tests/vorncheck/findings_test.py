@@ -13,12 +13,19 @@ BUSY = ["busy-wait"]
 # its stacks begins.
 MISTAKES = [
     ("ChangedName", ["dangling-name"], '"id" is "no" now', [WRITE, 'SetData(name, "1")']),
+    ("FreedName", ["dangling-name"], "a_name_that_is_kept", [WRITE, "on_the_heap"]),
     ("ChangedNameOfKey", ["dangling-name"], '"id"', ["CreateTable(", 'SetColumnKey(name, "TEXT")']),
     (
         "DuplicateName",
         ["duplicate-name"],
-        '"NAME" twice',
-        [WRITE, "SetData(other.c_str()", "SetData(kName"],
+        " twice",
+        [WRITE, "request.SetData(", "request.SetData("],
+    ),
+    (
+        "DuplicateKey",
+        ["duplicate-name"],
+        '"id" twice',
+        ["CreateTable(", "SetPrimaryKey(", "SetColumnKey("],
     ),
     (
         "IgnoredValue",
@@ -28,22 +35,31 @@ MISTAKES = [
     ),
     ("IgnoredCondition", ["ignored-value"], '"1"; ignored is "2.5"', ["2.5)", "1)"]),
     ("QuoteInValue", ["unescaped-quote"], '"Miles O\'Brien"', [WRITE, "O'Brien\")"]),
-    ("QuoteInName", ["unescaped-quote"], 'table name "con\'tact"', ["Select(request, cursor)"]),
-    ("QuoteInPath", ["unescaped-quote"], 'path part "kim\'s.db"', ["CheckExistTable("]),
+    (
+        "QuoteInName",
+        ["unescaped-quote"],
+        'table name "con\'tact"',
+        ["Select(request, cursor)", "SetTable("],
+    ),
+    ("QuoteInPath", ["unescaped-quote"], 'path part "kim\'s.db"', ["CheckExistTable(", "SetPath("]),
     ("QuoteInCheckedTable", ["unescaped-quote"], '"con\'tact"', ["CheckExistTable("]),
-    ("OddName", ["odd-identifier"], '"my contacts" is no plain identifier', [QUERY]),
-    ("ReservedName", ["odd-identifier"], '"order" is a reserved word', [QUERY]),
+    ("OddName", ["odd-identifier"], '"my contacts" is no plain identifier', [QUERY, "SetTable("]),
+    ("ReservedName", ["odd-identifier"], '"order" is a reserved word', [QUERY, "SetTable("]),
+    ("BalancedQuotes", ["odd-identifier"], "pragma_table_info", [QUERY, "SetTable("]),
     ("QuotedCheckedTable", ["odd-identifier"], "compared as a text", ["CheckExistTable("]),
     ("LostDigits", ["lost-digits"], "3.14159 for the double 3.14159265", ["3.14159265"]),
     ("LostCondition", ["lost-digits"], "0.3 for the double 0.30000000000000004", ["0.1 + 0.2"]),
     ("Infinity", ["lost-digits"], "inf for the double inf", ["infinity()"]),
+    ("NextDescriptor", ["lost-digits"], "3.14159", ["3.14159265"]),
+    ("SmallThread", ["lost-digits"], "3.14159", ["3.14159265"]),
+    ("CancelledThread", ["lost-digits"], "3.14159", ["3.14159265"]),
     ("DeleteOfAllRows", ["unconditional-delete"], "deletes all rows", ["Delete(request)"]),
     ("UpdateOfAllRows", ["cut-update"], "so SQLite refuses it", ["Update(request)"]),
     ("CutUpdate", ["cut-update"], 'is cut at the last " AND"', ["Update(request)"]),
-    ("RepeatedPath", ["leaked-setter"], 'file name was "one.db"', ["other.db"]),
-    ("RepeatedTable", ["leaked-setter"], 'table was "one"', ["other"]),
-    ("RepeatedKey", ["leaked-setter"], 'primary key was "one"', ["other"]),
-    ("RepeatedJoin", ["leaked-setter"], 'left table was "one"', ["other"]),
+    ("RepeatedPath", ["leaked-setter"], 'file name was "one.db"', ["other.db", "one.db"]),
+    ("RepeatedTable", ["leaked-setter"], 'table was "one"', ["other", "one"]),
+    ("RepeatedKey", ["leaked-setter"], 'primary key was "one"', ["other", "one"]),
+    ("RepeatedJoin", ["leaked-setter"], 'left table was "one"', ["other", "one"]),
     ("FailedOpen", ["leaked-handle"], '"/nonexistent/app.db", and 1 of', ["Select("]),
     ("FailedStep", ["truncated-result"], "after 2 rows: SQL logic error", [QUERY]),
     (
@@ -54,8 +70,8 @@ MISTAKES = [
     ),
     ("HiddenRows", ["hidden-rows"], "only the first of 2 rows", [QUERY]),
     ("SharedColumn", ["shared-column"], 'named "id"', ["JoinSelect("]),
-    ("ReadPart", ["narrowed-read"], 'a part of the cell "42abc"', ["(cursor.*read)"]),
-    ("ReadHalf", ["narrowed-read"], 'a part of the cell "3.5"', ["(cursor.*read)"]),
+    ("ReadPart", ["narrowed-read"], 'read 42 from the cell "42abc"', ["(cursor.*read)"]),
+    ("ReadHalf", ["narrowed-read"], 'read 3 from the cell "3.5"', ["(cursor.*read)"]),
     ("ReadNull", ["narrowed-read"], 'NULL of the column "none"', ["(cursor.*read)"]),
     ("ReadBlob", ["narrowed-read"], 'blob of the column "blob"', ["(cursor.*read)"]),
     ("ReadLargeInt", ["narrowed-read"], "64-bit number 9007199254740993", ["(cursor.*read)"]),
@@ -101,8 +117,8 @@ def test_a_mistake_is_found_where_it_was_made(make, mistake, identifiers, senten
         assert text in run.text
 
 
-def test_every_finding_is_tested(check):
-    run = check(["true"], "--only=none")
+def test_every_finding_is_tested(make):
+    run = make("None", "--only=none")
     known = re.search("there are:(.*)", run.text)[1].split()
     tested = {identifier for _, identifiers, _, _ in MISTAKES for identifier in identifiers}
     assert sorted(known) == sorted(tested | {"main-thread"})
@@ -142,11 +158,16 @@ def test_a_name_whose_memory_has_gone_is_found_before_the_application_ends(make)
     assert "is no longer in memory" in run.text
 
 
-def test_a_correct_application_has_no_finding(make):
-    run = make("None")
-    assert (run.status, run.output, run.findings) == (0, "2 rows\n", [])
-    assert run.summary["operations"] == 6
-    assert "operations: 6, findings: 0" in run.text
+@pytest.mark.parametrize(
+    "correct, operations, output",
+    [("None", 7, "2 rows\n"), ("ExactNumbers", 2, ""), ("ManyObjects", 0, "")],
+)
+def test_a_correct_application_has_no_finding(make, correct, operations, output):
+    run = make(correct)
+    assert (run.status, run.output, run.findings) == (0, output, []), run.text
+    if operations:
+        assert run.summary["operations"] == operations
+        assert f"operations: {operations}, findings: 0" in run.text
 
 
 def test_the_time_that_is_waited_is_in_the_summary(make):

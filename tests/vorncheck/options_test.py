@@ -92,7 +92,6 @@ def test_findings_are_appended_to_the_file(check, tmp_path):
         (["--status=256"], "256"),
         (["--quiet-after=-1"], "-1"),
         (["--quiet-after=x"], "x"),
-        (["--json=/nonexistent/file"], "cannot write to /nonexistent/file"),
         (["--suppressions=nosuch"], "nosuch"),
         (["--suppressions=wrong"], "an identifier and a function: lost-digits"),
     ],
@@ -103,6 +102,13 @@ def test_wrong_options_are_refused(make, tmp_path, options, text, is_launched):
     run = make("None", *options, is_launched=is_launched)
     assert (run.status, run.output) == (2, "")
     assert run.text.startswith("vorncheck: ") and text in run.text
+
+
+@pytest.mark.parametrize("is_launched", [pytest.param(True, marks=launched), False])
+def test_a_file_that_cannot_be_written_is_refused_by_the_launcher(make, is_launched):
+    run = make("LostDigits", "--json=/nonexistent/file", is_launched=is_launched)
+    assert "vorncheck: " in run.text and "cannot write to /nonexistent/file" in run.text
+    assert run.status == (2 if is_launched else FOUND)
 
 
 @launched

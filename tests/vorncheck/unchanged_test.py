@@ -9,7 +9,8 @@ from conftest import EMULATOR, FOUND, MISTAKES
 from findings_test import MISTAKES as TABLE
 
 SUITES = [suite for suite in os.environ["SUITES"].split(":") if suite]
-TIMED = {"BusyFile", "ChangeWhileRun", "MoveWhileFilled", "DestroyWhileRun"}
+# The log of these depends on the time, or ends a thread that is cancelled.
+TIMED = {"BusyFile", "ChangeWhileRun", "MoveWhileFilled", "DestroyWhileRun", "CancelledThread"}
 
 
 @pytest.mark.parametrize("suite", SUITES, ids=[os.path.basename(suite) for suite in SUITES])
@@ -46,6 +47,20 @@ def test_output_and_log_are_the_same(make, tmp_path, mistake):
     assert checked.output == alone.stdout
     assert log_of(checked.text) == log_of(alone.stderr)
     assert log_of(alone.stderr)
+
+
+def test_nobody_need_read_the_findings(make):
+    reader, writer = os.pipe()
+    os.close(reader)
+    run = make("LostDigits", stderr=writer)
+    assert (run.status, run.identifiers()) == (FOUND, ["lost-digits"])
+
+
+def test_the_end_does_not_wait_for_a_thread_that_reads(make):
+    reader, writer = os.pipe()
+    run = make("ReadingThread", stdin=reader)
+    os.close(writer)
+    assert run.status == FOUND
 
 
 def test_a_plug_in_is_checked(make):

@@ -44,8 +44,8 @@ constexpr KindText kKinds[] = {
     {"unescaped-quote",
      "Double every single quote in a value; pass a name in double quotes, a path as it is.",
      "values-and-names-that-are-not-your-own"},
-    {"odd-identifier", "Use letters, digits and underscores, or pass the name in double quotes.",
-     "names"},
+    {"odd-identifier",
+     "Rename it; or pass it in double quotes, but to CheckExistTable without any.", "names"},
     {"unconditional-delete", "Set a condition, or drop the table if every row has to go.",
      "what-happens-without-any-condition"},
     {"cut-update", "Set a condition.", "what-happens-without-any-condition"},
@@ -60,7 +60,8 @@ constexpr KindText kKinds[] = {
     {"hidden-rows", "Give the table a second column.", "what-is-wrong-with-a-result-of-one-column"},
     {"shared-column", "Give joined tables distinct column names.",
      "what-if-joined-tables-have-equal-column-names"},
-    {"narrowed-read", "Read the cell as a string, and convert it there.",
+    {"narrowed-read",
+     "Read the cell as a string and convert it there; keep NULL and blobs out of it.",
      "how-do-null-blobs-and-empty-texts-arrive"},
     {"unread-failure", "Compare the name with those of the result, and move to a row first.",
      "walk-a-result"},
@@ -72,6 +73,8 @@ constexpr KindText kKinds[] = {
 };
 
 constexpr std::size_t kKindCount = sizeof kKinds / sizeof kKinds[0];
+
+static_assert(kKindCount == static_cast<std::size_t>(Kind::kMainThread) + 1);
 
 constexpr const KindText& TextOf(Kind kind) { return kKinds[static_cast<std::size_t>(kind)]; }
 

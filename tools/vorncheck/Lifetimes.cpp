@@ -10,7 +10,19 @@ namespace {
 
 using Lifetime = void* (*)(void*);
 
-void* Construct(void* object, Lifetime next) {
+// A virtual table with a destructor alone. The type information is the library's own; a plug-in
+// may bring it along later.
+struct Table {
+  const void* offset;
+  const void* type;
+  void* (*complete)(void*);
+  void* (*deleting)(void*);
+};
+
+void* Construct(void* object, Lifetime next, Table& table, const char* type) {
+  if (table.type == nullptr) {
+    table.type = FindNext(type);
+  }
   Aside([&] { Forget(object); });
   return next(object);
 }
@@ -31,23 +43,21 @@ void* Destroy(void* object, Lifetime next, const char* symbol, const void* site)
     static const auto next = reinterpret_cast<vorncheck::Lifetime>(vorncheck::FindNext(symbol)); \
     return vorncheck::__VA_ARGS__;                                                               \
   }
-#define VORN_CONSTRUCTOR(function, symbol) VORN_LIFETIME(function, symbol, Construct(object, next))
+#define VORN_CONSTRUCTOR(Class, function, name, kind) \
+  VORN_LIFETIME(function, "_ZN" name kind, Construct(object, next, Class##Table, "_ZTI" name))
 #define VORN_DESTRUCTOR(function, symbol) \
   VORN_LIFETIME(function, symbol, Destroy(object, next, symbol, VORN_SITE))
 
-// The functions of a class, by its name with the length in front. Every virtual table has a
-// destructor alone.
-#define VORN_CLASS(Class, name)                                                   \
-  VORN_CONSTRUCTOR(Class##C1, "_ZN" name "C1Ev")                                  \
-  VORN_CONSTRUCTOR(Class##C2, "_ZN" name "C2Ev")                                  \
-  VORN_DESTRUCTOR(Class##D0, "_ZN" name "D0Ev")                                   \
-  VORN_DESTRUCTOR(Class##D1, "_ZN" name "D1Ev")                                   \
-  VORN_DESTRUCTOR(Class##D2, "_ZN" name "D2Ev")                                   \
-  extern "C" const char Class##Type asm("_ZTI" name) __attribute__((weak));       \
-  extern "C" const void* const Class##Table[4] asm("_ZTV" name);                  \
-  const void* const Class##Table[4] = {nullptr, &Class##Type,                     \
-                                       reinterpret_cast<const void*>(&Class##D1), \
-                                       reinterpret_cast<const void*>(&Class##D0)};
+// The functions of a class, by its name with the length in front.
+#define VORN_CLASS(Class, name)                                             \
+  extern "C" const char Class##Type asm("_ZTI" name) __attribute__((weak)); \
+  extern "C" vorncheck::Table Class##Table asm("_ZTV" name);                \
+  VORN_CONSTRUCTOR(Class, Class##C1, name, "C1Ev")                          \
+  VORN_CONSTRUCTOR(Class, Class##C2, name, "C2Ev")                          \
+  VORN_DESTRUCTOR(Class##D0, "_ZN" name "D0Ev")                             \
+  VORN_DESTRUCTOR(Class##D1, "_ZN" name "D1Ev")                             \
+  VORN_DESTRUCTOR(Class##D2, "_ZN" name "D2Ev")                             \
+  vorncheck::Table Class##Table = {nullptr, &Class##Type, &Class##D1, &Class##D0};
 
 VORN_CLASS(BasePath, "8BasePath")
 VORN_CLASS(BaseSet, "7BaseSet")

@@ -31,7 +31,7 @@ bool ReadLock(const std::string& line, Lock& lock) {
   std::string end;
   std::string other;
   words >> other >> kind >> other >> access >> lock.process >> file >> other >> end;
-  if (!words || kind == "->") {
+  if (!words || (kind != "POSIX" && kind != "OFDLCK")) {
     return false;
   }
   lock.isExclusive = access == "WRITE";
@@ -65,8 +65,9 @@ std::string LockHolders(const std::string& database) {
   std::ifstream table("/proc/locks");
   for (std::string line; std::getline(table, line);) {
     Lock lock;
-    if (ReadLock(line, lock) && ((lock.node == file.st_ino && lock.end >= kPendingByte) ||
-                                 (lock.isExclusive && lock.node == index.st_ino))) {
+    if (ReadLock(line, lock) &&
+        (index.st_ino == 0 ? lock.node == file.st_ino && lock.end >= kPendingByte
+                           : lock.node == index.st_ino && lock.isExclusive)) {
       holders.insert(DescribeProcess(lock.process));
     }
   }

@@ -2,29 +2,49 @@
 
 #include <cxxabi.h>
 #include <dlfcn.h>
+#include <link.h>
 
 #include <cstdlib>
 #include <iostream>
 #include <memory>
+#include <vector>
 
 namespace vorncheck {
 
-void* FindNextIfAny(const char* symbol) {
-  void* next = dlsym(RTLD_NEXT, symbol);
-  // A plug-in brings its libraries into no global scope.
-  for (const char* const library : {"libvorndatabase.so", "libsqlite3.so.0"}) {
-    if (next == nullptr) {
-      if (void* const handle = dlopen(library, RTLD_LAZY | RTLD_NOLOAD)) {
-        next = dlsym(handle, symbol);
-        dlclose(handle);
+namespace {
+
+const void* ObjectOf(const void* address) {
+  Dl_info info{};
+  return dladdr(address, &info) != 0 ? info.dli_fbase : nullptr;
+}
+
+int AddName(dl_phdr_info* object, std::size_t /*size*/, void* names) {
+  static_cast<std::vector<std::string>*>(names)->emplace_back(object->dlpi_name);
+  return 0;
+}
+
+// The definition in a plug-in, which need not be in the global scope.
+void* FindInPlugin(const char* symbol) {
+  std::vector<std::string> names;
+  dl_iterate_phdr(AddName, &names);
+  const void* const ours = ObjectOf(reinterpret_cast<const void*>(&AddName));
+  for (const std::string& name : names) {
+    if (void* const handle = dlopen(name.c_str(), RTLD_LAZY | RTLD_NOLOAD)) {
+      void* const found = dlsym(handle, symbol);
+      dlclose(handle);
+      if (found != nullptr && ObjectOf(found) != ours) {
+        return found;
       }
     }
   }
-  return next;
+  return nullptr;
 }
 
+}  // namespace
+
 void* FindNext(const char* symbol) {
-  void* const next = FindNextIfAny(symbol);
+  void* next = dlsym(RTLD_NEXT, symbol);
+  next = next != nullptr ? next : FindInPlugin(symbol);
   if (next == nullptr) {
     std::cerr << "vorncheck: the program has no " << symbol << std::endl;
     std::abort();

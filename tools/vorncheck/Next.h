@@ -10,9 +10,6 @@
 
 namespace vorncheck {
 
-// Null if there is none.
-void* FindNextIfAny(const char* symbol);
-
 // Ends the program if there is none.
 void* FindNext(const char* symbol);
 

@@ -21,7 +21,7 @@ struct Shard {
   std::unordered_map<const void*, Object> objects;
 };
 
-using Shards = std::array<Shard, 64>;
+using Shards = std::array<Shard, 16>;
 
 Shard& ShardOf(const void* object) {
   auto& shards = TheOnly<Shards>();

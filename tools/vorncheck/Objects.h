@@ -41,8 +41,12 @@ struct Object {
   Notes where;
   // Of a CreateRequest.
   Keys keys;
-  // Of a Cursor: cells that are NULL or a blob, in the order of the result.
+  // Where the other parts of a request were set, by the members that hold them.
+  std::map<const void*, Stack> parts;
+  // Of a Cursor: cells that are NULL or a blob (true), by their number in the result, and the
+  // memory of the first column, which a copied result does not share.
   std::vector<std::pair<std::size_t, bool>> emptyCells;
+  const void* memory = nullptr;
 };
 
 // The notes of an object, locked.

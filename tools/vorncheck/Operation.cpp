@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <iomanip>
 #include <sstream>
+#include <string_view>
 
 #include "LockHolder.h"
 #include "Next.h"
@@ -42,7 +43,7 @@ std::string SecondsText(std::chrono::nanoseconds duration) {
 }  // namespace
 
 Operation::Operation(const char* symbol, const void* site)
-    : m_outer(current), m_name(NameOf(symbol)), m_site(site), m_start(Clock::now()) {
+    : m_outer(current), m_symbol(symbol), m_site(site), m_start(Clock::now()) {
   current = this;
 }
 
@@ -53,16 +54,13 @@ Operation::~Operation() {
 
 Operation* Operation::Current() { return current; }
 
-Finding Operation::MakeFinding(const std::string& sentence) const {
+std::string Operation::Name() const { return NameOf(m_symbol); }
+
+Finding Operation::MakeFinding(const std::string& sentence, const Stack& setter) const {
   Finding finding(sentence);
   finding.stacks = {{"run at", StackFrom(m_site)}};
-  return finding;
-}
-
-Finding Operation::MakeFinding(const std::string& sentence, const Text& text) const {
-  Finding finding = MakeFinding(sentence);
-  if (!text.stack.empty()) {
-    finding.stacks.emplace_back("set at", text.stack);
+  if (!setter.empty()) {
+    finding.stacks.emplace_back("set at", setter);
   }
   return finding;
 }
@@ -94,7 +92,7 @@ void Operation::Open(const char* path, sqlite3* connection, int result) {
 
 void Operation::Close(sqlite3* connection) { m_leaked.erase(connection); }
 
-void Operation::Run(const char* sql) {
+void Operation::Run(const std::string& sql) {
   if (!m_isRun) {
     m_isRun = true;
     CheckQuotes(sql);
@@ -121,6 +119,8 @@ void Operation::Fail(const char* message) { m_failure = message; }
 
 void Operation::End(int result) {
   Aside([&] {
+    // An application may have its own SQLite, whose calls are not seen.
+    Run("");
     CheckResult(result);
     CheckTime();
   });
@@ -131,7 +131,7 @@ void Operation::CheckQuote(const std::string& sql, const Text& text, const std::
   Report(Kind::kUnescapedQuote, m_site, [&] {
     Finding finding = MakeFinding("the " + std::string(text.role) + " " + Shown(text.text) +
                                       " ends early in the statement, at its quote",
-                                  text);
+                                  text.stack);
     const std::size_t start = sql.find(written);
     if (start != std::string::npos) {
       ShowStatement(finding, sql, start + quote);
@@ -148,8 +148,8 @@ void Operation::CheckQuotes(const std::string& sql) const {
     }
   }
   for (const Text& name : m_subject.names) {
-    const std::size_t quote = name.text.find_first_of("'\"`");
-    if (quote != std::string::npos && FormOf(name.text) == NameForm::kOdd) {
+    const std::size_t quote = OpenQuote(name.text);
+    if (quote != std::string::npos) {
       CheckQuote(sql, name, name.text, quote);
     }
   }
@@ -160,12 +160,12 @@ void Operation::CheckCut(const std::string& sql) const {
     return;
   }
   Report(Kind::kCutUpdate, m_site, [&] {
-    const std::string end = " WHERE ";
+    const std::string_view end = " WHERE ";
     const bool isCut =
-        sql.size() < end.size() || sql.compare(sql.size() - end.size(), end.size(), end) != 0;
-    Finding finding =
-        MakeFinding(isCut ? m_name + " has no condition, and is cut at the last \" AND\" of a value"
-                          : m_name + " has no condition, so SQLite refuses it");
+        !sql.empty() && (sql.size() < end.size() || sql.substr(sql.size() - end.size()) != end);
+    Finding finding = MakeFinding(
+        Name() + " has no condition, " +
+        (isCut ? "and is cut at the last \" AND\" of a value" : "so SQLite refuses it"));
     ShowStatement(finding, sql, sql.size());
     return finding;
   });
@@ -174,15 +174,14 @@ void Operation::CheckCut(const std::string& sql) const {
 void Operation::CheckResult(int result) const {
   if (!m_leaked.empty()) {
     Report(Kind::kLeakedHandle, m_site, [&] {
-      return MakeFinding(m_name + " could not open " + Shown(m_path) + ", and " +
+      return MakeFinding(Name() + " could not open " + Shown(m_path) + ", and " +
                          std::to_string(m_leaked.size()) + " of SQLite's handles leaked");
     });
   }
   if (result == SQLITE_OK && m_isStepped && !m_isComplete) {
     Report(Kind::kTruncatedResult, m_site, [&] {
-      return MakeFinding(m_name + " returned 0, but its result ends after " +
-                         std::to_string(m_rows) +
-                         " rows: " + (m_failure.empty() ? "the file stayed busy" : m_failure));
+      return MakeFinding(Name() + " returned 0, but its result ends after " +
+                         std::to_string(m_rows) + " rows: " + m_failure);
     });
   }
 }
@@ -190,7 +189,7 @@ void Operation::CheckResult(int result) const {
 void Operation::CheckTime() const {
   if (m_waits > 0) {
     Report(Kind::kBusyWait, m_site, [&] {
-      return MakeFinding(m_name + " found " + Shown(m_path) + " busy " + std::to_string(m_waits) +
+      return MakeFinding(Name() + " found " + Shown(m_path) + " busy " + std::to_string(m_waits) +
                          " times and waited " + SecondsText(m_waited) + "; locked by " +
                          (m_holders.empty() ? "an unknown process" : m_holders));
     });
@@ -198,7 +197,7 @@ void Operation::CheckTime() const {
   const auto taken = Clock::now() - m_start;
   if (taken > MainThreadLimit() && syscall(SYS_gettid) == getpid()) {
     Report(Kind::kMainThread, m_site, [&] {
-      return MakeFinding(m_name + " took " + SecondsText(taken) + " on the main thread");
+      return MakeFinding(Name() + " took " + SecondsText(taken) + " on the main thread");
     });
   }
 }

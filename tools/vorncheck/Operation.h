@@ -41,7 +41,7 @@ class Operation {
   static Operation* Current();
 
   const void* Site() const { return m_site; }
-  const std::string& Name() const { return m_name; }
+  std::string Name() const;
   Subject& TheSubject() { return m_subject; }
 
   // Observations. An attempt is a call that is repeated while the file is busy.
@@ -49,14 +49,13 @@ class Operation {
   void EndAttempt(int result);
   void Open(const char* path, sqlite3* connection, int result);
   void Close(sqlite3* connection);
-  void Run(const char* sql);
+  void Run(const std::string& sql);
   void Step(int result);
   void ReadCell(int type);
   void Fail(const char* message);
 
-  // A finding with the call site of the operation, and perhaps of a setter.
-  Finding MakeFinding(const std::string& sentence) const;
-  Finding MakeFinding(const std::string& sentence, const Text& text) const;
+  // A finding with the call site of the operation, and that of a setter if it is known.
+  Finding MakeFinding(const std::string& sentence, const Stack& setter = {}) const;
 
   // Reports what was observed.
   void End(int result);
@@ -75,7 +74,7 @@ class Operation {
   void CheckTime() const;
 
   Operation* const m_outer;
-  const std::string m_name;
+  const char* const m_symbol;
   const void* const m_site;
   const Clock::time_point m_start;
   Subject m_subject;

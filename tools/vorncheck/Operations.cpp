@@ -3,8 +3,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <csignal>
+#include <cerrno>
 #include <cstdint>
 #include <map>
 
@@ -61,23 +60,23 @@ void CheckName(const Operation& operation, const char* pointer, const Note& note
         "the column name " + Shown(note.name) +
             (isReadable ? " is " + Shown(now) + " now" : " is no longer in memory") + ", when " +
             operation.Name() + " reads it",
-        {"", "", note.stack});
+        note.stack);
   });
 }
 
-// Checks the names of one clause of the statement.
-template <typename NotesOfClause>
-void CheckNames(const Operation& operation, const NotesOfClause& notes) {
-  std::map<std::string, const Note*> known;
-  for (const auto& entry : notes) {
-    const Note& note = entry.second;
-    CheckName(operation, entry.first, note);
-    const auto [first, isNew] = known.try_emplace(LowerCase(note.name), &note);
+// --- The parts of a request
+
+using Names = std::vector<Text>;
+
+void CheckDuplicates(const Operation& operation, const Names& names) {
+  std::map<std::string, const Text*> known;
+  for (const Text& name : names) {
+    const auto [first, isNew] = known.try_emplace(LowerCase(name.text), &name);
     if (!isNew) {
-      const Note& earlier = *first->second;
+      const Text& earlier = *first->second;
       Report(Kind::kDuplicateName, operation.Site(), [&] {
         Finding finding = operation.MakeFinding(
-            "the statement names the column " + Shown(note.name) + " twice", {"", "", note.stack});
+            "the statement names the column " + Shown(name.text) + " twice", name.stack);
         finding.stacks.emplace_back("and at", earlier.stack);
         return finding;
       });
@@ -85,32 +84,50 @@ void CheckNames(const Operation& operation, const NotesOfClause& notes) {
   }
 }
 
-// --- The parts of the requests
+Stack StackOf(const void* request, const void* member) {
+  LockedObject locked(request);
+  const auto part = locked->parts.find(member);
+  return part != locked->parts.end() ? part->second : Stack();
+}
 
-void AddName(Operation& operation, const char* role, const char* name, const Stack& stack = {}) {
-  if (name != nullptr) {
-    operation.TheSubject().names.push_back({role, name, stack});
+void AddNames(Operation& operation, const Names& names) {
+  Names& all = operation.TheSubject().names;
+  all.insert(all.end(), names.begin(), names.end());
+}
+
+// Adds a name that a request keeps a copy of.
+void AddPart(Operation& operation, const char* role, const void* request, char* const* member) {
+  if (*member != nullptr) {
+    AddNames(operation, {{role, *member, StackOf(request, member)}});
   }
 }
 
+// Checks the pointers of one clause of the statement, and returns its names.
 template <typename NotesOfClause>
-void AddClause(Operation& operation, const NotesOfClause& notes) {
-  CheckNames(operation, notes);
+Names CheckClause(Operation& operation, const NotesOfClause& notes) {
+  Names names;
+  for (const auto& [pointer, note] : notes) {
+    CheckName(operation, pointer, note);
+    names.push_back({"column name", note.name, note.stack});
+  }
+  return names;
+}
+
+void AddClause(Operation& operation, const Notes& notes) {
+  const Names names = CheckClause(operation, notes);
+  CheckDuplicates(operation, names);
+  AddNames(operation, names);
   for (const auto& entry : notes) {
-    const Note& note = entry.second;
-    AddName(operation, "column name", note.name.c_str(), note.stack);
-    operation.TheSubject().values.push_back({"value", note.value, note.stack});
+    operation.TheSubject().values.push_back({"value", entry.second.value, entry.second.stack});
   }
 }
 
-template <typename Request>
-void AddData(Operation& operation, const Request& request) {
+void AddData(Operation& operation, const BaseSet& request) {
   AddClause(operation, Notes(LockedObject(&request)->data));
 }
 
 // Returns whether there are conditions.
-template <typename Request>
-bool AddWhere(Operation& operation, const Request& request) {
+bool AddWhere(Operation& operation, const BaseSet& request) {
   const Notes where = LockedObject(&request)->where;
   AddClause(operation, where);
   return !where.empty();
@@ -118,7 +135,12 @@ bool AddWhere(Operation& operation, const Request& request) {
 
 template <typename Request>
 void AddTable(Operation& operation, const Request& request) {
-  AddName(operation, "table name", request.m_table);
+  AddPart(operation, "table name", &request, &request.m_table);
+}
+
+// A key is in the statement only with both its name and its type.
+bool IsGiven(const char* name, const char* type) {
+  return name != nullptr && type != nullptr && name[0] != '\0' && type[0] != '\0';
 }
 
 void Check(Operation& operation, const UpsertRequest& request) {
@@ -147,18 +169,27 @@ void Check(Operation& operation, const SelectRequest& request) {
 }
 
 void Check(Operation& operation, const JoinRequest& request) {
-  AddName(operation, "left table name", request.m_leftTable);
-  AddName(operation, "left column name", request.m_leftColumn);
-  AddName(operation, "right table name", request.m_rightTable);
-  AddName(operation, "right column name", request.m_rightColumn);
+  AddPart(operation, "left table name", &request, &request.m_leftTable);
+  AddPart(operation, "left column name", &request, &request.m_leftColumn);
+  AddPart(operation, "right table name", &request, &request.m_rightTable);
+  AddPart(operation, "right column name", &request, &request.m_rightColumn);
   AddWhere(operation, request);
 }
 
 void Check(Operation& operation, const CreateRequest& request) {
   AddTable(operation, request);
-  AddName(operation, "primary key", request.m_primaryKeyName);
-  AddName(operation, "composite key", request.m_compositeKeyName);
-  AddClause(operation, Keys(LockedObject(&request)->keys));
+  Names names = CheckClause(operation, Keys(LockedObject(&request)->keys));
+  const auto add = [&](const char* role, char* const* member) {
+    names.push_back({role, *member, StackOf(&request, member)});
+  };
+  if (IsGiven(request.m_primaryKeyName, request.m_primaryKeyType)) {
+    add("primary key", &request.m_primaryKeyName);
+    if (IsGiven(request.m_compositeKeyName, request.m_compositeKeyType)) {
+      add("composite key", &request.m_compositeKeyName);
+    }
+  }
+  CheckDuplicates(operation, names);
+  AddNames(operation, names);
 }
 
 void Check(Operation& operation, const DropRequest& request) { AddTable(operation, request); }
@@ -166,12 +197,13 @@ void Check(Operation& operation, const DropRequest& request) { AddTable(operatio
 // --- Checks that all requests have in common
 
 void CheckPath(const Operation& operation, const BasePath& path) {
-  for (const char* const part : {path.m_directory, path.m_fileName}) {
-    if (part != nullptr && LoneQuote(part) != std::string::npos) {
+  for (char* const* const member : {&path.m_directory, &path.m_fileName}) {
+    if (*member != nullptr && LoneQuote(*member) != std::string::npos) {
       Report(Kind::kUnescapedQuote, operation.Site(), [&] {
-        return operation.MakeFinding(
-            "the path part " + Shown(part) +
-            " has a quote; a path is no SQL, so a doubled one would be two");
+        return operation.MakeFinding("the path part " + Shown(*member) +
+                                         " has a quote; a path is no SQL, so a doubled one "
+                                         "would be two",
+                                     StackOf(&path, member));
       });
     }
   }
@@ -180,14 +212,13 @@ void CheckPath(const Operation& operation, const BasePath& path) {
 void CheckForms(Operation& operation) {
   for (const Text& name : operation.TheSubject().names) {
     const NameForm form = FormOf(name.text);
-    const bool isOdd =
-        form == NameForm::kOdd && name.text.find_first_of("'\"`") == std::string::npos;
+    const bool isOdd = form == NameForm::kOdd && OpenQuote(name.text) == std::string::npos;
     if (isOdd || form == NameForm::kReserved) {
       Report(Kind::kOddIdentifier, operation.Site(), [&] {
         return operation.MakeFinding(
             "the " + std::string(name.role) + " " + Shown(name.text) +
-                (form == NameForm::kReserved ? " is a reserved word" : " is no plain identifier"),
-            name);
+                (isOdd ? " is no plain identifier" : " is a reserved word"),
+            name.stack);
       });
     }
   }
@@ -221,7 +252,11 @@ int RunWrite(const void* site, Database& database, Request& request) {
 
 void CheckCursor(const Operation& operation, Cursor& cursor) {
   const auto& cells = cursor.m_cells;
-  LockedObject(&cursor)->emptyCells = operation.EmptyCells();
+  {
+    LockedObject locked(&cursor);
+    locked->emptyCells = operation.EmptyCells();
+    locked->memory = cells.empty() ? nullptr : cells.begin()->second.data();
+  }
   if (cells.size() == 1 && cursor.m_columns.size() == 1 && cells.begin()->second.size() > 1) {
     Report(Kind::kHiddenRows, operation.Site(), [&] {
       return operation.MakeFinding("the result has the column " + Shown(cells.begin()->first) +

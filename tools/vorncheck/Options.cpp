@@ -81,7 +81,6 @@ void Declare(CLI::App& app, Options& options) {
                  "File with findings to leave out; a line is an identifier and a function, both "
                  "with * and ?")
       ->type_name("FILE")
-      ->check(CLI::ExistingFile)
       ->transform(MadeAbsolute());
   app.add_option("--main-thread", options.mainThread,
                  "Report operations on the thread that started the program that take longer")

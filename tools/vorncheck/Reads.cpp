@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
-#include <limits>
+#include <sstream>
 
 #include "Cursor.h"
 #include "Forward.h"
@@ -15,7 +15,7 @@ struct Read {
   const char* symbol;
   const void* site;
   Cursor& cursor;
-  std::string column;
+  const std::string& column;
   int result;
 };
 
@@ -43,22 +43,27 @@ bool IsWhole(const std::string& text, Number& number) {
   return error == std::errc() && rest == end;
 }
 
-// Whether an integer is too large for a number of another type.
-bool IsTooLarge(long long integer, int /*type*/) { return integer != static_cast<int>(integer); }
-bool IsTooLarge(long long integer, double /*type*/) {
-  constexpr long long kExact = 1LL << std::numeric_limits<double>::digits;
-  return integer > kExact || integer < -kExact;
+// Whether a type holds an integer exactly.
+bool IsExact(long long integer, int /*type*/) { return integer == static_cast<int>(integer); }
+
+bool IsExact(long long integer, double /*type*/) {
+  const auto number = static_cast<double>(integer);
+  // The largest integers are rounded to a number that is none of the type.
+  return number < 0x1p63 && static_cast<long long>(number) == integer;
 }
 
 template <typename Number>
 void CheckNumber(const Read& read, const std::string& cell, Number value) {
   const std::string text = Bare(cell);
   long long integer = 0;
-  Number whole{};
-  if (IsWhole(text, integer) && IsTooLarge(integer, value)) {
+  double whole = 0;
+  if (IsWhole(text, integer) && !IsExact(integer, value)) {
     ReportRead(Kind::kNarrowedRead, read, " cannot hold the 64-bit number " + text);
   } else if (read.result == 0 && (!IsWhole(text, whole) || whole != value)) {
-    ReportRead(Kind::kNarrowedRead, read, " used only a part of the cell " + Shown(cell));
+    std::ostringstream number;
+    number << value;
+    ReportRead(Kind::kNarrowedRead, read,
+               " read " + number.str() + " from the cell " + Shown(cell));
   }
 }
 
@@ -70,8 +75,8 @@ void CheckCell(const Read& read, const std::string& cell, double value) {
 }
 void CheckCell(const Read& /*read*/, const std::string& /*cell*/, const std::string& /*value*/) {}
 
-// Whether a cell came from a NULL or a blob; reports that.
-bool IsEmptyCell(const Read& read, std::size_t row) {
+// Reports a cell that came from a NULL or a blob; returns whether it did.
+bool ReportEmptyCell(const Read& read, std::size_t row) {
   const auto& columns = read.cursor.m_columns;
   const auto column = static_cast<std::size_t>(
       std::find(columns.begin(), columns.end(), read.column) - columns.begin());
@@ -81,7 +86,8 @@ bool IsEmptyCell(const Read& read, std::size_t row) {
     LockedObject locked(&read.cursor);
     const auto& cells = locked->emptyCells;
     const auto cell = std::lower_bound(cells.begin(), cells.end(), std::make_pair(number, false));
-    if (cell == cells.end() || cell->first != number) {
+    if (cell == cells.end() || cell->first != number ||
+        locked->memory != read.cursor.m_cells.begin()->second.data()) {
       return false;
     }
     isBlob = cell->second;
@@ -109,17 +115,21 @@ void CheckRead(const Read& read, const Value& value) {
   }
   const auto row = static_cast<std::size_t>(position);
   const std::string& cell = cells->second[row];
-  if (!cell.empty() || !IsEmptyCell(read, row)) {
+  if (!cell.empty() || !ReportEmptyCell(read, row)) {
     CheckCell(read, cell, value);
   }
 }
 
 template <auto Member, typename Value>
 int ReadCell(const void* site, Cursor& cursor, const char* column, Value& value) {
-  const Use use(&cursor, Access::kRead, Next<Member>::Symbol(), site);
+  const char* const symbol = Next<Member>::Symbol();
+  const Use use(&cursor, Access::kRead, symbol, site);
+  // The value may be the memory of the name.
+  std::string name;
+  Aside([&] { name = column != nullptr ? column : ""; });
   const int result = Next<Member>::Call(cursor, column, value);
   if (use.IsAlone()) {
-    Aside([&] { CheckRead({Next<Member>::Symbol(), site, cursor, column, result}, value); });
+    Aside([&] { CheckRead({symbol, site, cursor, name, result}, value); });
   }
   return result;
 }

@@ -9,15 +9,17 @@
 #include <algorithm>
 #include <array>
 #include <climits>
-#include <cstdio>
+#include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <iomanip>
 #include <map>
 #include <mutex>
 #include <nlohmann/json.hpp>
+#include <numeric>
 #include <sstream>
 
+#include "Heap.h"
 #include "Next.h"
 #include "Objects.h"
 #include "Options.h"
@@ -35,7 +37,10 @@ struct Suppression {
   std::string function;
 };
 
+// The options are read when they are first needed, perhaps before our constructor runs.
 struct State {
+  State();
+
   Options options;
   std::vector<Suppression> suppressions;
 
@@ -52,6 +57,9 @@ State& TheState() { return TheOnly<State>(); }
 std::vector<Suppression> ReadSuppressions(const std::string& path) {
   std::vector<Suppression> suppressions;
   std::ifstream file(path);
+  if (!path.empty() && !file) {
+    throw CLI::ValidationError("--suppressions", "cannot read " + path);
+  }
   for (std::string line; std::getline(file, line);) {
     std::istringstream words(line.substr(0, line.find('#')));
     Suppression suppression;
@@ -88,15 +96,24 @@ bool IsSuppressed(Kind kind, const Finding& finding) {
   });
 }
 
-// At once, so that lines of several threads and processes are not mixed.
+// At once, so that lines of several threads and processes are not mixed. Nobody need be there to
+// read them.
 void WriteAtOnce(int descriptor, const std::string& text) {
-  for (std::size_t done = 0; done < text.size();) {
-    const ssize_t written = write(descriptor, text.data() + done, text.size() - done);
-    if (written < 0 && errno != EINTR) {
-      return;
-    }
+  sigset_t pipe;
+  sigset_t mask;
+  sigemptyset(&pipe);
+  sigaddset(&pipe, SIGPIPE);
+  pthread_sigmask(SIG_BLOCK, &pipe, &mask);
+  ssize_t written = 0;
+  for (std::size_t done = 0; done < text.size() && (written >= 0 || errno == EINTR);) {
+    written = write(descriptor, text.data() + done, text.size() - done);
     done += written > 0 ? static_cast<std::size_t>(written) : 0;
   }
+  if (written < 0 && errno == EPIPE) {
+    constexpr timespec kNow = {0, 0};
+    sigtimedwait(&pipe, nullptr, &kNow);
+  }
+  pthread_sigmask(SIG_SETMASK, &mask, nullptr);
 }
 
 // The file is open for the time of a line only: a program may close all descriptors. False if it
@@ -122,6 +139,19 @@ void AppendJson(const Json& json) {
 unsigned long Limit(Kind kind) {
   const auto limit = static_cast<unsigned long>(TheState().options.quietAfter);
   return kind == Kind::kUnreadFailure ? 1 : limit;
+}
+
+// Returns whether the finding is to be written.
+bool CountFinding(Kind kind, const void* site, bool isSuppressed) {
+  State& state = TheState();
+  const std::lock_guard<std::mutex> lock(state.mutex);
+  if (isSuppressed) {
+    ++state.suppressed;
+    return false;
+  }
+  ++state.counts[static_cast<std::size_t>(kind)];
+  const unsigned long limit = Limit(kind);
+  return ++state.sites[{kind, site}] <= limit || limit == 0;
 }
 
 std::string Prefix() { return "vorncheck[" + std::to_string(getpid()) + "]: "; }
@@ -237,36 +267,41 @@ void WriteSummary(unsigned long found) {
 // The last handler that runs: it was registered before the program's.
 void End(int /*status*/, void* /*data*/) {
   State& state = TheState();
-  const std::lock_guard<std::mutex> lock(state.mutex);
   unsigned long found = 0;
-  for (const unsigned long count : state.counts) {
-    found += count;
-  }
   Aside([&] {
+    const std::lock_guard<std::mutex> lock(state.mutex);
+    found = std::accumulate(state.counts.begin(), state.counts.end(), 0UL);
     if (state.operations != 0 || found != 0 || state.suppressed != 0) {
       WriteSummary(found);
     }
   });
   if (found != 0 && state.options.status != 0) {
-    static_cast<void>(std::fflush(nullptr));
-    _exit(state.options.status);
+    // Goes on with another status.
+    std::exit(state.options.status);
   }
 }
 
 void BeforeFork() {
   LockObjects();
+  LockLargeStack();
   TheState().mutex.lock();
-  LockFrames();
+  LockHeap();
+}
+
+void Unlock() {
+  TheState().mutex.unlock();
+  UnlockLargeStack();
+  UnlockObjects();
 }
 
 void AfterForkInParent() {
-  UnlockFrames();
-  TheState().mutex.unlock();
-  UnlockObjects();
+  UnlockHeap();
+  Unlock();
 }
 
 // A child has a summary of its own.
 void AfterForkInChild() {
+  UnlockHeap();
   State& state = TheState();
   state.sites.clear();
   state.counts = {};
@@ -274,27 +309,26 @@ void AfterForkInChild() {
   state.operations = 0;
   state.waited = {};
   ForgetUses();
-  AfterForkInParent();
+  Unlock();
 }
 
-void ReadOptions() {
+State::State() {
   CLI::App app;
-  State& state = TheState();
-  Declare(app, state.options);
+  Declare(app, options);
   try {
     app.parse(std::vector<std::string>());
-    state.suppressions = ReadSuppressions(state.options.suppressions);
-    if (!state.options.json.empty() && !Append(state.options.json, "")) {
-      throw CLI::ValidationError("--json", "cannot write to " + state.options.json);
-    }
-  } catch (const CLI::Error& error) {
+    suppressions = ReadSuppressions(options.suppressions);
+  } catch (const std::exception& error) {
     WriteAtOnce(STDERR_FILENO, std::string("vorncheck: ") + error.what() + '\n');
     _exit(2);
   }
 }
 
 __attribute__((constructor)) void Start() {
-  ReadOptions();
+  const std::string& json = TheState().options.json;
+  if (!json.empty() && !Append(json, "")) {
+    WriteAtOnce(STDERR_FILENO, "vorncheck: cannot write to " + json + '\n');
+  }
   on_exit(End, nullptr);
   pthread_atfork(BeforeFork, AfterForkInParent, AfterForkInChild);
 }
@@ -320,23 +354,15 @@ bool IsWanted(Kind kind, const void* site) {
 }
 
 void Write(Kind kind, const void* site, const Finding& finding) {
-  State& state = TheState();
-  const bool isSuppressed = IsSuppressed(kind, finding);
-  {
-    const std::lock_guard<std::mutex> lock(state.mutex);
-    if (isSuppressed) {
-      ++state.suppressed;
-      return;
+  bool isWritten = false;
+  OnLargeStack([&] {
+    isWritten = CountFinding(kind, site, IsSuppressed(kind, finding));
+    if (isWritten) {
+      WriteAtOnce(STDERR_FILENO, AsShortText(kind, finding));
+      AppendJson(AsJson(kind, finding));
     }
-    ++state.counts[static_cast<std::size_t>(kind)];
-    const unsigned long limit = Limit(kind);
-    if (++state.sites[{kind, site}] > limit && limit != 0) {
-      return;
-    }
-  }
-  WriteAtOnce(STDERR_FILENO, AsShortText(kind, finding));
-  AppendJson(AsJson(kind, finding));
-  if (state.options.isFatal) {
+  });
+  if (isWritten && TheState().options.isFatal) {
     std::abort();
   }
 }
@@ -353,10 +379,14 @@ std::chrono::milliseconds MainThreadLimit() {
 }
 
 std::string Shown(const std::string& text) {
-  constexpr std::size_t kLongest = 60;
+  std::size_t length = std::min<std::size_t>(text.size(), 60);
+  // Not inside a character of several bytes.
+  while (length > 0 && length < text.size() && (text[length] & 0xC0) == 0x80) {
+    --length;
+  }
   std::ostringstream shown;
   shown << '"' << std::hex << std::setfill('0');
-  for (const char letter : text.substr(0, kLongest)) {
+  for (const char letter : text.substr(0, length)) {
     const unsigned byte = static_cast<unsigned char>(letter);
     if (byte < ' ' || byte == 0x7F) {
       shown << "\\x" << std::setw(2) << byte;
@@ -364,7 +394,7 @@ std::string Shown(const std::string& text) {
       shown << letter;
     }
   }
-  shown << (text.size() > kLongest ? "...\"" : "\"");
+  shown << (length < text.size() ? "...\"" : "\"");
   return shown.str();
 }
 

@@ -1,8 +1,10 @@
 // The members that fill and read requests.
 
+#include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
-#include <initializer_list>
+#include <utility>
 
 #include "CreateRequest.h"
 #include "DeleteRequest.h"
@@ -21,28 +23,44 @@ namespace {
 
 struct Part {
   const char* name;
-  const char* earlier;
-  const char* later;
+  char* const* member;
+  const char* value;
 };
 
-// Sets parts; one that was set before leaks.
+// Notes where a part is set. One that was set before leaks.
+void NotePart(const char* symbol, const void* site, const void* request, const Part& part,
+              const char* earlier, const Stack& stack) {
+  Stack first;
+  {
+    LockedObject locked(request);
+    first = std::exchange(locked->parts[part.member], stack);
+  }
+  if (earlier != nullptr) {
+    Report(Kind::kLeakedSetter, site, [&] {
+      Finding finding("the " + std::string(part.name) + " was " + Shown(earlier) + " before " +
+                      NameOf(symbol) + " set it to " + Shown(part.value) +
+                      "; the earlier copy leaks");
+      finding.stacks = {{"set again at", stack}, {"first set at", first}};
+      return finding;
+    });
+  }
+}
+
 template <auto Member, typename Class, typename... Arguments>
-void SetParts(const void* site, Class& request, std::initializer_list<Part> parts,
+void SetParts(const void* site, Class& request, std::array<Part, sizeof...(Arguments)> parts,
               Arguments... arguments) {
+  std::array<const char*, sizeof...(Arguments)> earlier{};
+  std::transform(parts.begin(), parts.end(), earlier.begin(),
+                 [](const Part& part) { return *part.member; });
+  Forward<Member>(Access::kChange, site, request, arguments...);
   Aside([&] {
-    for (const Part& part : parts) {
-      if (part.earlier != nullptr && part.later != nullptr) {
-        Report(Kind::kLeakedSetter, site, [&] {
-          Finding finding("the " + std::string(part.name) + " was " + Shown(part.earlier) +
-                          " before " + NameOf(Next<Member>::Symbol()) + " set it to " +
-                          Shown(part.later) + "; the earlier copy leaks");
-          finding.stacks = {{"set again at", StackFrom(site)}};
-          return finding;
-        });
+    const Stack stack = StackFrom(site);
+    for (std::size_t number = 0; number < parts.size(); ++number) {
+      if (parts[number].value != nullptr) {
+        NotePart(Next<Member>::Symbol(), site, &request, parts[number], earlier[number], stack);
       }
     }
   });
-  Forward<Member>(Access::kChange, site, request, arguments...);
 }
 
 // --- Values and conditions
@@ -62,21 +80,25 @@ std::string Exactly(double value) {
   return {digits, std::to_chars(digits, digits + sizeof digits, value).ptr};
 }
 
-template <typename Value>
-void CheckDigits(const void* /*site*/, const std::string& /*column*/, Value /*value*/) {}
-
-void CheckDigits(const void* site, const std::string& column, double value) {
+// Infinities and NaN have no digits.
+bool IsLost(double value) {
   const std::string kept = Kept(value);
   double read = 0;
   std::from_chars(kept.data(), kept.data() + kept.size(), read);
-  // Infinities have no digits.
-  if (read != value || std::isinf(value)) {
-    Report(Kind::kLostDigits, site, [&] {
-      Finding finding("the column " + Shown(column) + " gets " + kept + " for the double " +
-                      Exactly(value));
-      finding.stacks = {{"set at", StackFrom(site)}};
-      return finding;
-    });
+  return !std::isfinite(value) || read != value;
+}
+
+template <typename Value>
+void CheckDigits(const void* site, const Note& note, Value value) {
+  if constexpr (std::is_same_v<Value, double>) {
+    if (IsLost(value)) {
+      Report(Kind::kLostDigits, site, [&] {
+        Finding finding("the column " + Shown(note.name) + " gets " + note.value +
+                        " for the double " + Exactly(value));
+        finding.stacks = {{"set at", note.stack}};
+        return finding;
+      });
+    }
   }
 }
 
@@ -115,7 +137,7 @@ void SetValue(const void* site, BaseSet& request, Notes Object::*notes, const ch
   Forward<Member>(Access::kFill, site, request, column, value);
   Aside([&] {
     if (column != nullptr) {
-      CheckDigits(site, note.name, value);
+      CheckDigits(site, note, value);
       NoteValue(site, &request, notes, column, note);
     }
   });
@@ -146,7 +168,7 @@ using vorncheck::SetValue;
 void BasePath::SetPath(const char* directory, const char* fileName) {
   SetParts<&BasePath::SetPath>(
       VORN_SITE, *this,
-      {{"directory", m_directory, directory}, {"file name", m_fileName, fileName}}, directory,
+      {{{"directory", &m_directory, directory}, {"file name", &m_fileName, fileName}}}, directory,
       fileName);
 }
 
@@ -170,10 +192,10 @@ VORN_SETTER(SetWhere, &Object::where, double)
 void BaseSet::GetDataMap(ColumnMap& columns) { VORN_READ(BaseSet::GetDataMap, columns); }
 void BaseSet::GetWhereMap(ColumnMap& columns) { VORN_READ(BaseSet::GetWhereMap, columns); }
 
-#define VORN_TABLE(Request)                                                             \
-  void Request::SetTable(const char* table) {                                           \
-    SetParts<&Request::SetTable>(VORN_SITE, *this, {{"table", m_table, table}}, table); \
-  }                                                                                     \
+#define VORN_TABLE(Request)                                                                \
+  void Request::SetTable(const char* table) {                                              \
+    SetParts<&Request::SetTable>(VORN_SITE, *this, {{{"table", &m_table, table}}}, table); \
+  }                                                                                        \
   void Request::GetTable(std::string& table) { VORN_READ(Request::GetTable, table); }
 
 VORN_TABLE(CreateRequest)
@@ -185,16 +207,16 @@ VORN_TABLE(UpsertRequest)
 
 void CreateRequest::SetPrimaryKey(const char* name, const char* type) {
   SetParts<&CreateRequest::SetPrimaryKey>(VORN_SITE, *this,
-                                          {{"primary key", m_primaryKeyName, name},
-                                           {"type of the primary key", m_primaryKeyType, type}},
+                                          {{{"primary key", &m_primaryKeyName, name},
+                                            {"type of the primary key", &m_primaryKeyType, type}}},
                                           name, type);
 }
 
 void CreateRequest::SetCompositeKey(const char* name, const char* type) {
   SetParts<&CreateRequest::SetCompositeKey>(
       VORN_SITE, *this,
-      {{"composite key", m_compositeKeyName, name},
-       {"type of the composite key", m_compositeKeyType, type}},
+      {{{"composite key", &m_compositeKeyName, name},
+        {"type of the composite key", &m_compositeKeyType, type}}},
       name, type);
 }
 
@@ -216,14 +238,15 @@ void CreateRequest::GetColumnKey(ColumnKeys& keys) { VORN_READ(CreateRequest::Ge
 
 void JoinRequest::SetLeftJoin(const char* table, const char* column) {
   SetParts<&JoinRequest::SetLeftJoin>(
-      VORN_SITE, *this, {{"left table", m_leftTable, table}, {"left column", m_leftColumn, column}},
-      table, column);
+      VORN_SITE, *this,
+      {{{"left table", &m_leftTable, table}, {"left column", &m_leftColumn, column}}}, table,
+      column);
 }
 
 void JoinRequest::SetRightJoin(const char* table, const char* column) {
   SetParts<&JoinRequest::SetRightJoin>(
       VORN_SITE, *this,
-      {{"right table", m_rightTable, table}, {"right column", m_rightColumn, column}}, table,
+      {{{"right table", &m_rightTable, table}, {"right column", &m_rightColumn, column}}}, table,
       column);
 }
 

@@ -1,12 +1,8 @@
 #include "Sql.h"
 
-#include <sqlite3.h>
-
 #include <algorithm>
-#include <map>
-#include <mutex>
-
-#include "Next.h"
+#include <iterator>
+#include <string_view>
 
 namespace vorncheck {
 namespace {
@@ -21,14 +17,17 @@ bool IsLetter(char letter) {
          static_cast<unsigned char>(letter) >= 0x80;
 }
 
+bool IsQuote(char letter) { return letter == '"' || letter == '`' || letter == '['; }
+
 bool IsDigit(char letter) { return letter >= '0' && letter <= '9'; }
 
 // The end of the part of a name that begins at a position, or npos if it is neither plain nor
 // properly quoted.
 std::size_t EndOfPart(const std::string& name, std::size_t begin) {
-  if (name[begin] == '"') {
+  if (IsQuote(name[begin])) {
+    const char quote = name[begin] == '[' ? ']' : name[begin];
     for (std::size_t at = begin + 1; at < name.size(); ++at) {
-      if (name[at] == '"' && name[++at] != '"') {
+      if (name[at] == quote && (name[++at] != quote || quote == ']')) {
         return at;
       }
     }
@@ -41,35 +40,21 @@ std::size_t EndOfPart(const std::string& name, std::size_t begin) {
   return end > begin ? end : std::string::npos;
 }
 
-// Some keywords are names, too; which ones depends on SQLite's version.
-bool IsRefused(const std::string& keyword) {
-  const std::string sql = "SELECT 1 FROM (SELECT 1 AS " + keyword + ") WHERE " + keyword + "='1'";
-  sqlite3* database = nullptr;
-  sqlite3_stmt* statement = nullptr;
-  const bool isRefused =
-      VORN_NEXT(sqlite3_open)(":memory:", &database) == SQLITE_OK &&
-      VORN_NEXT(sqlite3_prepare)(database, sql.c_str(), -1, &statement, nullptr) == SQLITE_ERROR;
-  VORN_NEXT(sqlite3_finalize)(statement);
-  VORN_NEXT(sqlite3_close)(database);
-  return isRefused;
-}
+// The keywords that SQLite does not take for names, too, in the order of their letters.
+constexpr std::string_view kReserved[] = {
+    "add",        "all",     "alter",   "and",        "as",          "autoincrement",
+    "between",    "case",    "cast",    "check",      "collate",     "commit",
+    "constraint", "create",  "default", "deferrable", "delete",      "distinct",
+    "drop",       "else",    "escape",  "except",     "exists",      "foreign",
+    "from",       "group",   "having",  "in",         "index",       "insert",
+    "intersect",  "into",    "is",      "isnull",     "join",        "limit",
+    "not",        "nothing", "notnull", "null",       "on",          "or",
+    "order",      "primary", "raise",   "references", "returning",   "select",
+    "set",        "table",   "then",    "to",         "transaction", "union",
+    "unique",     "update",  "using",   "values",     "when",        "where"};
 
-bool IsReserved(const std::string& mixed) {
-  const std::string name = LowerCase(mixed);
-  // Older versions do not have it.
-  static const auto isKeyword =
-      reinterpret_cast<decltype(&sqlite3_keyword_check)>(FindNextIfAny("sqlite3_keyword_check"));
-  if (isKeyword == nullptr || isKeyword(name.data(), static_cast<int>(name.size())) == 0) {
-    return false;
-  }
-  static std::mutex mutex;
-  static std::map<std::string, bool> known;
-  const std::lock_guard<std::mutex> lock(mutex);
-  const auto [entry, isNew] = known.try_emplace(name);
-  if (isNew) {
-    entry->second = IsRefused(name);
-  }
-  return entry->second;
+bool IsReserved(const std::string& name) {
+  return std::binary_search(std::begin(kReserved), std::end(kReserved), LowerCase(name));
 }
 
 }  // namespace
@@ -83,6 +68,18 @@ std::size_t LoneQuote(const std::string& text) {
   return std::string::npos;
 }
 
+std::size_t OpenQuote(const std::string& name) {
+  std::size_t open = std::string::npos;
+  for (std::size_t at = 0; at < name.size(); ++at) {
+    if (open == std::string::npos && (name[at] == '\'' || name[at] == '"' || name[at] == '`')) {
+      open = at;
+    } else if (open != std::string::npos && name[at] == name[open]) {
+      open = std::string::npos;
+    }
+  }
+  return open;
+}
+
 NameForm FormOf(const std::string& name) {
   NameForm form = NameForm::kPlain;
   for (std::size_t begin = 0;; ++begin) {
@@ -90,7 +87,7 @@ NameForm FormOf(const std::string& name) {
     if (end == std::string::npos) {
       return NameForm::kOdd;
     }
-    if (name[begin] == '"') {
+    if (IsQuote(name[begin])) {
       form = NameForm::kQuoted;
     } else if (IsReserved(name.substr(begin, end - begin))) {
       return NameForm::kReserved;

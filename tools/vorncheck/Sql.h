@@ -11,6 +11,9 @@ namespace vorncheck {
 // The position of the first single quote that is not doubled, or npos.
 std::size_t LoneQuote(const std::string& text);
 
+// The position of a quote in a name that is not closed, or npos.
+std::size_t OpenQuote(const std::string& name);
+
 enum class NameForm { kPlain, kQuoted, kReserved, kOdd };
 
 // The form of a table or column name, perhaps with the name of its table or database before it.

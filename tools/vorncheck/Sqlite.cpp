@@ -83,7 +83,8 @@ int sqlite3_step(sqlite3_stmt* statement) {
 }
 
 int sqlite3_finalize(sqlite3_stmt* statement) {
-  sqlite3* const connection = VORN_NEXT(sqlite3_db_handle)(statement);
+  sqlite3* const connection =
+      Operation::Current() != nullptr ? VORN_NEXT(sqlite3_db_handle)(statement) : nullptr;
   return Observe([&] { return VORN_NEXT(sqlite3_finalize)(statement); },
                  [&](Operation& operation, int result) {
                    // Some failures have their text by now only.

@@ -1,7 +1,8 @@
 #include "Stack.h"
 
-#include <dlfcn.h>
 #include <elfutils/libdwfl.h>
+#include <fcntl.h>
+#include <ucontext.h>
 #include <unistd.h>
 #include <unwind.h>
 
@@ -41,6 +42,28 @@ _Unwind_Reason_Code Visit(_Unwind_Context* context, void* data) {
     walk.stack.push_back(reinterpret_cast<const void*>(address));
   }
   return walk.stack.size() < kMaximumFrames ? _URC_NO_REASON : _URC_END_OF_STACK;
+}
+
+// The application sees its usual numbers of descriptors.
+int Moved(int file) {
+  constexpr int kLowest = 512;
+  const int moved = file >= 0 ? fcntl(file, F_DUPFD_CLOEXEC, kLowest) : -1;
+  if (moved < 0) {
+    return file;
+  }
+  close(file);
+  return moved;
+}
+
+int FindObject(Dwfl_Module* module, void** data, const char* name, Dwarf_Addr base, char** file,
+               Elf** elf) {
+  return Moved(dwfl_linux_proc_find_elf(module, data, name, base, file, elf));
+}
+
+// By the build identifier alone: the other ways may lead into the network.
+int FindDebugFile(Dwfl_Module* module, void** data, const char* name, Dwarf_Addr base,
+                  const char* file, const char* link, GElf_Word sum, char** found) {
+  return Moved(dwfl_build_id_find_debuginfo(module, data, name, base, file, link, sum, found));
 }
 
 // The debug information of the process, read when it is first needed.
@@ -90,16 +113,27 @@ class Symbols {
     dwfl_report_end(m_session, nullptr, nullptr);
   }
 
-  static constexpr Dwfl_Callbacks kCallbacks = {dwfl_linux_proc_find_elf,
-                                                dwfl_standard_find_debuginfo, nullptr, nullptr};
+  static constexpr Dwfl_Callbacks kCallbacks = {FindObject, FindDebugFile, nullptr, nullptr};
   Dwfl* m_session = nullptr;
 };
 
-struct Frames {
+struct LargeStack {
   std::mutex mutex;
+  std::vector<char> memory = std::vector<char>(std::size_t{1} << 20);
+  const std::function<void()>* function = nullptr;
+  ucontext_t own{};
+  ucontext_t threads{};
   Symbols symbols;
   std::unordered_map<const void*, Frame> known;
 };
+
+void RunOnLargeStack() {
+  try {
+    (*TheOnly<LargeStack>().function)();
+  } catch (...) {
+    // As in Aside(): this is not reported.
+  }
+}
 
 }  // namespace
 
@@ -112,17 +146,28 @@ Stack StackFrom(const void* site) {
   return walk.stack;
 }
 
+void OnLargeStack(const std::function<void()>& function) {
+  auto& stack = TheOnly<LargeStack>();
+  const std::lock_guard<std::mutex> lock(stack.mutex);
+  stack.function = &function;
+  getcontext(&stack.own);
+  stack.own.uc_stack.ss_sp = stack.memory.data();
+  stack.own.uc_stack.ss_size = stack.memory.size();
+  stack.own.uc_link = &stack.threads;
+  makecontext(&stack.own, RunOnLargeStack, 0);
+  swapcontext(&stack.threads, &stack.own);
+}
+
 const Frame& FrameAt(const void* address) {
-  auto& frames = TheOnly<Frames>();
-  const std::lock_guard<std::mutex> lock(frames.mutex);
-  const auto [entry, isNew] = frames.known.try_emplace(address);
+  auto& stack = TheOnly<LargeStack>();
+  const auto [entry, isNew] = stack.known.try_emplace(address);
   if (isNew) {
-    entry->second = frames.symbols.Find(address);
+    entry->second = stack.symbols.Find(address);
   }
   return entry->second;
 }
 
-void LockFrames() { TheOnly<Frames>().mutex.lock(); }
-void UnlockFrames() { TheOnly<Frames>().mutex.unlock(); }
+void LockLargeStack() { TheOnly<LargeStack>().mutex.lock(); }
+void UnlockLargeStack() { TheOnly<LargeStack>().mutex.unlock(); }
 
 }  // namespace vorncheck

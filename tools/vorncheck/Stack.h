@@ -4,6 +4,7 @@
 #define VORNDATABASE_TOOLS_VORNCHECK_STACK_H
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -25,12 +26,16 @@ struct Frame {
   unsigned long offset = 0;
 };
 
-// The call at a return address. The result is kept.
+// Runs a function on a stack of its own, one at a time: to read debug information takes more than
+// a thread may have.
+void OnLargeStack(const std::function<void()>& function);
+
+// The call at a return address. The result is kept. For a function on the large stack.
 const Frame& FrameAt(const void* address);
 
 // Held by the thread that forks, so that the child can use it.
-void LockFrames();
-void UnlockFrames();
+void LockLargeStack();
+void UnlockLargeStack();
 
 }  // namespace vorncheck
 

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <iostream>
 #include <memory>
 
@@ -80,6 +81,9 @@ int Launch(int count, char** arguments) {
   }
   if (words[0][0] == '-') {
     throw CLI::ExtrasError({words[0]});
+  }
+  if (!options.json.empty() && !std::ofstream(options.json, std::ios::app)) {
+    throw CLI::ValidationError("--json", "cannot write to " + options.json);
   }
   SetEnvironment(app);
   return Execute(words);
