@@ -4,6 +4,7 @@
 #   development  its headers, its CMake package, its pkg-config module, documents
 #   tool         the command-line tool, its manual page and completion; see
 #                tools/vorndb/CMakeLists.txt
+#   checker      the checker and its manual page; see tools/vorncheck/CMakeLists.txt
 #   stand_ins    the stubs of the platform's libraries, for a desktop; a
 #                device has its own
 
@@ -49,6 +50,17 @@ configure_file("${CMAKE_CURRENT_LIST_DIR}/vorndatabase.pc.in"
   "${PROJECT_BINARY_DIR}/vorndatabase.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/vorndatabase.pc"
   DESTINATION "${vorn_pkgconfigdir}" COMPONENT development)
+
+# vorn_install_manual(<page> <component>): a page of the calling folder; packages have it
+# compressed.
+function(vorn_install_manual page component)
+  if(VORN_PACKAGES)
+    execute_process(COMMAND gzip --best --no-name --stdout "${CMAKE_CURRENT_SOURCE_DIR}/${page}"
+      OUTPUT_FILE "${CMAKE_CURRENT_BINARY_DIR}/${page}.gz" COMMAND_ERROR_IS_FATAL ANY)
+    set(page "${CMAKE_CURRENT_BINARY_DIR}/${page}.gz")
+  endif()
+  install(FILES "${page}" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT ${component})
+endfunction()
 
 # In a host's project, this is the host's own folder.
 if(PROJECT_IS_TOP_LEVEL)

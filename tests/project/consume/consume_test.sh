@@ -18,7 +18,7 @@ cmake=$5
 compiler=$6
 
 libdir=$VORN_LIBDIR
-components=(runtime development stand_ins tool)
+components=(runtime development stand_ins tool checker)
 # Installations are used in another place: all in one, and the library apart from the
 # platform.
 prefix=${VORN_PREFIX:-$work/moved/prefix}
@@ -62,6 +62,7 @@ expected_files() {
   echo 'runtime lib/libvorndatabase.so'
   find platform -name '*.h' -printf 'stand_ins include/%f\n'
   printf 'stand_ins lib/lib%s.so\n' dlog vornutil
+  printf 'checker %s\n' bin/vorncheck lib/libvorncheck.so share/man/man1/vorncheck.1
   printf 'tool %s\n' bin/vorndb share/man/man1/vorndb.1 share/bash-completion/completions/vorndb \
     share/fish/vendor_completions.d/vorndb.fish share/zsh/vendor-completions/_vorndb
 }
@@ -82,7 +83,7 @@ origin() {
   local file paths
   local -a skipped=(--exclude-dir=doc)
   # Unoptimised builds are for the debugger, which has to find the sources.
-  [ "$VORN_CONFIGURATION" != Debug ] || skipped+=(--exclude=*.so --exclude=vorndb)
+  [ "$VORN_CONFIGURATION" != Debug ] || skipped+=(--exclude=*.so --exclude=vorn{db,check})
   if grep -rlF "${skipped[@]}" -e "$source" -e "$work" "$prefix"; then
     fail "the files above name folders of the build"
   fi
