@@ -21,7 +21,7 @@ fi
 build=build/bench
 checker=OFF
 if [[ ${1:-} == --checker ]]; then
-  require_packages "${tool_packages[@]}"
+  require_packages "${tool_packages[@]}" "${checker_packages[@]}"
   checker=ON
 fi
 run_quietly '== bench: configure' cmake --preset release -B "$build" \

@@ -8,7 +8,8 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 # shellcheck source=scripts/lib/packages.sh
 source scripts/lib/packages.sh
 require_arguments '' "$@"
-require_packages "${build_packages[@]}" "${tool_packages[@]}" "${lint_packages[@]}"
+require_packages "${build_packages[@]}" "${tool_packages[@]}" "${checker_packages[@]}" \
+  "${lint_packages[@]}"
 
 # on FILES COMMAND...: runs it on the tracked files that match the patterns in FILES. The
 # checkout may belong to someone else, as in CI. The tools, which take longest, come first.

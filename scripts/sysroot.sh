@@ -15,10 +15,11 @@ require_arguments 'armhf|armel' "$@"
 architecture=$1
 sysroot=$PWD/build/sysroot/$1
 packages=(libsqlite3-0 libsqlite3-dev libcli11-dev nlohmann-json3-dev libcsv3 libcsv-dev
-  libutf8proc2 libutf8proc-dev libgtest-dev libgmock-dev)
+  libutf8proc2 libutf8proc-dev libdw1 libdw-dev libelf1 libelf-dev libbz2-1.0 liblzma5 zlib1g
+  libgtest-dev libgmock-dev)
 # The dependencies of our packages are derived from these. They are in shlibs/NAME, where no
 # compiler looks.
-shlibs=(libc6 libgcc-s1 libsqlite3-0 libstdc++6 libcsv3 libutf8proc2)
+shlibs=(libc6 libgcc-s1 libsqlite3-0 libstdc++6 libcsv3 libutf8proc2 libdw1)
 
 # A complete sysroot is moved to its place, with its request.
 request="${packages[*]} ${shlibs[*]}"
@@ -49,6 +50,8 @@ unpack() {
   for name in "${packages[@]}"; do
     dpkg-deb --extract "$work/debs/$name"_*.deb "$work/root" || return
   done
+  # The linker and the emulator look into /usr alone.
+  cp -R "$work/root/lib" "$work/root/usr" || return
   for name in "${shlibs[@]}"; do
     dpkg-deb --raw-extract "$work/debs/$name"_*.deb "$work/root/shlibs/$name" || return
   done

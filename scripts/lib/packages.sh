@@ -8,8 +8,9 @@ source "${BASH_SOURCE[0]%/*}/run.sh"
 {
   build_packages=(g++ cmake ninja-build pkg-config libsqlite3-dev)
   tool_packages=(libcli11-dev nlohmann-json3-dev libcsv-dev libutf8proc-dev)
-  test_packages=("${build_packages[@]}" "${tool_packages[@]}" libgtest-dev libgmock-dev
-    sqlite3 tzdata abigail-tools python3 python3-pytest zsh fish)
+  checker_packages=(libdw-dev)
+  test_packages=("${build_packages[@]}" "${tool_packages[@]}" "${checker_packages[@]}"
+    libgtest-dev libgmock-dev sqlite3 tzdata abigail-tools python3 python3-pytest zsh fish)
   armhf_packages=(g++-arm-linux-gnueabihf qemu-user)
   arm_packages=("${armhf_packages[@]}" g++-arm-linux-gnueabi)
   package_packages=(git dpkg-dev file rpm lintian elfutils cpio)

@@ -35,9 +35,9 @@ build_preset() {
   run_quietly "$1: build" without_randomization cmake --build --preset "$1"
 }
 
-# For cmake: neither tests nor examples nor the tool.
+# For cmake: neither tests nor examples nor the tools.
 # shellcheck disable=SC2034
-library_alone=(-DVORN_BUILD_TESTS=OFF -DVORN_BUILD_EXAMPLES=OFF -DVORN_BUILD_TOOLS=OFF)
+library_alone=(-DVORN_BUILD_{TESTS,EXAMPLES,TOOLS,CHECKER}"=OFF")
 
 # The sanitizers need their shadow memory at fixed addresses, which some kernels
 # use for other mappings. A container may forbid the remedy.

@@ -14,7 +14,7 @@ import pytest
 
 SOURCE = pathlib.Path(os.environ["VORN_SOURCE_DIR"])
 STUBS = pathlib.Path(os.environ["VORN_STUBS"])
-LIBRARY_ALONE = [f"-DVORN_BUILD_{part}=OFF" for part in ("TESTS", "EXAMPLES", "TOOLS")]
+LIBRARY_ALONE = [f"-DVORN_BUILD_{part}=OFF" for part in ("TESTS", "EXAMPLES", "TOOLS", "CHECKER")]
 # Nothing of this machine is found but SQLite: our packages with the stubs may be installed.
 FOLDERS = [f"{root}/{name}" for root in ("", "/usr", "/usr/local") for name in ("include", "lib")]
 FOLDERS += [f"{folder}/{os.environ['VORN_MULTIARCH']}" for folder in FOLDERS]
@@ -26,6 +26,7 @@ BY_PATH += ["-DVORN_VORNUTIL_LIBRARY=device/lib/libvornutil.so"]
 WITHOUT = [
     f"-DCMAKE_DISABLE_FIND_PACKAGE_{name}=ON" for name in ("CLI11", "nlohmann_json", "GTest")
 ]
+WITHOUT += ["-DVORNCHECK_dw_LIBRARY="]
 # An enumeration in place of the stub's int.
 DLOG_WITH_ENUMERATIONS = """
 enum LogBuffer { kMain, kRadio };
@@ -136,10 +137,12 @@ def test_library_on_the_devices_platform(configure, build, device):
 
 def test_parts_without_their_packages_are_left_out(configure):
     output = configure(*WITHOUT)
-    packages = "libcli11-dev nlohmann-json3-dev --"
-    assert f"-- Left out: the tool vorndb, for want of the Debian packages {packages}" in output
-    packages = "libgtest-dev libgmock-dev --"
-    assert f"-- Left out: the C++ tests, for want of the Debian packages {packages}" in output
+    for part, packages in (
+        ("the tool vorndb", "libcli11-dev nlohmann-json3-dev"),
+        ("the checker vorncheck", "libcli11-dev nlohmann-json3-dev libdw-dev"),
+        ("the C++ tests", "libgtest-dev libgmock-dev"),
+    ):
+        assert f"-- Left out: {part}, for want of the Debian packages {packages} --" in output
 
 
 TOOL = (
