@@ -3,9 +3,10 @@
 # Debian's names and rules are taken for both.
 
 if(NOT PROJECT_IS_TOP_LEVEL OR multi_config OR NOT VORN_INSTALL
-    OR NOT VORN_BUILD_TOOLS OR NOT VORN_PLATFORM STREQUAL "development")
-  message(FATAL_ERROR "VORN_PACKAGES needs VORN_INSTALL, VORN_BUILD_TOOLS, the stubs of the platform, "
-    "a generator of one configuration, and to be no part of another project.")
+    OR NOT VORN_BUILD_TOOLS OR NOT VORN_BUILD_CHECKER OR NOT VORN_PLATFORM STREQUAL "development")
+  message(FATAL_ERROR "VORN_PACKAGES needs VORN_INSTALL, VORN_BUILD_TOOLS, VORN_BUILD_CHECKER, the "
+    "stubs of the platform, a generator of one configuration, and to be no part of another "
+    "project.")
 endif()
 
 set(templates "${CMAKE_CURRENT_LIST_DIR}")
@@ -13,8 +14,8 @@ set(CPACK_PACKAGE_CONTACT "vorndatabase developers <vorndatabase@example.org>")
 set(CPACK_COMPONENTS_ALL "")
 set(packages "")
 
-# vorn_package(<component> <package> <section> <synopsis>) makes a package of a
-# component, with its documents. Its description is in PACKAGE.txt, and in PACKAGE.notices
+# vorn_package(<component> <package> <section> <synopsis> [<notices>]) makes a package of a
+# component, with its documents. Its description is in PACKAGE.txt, and in the file of notices
 # are the licences of the code of others in it.
 macro(vorn_package component package section synopsis)
   string(TOUPPER ${component} upper)
@@ -28,10 +29,10 @@ macro(vorn_package component package section synopsis)
   set(CPACK_RPM_${upper}_PACKAGE_SUMMARY "${synopsis}")
   set(CPACK_RPM_${upper}_PACKAGE_DESCRIPTION "${text}")
   file(READ "${PROJECT_SOURCE_DIR}/COPYRIGHT" text)
-  if(EXISTS "${templates}/${package}.notices")
-    file(READ "${templates}/${package}.notices" notices)
+  foreach(file ${ARGN})
+    file(READ "${templates}/${file}" notices)
     string(APPEND text "${notices}")
-  endif()
+  endforeach()
   file(WRITE "${PROJECT_BINARY_DIR}/${package}/copyright" "${text}")
   install(FILES "${PROJECT_BINARY_DIR}/${package}/copyright" "${PROJECT_BINARY_DIR}/changelog.gz"
     DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/doc/${package}" COMPONENT ${component})
@@ -41,7 +42,9 @@ vorn_package(runtime libvorndatabase libs "rows in SQLite files without writing 
 vorn_package(development libvorndatabase-dev libdevel
   "rows in SQLite files without writing SQL - development")
 vorn_package(debug_symbols libvorndatabase-dbgsym debug "debug symbols for libvorndatabase")
-vorn_package(tool vorndb utils "rows in SQLite files from the command line")
+vorn_package(tool vorndb utils "rows in SQLite files from the command line" tools.notices)
+vorn_package(checker vorncheck devel "checker of applications that use libvorndatabase"
+  tools.notices)
 vorn_package(stand_ins vorn-desktop-stand-ins devel
   "stand-ins for a device's own libraries, for desktops only")
 
@@ -54,6 +57,7 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libvorndatabase (= ${PROJECT_VERSI
 set(CPACK_DEBIAN_DEBUG_SYMBOLS_PACKAGE_DEPENDS "libvorndatabase (= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS
   "${VORN_TOOL_DEPENDS}, libvorndatabase (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_CHECKER_PACKAGE_DEPENDS "${VORN_CHECKER_DEPENDS}")
 set(CPACK_DEBIAN_STAND_INS_PACKAGE_DEPENDS "${VORN_STAND_INS_DEPENDS}")
 set(CPACK_DEBIAN_STAND_INS_PACKAGE_PROVIDES "libdlog, libvornutil")
 set(CPACK_DEBIAN_STAND_INS_PACKAGE_CONFLICTS "libdlog, libvornutil")
@@ -101,8 +105,9 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE "${VORN_DEBIAN_ARCHITECTURE}")
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${templates}/triggers")
-set(CPACK_DEBIAN_STAND_INS_PACKAGE_CONTROL_EXTRA "${templates}/triggers")
+foreach(component RUNTIME CHECKER STAND_INS)
+  set(CPACK_DEBIAN_${component}_PACKAGE_CONTROL_EXTRA "${templates}/triggers")
+endforeach()
 
 set(CPACK_RPM_COMPONENT_INSTALL ON)
 set(CPACK_RPM_PACKAGE_RELOCATABLE OFF)

@@ -102,6 +102,7 @@ expect_rpm_relations() {
   done
   expect_rpm_relation libvorndatabase requires "libdlog.so$suffix" "$(needed_by libvorndatabase.so)"
   expect_rpm_relation libvorndatabase provides "libvorndatabase.so$suffix"
+  expect_rpm_relation vorncheck requires "libstdc++.so.6$suffix" "$(needed_by libvorncheck.so)"
   expect_rpm_relation vorn-desktop-stand-ins requires "libc.so.6$suffix" "$(needed_by libvornutil.so)"
   expect_rpm_relation vorn-desktop-stand-ins provides "libdlog.so$suffix" "libvornutil.so$suffix"
   expect_rpm_relation vorn-desktop-stand-ins conflicts libdlog libvornutil
@@ -128,7 +129,7 @@ expect_lintian() {
 expect_stripped_with_debug_file() {
   local root=$work/$format library=$work/$format/usr/$libdir/libvorndatabase.so
   local file identifier address line names
-  for file in "$root/usr/$libdir"/*.so "$root/usr/bin/vorndb"; do
+  for file in "$root/usr/$libdir"/*.so "$root/usr/bin"/*; do
     ! grep -E '\.(symtab|debug_info)' <<<"$(readelf -SW "$file")" || fail "$file is not stripped"
     ! grep -E '\((RPATH|RUNPATH)\)' <<<"$(readelf -dW "$file")" || fail "$file has a run path"
   done
@@ -155,15 +156,21 @@ build_applications() {
   done
 }
 
-run_tool() {
-  local libraries=$work/$format/usr/$libdir
-  local -a words tool
+run_tools() {
+  local libraries=$work/$format/usr/$libdir programs=$work/$format/usr/bin status=0
+  local -a words run tool checker
   read -ra words <<<"$emulator"
-  tool=(env LD_LIBRARY_PATH="$libraries" "${words[@]/#LD_LIBRARY_PATH=/LD_LIBRARY_PATH=$libraries:}"
-    "$work/$format/usr/bin/vorndb" -f "$work/$format.db")
-  "${tool[@]}" create contact name:TEXT
-  "${tool[@]}" upsert contact name="O'Brien"
-  diff - <("${tool[@]}" select contact --format csv) <<<$'_ID,name\n1,O\'Brien' || fail 'the tool fails'
+  run=(env LD_LIBRARY_PATH="$libraries" "${words[@]/#LD_LIBRARY_PATH=/LD_LIBRARY_PATH=$libraries:}")
+  tool=("$programs/vorndb" -f "$work/$format.db")
+  "${run[@]}" "${tool[@]}" create contact name:TEXT
+  "${run[@]}" "${tool[@]}" upsert contact name="O'Brien"
+  diff - <("${run[@]}" "${tool[@]}" select contact --format csv) <<<$'_ID,name\n1,O\'Brien' ||
+    fail 'the tool fails'
+  checker=("$programs/vorncheck")
+  # The launcher would start the application without the emulator.
+  [[ -z $emulator ]] || checker=(-E "LD_PRELOAD=$libraries/libvorncheck.so")
+  "${run[@]}" "${checker[@]}" "${tool[@]}" delete contact --all >"$work/log" 2>&1 || status=$?
+  ((status == 3)) || fail "the checker ends with status $status: $(<"$work/log")"
 }
 
 for step in unpack expect_files expect_deb_fields expect_rpm_relations expect_installable \
@@ -177,5 +184,5 @@ for use in "deb $deb_libdir find_package pkg_config" "rpm $rpm_libdir pkg_config
   echo "$architecture: use of the .$format"
   expect_stripped_with_debug_file
   build_applications
-  run_tool
+  run_tools
 done

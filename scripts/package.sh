@@ -25,7 +25,8 @@ configure() {
   cmake -S . -B "$tree" -G Ninja "${target[@]}" -DVORN_DEBIAN_ARCHITECTURE="$architecture" \
     -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_INSTALL_PREFIX=/usr \
     -DCMAKE_INSTALL_LIBDIR="$1" -DCMAKE_INSTALL_DOCDIR=share/doc/libvorndatabase-dev \
-    -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_EXAMPLES=OFF -DVORN_BUILD_TOOLS=ON -DVORN_PACKAGES=ON "${@:2}"
+    -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_EXAMPLES=OFF -DVORN_BUILD_TOOLS=ON \
+    -DVORN_BUILD_CHECKER=ON -DVORN_PACKAGES=ON "${@:2}"
 }
 
 # dependencies_of BINARY...: the packages whose symbols are needed, with their least
@@ -42,18 +43,20 @@ dependencies_of() {
     [[ $dependencies == shlibs:Depends=* ]] && echo "${dependencies#*=}"
 }
 
+# The launcher has the folder of its library, which differs between the formats.
 pack() { # FORMAT
   rm -rf "$tree/packed"
-  cpack --config "$tree/CPackConfig.cmake" -G "$1" -B "$tree/packed"
+  cmake --build "$tree" && cpack --config "$tree/CPackConfig.cmake" -G "$1" -B "$tree/packed"
 }
 
 pack_deb() {
-  local runtime tool stand_ins package
+  local runtime tool checker stand_ins package
   runtime=$(dependencies_of "$tree/src/libvorndatabase.so") &&
     tool=$(dependencies_of "$tree/tools/vorndb/vorndb") &&
+    checker=$(dependencies_of "$tree"/tools/vorncheck/{vorncheck,libvorncheck.so}) &&
     stand_ins=$(dependencies_of "$tree"/platform/*.so) &&
     configure "$deb_libdir" -DVORN_RUNTIME_DEPENDS="$runtime" -DVORN_TOOL_DEPENDS="$tool" \
-      -DVORN_STAND_INS_DEPENDS="$stand_ins" &&
+      -DVORN_CHECKER_DEPENDS="$checker" -DVORN_STAND_INS_DEPENDS="$stand_ins" &&
     pack DEB || return
   for package in "$tree"/packed/*.deb; do
     rebuild_deb "$package" || return
@@ -61,10 +64,14 @@ pack_deb() {
 }
 
 # CPack has neither the field Multi-Arch nor a fixed order and time of the files. Libraries
-# of several architectures can be installed side by side; one vorndb serves all.
+# of several architectures can be installed side by side; one vorndb serves all, a vorncheck the
+# applications of its own.
 rebuild_deb() {
   local content=$tree/packed/content multi_arch=same
-  [[ ${1##*/} != vorndb_* ]] || multi_arch=foreign
+  case ${1##*/} in
+    vorndb_*) multi_arch=foreign ;;
+    vorncheck_*) multi_arch=no ;;
+  esac
   dpkg-deb --raw-extract "$1" "$content" &&
     sed -i "s/^Architecture: .*/&\nMulti-Arch: $multi_arch/" "$content/DEBIAN/control" &&
     dpkg-deb --root-owner-group --build "$content" "$packages/${1##*/}" &&
@@ -97,7 +104,8 @@ if [[ ${1:-} == check ]]; then
   shift
 fi
 (($#)) || set -- amd64 armhf
-require_packages "${build_packages[@]}" "${tool_packages[@]}" "${package_packages[@]}"
+require_packages "${build_packages[@]}" "${tool_packages[@]}" "${checker_packages[@]}" \
+  "${package_packages[@]}"
 [[ " $* " != *' armhf '* ]] || require_packages "${armhf_packages[@]}"
 SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git -c safe.directory="$PWD" log -1 --format=%ct)}
 export SOURCE_DATE_EPOCH

@@ -56,7 +56,9 @@ run_rest() {
   scripts/package.sh check
   expect_tested release amd64 src/libvorndatabase.so
   expect_tested release amd64 tools/vorndb/vorndb
+  expect_tested release amd64 tools/vorncheck/libvorncheck.so
   expect_tested armhf armhf src/libvorndatabase.so
+  expect_tested armhf armhf tools/vorncheck/libvorncheck.so
   scripts/reproducible.sh made armhf
 }
 
