@@ -1,6 +1,7 @@
 """Options, their environment variables, and the launcher."""
 
 import os
+import shutil
 import signal
 import subprocess
 
@@ -131,6 +132,16 @@ def test_the_launcher(arguments, status, text):
     )
     assert (ended.returncode, text in ended.stderr) == (status, True), ended
     assert bool(ended.stderr) == bool(text)
+
+
+@launched
+def test_the_launcher_refuses_a_folder_that_cannot_be_preloaded(tmp_path):
+    folder = tmp_path / "a folder"
+    folder.mkdir()
+    for file in (os.environ["VORNCHECK"], LIBRARY):
+        shutil.copy(file, folder)
+    ended = subprocess.run([folder / "vorncheck", "true"], capture_output=True, check=False)
+    assert (ended.returncode, b"cannot be preloaded" in ended.stderr) == (2, True)
 
 
 @launched

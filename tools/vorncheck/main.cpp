@@ -29,7 +29,11 @@ std::string Library() {
   for (const char* const relative : {"", VORNCHECK_LIBRARIES}) {
     const auto library = folder / relative / "libvorncheck.so";
     if (std::filesystem::exists(library)) {
-      return std::filesystem::canonical(library).string();
+      const std::string path = std::filesystem::canonical(library).string();
+      if (path.find_first_of(" :") != std::string::npos) {
+        throw std::runtime_error("a path with a space or a colon cannot be preloaded: " + path);
+      }
+      return path;
     }
   }
   throw std::runtime_error("libvorncheck.so is not beside vorncheck nor in its prefix");
