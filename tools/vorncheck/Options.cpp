@@ -1,8 +1,10 @@
 #include "Options.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
+#include <memory>
 
 namespace vorncheck {
 namespace {
@@ -41,15 +43,6 @@ std::string VariableOf(const std::string& option) {
     return letter == '-' ? '_' : static_cast<char>(std::toupper(letter));
   });
   return variable;
-}
-
-}  // namespace
-
-bool Options::IsOn(Kind kind) const {
-  if (kind == Kind::kMainThread && mainThread == 0) {
-    return false;
-  }
-  return (only.empty() || Has(only, kind)) && !Has(except, kind);
 }
 
 void Declare(CLI::App& app, Options& options) {
@@ -91,6 +84,67 @@ void Declare(CLI::App& app, Options& options) {
       option->envname(VariableOf(option->get_name().substr(2)));
     }
   }
+}
+
+class Help : public CLI::Formatter {
+ public:
+  std::string make_usage(const CLI::App* /*app*/, std::string /*name*/) const override {
+    return "Usage: vorncheck [OPTIONS] PROGRAM [ARGUMENTS...]\n";
+  }
+};
+
+// The program and its arguments are what the options leave.
+std::vector<std::string> ProgramOf(const CLI::App& app) {
+  std::vector<std::string> words = app.remaining();
+  if (!words.empty() && words[0] == "--") {
+    words.erase(words.begin());
+  }
+  if (words.empty()) {
+    throw CLI::RequiredError("PROGRAM");
+  }
+  if (words[0][0] == '-') {
+    throw CLI::ExtrasError({words[0]});
+  }
+  return words;
+}
+
+}  // namespace
+
+bool Options::IsOn(Kind kind) const {
+  if (kind == Kind::kMainThread && mainThread == 0) {
+    return false;
+  }
+  return (only.empty() || Has(only, kind)) && !Has(except, kind);
+}
+
+Options ReadEnvironment() {
+  CLI::App app;
+  Options options;
+  Declare(app, options);
+  app.parse(std::vector<std::string>());
+  return options;
+}
+
+CommandLine ReadCommandLine(int count, char** arguments) {
+  CLI::App app("Runs a program and reports wrong use of libvorndatabase.", "vorncheck");
+  CommandLine line;
+  Declare(app, line.options);
+  app.set_version_flag("-V,--version", "vorncheck " VORNCHECK_VERSION);
+  app.formatter(std::make_shared<Help>());
+  app.prefix_command();
+  try {
+    app.parse(count, arguments);
+  } catch (const CLI::Success& help) {
+    app.exit(help);
+    return line;
+  }
+  for (const CLI::Option* const option : app.get_options()) {
+    if (option->count() > 0 && !option->get_envname().empty()) {
+      line.variables.emplace_back(option->get_envname(), CLI::detail::join(option->results(), ","));
+    }
+  }
+  line.program = ProgramOf(app);
+  return line;
 }
 
 }  // namespace vorncheck

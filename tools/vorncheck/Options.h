@@ -4,8 +4,8 @@
 #ifndef VORNDATABASE_TOOLS_VORNCHECK_OPTIONS_H
 #define VORNDATABASE_TOOLS_VORNCHECK_OPTIONS_H
 
-#include <CLI/CLI.hpp>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Kinds.h"
@@ -25,7 +25,17 @@ struct Options {
   bool IsOn(Kind kind) const;
 };
 
-void Declare(CLI::App& app, Options& options);
+// The options in the environment. Throws std::exception for a wrong one.
+Options ReadEnvironment();
+
+struct CommandLine {
+  Options options;
+  std::vector<std::pair<std::string, std::string>> variables;  // for the environment
+  std::vector<std::string> program;  // with its arguments; empty if help was asked for
+};
+
+// The command line of the launcher. Prints help. Throws std::exception for a wrong one.
+CommandLine ReadCommandLine(int count, char** arguments);
 
 }  // namespace vorncheck
 

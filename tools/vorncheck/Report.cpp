@@ -18,6 +18,7 @@
 #include <nlohmann/json.hpp>
 #include <numeric>
 #include <sstream>
+#include <stdexcept>
 
 #include "Heap.h"
 #include "Next.h"
@@ -58,17 +59,16 @@ std::vector<Suppression> ReadSuppressions(const std::string& path) {
   std::vector<Suppression> suppressions;
   std::ifstream file(path);
   if (!path.empty() && !file) {
-    throw CLI::ValidationError("--suppressions", "cannot read " + path);
+    throw std::runtime_error("cannot read " + path);
   }
   for (std::string line; std::getline(file, line);) {
     std::istringstream words(line.substr(0, line.find('#')));
     Suppression suppression;
     if (words >> suppression.identifier) {
       if (!std::getline(words >> std::ws, suppression.function)) {
-        throw CLI::ValidationError("--suppressions",
-                                   "a line is an identifier and a function: " + line);
+        throw std::runtime_error("a suppression is an identifier and a function: " + line);
       }
-      suppression.function = CLI::detail::rtrim(suppression.function);
+      suppression.function.erase(suppression.function.find_last_not_of(" \t\r") + 1);
       suppressions.push_back(suppression);
     }
   }
@@ -313,10 +313,8 @@ void AfterForkInChild() {
 }
 
 State::State() {
-  CLI::App app;
-  Declare(app, options);
   try {
-    app.parse(std::vector<std::string>());
+    options = ReadEnvironment();
     suppressions = ReadSuppressions(options.suppressions);
   } catch (const std::exception& error) {
     WriteAtOnce(STDERR_FILENO, std::string("vorncheck: ") + error.what() + '\n');

@@ -84,19 +84,16 @@ NameForm FormOf(const std::string& name) {
   NameForm form = NameForm::kPlain;
   for (std::size_t begin = 0;; ++begin) {
     const std::size_t end = EndOfPart(name, begin);
-    if (end == std::string::npos) {
+    if (end == std::string::npos || (end < name.size() && name[end] != '.')) {
       return NameForm::kOdd;
     }
     if (IsQuote(name[begin])) {
       form = NameForm::kQuoted;
     } else if (IsReserved(name.substr(begin, end - begin))) {
-      return NameForm::kReserved;
+      form = NameForm::kReserved;
     }
     if (end == name.size()) {
       return form;
-    }
-    if (name[end] != '.') {
-      return NameForm::kOdd;
     }
     begin = end;
   }

@@ -8,7 +8,9 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
 
 #include "Options.h"
 
@@ -16,20 +18,13 @@ namespace {
 
 enum Status { kWrongUse = 2, kCannotRun = 126, kNoProgram = 127 };
 
-class Help : public CLI::Formatter {
- public:
-  std::string make_usage(const CLI::App* /*app*/, std::string /*name*/) const override {
-    return "Usage: vorncheck [OPTIONS] PROGRAM [ARGUMENTS...]\n";
-  }
-};
-
 // Beside the launcher in a build, otherwise where it was installed, relative to the launcher.
 std::string Library() {
   const auto folder = std::filesystem::read_symlink("/proc/self/exe").parent_path();
   for (const char* const relative : {"", VORNCHECK_LIBRARIES}) {
     const auto library = folder / relative / "libvorncheck.so";
     if (std::filesystem::exists(library)) {
-      const std::string path = std::filesystem::canonical(library).string();
+      std::string path = std::filesystem::canonical(library).string();
       if (path.find_first_of(" :") != std::string::npos) {
         throw std::runtime_error("a path with a space or a colon cannot be preloaded: " + path);
       }
@@ -39,14 +34,9 @@ std::string Library() {
   throw std::runtime_error("libvorncheck.so is not beside vorncheck nor in its prefix");
 }
 
-void SetEnvironment(const CLI::App& app) {
-  for (const CLI::Option* const option : app.get_options()) {
-    if (option->count() > 0 && !option->get_envname().empty()) {
-      setenv(option->get_envname().c_str(), CLI::detail::join(option->results(), ",").c_str(), 1);
-    }
-  }
+void Preload(const std::string& library) {
   const char* const others = std::getenv("LD_PRELOAD");
-  const std::string libraries = Library() + (others != nullptr ? ':' + std::string(others) : "");
+  const std::string libraries = library + (others != nullptr ? ':' + std::string(others) : "");
   setenv("LD_PRELOAD", libraries.c_str(), 1);
 }
 
@@ -65,32 +55,19 @@ int Execute(std::vector<std::string> words) {
 }
 
 int Launch(int count, char** arguments) {
-  CLI::App app("Runs a program and reports wrong use of libvorndatabase.", "vorncheck");
-  vorncheck::Options options;
-  vorncheck::Declare(app, options);
-  app.set_version_flag("-V,--version", "vorncheck " VORNCHECK_VERSION);
-  app.formatter(std::make_shared<Help>());
-  app.prefix_command();
-  try {
-    app.parse(count, arguments);
-  } catch (const CLI::Success& success) {
-    return app.exit(success);
+  const vorncheck::CommandLine line = vorncheck::ReadCommandLine(count, arguments);
+  if (line.program.empty()) {
+    return EXIT_SUCCESS;
   }
-  std::vector<std::string> words = app.remaining();
-  if (!words.empty() && words[0] == "--") {
-    words.erase(words.begin());
+  const std::string& json = line.options.json;
+  if (!json.empty() && !std::ofstream(json, std::ios::app)) {
+    throw std::runtime_error("cannot write to " + json);
   }
-  if (words.empty()) {
-    throw CLI::RequiredError("PROGRAM");
+  for (const auto& [variable, value] : line.variables) {
+    setenv(variable.c_str(), value.c_str(), 1);
   }
-  if (words[0][0] == '-') {
-    throw CLI::ExtrasError({words[0]});
-  }
-  if (!options.json.empty() && !std::ofstream(options.json, std::ios::app)) {
-    throw CLI::ValidationError("--json", "cannot write to " + options.json);
-  }
-  SetEnvironment(app);
-  return Execute(words);
+  Preload(Library());
+  return Execute(line.program);
 }
 
 }  // namespace
