@@ -8,7 +8,7 @@ import sqlite3
 import subprocess
 
 import pytest
-from conftest import EMULATOR, SOURCE
+from checked import EMULATOR, SOURCE
 
 # The identifier, and the section of the guide.
 KINDS = re.findall(

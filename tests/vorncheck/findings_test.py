@@ -3,7 +3,7 @@
 import re
 
 import pytest
-from conftest import EMULATOR, FOUND, SOURCE
+from checked import EMULATOR, FOUND, SOURCE
 
 LINES = (SOURCE / "tests/vorncheck/Mistakes.cpp").read_text().splitlines()
 WRITE, QUERY = "return Database().Upsert(request)", "return Database().Select(request, cursor)"

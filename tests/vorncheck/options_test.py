@@ -6,7 +6,7 @@ import signal
 import subprocess
 
 import pytest
-from conftest import EMULATOR, FOUND, LIBRARY, MISTAKES
+from checked import EMULATOR, FOUND, LIBRARY, MISTAKES
 
 launched = pytest.mark.skipif(bool(EMULATOR), reason="an emulator does not launch programs")
 

@@ -5,7 +5,7 @@ import re
 import subprocess
 
 import pytest
-from conftest import EMULATOR, FOUND, MISTAKES
+from checked import EMULATOR, FOUND, MISTAKES
 from findings_test import MISTAKES as TABLE
 
 SUITES = [suite for suite in os.environ["SUITES"].split(":") if suite]
