@@ -22,6 +22,7 @@
 #include <string>
 #include <thread>
 #include <typeinfo>
+#include <utility>
 
 #include "CreateRequest.h"
 #include "Cursor.h"
@@ -54,11 +55,13 @@ void Locate(Request& request, const char* table) {
   request.SetTable(table);
 }
 
-// The statement of another program.
-void Execute(const std::string& sql) {
+// The statement of another program, and what it does before it closes the file.
+void Execute(
+    const std::string& sql, const std::function<void()>& then = [] {}) {
   sqlite3* database = nullptr;
   Expect(sqlite3_open((folder + '/' + kFile).c_str(), &database) == SQLITE_OK, "opened");
   Expect(sqlite3_exec(database, sql.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK, sql.c_str());
+  then();
   sqlite3_close(database);
 }
 
@@ -441,74 +444,75 @@ void ReadOffRow() {
 
 // --- Waiting and threads
 
-// Another process holds the write lock, for a while or to the end.
-void WithBusyFile(bool isReleased, const std::function<void()>& operation) {
+// Another process holds the file's lock until the operation has found it busy.
+void BusyFile() {
   CreateContacts();
   int ready[2];
-  Expect(pipe(ready) == 0, "piped");
+  int release[2];
+  Expect(pipe(ready) == 0 && pipe(release) == 0, "piped");
   const pid_t holder = fork();
   if (holder == 0) {
-    sqlite3* database = nullptr;
-    sqlite3_open((folder + '/' + kFile).c_str(), &database);
-    sqlite3_exec(database, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr);
-    write(ready[1], "", 1);
-    usleep(isReleased ? 250000 : 60000000);
+    close(release[1]);
+    Execute("BEGIN EXCLUSIVE", [&] {
+      char byte = 0;
+      write(ready[1], &byte, 1);
+      read(release[0], &byte, 1);
+    });
     _exit(0);
   }
   char byte = 0;
   Expect(read(ready[0], &byte, 1) == 1, "ready");
-  operation();
-  kill(holder, SIGKILL);
-  waitpid(holder, nullptr, 0);
-}
-
-void BusyFile() {
-  WithBusyFile(true, [] { UpsertContact("1", "Kim"); });
-}
-
-void BusyQuery() {
-  WithBusyFile(false, [] {
-    Cursor cursor;
-    Select("contact", cursor);
+  int locks = 0;
+  const ShimVfs files([&](const FileEvent& event) {
+    const bool isShared = event.call == FileCall::kLock && event.flags == SQLITE_LOCK_SHARED;
+    if (isShared && ++locks == 2) {
+      close(release[1]);
+      waitpid(holder, nullptr, 0);
+    }
+    return SQLITE_OK;
   });
+  UpsertContact("1", "Kim");
+}
+
+// Makes a change on this thread while another one is in an operation.
+void WhileRun(const std::function<void()>& operation, const std::function<void()>& change) {
+  CreateContacts();
+  std::promise<void> begun;
+  std::promise<void> changed;
+  bool isFirst = true;
+  const ShimVfs files([&](const FileEvent& event) {
+    if (event.call == FileCall::kLock && std::exchange(isFirst, false)) {
+      begun.set_value();
+      changed.get_future().wait();
+    }
+    return SQLITE_OK;
+  });
+  const auto run = std::async(std::launch::async, operation);
+  begun.get_future().wait();
+  change();
+  changed.set_value();
+  run.wait();
 }
 
 void ChangeWhileRun() {
-  WithBusyFile(true, [] {
-    UpsertRequest request;
-    Locate(request, "contact");
-    request.SetData(kId, "1");
-    auto run = std::async(std::launch::async, [&] { return Upsert(request); });
-    usleep(50000);
-    request.SetData(kName, "Kim");
-    run.get();
-  });
+  UpsertRequest request;
+  Locate(request, "contact");
+  request.SetData(kId, "1");
+  WhileRun([&] { Upsert(request); }, [&] { request.SetData(kName, "Kim"); });
 }
 
 void MoveWhileFilled() {
-  WithBusyFile(true, [] {
-    Cursor cursor;
-    auto run = std::async(std::launch::async, [&] { return Select("contact", cursor); });
-    usleep(50000);
-    cursor.MoveToFirst();
-    run.get();
-  });
+  Cursor cursor;
+  WhileRun([&] { Select("contact", cursor); }, [&] { cursor.MoveToFirst(); });
 }
 
 void DestroyWhileRun() {
-  WithBusyFile(true, [] {
-    // The destructor of the base class leaves the request usable.
-    alignas(BasePath) char memory[sizeof(BasePath)];
-    auto* const path = new (memory) BasePath;
-    path->SetPath(folder.c_str(), kFile);
-    auto run = std::async(std::launch::async, [&] {
-      bool exists = false;
-      return Database().CheckExistTable(*path, "contact", exists);
-    });
-    usleep(50000);
-    path->~BasePath();
-    run.get();
-  });
+  alignas(BasePath) char memory[sizeof(BasePath)];
+  auto* const path = new (memory) BasePath;
+  path->SetPath(folder.c_str(), kFile);
+  bool exists = false;
+  WhileRun([&] { Database().CheckExistTable(*path, "contact", exists); },
+           [&] { path->~BasePath(); });
 }
 
 // --- No mistake
@@ -616,7 +620,6 @@ const std::map<std::string, void (*)()> kMistakes = {
     {"UnknownColumn", UnknownColumn},
     {"ReadOffRow", ReadOffRow},
     {"BusyFile", BusyFile},
-    {"BusyQuery", BusyQuery},
     {"ChangeWhileRun", ChangeWhileRun},
     {"MoveWhileFilled", MoveWhileFilled},
     {"DestroyWhileRun", DestroyWhileRun},

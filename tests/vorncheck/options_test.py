@@ -145,6 +145,14 @@ def test_the_launcher_refuses_a_folder_that_cannot_be_preloaded(tmp_path):
 
 
 @launched
+def test_files_are_relative_to_the_first_folder(check, tmp_path):
+    (tmp_path / "none").write_text("")
+    script = f"cd / && {MISTAKES[0]} LostDigits {tmp_path}"
+    check(["sh", "-c", script], "--json=kept.json", "--suppressions=none")
+    assert '"lost-digits"' in (tmp_path / "kept.json").read_text()
+
+
+@launched
 def test_a_library_that_was_preloaded_stays(check):
     run = check(["sh", "-c", "echo $LD_PRELOAD"], environment={"LD_PRELOAD": "libdl.so.2"})
     assert run.output == f"{LIBRARY}:libdl.so.2\n"

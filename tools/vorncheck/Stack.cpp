@@ -7,6 +7,7 @@
 #include <unwind.h>
 
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <unordered_map>
 
@@ -119,7 +120,8 @@ class Symbols {
 
 struct LargeStack {
   std::mutex mutex;
-  std::vector<char> memory = std::vector<char>(std::size_t{1} << 20);
+  static constexpr std::size_t kSize = std::size_t{1} << 20;
+  std::unique_ptr<char[]> memory{new char[kSize]};
   const std::function<void()>* function = nullptr;
   ucontext_t own{};
   ucontext_t threads{};
@@ -151,8 +153,8 @@ void OnLargeStack(const std::function<void()>& function) {
   const std::lock_guard<std::mutex> lock(stack.mutex);
   stack.function = &function;
   getcontext(&stack.own);
-  stack.own.uc_stack.ss_sp = stack.memory.data();
-  stack.own.uc_stack.ss_size = stack.memory.size();
+  stack.own.uc_stack.ss_sp = stack.memory.get();
+  stack.own.uc_stack.ss_size = LargeStack::kSize;
   stack.own.uc_link = &stack.threads;
   makecontext(&stack.own, RunOnLargeStack, 0);
   swapcontext(&stack.threads, &stack.own);
