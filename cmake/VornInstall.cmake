@@ -4,7 +4,8 @@
 #   development  its headers, its CMake package, its pkg-config module, documents
 #   tool         the command-line tool, its manual page and completion; see
 #                tools/vorndb/CMakeLists.txt
-#   checker      the checker and its manual page; see tools/vorncheck/CMakeLists.txt
+#   checker      the checker, its manual page and completion; see
+#                tools/vorncheck/CMakeLists.txt
 #   stand_ins    the stubs of the platform's libraries, for a desktop; a
 #                device has its own
 

@@ -62,9 +62,13 @@ expected_files() {
   echo 'runtime lib/libvorndatabase.so'
   find platform -name '*.h' -printf 'stand_ins include/%f\n'
   printf 'stand_ins lib/lib%s.so\n' dlog vornutil
-  printf 'checker %s\n' bin/vorncheck lib/libvorncheck.so share/man/man1/vorncheck.1
-  printf 'tool %s\n' bin/vorndb share/man/man1/vorndb.1 share/bash-completion/completions/vorndb \
-    share/fish/vendor_completions.d/vorndb.fish share/zsh/vendor-completions/_vorndb
+  echo 'checker lib/libvorncheck.so'
+  local component program
+  while read -r component program; do
+    printf "$component %s\n" "bin/$program" "share/man/man1/$program.1" \
+      "share/bash-completion/completions/$program" \
+      "share/fish/vendor_completions.d/$program.fish" "share/zsh/vendor-completions/_$program"
+  done <<<$'tool vorndb\nchecker vorncheck'
 }
 
 # Component and name of every file, without the names that differ between machines.
