@@ -63,9 +63,9 @@ run_block() {
 # --- Transcripts -----------------------------------------------------------------
 
 # What a transcript leaves out, or what is another each time: progress, process numbers,
-# lines of the sources, the checker, which the demo does not build.
+# lines and folders of the sources, the checker, which the demo does not build.
 without_details() {
-  sed -E "s|$work/home|/home/you|g; s/^([VDIWEF] VORN) [0-9]+ [0-9]+ /\1 N N /
+  sed -E "s|$work/home|/home/you|g; s|$source/|./|g; s/^([VDIWEF] VORN) [0-9]+ [0-9]+ /\1 N N /
     s/\[[0-9]+ [0-9]+\]/[N N]/; s/\([0-9]+\)/(N)/g; s/^vorncheck\[[0-9]+\]/vorncheck[N]/" |
     grep -vE '^(-- |\[|…$|Preset |  [A-Z_:]+=|libvorncheck\.so$|$)' || true
 }
@@ -143,7 +143,7 @@ case $case in
   # A host on this machine, and for the device.
   host) transcript guide.md host release "$build" ;;
   cookbook) transcript vorndb.md cookbook release "$build" ;;
-  checker) transcript vorncheck.md checker release "$build" ;;
+  checker) transcript guide.md checker release "$build" ;;
   device) transcript guide.md device sysroot/armhf "$source/build/sysroot/armhf" ;;
   *) fail "unknown case" ;;
 esac
