@@ -1,0 +1,43 @@
+// A thread changes the request that another thread is running.
+
+#include <future>
+#include <thread>
+
+#include "Scene.h"
+
+namespace {
+
+struct Meeting {
+  std::promise<void> begun;
+  std::promise<void> changed;
+};
+
+Meeting& TheMeeting() {
+  static Meeting meeting;
+  return meeting;
+}
+
+// SQLite calls it when the operation has opened the file.
+int WaitForChange(sqlite3*, char**, const void*) {
+  TheMeeting().begun.set_value();
+  TheMeeting().changed.get_future().wait();
+  return SQLITE_OK;
+}
+
+}  // namespace
+
+int main() {
+  CreateContacts();
+  sqlite3_auto_extension(reinterpret_cast<void (*)()>(WaitForChange));
+  UpsertRequest request;
+  Address(request, "contact");
+  request.SetData(kName, "Kim");
+  std::thread other([&] {
+    Database().Upsert(request);  // vorncheck: concurrent-change, the other thread
+  });
+  TheMeeting().begun.get_future().wait();
+  request.SetData(kPhone, "100");  // vorncheck: concurrent-change, this thread
+  TheMeeting().changed.set_value();
+  other.join();
+  return 0;
+}

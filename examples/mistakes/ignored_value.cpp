@@ -1,0 +1,13 @@
+// A request is used for two rows, but keeps the values of the first one.
+
+#include "Scene.h"
+
+int main() {
+  CreateContacts();
+  UpsertRequest request;
+  Address(request, "contact");
+  request.SetData(kName, "Kim");  // vorncheck: ignored-value, first set at
+  Check(Database().Upsert(request));
+  request.SetData(kName, "Miles");  // vorncheck: ignored-value, ignored at
+  return Database().Upsert(request);
+}

@@ -1,0 +1,16 @@
+// A request is used for two tables. The copy of the first name leaks.
+
+#include "Cursor.h"
+#include "Scene.h"
+#include "SelectRequest.h"
+
+int main() {
+  CreateContacts();
+  SelectRequest request;
+  request.SetPath(".", kFile);
+  Cursor cursor;
+  request.SetTable("contact");  // vorncheck: leaked-setter, first set at
+  Check(Database().Select(request, cursor));
+  request.SetTable("sqlite_master");  // vorncheck: leaked-setter, set again at
+  return Database().Select(request, cursor);
+}

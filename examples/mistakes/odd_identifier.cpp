@@ -1,0 +1,11 @@
+// The table's name is a reserved word of SQL, and is not in double quotes.
+
+#include "Scene.h"
+
+int main() {
+  CreateRequest request;
+  request.SetPath(".", kFile);
+  request.SetTable("order");  // vorncheck: odd-identifier, set at
+  request.SetColumnKey(kName, "TEXT");
+  return Database().CreateTable(request);  // vorncheck: odd-identifier, run at
+}

@@ -1,0 +1,14 @@
+// One contact is to be deleted. The condition is given as a value, and so every row is deleted.
+
+#include "DeleteRequest.h"
+#include "Scene.h"
+
+int main() {
+  CreateContacts();
+  WriteContact("Kim", "100");
+  WriteContact("Miles", "200");
+  DeleteRequest request;
+  Address(request, "contact");
+  request.SetData(kName, "Kim");      // SetWhere is meant
+  return Database().Delete(request);  // vorncheck: unconditional-delete, run at
+}
