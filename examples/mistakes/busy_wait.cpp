@@ -1,4 +1,7 @@
 // Another process has a long transaction. The operation waits, and fails at last.
+//
+// vorncheck: Database::Upsert found "./contacts.db" busy ... times and waited ... s; locked by
+//   process ... (...)
 
 #include <sys/socket.h>
 #include <sys/wait.h>

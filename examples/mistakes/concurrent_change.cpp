@@ -1,4 +1,7 @@
 // A thread changes the request that another thread is running.
+//
+// vorncheck: BaseSet::SetData on thread ... uses an object while Database::Upsert on thread ...
+//   uses it
 
 #include <future>
 #include <thread>

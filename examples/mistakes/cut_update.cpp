@@ -1,4 +1,6 @@
 // The number of every contact is to be changed. An update without a condition is refused.
+//
+// vorncheck: Database::Update has no condition, so SQLite refuses it
 
 #include "Scene.h"
 #include "UpdateRequest.h"

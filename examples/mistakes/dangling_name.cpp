@@ -1,5 +1,7 @@
 // The request keeps the pointer to a column's name. The name has changed when the request runs, and
 // so the value is written into another column.
+//
+// vorncheck: the column name "name" is "phone" now, when Database::Upsert reads it
 
 #include <string>
 

@@ -1,4 +1,6 @@
 // Columns are told apart by their pointers. The statement names one column twice.
+//
+// vorncheck: the statement names the column "name" twice
 
 #include <string>
 

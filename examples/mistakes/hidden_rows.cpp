@@ -1,4 +1,6 @@
 // The table has one column. The cursor counts one row, though there are two.
+//
+// vorncheck: the result has the column "name" alone, so only the first of 2 rows can be reached
 
 #include "Cursor.h"
 #include "Scene.h"

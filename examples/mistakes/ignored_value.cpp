@@ -1,4 +1,6 @@
 // A request is used for two rows, but keeps the values of the first one.
+//
+// vorncheck: the column "name" keeps its first value, "Kim"; ignored is "Miles"
 
 #include "Scene.h"
 

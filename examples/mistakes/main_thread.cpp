@@ -1,4 +1,6 @@
-// A long query runs on the main thread, and is found with vorncheck --main-thread=10.
+// A long query runs on the main thread.
+//
+// vorncheck --main-thread=10: Database::Select took ... s on the main thread
 
 #include "Cursor.h"
 #include "Scene.h"

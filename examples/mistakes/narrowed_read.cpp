@@ -1,4 +1,6 @@
 // GetInt reads the digits at the beginning of a text, and returns 0.
+//
+// vorncheck: Cursor::GetInt read 100 from the cell "100-7"
 
 #include "Cursor.h"
 #include "Scene.h"

@@ -1,4 +1,6 @@
 // The table's name is a reserved word of SQL, and is not in double quotes.
+//
+// vorncheck: the table name "order" is a reserved word
 
 #include "Scene.h"
 

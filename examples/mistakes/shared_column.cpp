@@ -1,4 +1,6 @@
 // Both tables have a column "name", and share it in the cursor.
+//
+// vorncheck: several columns of the result are named "name", and share one list of cells
 
 #include "Cursor.h"
 #include "JoinRequest.h"

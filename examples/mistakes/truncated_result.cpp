@@ -1,4 +1,6 @@
 // The third row of a view cannot be computed. The query returns 0, with two rows.
+//
+// vorncheck: Database::Select returned 0, but its result ends after 2 rows: SQL logic error
 
 #include "Cursor.h"
 #include "Scene.h"

@@ -1,4 +1,6 @@
 // One contact is to be deleted. The condition is given as a value, and so every row is deleted.
+//
+// vorncheck: Database::Delete has no condition, so it deletes all rows
 
 #include "DeleteRequest.h"
 #include "Scene.h"

@@ -1,4 +1,6 @@
 // The single quote in a value is not doubled, and ends the value in the statement.
+//
+// vorncheck: the value "Miles O'Brien" ends early in the statement, at its quote
 
 #include "Scene.h"
 

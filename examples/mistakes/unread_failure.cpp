@@ -1,4 +1,6 @@
 // The name of the column is in capitals. The read fails, and leaves the text empty.
+//
+// vorncheck: Cursor::GetString found no column "PHONE"
 
 #include <string>
 
