@@ -21,7 +21,7 @@ Meeting& TheMeeting() {
 }
 
 // SQLite calls it when the operation has opened the file.
-int WaitForChange(sqlite3*, char**, const void*) {
+int WaitForChange(sqlite3* /*database*/, char** /*error*/, const void* /*calls*/) {
   TheMeeting().begun.set_value();
   TheMeeting().changed.get_future().wait();
   return SQLITE_OK;

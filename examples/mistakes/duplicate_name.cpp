@@ -8,10 +8,10 @@
 
 int main() {
   CreateContacts();
-  const std::string column = kName;
+  const std::string columns[] = {"name", "name"};
   UpsertRequest request;
   Address(request, "contact");
-  request.SetData(kName, "Kim");             // vorncheck: duplicate-name, and at
-  request.SetData(column.c_str(), "Miles");  // vorncheck: duplicate-name, set at
-  return Database().Upsert(request);         // vorncheck: duplicate-name, run at
+  request.SetData(columns[0].c_str(), "Kim");    // vorncheck: duplicate-name, and at
+  request.SetData(columns[1].c_str(), "Miles");  // vorncheck: duplicate-name, set at
+  return Database().Upsert(request);             // vorncheck: duplicate-name, run at
 }
