@@ -27,8 +27,6 @@
 #include "CreateRequest.h"
 #include "Cursor.h"
 #include "Database.h"
-#include "DeleteRequest.h"
-#include "DropRequest.h"
 #include "JoinRequest.h"
 #include "SelectRequest.h"
 #include "ShimVfs.h"
@@ -55,13 +53,11 @@ void Locate(Request& request, const char* table) {
   request.SetTable(table);
 }
 
-// The statement of another program, and what it does before it closes the file.
-void Execute(
-    const std::string& sql, const std::function<void()>& then = [] {}) {
+// The statement of another program.
+void Execute(const std::string& sql) {
   sqlite3* database = nullptr;
   Expect(sqlite3_open((folder + '/' + kFile).c_str(), &database) == SQLITE_OK, "opened");
   Expect(sqlite3_exec(database, sql.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK, sql.c_str());
-  then();
   sqlite3_close(database);
 }
 
@@ -84,16 +80,6 @@ int Select(const char* table, Cursor& cursor) {
 }
 
 // --- Names and values
-
-void ChangedName() {
-  CreateContacts();
-  UpsertRequest request;
-  Locate(request, "contact");
-  char name[] = "id";
-  request.SetData(name, "1");
-  std::strcpy(name, "no");
-  Expect(Upsert(request) != 0, "refused");
-}
 
 // The library reads the name, too, and so the program ends.
 void UnmappedName() {
@@ -141,12 +127,6 @@ void DuplicateKey() {
   Expect(Database().CreateTable(request) != 0, "refused");
 }
 
-void IgnoredValue() {
-  UpsertRequest request;
-  request.SetData(kName, "Kim");
-  request.SetData(kName, "Miles");
-}
-
 void IgnoredCondition() {
   SelectRequest request;
   request.SetWhere(kId, 1);
@@ -186,11 +166,6 @@ void QuoteInCheckedTable() {
 void OddName() {
   Cursor cursor;
   Select("my contacts", cursor);
-}
-
-void ReservedName() {
-  Cursor cursor;
-  Select("order", cursor);
 }
 
 void BalancedQuotes() {
@@ -293,13 +268,6 @@ void Infinity() {
 
 // --- Statements
 
-void DeleteOfAllRows() {
-  CreateContacts();
-  DeleteRequest request;
-  Locate(request, "contact");
-  Expect(Database().Delete(request) == 0, "deleted");
-}
-
 void UpdateOfAllRows() {
   CreateContacts();
   UpdateRequest request;
@@ -324,12 +292,6 @@ void RepeatedPath() {
   request.SetPath(nullptr, "other.db");
 }
 
-void RepeatedTable() {
-  DropRequest request;
-  request.SetTable("one");
-  request.SetTable("other");
-}
-
 void RepeatedKey() {
   CreateRequest request;
   request.SetPrimaryKey("one", nullptr);
@@ -342,23 +304,7 @@ void RepeatedJoin() {
   request.SetLeftJoin("other", nullptr);
 }
 
-void FailedOpen() {
-  SelectRequest request;
-  request.SetPath("/nonexistent", kFile);
-  request.SetTable("contact");
-  Cursor cursor;
-  Expect(Database().Select(request, cursor) == SQLITE_CANTOPEN, "not opened");
-}
-
 // --- Results
-
-void FailedStep() {
-  Execute(
-      "CREATE VIEW failing AS SELECT value AS id, CASE value WHEN 3 THEN "
-      "abs(-9223372036854775807 - 1) END AS name FROM json_each('[1,2,3,4]')");
-  Cursor cursor;
-  Expect(Select("failing", cursor) == 0, "0 for a result that was cut");
-}
 
 // Only the second lock of a query, that of its first step, is refused.
 void BusyStep() {
@@ -371,12 +317,6 @@ void BusyStep() {
   });
   Cursor cursor;
   Expect(Select("contact", cursor) == 0, "0 for a result that was cut");
-}
-
-void HiddenRows() {
-  Execute("CREATE TABLE single (id TEXT); INSERT INTO single VALUES (1), (2)");
-  Cursor cursor;
-  Expect(Select("single", cursor) == 0, "selected");
 }
 
 // All of them are read as they are.
@@ -393,18 +333,6 @@ void ExactNumbers() {
   Expect(Select("numbers", cursor) == 0 && cursor.MoveToNext() == 0, "selected");
   double value = 0;
   Expect(cursor.GetDouble("number", value) == 0 && value == 9007199254740994, "read");
-}
-
-void SharedColumn() {
-  Execute(
-      "CREATE TABLE a (id TEXT, x TEXT); CREATE TABLE b (id TEXT, y TEXT);"
-      "INSERT INTO a VALUES (1, 2); INSERT INTO b VALUES (1, 3)");
-  JoinRequest request;
-  request.SetPath(folder.c_str(), kFile);
-  request.SetLeftJoin("a", kId);
-  request.SetRightJoin("b", kId);
-  Cursor cursor;
-  Expect(Database().JoinSelect(request, cursor) == 0, "selected");
 }
 
 // --- Reads
@@ -444,36 +372,6 @@ void ReadOffRow() {
 
 // --- Waiting and threads
 
-// Another process holds the file's lock until the operation has found it busy.
-void BusyFile() {
-  CreateContacts();
-  int ready[2];
-  int release[2];
-  Expect(pipe(ready) == 0 && pipe(release) == 0, "piped");
-  const pid_t holder = fork();
-  if (holder == 0) {
-    close(release[1]);
-    Execute("BEGIN EXCLUSIVE", [&] {
-      char byte = 0;
-      write(ready[1], &byte, 1);
-      read(release[0], &byte, 1);
-    });
-    _exit(0);
-  }
-  char byte = 0;
-  Expect(read(ready[0], &byte, 1) == 1, "ready");
-  int locks = 0;
-  const ShimVfs files([&](const FileEvent& event) {
-    const bool isShared = event.call == FileCall::kLock && event.flags == SQLITE_LOCK_SHARED;
-    if (isShared && ++locks == 2) {
-      close(release[1]);
-      waitpid(holder, nullptr, 0);
-    }
-    return SQLITE_OK;
-  });
-  UpsertContact("1", "Kim");
-}
-
 // Makes a change on this thread while another one is in an operation.
 void WhileRun(const std::function<void()>& operation, const std::function<void()>& change) {
   CreateContacts();
@@ -492,13 +390,6 @@ void WhileRun(const std::function<void()>& operation, const std::function<void()
   change();
   changed.set_value();
   run.wait();
-}
-
-void ChangeWhileRun() {
-  UpsertRequest request;
-  Locate(request, "contact");
-  request.SetData(kId, "1");
-  WhileRun([&] { Upsert(request); }, [&] { request.SetData(kName, "Kim"); });
 }
 
 void MoveWhileFilled() {
@@ -580,38 +471,42 @@ void InChild() {
   std::cout << "status of the child " << WEXITSTATUS(status) << '\n';
 }
 
+// On threads that run at once, in a child, and one after the other.
+void Several() {
+  std::thread digits(LostDigits);
+  std::thread otherDigits(LostDigits);
+  std::thread condition(IgnoredCondition);
+  digits.join();
+  otherDigits.join();
+  condition.join();
+  InChild();
+  QuoteInName();
+  UnknownColumn();
+  DestroyWhileRun();
+}
+
 const std::map<std::string, void (*)()> kMistakes = {
-    {"ChangedName", ChangedName},
     {"UnmappedName", UnmappedName},
     {"ChangedNameOfKey", ChangedNameOfKey},
     {"DuplicateName", DuplicateName},
-    {"IgnoredValue", IgnoredValue},
     {"IgnoredCondition", IgnoredCondition},
     {"QuoteInValue", QuoteInValue},
     {"QuoteInName", QuoteInName},
     {"QuoteInPath", QuoteInPath},
     {"QuoteInCheckedTable", QuoteInCheckedTable},
     {"OddName", OddName},
-    {"ReservedName", ReservedName},
     {"QuotedCheckedTable", QuotedCheckedTable},
     {"LostDigits", LostDigits},
     {"ManyDigits", ManyDigits},
     {"DeepStack", DeepStack},
     {"LostCondition", LostCondition},
     {"Infinity", Infinity},
-    {"DeleteOfAllRows", DeleteOfAllRows},
     {"UpdateOfAllRows", UpdateOfAllRows},
     {"CutUpdate", CutUpdate},
     {"RepeatedPath", RepeatedPath},
-    {"RepeatedTable", RepeatedTable},
     {"RepeatedKey", RepeatedKey},
     {"RepeatedJoin", RepeatedJoin},
-    {"FailedOpen", FailedOpen},
-    {"FailedStep", FailedStep},
     {"BusyStep", BusyStep},
-    {"HiddenRows", HiddenRows},
-    {"SharedColumn", SharedColumn},
-    {"ReadPart", [] { ReadCell(&Cursor::GetInt, "part"); }},
     {"ReadHalf", [] { ReadCell(&Cursor::GetInt, "half"); }},
     {"ReadNull", [] { ReadCell(&Cursor::GetString, "none"); }},
     {"ReadBlob", [] { ReadCell(&Cursor::GetDouble, "blob"); }},
@@ -619,8 +514,6 @@ const std::map<std::string, void (*)()> kMistakes = {
     {"ReadLargeDouble", [] { ReadCell(&Cursor::GetDouble, "large"); }},
     {"UnknownColumn", UnknownColumn},
     {"ReadOffRow", ReadOffRow},
-    {"BusyFile", BusyFile},
-    {"ChangeWhileRun", ChangeWhileRun},
     {"MoveWhileFilled", MoveWhileFilled},
     {"DestroyWhileRun", DestroyWhileRun},
     {"FreedName", FreedName},
@@ -634,6 +527,7 @@ const std::map<std::string, void (*)()> kMistakes = {
     {"ExactNumbers", ExactNumbers},
     {"None", None},
     {"InChild", InChild},
+    {"Several", Several},
 };
 
 }  // namespace

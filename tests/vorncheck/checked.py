@@ -1,7 +1,7 @@
 """The programs under test, and their results.
 
-MISTAKES is the application, VORNCHECK the launcher and VORNCHECK_LIBRARY the library that it
-loads. If VORN_EMULATOR is set, that command runs the application, with the library alone.
+MISTAKES is the application, EXAMPLES the folder of examples/mistakes, VORNCHECK the launcher and
+VORNCHECK_LIBRARY the library that it loads. If VORN_EMULATOR is set, that command runs the application, with the library alone.
 """
 
 import os
@@ -13,6 +13,11 @@ SOURCE = pathlib.Path(os.environ["VORN_SOURCE_DIR"])
 EMULATOR = shlex.split(os.environ.get("VORN_EMULATOR", ""))
 LIBRARY = os.environ["VORNCHECK_LIBRARY"]
 MISTAKES = [os.environ["MISTAKES"]]
+# The source and the program for each finding.
+EXAMPLES = {
+    source.stem.replace("_", "-"): (source, f"{os.environ['EXAMPLES']}/mistake_{source.stem}")
+    for source in sorted((SOURCE / "examples/mistakes").glob("*.cpp"))
+}
 FOUND = 3
 
 

@@ -10,9 +10,9 @@ from checked import EMULATOR, LIBRARY, MISTAKES, Run, as_variables
 
 @pytest.fixture
 def check(tmp_path):
-    """A function that runs a program under vorncheck in an empty folder."""
+    """A function that runs a program under vorncheck, in an empty folder if none is given."""
 
-    def run(command, *options, environment=None, is_launched=not EMULATOR, **streams):
+    def run(command, *options, environment=None, is_launched=not EMULATOR, **changes):
         report = tmp_path / "findings.json"
         report.unlink(missing_ok=True)
         if not any(option.startswith("--json") for option in options):
@@ -26,8 +26,9 @@ def check(tmp_path):
             command = [*EMULATOR, *(loaded if EMULATOR else []), *command]
             if not EMULATOR:
                 variables["LD_PRELOAD"] = LIBRARY
-        streams = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE, **streams}
-        ended = subprocess.run(command, cwd=tmp_path, env=variables, check=False, **streams)
+        pipe = subprocess.PIPE
+        changes = {"cwd": tmp_path, "stdout": pipe, "stderr": pipe, **changes}
+        ended = subprocess.run(command, env=variables, check=False, **changes)
         lines = report.read_text().splitlines() if report.exists() else []
         return Run(ended, [json.loads(line) for line in lines])
 

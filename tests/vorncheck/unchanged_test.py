@@ -5,12 +5,14 @@ import re
 import subprocess
 
 import pytest
-from checked import EMULATOR, FOUND, MISTAKES
+from checked import EMULATOR, EXAMPLES, FOUND, MISTAKES
 from findings_test import MISTAKES as TABLE
 
 SUITES = [suite for suite in os.environ["SUITES"].split(":") if suite]
 # Their log depends on memory that was freed, or on the point of cancellation.
 VARYING = {"FreedName", "CancelledThread"}
+COMMANDS = [[*MISTAKES, row[0], "."] for row in TABLE if row[0] not in VARYING]
+COMMANDS += [[program] for _, program in EXAMPLES.values()]
 
 
 @pytest.mark.parametrize("suite", SUITES, ids=[os.path.basename(suite) for suite in SUITES])
@@ -29,22 +31,21 @@ def log_of(text):
 
 
 @pytest.mark.skipif(bool(EMULATOR), reason="the library's own tests compare the log, too")
-@pytest.mark.parametrize("mistake", [row[0] for row in TABLE if row[0] not in VARYING])
-def test_output_and_log_are_the_same(make, tmp_path, mistake):
+@pytest.mark.parametrize("command", COMMANDS, ids=lambda words: os.path.basename(words[-2:][0]))
+def test_output_and_log_are_the_same(check, tmp_path, command):
     environment = {"VORN_DLOG_PRIORITY": "V"}
-    checked = make(mistake, environment=environment)
-    assert checked.status == FOUND
-    folder = tmp_path / "folder"
-    subprocess.run(["rm", "-rf", folder], check=True)
-    folder.mkdir()
+    for folder in ("checked", "alone"):
+        (tmp_path / folder).mkdir()
+    checked = check(command, cwd=tmp_path / "checked", environment=environment)
+    assert checked.summary
     alone = subprocess.run(
-        [*MISTAKES, mistake, folder],
+        command,
+        cwd=tmp_path / "alone",
         env={**os.environ, **environment},
         capture_output=True,
         text=True,
         check=False,
     )
-    assert alone.returncode == 0
     assert checked.output == alone.stdout
     assert log_of(checked.text) == log_of(alone.stderr)
     assert log_of(alone.stderr)
