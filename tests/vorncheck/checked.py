@@ -1,7 +1,8 @@
 """The programs under test, and their results.
 
 MISTAKES is the application, EXAMPLES the folder of examples/mistakes, VORNCHECK the launcher and
-VORNCHECK_LIBRARY the library that it loads. If VORN_EMULATOR is set, that command runs the application, with the library alone.
+VORNCHECK_LIBRARY the library that it loads. If VORN_EMULATOR is set, that command runs the
+application, with the library alone.
 """
 
 import os

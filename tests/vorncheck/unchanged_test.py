@@ -36,7 +36,7 @@ def test_output_and_log_are_the_same(check, tmp_path, command):
     environment = {"VORN_DLOG_PRIORITY": "V"}
     for folder in ("checked", "alone"):
         (tmp_path / folder).mkdir()
-    checked = check(command, cwd=tmp_path / "checked", environment=environment)
+    checked = check(command, "--status=0", cwd=tmp_path / "checked", environment=environment)
     assert checked.summary
     alone = subprocess.run(
         command,
@@ -46,7 +46,7 @@ def test_output_and_log_are_the_same(check, tmp_path, command):
         text=True,
         check=False,
     )
-    assert checked.output == alone.stdout
+    assert (checked.status, checked.output) == (alone.returncode, alone.stdout)
     assert log_of(checked.text) == log_of(alone.stderr)
     assert log_of(alone.stderr)
 
