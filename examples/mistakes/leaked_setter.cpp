@@ -1,6 +1,6 @@
 // A request is used for two tables. The copy of the first name leaks.
 //
-// vorncheck: the table was "contact" before SelectRequest::SetTable set it to "sqlite_master";
+// vorncheck: the table name was "contact" before SelectRequest::SetTable set it to "sqlite_master";
 //   the earlier copy leaks
 
 #include "Cursor.h"

@@ -83,8 +83,9 @@ int Select(const char* table, Cursor& cursor) {
 
 // The library reads the name, too, and so the program ends.
 void UnmappedName() {
-  void* const page =
-      mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  // Nothing else is mapped there.
+  auto* const place = reinterpret_cast<void*>(0x20000000);
+  void* const page = mmap(place, 4096, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   UpsertRequest request;
   Locate(request, "contact");
   request.SetData(std::strcpy(static_cast<char*>(page), "id"), "1");
@@ -439,6 +440,20 @@ void None() {
   std::cout << rows << " rows\n";
 }
 
+// A setter that fails has set nothing.
+void RefusedKey() {
+  CreateRequest request;
+  Locate(request, "contact");
+  try {
+    request.SetColumnKey(kId, nullptr);
+    Expect(false, "refused");
+  } catch (const std::logic_error&) {
+    request.SetColumnKey(kId, "TEXT");
+  }
+  request.SetColumnKey(kName, "TEXT");
+  Expect(Database().CreateTable(request) == 0, "created");
+}
+
 std::size_t ResidentPages() {
   std::size_t pages = 0;
   std::ifstream("/proc/self/statm") >> pages >> pages;
@@ -525,6 +540,7 @@ const std::map<std::string, void (*)()> kMistakes = {
     {"ReadingThread", ReadingThread},
     {"ManyObjects", ManyObjects},
     {"ExactNumbers", ExactNumbers},
+    {"RefusedKey", RefusedKey},
     {"None", None},
     {"InChild", InChild},
     {"Several", Several},

@@ -12,7 +12,7 @@ from checked import EMULATOR, SOURCE
 
 # The identifier, and the section of the guide.
 KINDS = re.findall(
-    r'\{"([a-z-]+)",\s*"[^"]*",\s*"([a-z0-9-]+)"\}',
+    r'X\(\w+, "([a-z-]+)",[\s\\]*"[^"]*",[\s\\]*"([a-z0-9-]+)"\)',
     (SOURCE / "tools/vorncheck/Kinds.h").read_text(),
 )
 PAGE = (SOURCE / "tools/vorncheck/vorncheck.1").read_text()

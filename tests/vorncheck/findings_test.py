@@ -23,7 +23,7 @@ MISTAKES = [
         "DuplicateKey",
         ["duplicate-name"],
         '"id" twice',
-        ["CreateTable(", "SetPrimaryKey(", "SetColumnKey("],
+        ["CreateTable(", "SetColumnKey(", "SetPrimaryKey("],
     ),
     ("IgnoredCondition", ["ignored-value"], '"1"; ignored is "2.5"', ["2.5)", "1)"]),
     (
@@ -32,7 +32,7 @@ MISTAKES = [
         'table name "con\'tact"',
         ["Select(request, cursor)", "SetTable("],
     ),
-    ("QuoteInPath", ["unescaped-quote"], 'path part "kim\'s.db"', ["CheckExistTable(", "SetPath("]),
+    ("QuoteInPath", ["unescaped-quote"], 'file name "kim\'s.db"', ["CheckExistTable(", "SetPath("]),
     ("QuoteInCheckedTable", ["unescaped-quote"], '"con\'tact"', ["CheckExistTable("]),
     ("OddName", ["odd-identifier"], '"my contacts" is no plain identifier', [QUERY, "SetTable("]),
     ("BalancedQuotes", ["odd-identifier"], "pragma_table_info", [QUERY, "SetTable("]),
@@ -45,7 +45,7 @@ MISTAKES = [
     ("CutUpdate", ["cut-update"], 'is cut at the last " AND"', ["Update(request)"]),
     ("RepeatedPath", ["leaked-setter"], 'file name was "one.db"', ["other.db", "one.db"]),
     ("RepeatedKey", ["leaked-setter"], 'primary key was "one"', ["other", "one"]),
-    ("RepeatedJoin", ["leaked-setter"], 'left table was "one"', ["other", "one"]),
+    ("RepeatedJoin", ["leaked-setter"], 'left table name was "one"', ["other", "one"]),
     (
         "BusyStep",
         ["truncated-result", "busy-wait"],
@@ -131,7 +131,12 @@ def test_a_name_whose_memory_has_gone_is_found_before_the_application_ends(make)
 
 @pytest.mark.parametrize(
     "correct, operations, output",
-    [("None", 7, "2 rows\n"), ("ExactNumbers", 2, ""), ("ManyObjects", 0, "")],
+    [
+        ("None", 7, "2 rows\n"),
+        ("ExactNumbers", 2, ""),
+        ("RefusedKey", 1, ""),
+        ("ManyObjects", 0, ""),
+    ],
 )
 def test_a_correct_application_has_no_finding(make, correct, operations, output):
     run = make(correct)

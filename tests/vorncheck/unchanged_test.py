@@ -3,6 +3,7 @@
 import os
 import re
 import subprocess
+import sys
 
 import pytest
 from checked import EMULATOR, EXAMPLES, FOUND, MISTAKES
@@ -70,6 +71,20 @@ def test_a_plug_in_is_checked(make):
     run = make("LostDigits", program=program)
     assert (run.status, run.identifiers()) == (FOUND, ["lost-digits"])
     assert make("None", program=program).output == "2 rows\n"
+
+
+@pytest.mark.skipif(bool(EMULATOR), reason="the interpreter is this machine's")
+def test_a_program_that_loads_sqlite_for_itself_is_left_alone(check):
+    script = "import sqlite3; print(sqlite3.connect(':memory:').execute('SELECT 1').fetchall())"
+    run = check([sys.executable, "-c", script])
+    assert (run.status, run.output, run.findings) == (0, "[(1,)]\n", []), run.text
+
+
+@pytest.mark.skipif(bool(EMULATOR), reason="the limit would be the emulator's")
+def test_a_small_stack_suffices(check, tmp_path):
+    command = [*MISTAKES, "LostDigits", str(tmp_path)]
+    run = check(["sh", "-c", 'ulimit -s 64 && exec "$@"', "sh", *command])
+    assert (run.status, run.identifiers()) == (FOUND, ["lost-digits"]), run.text
 
 
 def test_a_program_without_the_library_is_left_alone(check):

@@ -1,101 +1,72 @@
-#include "Heap.h"
+// The memory of the checker is apart from the application's: a name that was freed is not
+// overwritten by a note of it, and the application's heap is laid out as without the checker.
 
 #include <sys/mman.h>
 
-#include <array>
 #include <cstddef>
+#include <memory_resource>
 #include <mutex>
 #include <new>
+
+#include "Check.h"
 
 namespace vorncheck {
 namespace {
 
-// Before the memory of each block; keeps it aligned.
-struct alignas(std::max_align_t) Header {
-  std::size_t order = 0;   // the block has two to this power of bytes
-  Header* next = nullptr;  // in the list of free blocks
+class Pages : public std::pmr::memory_resource {
+  void* do_allocate(std::size_t size, std::size_t /*alignment*/) override {
+    void* const memory =
+        mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (memory == MAP_FAILED) {
+      throw std::bad_alloc();
+    }
+    return memory;
+  }
+  void do_deallocate(void* memory, std::size_t size, std::size_t /*alignment*/) override {
+    munmap(memory, size);
+  }
+  bool do_is_equal(const memory_resource& other) const noexcept override { return this == &other; }
 };
 
-constexpr std::size_t kSmallest = 5;
-constexpr std::size_t kLargest = 16;  // larger ones are mapped each
-constexpr std::size_t kChunk = std::size_t{1} << 20;
-
-constexpr std::size_t SizeOf(std::size_t order) { return std::size_t{1} << order; }
+constexpr std::size_t kLargestPooled = std::size_t{1} << 16;
 
 struct Heap {
   std::mutex mutex;
-  std::array<Header*, kLargest + 1> free{};
-  char* rest = nullptr;  // of the last chunk
-  std::size_t left = 0;
+  Pages pages;
+  std::pmr::unsynchronized_pool_resource pool{{0, kLargestPooled}, &pages};
 };
 
 // Usable before constructors run, and to the very end.
-// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables)
-Heap heap;
-
-char* Map(std::size_t size) {
-  void* const memory =
-      mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  if (memory == MAP_FAILED) {
-    throw std::bad_alloc();
-  }
-  return static_cast<char*>(memory);
+Heap& TheHeap() {
+  alignas(Heap) static char memory[sizeof(Heap)];
+  // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables)
+  static auto* const heap = new (memory) Heap;
+  return *heap;
 }
 
-// A new block; of a chunk that is too small for it, the rest is lost.
-char* Carve(std::size_t size) {
-  if (heap.left < size) {
-    heap.rest = Map(kChunk);
-    heap.left = kChunk;
-  }
-  char* const block = heap.rest;
-  heap.rest += size;
-  heap.left -= size;
-  return block;
-}
-
-Header* Allocate(std::size_t order) {
-  if (order > kLargest) {
-    return new (Map(SizeOf(order))) Header{order};
-  }
-  const std::lock_guard<std::mutex> lock(heap.mutex);
-  Header*& first = heap.free[order];
-  if (first == nullptr) {
-    return new (Carve(SizeOf(order))) Header{order};
-  }
-  Header* const block = first;
-  first = block->next;
-  return block;
-}
-
-void Release(Header* block) {
-  if (block->order > kLargest) {
-    munmap(block, SizeOf(block->order));
-    return;
-  }
-  const std::lock_guard<std::mutex> lock(heap.mutex);
-  block->next = heap.free[block->order];
-  heap.free[block->order] = block;
-}
+// The size of a block is before it.
+constexpr std::size_t kHeader = alignof(std::max_align_t);
 
 }  // namespace
 
-void LockHeap() { heap.mutex.lock(); }
-void UnlockHeap() { heap.mutex.unlock(); }
+std::mutex& HeapMutex() { return TheHeap().mutex; }
 
 }  // namespace vorncheck
 
+using vorncheck::kHeader;
+using vorncheck::TheHeap;
+
 void* operator new(std::size_t size) {
-  std::size_t order = vorncheck::kSmallest;
-  while (vorncheck::SizeOf(order) < size + sizeof(vorncheck::Header)) {
-    ++order;
-  }
-  return vorncheck::Allocate(order) + 1;
+  const std::lock_guard<std::mutex> lock(TheHeap().mutex);
+  void* const block = TheHeap().pool.allocate(size + kHeader);
+  return new (block) std::size_t(size + kHeader) + kHeader / sizeof(std::size_t);
 }
 
 void operator delete(void* memory) noexcept {
   if (memory != nullptr) {
-    vorncheck::Release(static_cast<vorncheck::Header*>(memory) - 1);
+    auto* const block = static_cast<std::size_t*>(memory) - kHeader / sizeof(std::size_t);
+    const std::lock_guard<std::mutex> lock(TheHeap().mutex);
+    TheHeap().pool.deallocate(block, *block);
   }
 }
 

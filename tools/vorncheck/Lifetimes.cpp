@@ -1,7 +1,7 @@
 // The constructors and destructors of requests and cursors: their notes end with them. The
 // library calls a destructor through the virtual table of the class, so the table is ours, too.
 
-#include "Aside.h"
+#include "Check.h"
 #include "Next.h"
 #include "Objects.h"
 
@@ -23,13 +23,13 @@ void* Construct(void* object, Lifetime next, Table& table, const char* type) {
   if (table.type == nullptr) {
     table.type = FindNext(type);
   }
-  Aside([&] { Forget(object); });
+  Check([object] { Forget(object); });
   return next(object);
 }
 
-void* Destroy(void* object, Lifetime next, const char* symbol, const void* site) {
-  const Use use(object, Access::kChange, symbol, site);
-  Aside([&] { Forget(object); });
+void* Destroy(const Call& call, Lifetime next, void* object) {
+  const Use use(call);
+  Check([object] { Forget(object); });
   return next(object);
 }
 
@@ -43,20 +43,23 @@ void* Destroy(void* object, Lifetime next, const char* symbol, const void* site)
     static const auto next = reinterpret_cast<vorncheck::Lifetime>(vorncheck::FindNext(symbol)); \
     return vorncheck::__VA_ARGS__;                                                               \
   }
-#define VORN_CONSTRUCTOR(Class, function, name, kind) \
-  VORN_LIFETIME(function, "_ZN" name kind, Construct(object, next, Class##Table, "_ZTI" name))
-#define VORN_DESTRUCTOR(function, symbol) \
-  VORN_LIFETIME(function, symbol, Destroy(object, next, symbol, VORN_SITE))
+#define VORN_CONSTRUCTOR(Class, name, kind)         \
+  VORN_LIFETIME(Class##kind, "_ZN" name #kind "Ev", \
+                Construct(object, next, Class##Table, "_ZTI" name))
+#define VORN_DESTRUCTOR(Class, name, kind) \
+  VORN_LIFETIME(                           \
+      Class##kind, "_ZN" name #kind "Ev",  \
+      Destroy({#Class "::~" #Class, VORN_SITE, object, vorncheck::Access::kChange}, next, object))
 
 // The functions of a class, by its name with the length in front.
 #define VORN_CLASS(Class, name)                                             \
   extern "C" const char Class##Type asm("_ZTI" name) __attribute__((weak)); \
   extern "C" vorncheck::Table Class##Table asm("_ZTV" name);                \
-  VORN_CONSTRUCTOR(Class, Class##C1, name, "C1Ev")                          \
-  VORN_CONSTRUCTOR(Class, Class##C2, name, "C2Ev")                          \
-  VORN_DESTRUCTOR(Class##D0, "_ZN" name "D0Ev")                             \
-  VORN_DESTRUCTOR(Class##D1, "_ZN" name "D1Ev")                             \
-  VORN_DESTRUCTOR(Class##D2, "_ZN" name "D2Ev")                             \
+  VORN_CONSTRUCTOR(Class, name, C1)                                         \
+  VORN_CONSTRUCTOR(Class, name, C2)                                         \
+  VORN_DESTRUCTOR(Class, name, D0)                                          \
+  VORN_DESTRUCTOR(Class, name, D1)                                          \
+  VORN_DESTRUCTOR(Class, name, D2)                                          \
   vorncheck::Table Class##Table = {nullptr, &Class##Type, &Class##D1, &Class##D0};
 
 // A plug-in completes the tables.

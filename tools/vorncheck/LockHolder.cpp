@@ -11,33 +11,9 @@
 namespace vorncheck {
 namespace {
 
-// SQLite's lock bytes begin here, whatever the size of the file.
-constexpr std::uint64_t kPendingByte = 0x40000000;
-
-struct Lock {
-  bool isExclusive = false;
-  int process = 0;
-  std::uint64_t node = 0;
-  std::uint64_t end = 0;
-};
-
-// A line is "1: POSIX  ADVISORY  WRITE 4711 08:01:131090 1073741824 1073741825"; one that waits
-// has "->" before its kind.
-bool ReadLock(const std::string& line, Lock& lock) {
-  std::istringstream words(line);
-  std::string kind;
-  std::string access;
-  std::string file;
-  std::string end;
-  std::string other;
-  words >> other >> kind >> other >> access >> lock.process >> file >> other >> end;
-  if (!words || (kind != "POSIX" && kind != "OFDLCK")) {
-    return false;
-  }
-  lock.isExclusive = access == "WRITE";
-  lock.node = std::stoull(file.substr(file.rfind(':') + 1));
-  lock.end = end == "EOF" ? UINT64_MAX : std::stoull(end);
-  return true;
+std::uint64_t NodeOf(const std::string& path) {
+  struct stat file {};
+  return stat(path.c_str(), &file) == 0 ? file.st_ino : 0;
 }
 
 std::string DescribeProcess(int process) {
@@ -53,23 +29,30 @@ std::string DescribeProcess(int process) {
   return "process " + number + (name.empty() ? "" : " (" + name + ")");
 }
 
+// A line is "1: POSIX  ADVISORY  WRITE 4711 08:01:131090 1073741824 1073741825"; one that waits
+// has "->" before its kind, and no process in the fifth place. Returns the process, or an empty
+// text if the lock is another file's.
+std::string HolderIn(const std::string& line, std::uint64_t file, std::uint64_t index) {
+  std::istringstream words(line);
+  std::string access;
+  std::string node;
+  int process = 0;
+  words >> node >> node >> node >> access >> process >> node;
+  const std::uint64_t locked = words ? std::stoull(node.substr(node.rfind(':') + 1)) : 0;
+  const bool isHeld = index == 0 ? locked == file : locked == index && access == "WRITE";
+  return words && isHeld ? DescribeProcess(process) : "";
+}
+
 }  // namespace
 
 std::string LockHolders(const std::string& database) {
-  struct stat file {};
-  struct stat index {};
-  stat(database.c_str(), &file);
+  const std::uint64_t file = NodeOf(database);
   // With a write-ahead log the locks are on its index, where readers exclude nobody.
-  stat((database + "-shm").c_str(), &index);
+  const std::uint64_t index = NodeOf(database + "-shm");
   std::set<std::string> holders;
   std::ifstream table("/proc/locks");
   for (std::string line; std::getline(table, line);) {
-    Lock lock;
-    if (ReadLock(line, lock) &&
-        (index.st_ino == 0 ? lock.node == file.st_ino && lock.end >= kPendingByte
-                           : lock.node == index.st_ino && lock.isExclusive)) {
-      holders.insert(DescribeProcess(lock.process));
-    }
+    holders.insert(HolderIn(line, file, index));
   }
   std::string text;
   for (const std::string& holder : holders) {

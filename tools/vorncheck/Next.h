@@ -5,7 +5,6 @@
 #define VORNDATABASE_TOOLS_VORNCHECK_NEXT_H
 
 #include <cstring>
-#include <string>
 #include <utility>
 
 namespace vorncheck {
@@ -13,47 +12,31 @@ namespace vorncheck {
 // Ends the program if there is none.
 void* FindNext(const char* symbol);
 
-// The symbol of a function of ours that is exported.
-const char* SymbolOf(const void* function);
+// The next definition of one of our exported functions.
+void* FindNextOf(const void* function);
 
-// The declaration of a function, such as "Cursor::GetInt(char const*, int&)".
-std::string Demangled(const char* symbol);
-
-// Leaves the name, such as "Cursor::GetInt".
-std::string WithoutParameters(const std::string& function);
-
-inline std::string NameOf(const char* symbol) { return WithoutParameters(Demangled(symbol)); }
-
-// The next definition of a member function, under its own name.
+// The next definition of a member function.
 template <auto Member>
 struct Next;
 
 template <typename Class, typename Result, typename... Arguments,
           Result (Class::*Member)(Arguments...)>
 struct Next<Member> {
-  static Result Call(Class& object, Arguments... arguments) {
-    static const Function next = Find();
-    return (object.*next)(std::forward<Arguments>(arguments)...);
-  }
-
-  static const char* Symbol() {
-    static const char* const symbol = SymbolOf(AddressOf(Member));
-    return symbol;
+  // Next<&Class::Member>::Of(object)(arguments)
+  static auto Of(Class& object) {
+    static const auto next = Find();
+    return [&object](Arguments... arguments) -> Result {
+      return (object.*next)(std::forward<Arguments>(arguments)...);
+    };
   }
 
  private:
-  using Function = Result (Class::*)(Arguments...);
-
   // A pointer to a member that is not virtual begins with the address of the function.
-  static const void* AddressOf(Function function) {
+  static auto Find() {
+    auto next = Member;
     const void* address = nullptr;
-    std::memcpy(&address, &function, sizeof address);
-    return address;
-  }
-
-  static Function Find() {
-    Function next = Member;
-    const void* const address = FindNext(Symbol());
+    std::memcpy(&address, &next, sizeof address);
+    address = FindNextOf(address);
     std::memcpy(&next, &address, sizeof address);
     return next;
   }

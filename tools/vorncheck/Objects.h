@@ -1,91 +1,80 @@
-// Notes about the live requests and cursors of the program.
+// Notes about the live requests and cursors of the program. All of them are for checks, but for
+// Use.
 
 #ifndef VORNDATABASE_TOOLS_VORNCHECK_OBJECTS_H
 #define VORNDATABASE_TOOLS_VORNCHECK_OBJECTS_H
 
-#include <map>
-#include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Stack.h"
 
 namespace vorncheck {
 
-// A column name that a request keeps by pointer, and the value that was set with it.
-struct Note {
+// The places of items in a request. An operation uses some of them.
+enum Place : unsigned { kPath = 1, kName = 2, kKey = 4, kType = 8, kData = 16, kWhere = 32 };
+constexpr unsigned kEverywhere = ~0U;
+
+struct Item {
+  Place place;
+  const char* role;
+  const char* pointer;  // of a column name, which the request keeps; otherwise null
   std::string name;
-  std::string value;
-  Stack stack;
+  std::string value = {};
+  Stack stack = {};  // where it was set
 };
 
-using Notes = std::map<const char*, Note>;
-using Keys = std::vector<std::pair<const char*, Note>>;
-
-// The access of a member to its object. Accesses of two threads at once are in order if both read
-// or both fill.
+// Accesses of two threads at once are in order if both read or both fill.
 enum class Access { kRead, kFill, kChange };
 
-struct Using {
-  const void* thread;
-  int number;  // of the thread
-  Access access;
-  const char* symbol;
+// A call of a member.
+struct Call {
+  const char* name;
   const void* site;
+  const void* object;
+  Access access;
 };
 
 struct Object {
-  std::vector<Using> uses;
-  // Of a BaseSet.
-  Notes data;
-  Notes where;
-  // Of a CreateRequest.
-  Keys keys;
-  // Where the other parts of a request were set, by the members that hold them.
-  std::map<const void*, Stack> parts;
-  // Of a Cursor: cells that are NULL or a blob (true), by their number in the result, and the
+  std::vector<std::pair<Call, long>> calls;  // those that run, with the threads
+  std::vector<Item> items;                   // of a request
+  // Of a cursor: cells that are NULL or a blob (true), by their number in the result, and the
   // memory of the first column, which a copied result does not share.
   std::vector<std::pair<std::size_t, bool>> emptyCells;
   const void* memory = nullptr;
 };
 
-// The notes of an object, locked.
-class LockedObject {
- public:
-  explicit LockedObject(const void* address);
-  Object& operator*() { return *m_object; }
-  Object* operator->() { return m_object; }
+Object& ObjectAt(const void* address);
+void Forget(const void* address);
 
- private:
-  std::unique_lock<std::mutex> m_lock;
-  Object* m_object;
-};
+// Note a part, of which the request keeps a copy: a path, a table, a key, a side of a join. Report
+// one that is set again.
+void NotePart(const Call& call, Place place, const char* role, const char* text);
 
-void Forget(const void* object);
+// Note a column, whose name the request keeps by pointer. Report a value that is ignored or loses
+// digits.
+void NoteColumn(const Call& call, Place place, const char* name, const char* value = "");
+void NoteColumn(const Call& call, Place place, const char* name, int value);
+void NoteColumn(const Call& call, Place place, const char* name, double value);
+
+// In a child that was forked, only one thread is left.
+void ForgetUses();
 
 // A use of an object by this thread, while a member runs. Reports a use by another thread that it
 // excludes.
 class Use {
  public:
-  Use(const void* object, Access access, const char* symbol, const void* site) noexcept;
+  explicit Use(const Call& call) noexcept;
   ~Use();
-  Use(const Use&) = delete;
-  Use& operator=(const Use&) = delete;
 
   // Whether no other thread uses the object so that its content may change.
   bool IsAlone() const { return m_isAlone; }
 
  private:
-  const void* const m_object;
+  const Call m_call;
   bool m_isAlone = true;
 };
-
-// Held by the thread that forks, so that the child can use them.
-void LockObjects();
-void UnlockObjects();
-
-// In a child that was forked, only one thread is left.
-void ForgetUses();
 
 }  // namespace vorncheck
 

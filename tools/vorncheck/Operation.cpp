@@ -1,204 +1,305 @@
 #include "Operation.h"
 
+#include <fcntl.h>
 #include <sqlite3.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <iomanip>
-#include <sstream>
+#include <cerrno>
+#include <cstring>
+#include <map>
 #include <string_view>
 
+#include "Cursor.h"
 #include "LockHolder.h"
-#include "Next.h"
+#include "Report.h"
 #include "Sql.h"
 
 namespace vorncheck {
 namespace {
 
-// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables)
-thread_local Operation* current = nullptr;
+// --- Findings
 
-// Shows the part of a statement around a position.
-void ShowStatement(Finding& finding, const std::string& sql, std::size_t position) {
+// Of a character in UTF-8.
+bool IsFirst(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80; }
+bool IsControl(char byte) { return static_cast<unsigned char>(byte) < ' '; }
+
+// Shows the part of a statement around the mark.
+void ShowStatement(Finding& finding, const std::string& sql, std::size_t mark) {
   constexpr std::size_t kAround = 50;
-  const std::size_t begin = position > kAround ? position - kAround : 0;
-  std::string excerpt = begin > 0 ? "..." : "";
-  finding.mark = excerpt.size();
-  for (std::size_t at = begin; at < std::min(sql.size(), position + kAround); ++at) {
-    const auto byte = static_cast<unsigned char>(sql[at]);
-    excerpt += byte < ' ' ? ' ' : sql[at];
-    const bool isContinued = (byte & 0xC0U) == 0x80;
-    finding.mark += at < position && !isContinued ? 1 : 0;
-  }
-  finding.excerpt = excerpt + (position + kAround < sql.size() ? "..." : "");
+  const std::size_t begin = mark > kAround ? mark - kAround : 0;
+  std::string& excerpt = finding.excerpt;
+  excerpt = (begin > 0 ? "..." : "") + sql.substr(begin, mark - begin);
+  finding.mark = static_cast<std::size_t>(std::count_if(excerpt.begin(), excerpt.end(), IsFirst));
+  excerpt += sql.substr(mark, kAround) + (mark + kAround < sql.size() ? "..." : "");
+  std::replace_if(excerpt.begin(), excerpt.end(), IsControl, ' ');
 }
 
-std::string SecondsText(std::chrono::nanoseconds duration) {
-  std::ostringstream text;
-  text << std::fixed << std::setprecision(3) << Seconds(duration) << " s";
-  return text.str();
+// With the call site of the operation, and that of a setter if it is known.
+void ReportRun(const Operation& operation, Kind kind, const std::string& sentence,
+               const Stack& setter = {}, std::size_t mark = std::string::npos) {
+  const void* const site = operation.call.site;
+  Finding finding{kind, site, sentence, {{"run at", StackFrom(site)}}};
+  if (!setter.empty()) {
+    finding.stacks.emplace_back("set at", setter);
+  }
+  if (mark <= operation.sql.size()) {
+    ShowStatement(finding, operation.sql, mark);
+  }
+  Report(finding);
+}
+
+// --- The items of the request
+
+using Items = std::vector<const Item*>;
+
+// A key is in the statement with its type alone.
+bool IsGiven(const std::vector<Item>& items, std::string_view key) {
+  return std::count_if(items.begin(), items.end(), [&](const Item& item) {
+           return item.role == key && !item.name.empty();
+         }) == 2;
+}
+
+// Those in some places that get into the statement.
+Items ItemsIn(const Operation& operation, unsigned places) {
+  Items used;
+  const auto& items = ObjectAt(operation.call.object).items;
+  for (const Item& item : items) {
+    const bool isKey = item.place == kKey && item.pointer == nullptr;
+    if ((item.place & places & operation.places) != 0 &&
+        (!isKey || (IsGiven(items, "primary key") && IsGiven(items, item.role)))) {
+      used.push_back(&item);
+    }
+  }
+  return used;
+}
+
+// The kernel reads a path before it looks at the folder, of which there is none.
+bool IsReadable(const char* text) { return faccessat(-1, text, F_OK, 0) == 0 || errno != EFAULT; }
+
+void CheckPointer(const Operation& operation, const Item& item) {
+  const char* const pointer = item.pointer;
+  if (pointer == nullptr) {
+    return;
+  }
+  const bool isReadable = IsReadable(pointer);
+  const std::string now(isReadable ? pointer : "",
+                        isReadable ? strnlen(pointer, item.name.size() + 1) : 0);
+  if (!isReadable || now != item.name) {
+    ReportRun(operation, Kind::kDanglingName,
+              Text("the column name ", Shown(item.name),
+                   isReadable ? " is " + Shown(now) + " now" : " is no longer in memory", ", when ",
+                   operation.call.name, " reads it"),
+              item.stack);
+  }
+}
+
+void ReportQuote(const Operation& operation, const char* role, const std::string& text,
+                 const std::string& written, std::size_t quote, const Stack& setter) {
+  const std::size_t place = operation.sql.find(written);
+  ReportRun(operation, Kind::kUnescapedQuote,
+            Text("the ", role, ' ', Shown(text), " ends early in the statement, at its quote"),
+            setter, place != std::string::npos ? place + quote : place);
+}
+
+void CheckPath(const Operation& operation, const Item& part) {
+  if (LoneQuote(part.name) != std::string::npos) {
+    ReportRun(operation, Kind::kUnescapedQuote,
+              Text("the ", part.role, ' ', Shown(part.name),
+                   " has a quote; a path is no SQL, so a doubled one would be two"),
+              part.stack);
+  }
+}
+
+void CheckForm(const Operation& operation, const Item& item) {
+  const char* const fault = FaultOf(item.name);
+  if (fault != nullptr && OpenQuote(item.name) == std::string::npos) {
+    ReportRun(operation, Kind::kOddIdentifier,
+              Text("the ", item.role, ' ', Shown(item.name), fault), item.stack);
+  }
+}
+
+void CheckNameQuotes(const Operation& operation, const Item& item) {
+  const std::size_t quote = OpenQuote(item.name);
+  if (quote != std::string::npos) {
+    ReportQuote(operation, item.role, item.name, item.name, quote, item.stack);
+  }
+}
+
+void CheckValueQuotes(const Operation& operation, const char* role, const std::string& value,
+                      const Stack& setter) {
+  const std::size_t quote = LoneQuote(value);
+  if (quote != std::string::npos) {
+    ReportQuote(operation, role, value, '\'' + value + '\'', quote + 1, setter);
+  }
+}
+
+void CheckDuplicates(const Operation& operation, const Items& items) {
+  std::map<std::string, const Item*> known;
+  for (const Item* const item : items) {
+    const auto [first, isNew] = known.try_emplace(LowerCase(item->name), item);
+    if (!isNew) {
+      Report({Kind::kDuplicateName,
+              operation.call.site,
+              Text("the statement names the column ", Shown(item->name), " twice"),
+              {{"run at", StackFrom(operation.call.site)},
+               {"set at", item->stack},
+               {"and at", first->second->stack}}});
+    }
+  }
+}
+
+void CheckExistence(const Operation& operation) {
+  const std::string& table = operation.checkedTable;
+  if (table[0] == '"') {
+    ReportRun(
+        operation, Kind::kOddIdentifier,
+        Text("the table name ", Shown(table), " is compared as a text, with its double quotes"));
+  }
+}
+
+bool IsUnconditional(const Operation& operation, std::string_view name) {
+  return operation.call.name == name && ItemsIn(operation, kWhere).empty();
+}
+
+void CheckDelete(const Operation& operation) {
+  if (IsUnconditional(operation, "Database::Delete")) {
+    ReportRun(operation, Kind::kUnconditionalDelete,
+              Text(operation.call.name, " has no condition, so it deletes all rows"));
+  }
+}
+
+void CheckUpdate(const Operation& operation) {
+  if (IsUnconditional(operation, "Database::Update")) {
+    constexpr std::string_view kEnd = " WHERE ";
+    const std::string& sql = operation.sql;
+    const bool isCut = !sql.empty() && sql.rfind(kEnd) + kEnd.size() != sql.size();
+    ReportRun(operation, Kind::kCutUpdate,
+              Text(operation.call.name, " has no condition, ",
+                   isCut ? "and is cut at the last \" AND\" of a value" : "so SQLite refuses it"),
+              {}, sql.size());
+  }
+}
+
+void CheckStatement(const Operation& operation) {
+  for (const Item* const item : ItemsIn(operation, kEverywhere & ~kPath)) {
+    CheckNameQuotes(operation, *item);
+    CheckValueQuotes(operation, "value", item->value, item->stack);
+  }
+  CheckValueQuotes(operation, "table name", operation.checkedTable, {});
+  CheckUpdate(operation);
+}
+
+// --- The course
+
+void CheckCourse(const Operation& operation, int result) {
+  const char* const name = operation.call.name;
+  if (!operation.leaked.empty()) {
+    ReportRun(operation, Kind::kLeakedHandle,
+              Text(name, " could not open ", Shown(operation.path), ", and ",
+                   operation.leaked.size(), " of SQLite's handles leaked"));
+  }
+  if (result == SQLITE_OK && operation.isStepped && !operation.isComplete) {
+    ReportRun(operation, Kind::kTruncatedResult,
+              Text(name, " returned 0, but its result ends after ", operation.rows,
+                   " rows: ", operation.failure));
+  }
+  if (operation.waits > 0) {
+    ReportRun(operation, Kind::kBusyWait,
+              Text(name, " found ", Shown(operation.path), " busy ", operation.waits,
+                   " times and waited ", Shown(operation.waited), "; locked by ",
+                   operation.holders.empty() ? "an unknown process" : operation.holders));
+  }
+  const auto taken = Operation::Clock::now() - operation.start;
+  const std::chrono::milliseconds limit(TheOptions().mainThread);
+  if (limit.count() != 0 && taken > limit && syscall(SYS_gettid) == getpid()) {
+    ReportRun(operation, Kind::kMainThread,
+              Text(name, " took ", Shown(taken), " on the main thread"));
+  }
 }
 
 }  // namespace
 
-Operation::Operation(const char* symbol, const void* site)
-    : m_outer(current), m_symbol(symbol), m_site(site), m_start(Clock::now()) {
-  current = this;
+Operation::Operation(const Call& theCall, unsigned thePlaces) : call(theCall), places(thePlaces) {
+  Current() = this;
 }
 
 Operation::~Operation() {
-  current = m_outer;
-  Aside([&] { CountOperation(m_waited); });
+  Current() = outer;
+  Check([this] { CountOperation(waited); });
 }
 
-Operation* Operation::Current() { return current; }
-
-std::string Operation::Name() const { return NameOf(m_symbol); }
-
-Finding Operation::MakeFinding(const std::string& sentence, const Stack& setter) const {
-  Finding finding(sentence);
-  finding.stacks = {{"run at", StackFrom(m_site)}};
-  if (!setter.empty()) {
-    finding.stacks.emplace_back("set at", setter);
-  }
-  return finding;
+Operation*& Operation::Current() {
+  // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables)
+  thread_local Operation* current = nullptr;
+  return current;
 }
 
-void Operation::BeginAttempt() {
-  if (m_isBusy) {
-    m_waited += Clock::now() - m_busySince;
-    m_isBusy = false;
+void Operation::NoteStatement(const char* statement) {
+  if (sql.empty()) {
+    sql = statement;
+    CheckStatement(*this);
   }
 }
 
-void Operation::EndAttempt(int result) {
-  if (result != SQLITE_BUSY) {
-    return;
-  }
-  m_isBusy = true;
-  m_busySince = Clock::now();
-  if (m_waits++ == 0 && IsOn(Kind::kBusyWait)) {
-    m_holders = LockHolders(m_path);
+void Operation::NoteBusy() {
+  isBusy = true;
+  busySince = Clock::now();
+  if (waits++ == 0) {
+    holders = LockHolders(path);
   }
 }
 
-void Operation::Open(const char* path, sqlite3* connection, int result) {
-  m_path = path;
-  if (result != SQLITE_OK && connection != nullptr) {
-    m_leaked.insert(connection);
+void Operation::NoteRepeated() {
+  if (isBusy) {
+    waited += Clock::now() - busySince;
+    isBusy = false;
   }
 }
 
-void Operation::Close(sqlite3* connection) { m_leaked.erase(connection); }
-
-void Operation::Run(const std::string& sql) {
-  if (!m_isRun) {
-    m_isRun = true;
-    CheckQuotes(sql);
-    CheckCut(sql);
-  }
-}
-
-void Operation::Step(int result) {
-  m_isStepped = true;
-  m_isComplete = result == SQLITE_DONE;
-  m_isRowUnread = result == SQLITE_ROW;
-}
-
-void Operation::ReadCell(int type) {
-  m_rows += m_isRowUnread ? 1 : 0;
-  m_isRowUnread = false;
-  if (type == SQLITE_NULL || type == SQLITE_BLOB) {
-    m_emptyCells.emplace_back(m_cells, type == SQLITE_BLOB);
-  }
-  ++m_cells;
-}
-
-void Operation::Fail(const char* message) { m_failure = message; }
-
-void Operation::End(int result) {
-  Aside([&] {
-    // An application may have its own SQLite, whose calls are not seen.
-    Run("");
-    CheckResult(result);
-    CheckTime();
-  });
-}
-
-void Operation::CheckQuote(const std::string& sql, const Text& text, const std::string& written,
-                           std::size_t quote) const {
-  Report(Kind::kUnescapedQuote, m_site, [&] {
-    Finding finding = MakeFinding("the " + std::string(text.role) + " " + Shown(text.text) +
-                                      " ends early in the statement, at its quote",
-                                  text.stack);
-    const std::size_t start = sql.find(written);
-    if (start != std::string::npos) {
-      ShowStatement(finding, sql, start + quote);
-    }
-    return finding;
-  });
-}
-
-void Operation::CheckQuotes(const std::string& sql) const {
-  for (const Text& value : m_subject.values) {
-    const std::size_t quote = LoneQuote(value.text);
-    if (quote != std::string::npos) {
-      CheckQuote(sql, value, '\'' + value.text + '\'', quote + 1);
+void CheckBefore(const Operation& operation) {
+  for (const Item* const item : ItemsIn(operation, kEverywhere)) {
+    CheckPointer(operation, *item);
+    if (item->place == kPath) {
+      CheckPath(operation, *item);
+    } else {
+      CheckForm(operation, *item);
     }
   }
-  for (const Text& name : m_subject.names) {
-    const std::size_t quote = OpenQuote(name.text);
-    if (quote != std::string::npos) {
-      CheckQuote(sql, name, name.text, quote);
+  for (const Place place : {kKey, kData, kWhere}) {
+    CheckDuplicates(operation, ItemsIn(operation, place));
+  }
+  CheckExistence(operation);
+  CheckDelete(operation);
+}
+
+void CheckAfter(const Operation& operation, int result) {
+  // An application may have its own SQLite, whose calls are not seen.
+  if (operation.sql.empty()) {
+    CheckStatement(operation);
+  }
+  CheckCourse(operation, result);
+}
+
+void CheckCursor(const Operation& operation, const Cursor& cursor) {
+  Object& object = ObjectAt(&cursor);
+  const auto& cells = cursor.m_cells;
+  object.emptyCells = operation.emptyCells;
+  object.memory = cells.empty() ? nullptr : cells.begin()->second.data();
+  if (cursor.m_columns.size() == 1 && cells.size() == 1 && cells.begin()->second.size() > 1) {
+    ReportRun(operation, Kind::kHiddenRows,
+              Text("the result has the column ", Shown(cells.begin()->first),
+                   " alone, so only the first of ", cells.begin()->second.size(),
+                   " rows can be reached"));
+  }
+  std::map<std::string, int> known;
+  for (const std::string& column : cursor.m_columns) {
+    if (++known[column] == 2) {
+      ReportRun(operation, Kind::kSharedColumn,
+                Text("several columns of the result are named ", Shown(column),
+                     ", and share one list of cells"));
     }
-  }
-}
-
-void Operation::CheckCut(const std::string& sql) const {
-  if (!m_subject.isUpdateOfAllRows) {
-    return;
-  }
-  Report(Kind::kCutUpdate, m_site, [&] {
-    const std::string_view end = " WHERE ";
-    const bool isCut =
-        !sql.empty() && (sql.size() < end.size() || sql.substr(sql.size() - end.size()) != end);
-    Finding finding = MakeFinding(
-        Name() + " has no condition, " +
-        (isCut ? "and is cut at the last \" AND\" of a value" : "so SQLite refuses it"));
-    ShowStatement(finding, sql, sql.size());
-    return finding;
-  });
-}
-
-void Operation::CheckResult(int result) const {
-  if (!m_leaked.empty()) {
-    Report(Kind::kLeakedHandle, m_site, [&] {
-      return MakeFinding(Name() + " could not open " + Shown(m_path) + ", and " +
-                         std::to_string(m_leaked.size()) + " of SQLite's handles leaked");
-    });
-  }
-  if (result == SQLITE_OK && m_isStepped && !m_isComplete) {
-    Report(Kind::kTruncatedResult, m_site, [&] {
-      return MakeFinding(Name() + " returned 0, but its result ends after " +
-                         std::to_string(m_rows) + " rows: " + m_failure);
-    });
-  }
-}
-
-void Operation::CheckTime() const {
-  if (m_waits > 0) {
-    Report(Kind::kBusyWait, m_site, [&] {
-      return MakeFinding(Name() + " found " + Shown(m_path) + " busy " + std::to_string(m_waits) +
-                         " times and waited " + SecondsText(m_waited) + "; locked by " +
-                         (m_holders.empty() ? "an unknown process" : m_holders));
-    });
-  }
-  const auto taken = Clock::now() - m_start;
-  if (taken > MainThreadLimit() && syscall(SYS_gettid) == getpid()) {
-    Report(Kind::kMainThread, m_site, [&] {
-      return MakeFinding(Name() + " took " + SecondsText(taken) + " on the main thread");
-    });
   }
 }
 

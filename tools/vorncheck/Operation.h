@@ -1,4 +1,4 @@
-// The operation that runs on a thread, observed through its calls of SQLite.
+// The operation that runs on a thread, as its calls of SQLite show it, and its checks.
 
 #ifndef VORNDATABASE_TOOLS_VORNCHECK_OPERATION_H
 #define VORNDATABASE_TOOLS_VORNCHECK_OPERATION_H
@@ -10,92 +10,71 @@
 #include <utility>
 #include <vector>
 
-#include "Report.h"
-#include "Stack.h"
+#include "Check.h"
+#include "Objects.h"
 
+class Cursor;
 struct sqlite3;
 
 namespace vorncheck {
 
-// A name or value of a request as it gets into the statement.
-struct Text {
-  const char* role;
-  std::string text;
-  Stack stack;  // where it was set, if that is known
-};
+struct Operation {
+  using Clock = std::chrono::steady_clock;
 
-struct Subject {
-  std::vector<Text> names;
-  std::vector<Text> values;
-  bool isUpdateOfAllRows = false;
-};
-
-class Operation {
- public:
-  Operation(const char* symbol, const void* site);
+  // The operation uses the items in some places of its request.
+  Operation(const Call& theCall, unsigned thePlaces);
   ~Operation();
   Operation(const Operation&) = delete;
   Operation& operator=(const Operation&) = delete;
 
   // The one that runs on this thread, or null.
-  static Operation* Current();
+  static Operation*& Current();
 
-  const void* Site() const { return m_site; }
-  std::string Name() const;
-  Subject& TheSubject() { return m_subject; }
+  // The statement is checked when it is first known.
+  void NoteStatement(const char* statement);
 
-  // Observations. An attempt is a call that is repeated while the file is busy.
-  void BeginAttempt();
-  void EndAttempt(int result);
-  void Open(const char* path, sqlite3* connection, int result);
-  void Close(sqlite3* connection);
-  void Run(const std::string& sql);
-  void Step(int result);
-  void ReadCell(int type);
-  void Fail(const char* message);
+  // A call that finds the file busy is repeated.
+  void NoteBusy();
+  void NoteRepeated();
 
-  // A finding with the call site of the operation, and that of a setter if it is known.
-  Finding MakeFinding(const std::string& sentence, const Stack& setter = {}) const;
+  const Call call;
+  const unsigned places;
+  Operation* const outer = Current();
+  const Clock::time_point start = Clock::now();
 
-  // Reports what was observed.
-  void End(int result);
+  std::string path;
+  std::string sql;
+  std::string checkedTable;
+  std::set<sqlite3*> leaked;
 
-  // Cells that are NULL or a blob (true), by their number in the result.
-  const std::vector<std::pair<std::size_t, bool>>& EmptyCells() const { return m_emptyCells; }
+  bool isBusy = false;
+  int waits = 0;
+  Clock::time_point busySince;
+  Clock::duration waited{};
+  std::string holders;
 
- private:
-  using Clock = std::chrono::steady_clock;
-
-  void CheckQuote(const std::string& sql, const Text& text, const std::string& written,
-                  std::size_t quote) const;
-  void CheckQuotes(const std::string& sql) const;
-  void CheckCut(const std::string& sql) const;
-  void CheckResult(int result) const;
-  void CheckTime() const;
-
-  Operation* const m_outer;
-  const char* const m_symbol;
-  const void* const m_site;
-  const Clock::time_point m_start;
-  Subject m_subject;
-  std::string m_path;
-  bool m_isRun = false;
-
-  bool m_isBusy = false;
-  int m_waits = 0;
-  Clock::time_point m_busySince;
-  Clock::duration m_waited{};
-  std::string m_holders;
-
-  std::set<sqlite3*> m_leaked;
-  bool m_isStepped = false;
-  bool m_isComplete = false;
-  bool m_isRowUnread = false;
-  std::size_t m_rows = 0;
-  std::size_t m_cells = 0;
-  std::string m_failure;
-  std::vector<std::pair<std::size_t, bool>> m_emptyCells;
+  bool isStepped = false;
+  bool isComplete = false;
+  bool isRowUnread = false;
+  std::size_t rows = 0;
+  std::size_t cells = 0;
+  std::vector<std::pair<std::size_t, bool>> emptyCells;
+  std::string failure;
 };
+
+void CheckBefore(const Operation& operation);
+void CheckAfter(const Operation& operation, int result);
+void CheckCursor(const Operation& operation, const Cursor& cursor);
+
+// Runs an operation between its checks.
+template <typename Next>
+int Run(const Operation& operation, Next next) {
+  const Use use(operation.call);
+  Check([&] { CheckBefore(operation); });
+  const int result = next();
+  Check([&] { CheckAfter(operation, result); });
+  return result;
+}
 
 }  // namespace vorncheck
 

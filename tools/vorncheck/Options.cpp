@@ -1,150 +1,112 @@
-#include "Options.h"
+#include <unistd.h>
 
-#include <CLI/CLI.hpp>
-#include <algorithm>
-#include <cctype>
+#include <charconv>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
-#include <memory>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+#include "Report.h"
 
 namespace vorncheck {
 namespace {
 
-bool Has(const std::vector<std::string>& identifiers, Kind kind) {
-  return std::find(identifiers.begin(), identifiers.end(), TextOf(kind).identifier) !=
-         identifiers.end();
+std::string Variable(const std::string& option) {
+  const char* const value = std::getenv(("VORNCHECK_" + option).c_str());
+  return value != nullptr ? value : "";
 }
 
-CLI::Validator KnownIdentifier() {
-  return {[](std::string& text) {
-            std::string known;
-            for (const KindText& kind : kKinds) {
-              if (text == kind.identifier) {
-                return std::string();
-              }
-              known.append(" ").append(kind.identifier);
-            }
-            return "no finding is named " + text + "; there are:" + known;
-          },
-          ""};
+int Number(const char* option, int preset, int largest = INT_MAX) {
+  const std::string text = Variable(option);
+  const char* const end = text.data() + text.size();
+  int number = preset;
+  const auto [rest, error] = std::from_chars(text.data(), end, number);
+  if (!text.empty() && (error != std::errc() || rest != end || number < 0 || number > largest)) {
+    throw std::runtime_error(option + (" is not from 0 to " + std::to_string(largest)) + ": " +
+                             text);
+  }
+  return number;
 }
 
 // The program may change its folder.
-CLI::Validator MadeAbsolute() {
-  return {[](std::string& path) {
-            path = std::filesystem::absolute(path).string();
-            return std::string();
-          },
-          ""};
+std::string Path(const char* option) {
+  const std::string path = Variable(option);
+  return path.empty() ? path : std::filesystem::absolute(path).string();
 }
 
-std::string VariableOf(const std::string& option) {
-  std::string variable = "VORNCHECK_" + option;
-  std::transform(variable.begin(), variable.end(), variable.begin(), [](unsigned char letter) {
-    return letter == '-' ? '_' : static_cast<char>(std::toupper(letter));
-  });
-  return variable;
+std::size_t KindNumber(const std::string& identifier) {
+  std::string known;
+  for (std::size_t number = 0; number < kKindCount; ++number) {
+    if (identifier == kKinds[number].identifier) {
+      return number;
+    }
+    known.append(" ").append(kKinds[number].identifier);
+  }
+  throw std::runtime_error("no finding is named " + identifier + "; there are:" + known);
 }
 
-void Declare(CLI::App& app, Options& options) {
-  app.add_option("--only", options.only, "Report these findings alone, separated by commas")
-      ->delimiter(',')
-      ->allow_extra_args(false)
-      ->type_name("ID")
-      ->check(KnownIdentifier());
-  app.add_option("--except", options.except, "Leave these findings out")
-      ->delimiter(',')
-      ->allow_extra_args(false)
-      ->type_name("ID")
-      ->check(KnownIdentifier());
-  app.add_flag("--fatal", options.isFatal, "Abort at the first finding");
-  app.add_option("--status", options.status,
-                 "Exit status if something was found; 0 keeps the program's own")
-      ->capture_default_str()
-      ->type_name("N")
-      ->check(CLI::Range(0, 255));
-  app.add_option("--json", options.json, "Append each finding to a file, as a line of JSON")
-      ->type_name("FILE")
-      ->transform(MadeAbsolute());
-  app.add_option("--quiet-after", options.quietAfter,
-                 "Findings printed for each kind and call site; 0 prints all")
-      ->capture_default_str()
-      ->type_name("N")
-      ->check(CLI::Range(0, 1000000000));
-  app.add_option("--suppressions", options.suppressions,
-                 "File with findings to leave out; a line is an identifier and a function, both "
-                 "with * and ?")
-      ->type_name("FILE")
-      ->transform(MadeAbsolute());
-  app.add_option("--main-thread", options.mainThread,
-                 "Report operations on the thread that started the program that take longer")
-      ->type_name("MS")
-      ->check(CLI::Range(0, 1000000000));
-  for (CLI::Option* const option : app.get_options()) {
-    if (option->get_name() != "--help") {
-      option->envname(VariableOf(option->get_name().substr(2)));
+std::bitset<kKindCount> KindsIn(const char* option) {
+  std::bitset<kKindCount> kinds;
+  std::istringstream list(Variable(option));
+  for (std::string identifier; std::getline(list, identifier, ',');) {
+    kinds.set(KindNumber(identifier));
+  }
+  return kinds;
+}
+
+std::vector<std::string> ReadSuppressions(const std::string& path) {
+  std::vector<std::string> suppressions;
+  std::ifstream file(path);
+  if (!path.empty() && !file) {
+    throw std::runtime_error("cannot read " + path);
+  }
+  for (std::string line; std::getline(file, line);) {
+    std::istringstream words(line);
+    std::string identifier;
+    std::string function;
+    if (words >> identifier && identifier[0] != '#') {
+      if (!std::getline(words >> std::ws, function)) {
+        throw std::runtime_error("a suppression is an identifier and a function: " + line);
+      }
+      function.erase(function.find_last_not_of(" \t\r") + 1);
+      suppressions.push_back(identifier.append(" ").append(function));
     }
   }
+  return suppressions;
 }
 
-class Help : public CLI::Formatter {
- public:
-  std::string make_usage(const CLI::App* /*app*/, std::string /*name*/) const override {
-    return "Usage: vorncheck [OPTIONS] PROGRAM [ARGUMENTS...]\n";
+Options ReadOptions() {
+  const auto only = KindsIn("ONLY");
+  const std::string fatal = Variable("FATAL");
+  Options options{(only.none() ? ~only : only) & ~KindsIn("EXCEPT"),
+                  !fatal.empty() && fatal != "0" && fatal != "false",
+                  Number("STATUS", 3, 255),
+                  Number("QUIET_AFTER", 10),
+                  Number("MAIN_THREAD", 0),
+                  Path("JSON"),
+                  ReadSuppressions(Variable("SUPPRESSIONS"))};
+  if (options.mainThread == 0) {
+    options.kinds.reset(static_cast<std::size_t>(Kind::kMainThread));
   }
-};
-
-// The program and its arguments are what the options leave.
-std::vector<std::string> ProgramOf(const CLI::App& app) {
-  std::vector<std::string> words = app.remaining();
-  if (!words.empty() && words[0] == "--") {
-    words.erase(words.begin());
-  }
-  if (words.empty()) {
-    throw CLI::RequiredError("PROGRAM");
-  }
-  if (words[0][0] == '-') {
-    throw CLI::ExtrasError({words[0]});
-  }
-  return words;
+  return options;
 }
 
 }  // namespace
 
-bool Options::IsOn(Kind kind) const {
-  if (kind == Kind::kMainThread && mainThread == 0) {
-    return false;
-  }
-  return (only.empty() || Has(only, kind)) && !Has(except, kind);
-}
-
-Options ReadEnvironment() {
-  CLI::App app;
-  Options options;
-  Declare(app, options);
-  app.parse(std::vector<std::string>());
-  return options;
-}
-
-CommandLine ReadCommandLine(int count, char** arguments) {
-  CLI::App app("Runs a program and reports wrong use of libvorndatabase.", "vorncheck");
-  CommandLine line;
-  Declare(app, line.options);
-  app.set_version_flag("-V,--version", "vorncheck " VORNCHECK_VERSION);
-  app.formatter(std::make_shared<Help>());
-  app.prefix_command();
-  try {
-    app.parse(count, arguments);
-  } catch (const CLI::Success& help) {
-    app.exit(help);
-    return line;
-  }
-  for (const CLI::Option* const option : app.get_options()) {
-    if (option->count() > 0 && !option->get_envname().empty()) {
-      line.variables.emplace_back(option->get_envname(), CLI::detail::join(option->results(), ","));
+const Options& TheOptions() {
+  // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables)
+  static const auto* const options = [] {
+    try {
+      return new Options(ReadOptions());
+    } catch (const std::exception& error) {
+      dprintf(STDERR_FILENO, "vorncheck: %s\n", error.what());
+      _exit(2);
     }
-  }
-  line.program = ProgramOf(app);
-  return line;
+  }();
+  return *options;
 }
 
 }  // namespace vorncheck

@@ -11,20 +11,12 @@
 #include <climits>
 #include <csignal>
 #include <cstdlib>
-#include <fstream>
 #include <iomanip>
 #include <map>
-#include <mutex>
 #include <nlohmann/json.hpp>
 #include <numeric>
-#include <sstream>
-#include <stdexcept>
 
-#include "Heap.h"
-#include "Next.h"
-#include "Objects.h"
-#include "Options.h"
-#include "TheOnly.h"
+#include "Check.h"
 
 namespace vorncheck {
 namespace {
@@ -33,367 +25,308 @@ using Json = nlohmann::ordered_json;
 
 constexpr const char* kGuide = "docs/guide.md#";
 
-struct Suppression {
-  std::string identifier;
-  std::string function;
-};
-
-// The options are read when they are first needed, perhaps before our constructor runs.
-struct State {
-  State();
-
-  Options options;
-  std::vector<Suppression> suppressions;
-
-  std::mutex mutex;  // for the rest
+struct Counts {
   std::map<std::pair<Kind, const void*>, unsigned long> sites;
-  std::array<unsigned long, kKindCount> counts{};
+  std::array<unsigned long, kKindCount> kinds{};
   unsigned long suppressed = 0;
   unsigned long operations = 0;
   std::chrono::nanoseconds waited{};
 };
 
-State& TheState() { return TheOnly<State>(); }
+Counts& TheCounts() { return TheOnly<Counts>(); }
 
-std::vector<Suppression> ReadSuppressions(const std::string& path) {
-  std::vector<Suppression> suppressions;
-  std::ifstream file(path);
-  if (!path.empty() && !file) {
-    throw std::runtime_error("cannot read " + path);
-  }
-  for (std::string line; std::getline(file, line);) {
-    std::istringstream words(line.substr(0, line.find('#')));
-    Suppression suppression;
-    if (words >> suppression.identifier) {
-      if (!std::getline(words >> std::ws, suppression.function)) {
-        throw std::runtime_error("a suppression is an identifier and a function: " + line);
-      }
-      suppression.function.erase(suppression.function.find_last_not_of(" \t\r") + 1);
-      suppressions.push_back(suppression);
-    }
-  }
-  return suppressions;
+// Those of the current check.
+using Findings = std::vector<Finding>;
+Findings& TheFindings() { return TheOnly<Findings>(); }
+
+double Seconds(std::chrono::nanoseconds duration) {
+  return std::chrono::duration<double>(duration).count();
 }
 
-bool IsMatch(const std::string& pattern, const std::string& text) {
-  return fnmatch(pattern.c_str(), text.c_str(), 0) == 0;
-}
+std::string Prefix() { return Text("vorncheck[", getpid(), "]: "); }
 
-// A function is given with or without its parameters.
-bool IsSuppressed(Kind kind, const Finding& finding) {
-  const auto isOn = [](const Suppression& suppression, const Stack& stack) {
-    return std::any_of(stack.begin(), stack.end(), [&](const void* address) {
-      const std::string& function = FrameAt(address).function;
-      return IsMatch(suppression.function, function) ||
-             IsMatch(suppression.function, WithoutParameters(function));
-    });
-  };
-  const auto& all = TheState().suppressions;
-  return std::any_of(all.begin(), all.end(), [&](const Suppression& suppression) {
-    return IsMatch(suppression.identifier, TextOf(kind).identifier) &&
-           std::any_of(finding.stacks.begin(), finding.stacks.end(),
-                       [&](const auto& stack) { return isOn(suppression, stack.second); });
-  });
-}
+// --- Output
 
-// At once, so that lines of several threads and processes are not mixed. Nobody need be there to
-// read them.
+// At once, so that lines of several threads and processes are not mixed.
 void WriteAtOnce(int descriptor, const std::string& text) {
-  sigset_t pipe;
-  sigset_t mask;
-  sigemptyset(&pipe);
-  sigaddset(&pipe, SIGPIPE);
-  pthread_sigmask(SIG_BLOCK, &pipe, &mask);
   ssize_t written = 0;
-  for (std::size_t done = 0; done < text.size() && (written >= 0 || errno == EINTR);) {
+  for (std::size_t done = 0; done < text.size() && written >= 0;) {
     written = write(descriptor, text.data() + done, text.size() - done);
     done += written > 0 ? static_cast<std::size_t>(written) : 0;
   }
-  if (written < 0 && errno == EPIPE) {
-    constexpr timespec kNow = {0, 0};
-    sigtimedwait(&pipe, nullptr, &kNow);
-  }
-  pthread_sigmask(SIG_SETMASK, &mask, nullptr);
 }
 
-// The file is open for the time of a line only: a program may close all descriptors. False if it
-// cannot be opened.
-bool Append(const std::string& path, const std::string& line) {
+// The file is open for the time of a line only: a program may close all descriptors.
+void AppendLine(const std::string& path, const std::string& line) {
   const int file = open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
   if (file < 0) {
-    return false;
+    WriteAtOnce(STDERR_FILENO, "vorncheck: cannot write to " + path + '\n');
+    return;
   }
   WriteAtOnce(file, line);
   close(file);
-  return true;
 }
 
-void AppendJson(const Json& json) {
-  const std::string& path = TheState().options.json;
+void Write(const std::string& text, const Json& json) {
+  WriteAtOnce(STDERR_FILENO, text);
+  const std::string& path = TheOptions().json;
   if (!path.empty()) {
-    Append(path, json.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n');
+    AppendLine(path, json.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n');
   }
 }
 
-// A failed read in a loop is the same mistake each time.
-unsigned long Limit(Kind kind) {
-  const auto limit = static_cast<unsigned long>(TheState().options.quietAfter);
-  return kind == Kind::kUnreadFailure ? 1 : limit;
-}
-
-// Returns whether the finding is to be written.
-bool CountFinding(Kind kind, const void* site, bool isSuppressed) {
-  State& state = TheState();
-  const std::lock_guard<std::mutex> lock(state.mutex);
-  if (isSuppressed) {
-    ++state.suppressed;
-    return false;
+// No signal reaches the thread, nor one that begins, while this lives.
+class SignalsBlocked {
+ public:
+  SignalsBlocked() {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &m_mask);
   }
-  ++state.counts[static_cast<std::size_t>(kind)];
-  const unsigned long limit = Limit(kind);
-  return ++state.sites[{kind, site}] <= limit || limit == 0;
+  ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &m_mask, nullptr); }
+
+ private:
+  sigset_t m_mask{};
+};
+
+// On a thread of our own, whose stack suffices for debug information, and with which a SIGPIPE
+// ends. Without one, on this thread.
+template <typename Function>
+void OnOwnThread(Function function) noexcept {
+  constexpr std::size_t kStack = std::size_t{1} << 20;
+  const SignalsBlocked blocked;
+  const auto run = [](void* data) noexcept -> void* {
+    try {
+      (*static_cast<Function*>(data))();
+    } catch (...) {
+      // As in a check.
+    }
+    return nullptr;
+  };
+  pthread_attr_t attributes;
+  pthread_attr_init(&attributes);
+  pthread_attr_setstacksize(&attributes, kStack);
+  pthread_t thread{};
+  if (pthread_create(&thread, &attributes, run, &function) == 0) {
+    pthread_join(thread, nullptr);
+  } else {
+    run(&function);
+  }
+  pthread_attr_destroy(&attributes);
 }
 
-std::string Prefix() { return "vorncheck[" + std::to_string(getpid()) + "]: "; }
+// --- Findings
+
+// Either pattern may have * and ?. A function is given with or without its parameters.
+bool IsMatch(const std::string& suppression, const std::string& call) {
+  return fnmatch(suppression.c_str(), call.c_str(), 0) == 0 ||
+         fnmatch((suppression + "(*").c_str(), call.c_str(), 0) == 0;
+}
+
+bool IsSuppressed(const Finding& finding) {
+  const auto& all = TheOptions().suppressions;
+  for (const auto& [heading, stack] : finding.stacks) {
+    for (const Frame& frame : FramesOf(stack)) {
+      const std::string call = Text(TextOf(finding.kind).identifier, ' ', frame.function);
+      if (std::any_of(all.begin(), all.end(),
+                      [&](const std::string& suppression) { return IsMatch(suppression, call); })) {
+        return true;
+      }
+    }
+  }
+  return false;
+}
 
 std::string Describe(const Frame& frame) {
   constexpr std::size_t kLongest = 100;
-  std::ostringstream text;
-  text << (frame.function.empty() ? "??" : frame.function.substr(0, kLongest));
-  if (frame.file.empty()) {
-    text << " (" << frame.object << "+0x" << std::hex << frame.offset << ')';
-  } else {
-    text << ' ' << frame.file << ':' << frame.line;
-  }
-  return text.str();
+  return Text(frame.function.empty() ? "??" : frame.function.substr(0, kLongest), ' ') +
+         (frame.file.empty() ? Text('(', frame.object, "+0x", std::hex, frame.offset, ')')
+                             : Text(frame.file, ':', frame.line));
 }
 
-// As far as the program's own main(), but at most `limit` frames.
-std::vector<Frame> FramesOf(const Stack& stack, std::size_t limit) {
-  std::vector<Frame> frames;
-  for (const void* const address : stack) {
-    if (frames.size() < limit && (frames.empty() || frames.back().function != "main")) {
-      frames.push_back(FrameAt(address));
-    }
-  }
-  return frames;
-}
-
-std::string AsText(Kind kind, const Finding& finding, std::size_t frames) {
-  std::ostringstream text;
-  text << Prefix() << TextOf(kind).identifier << ": " << finding.sentence << '\n';
+std::string AsText(const Finding& finding, std::size_t limit) {
+  const KindText& kind = TextOf(finding.kind);
+  std::string text = Text(Prefix(), kind.identifier, ": ", finding.sentence, '\n');
   if (!finding.excerpt.empty()) {
-    text << "  " << finding.excerpt << '\n';
-    if (finding.mark != std::string::npos) {
-      text << "  " << std::string(finding.mark, ' ') << "^\n";
-    }
+    text += Text("  ", finding.excerpt, "\n  ", std::string(finding.mark, ' '), "^\n");
   }
   for (const auto& [heading, stack] : finding.stacks) {
-    text << "  " << heading << '\n';
-    int number = 0;
-    for (const Frame& frame : FramesOf(stack, frames)) {
-      text << "    #" << number++ << ' ' << Describe(frame) << '\n';
+    text += Text("  ", heading, '\n');
+    const auto frames = FramesOf(stack);
+    for (std::size_t number = 0; number < std::min(frames.size(), limit); ++number) {
+      text += Text("    #", number, ' ', Describe(frames[number]), '\n');
     }
   }
-  text << "  remedy: " << TextOf(kind).remedy << '\n'
-       << "  guide: " << kGuide << TextOf(kind).section << '\n';
-  return text.str();
+  return text + Text("  remedy: ", kind.remedy, "\n  guide: ", kGuide, kind.section, '\n');
 }
 
 // A pipe takes that much at once. A text that is longer has fewer frames.
-std::string AsShortText(Kind kind, const Finding& finding) {
-  std::size_t frames = kMaximumFrames;
-  std::string text = AsText(kind, finding, frames);
-  while (text.size() > PIPE_BUF && frames > 1) {
-    text = AsText(kind, finding, --frames);
+std::string AsShortText(const Finding& finding) {
+  std::size_t limit = kMaximumFrames;
+  std::string text = AsText(finding, limit);
+  while (text.size() > PIPE_BUF && limit > 1) {
+    text = AsText(finding, --limit);
   }
   return text;
 }
 
-Json AsJson(const Stack& stack) {
-  Json frames = Json::array();
-  for (const Frame& frame : FramesOf(stack, kMaximumFrames)) {
-    frames.push_back({{"function", frame.function},
-                      {"file", frame.file},
-                      {"line", frame.line},
-                      {"object", frame.object},
-                      {"offset", frame.offset}});
-  }
-  return frames;
-}
-
-Json AsJson(Kind kind, const Finding& finding) {
+Json AsJson(const Finding& finding) {
   Json stacks = Json::array();
   for (const auto& [heading, stack] : finding.stacks) {
-    stacks.push_back({{"heading", heading}, {"frames", AsJson(stack)}});
+    Json frames = Json::array();
+    for (const Frame& frame : FramesOf(stack)) {
+      frames.push_back({{"function", frame.function},
+                        {"file", frame.file},
+                        {"line", frame.line},
+                        {"object", frame.object},
+                        {"offset", frame.offset}});
+    }
+    stacks.push_back({{"heading", heading}, {"frames", frames}});
   }
-  Json json = {{"finding", TextOf(kind).identifier},
-               {"process", getpid()},
-               {"thread", syscall(SYS_gettid)},
-               {"sentence", finding.sentence}};
+  const KindText& kind = TextOf(finding.kind);
+  Json json = {
+      {"finding", kind.identifier},         {"process", getpid()}, {"thread", finding.thread},
+      {"sentence", finding.sentence},       {"stacks", stacks},    {"remedy", kind.remedy},
+      {"guide", Text(kGuide, kind.section)}};
   if (!finding.excerpt.empty()) {
     json["excerpt"] = finding.excerpt;
-    if (finding.mark != std::string::npos) {
-      json["mark"] = finding.mark;
-    }
+    json["mark"] = finding.mark;
   }
-  json["stacks"] = stacks;
-  json["remedy"] = TextOf(kind).remedy;
-  json["guide"] = std::string(kGuide) + TextOf(kind).section;
   return json;
 }
 
+// A failed read in a loop is the same mistake each time.
+unsigned long Limit(Kind kind) {
+  const auto limit = static_cast<unsigned long>(TheOptions().quietAfter);
+  return kind == Kind::kUnreadFailure ? 1 : limit == 0 ? ULONG_MAX : limit;
+}
+
+// Returns whether the finding is to be written.
+bool Count(const Finding& finding) {
+  ++TheCounts().kinds[static_cast<std::size_t>(finding.kind)];
+  return ++TheCounts().sites[{finding.kind, finding.site}] <= Limit(finding.kind);
+}
+
+bool CountUnlessSuppressed(const Finding& finding) {
+  const bool isSuppressed = !TheOptions().suppressions.empty() && IsSuppressed(finding);
+  const std::lock_guard<std::mutex> lock(CheckMutex());
+  TheCounts().suppressed += isSuppressed ? 1 : 0;
+  return !isSuppressed && Count(finding);
+}
+
+// Returns whether one was written.
+bool WriteFindings(const Findings& findings) {
+  bool isWritten = false;
+  OnOwnThread([&] {
+    for (const Finding& finding : findings) {
+      if (!(isWritten && TheOptions().isFatal) && CountUnlessSuppressed(finding)) {
+        Write(AsShortText(finding), AsJson(finding));
+        isWritten = true;
+      }
+    }
+  });
+  return isWritten;
+}
+
+// --- The end
+
 void WriteSummary(unsigned long found) {
-  const State& state = TheState();
-  std::ostringstream text;
-  text << Prefix() << "operations: " << state.operations << ", findings: " << found
-       << ", suppressed: " << state.suppressed << ", waited: " << std::fixed << std::setprecision(3)
-       << Seconds(state.waited) << " s\n";
-  Json counts = Json::object();
+  const Counts& counts = TheCounts();
+  std::string text =
+      Text(Prefix(), "operations: ", counts.operations, ", findings: ", found,
+           ", suppressed: ", counts.suppressed, ", waited: ", Shown(counts.waited), '\n');
+  Json kinds = Json::object();
   for (std::size_t kind = 0; kind < kKindCount; ++kind) {
-    if (state.counts[kind] != 0) {
-      text << "  " << kKinds[kind].identifier << ": " << state.counts[kind] << '\n';
-      counts[kKinds[kind].identifier] = state.counts[kind];
+    if (counts.kinds[kind] != 0) {
+      text += Text("  ", kKinds[kind].identifier, ": ", counts.kinds[kind], '\n');
+      kinds[kKinds[kind].identifier] = counts.kinds[kind];
     }
   }
-  WriteAtOnce(STDERR_FILENO, text.str());
-  AppendJson({{"summary", counts},
-              {"process", getpid()},
-              {"operations", state.operations},
-              {"suppressed", state.suppressed},
-              {"waited", Seconds(state.waited)}});
+  Write(text, {{"summary", kinds},
+               {"process", getpid()},
+               {"operations", counts.operations},
+               {"suppressed", counts.suppressed},
+               {"waited", Seconds(counts.waited)}});
 }
 
 // The last handler that runs: it was registered before the program's.
 void End(int /*status*/, void* /*data*/) {
-  State& state = TheState();
   unsigned long found = 0;
-  Aside([&] {
-    const std::lock_guard<std::mutex> lock(state.mutex);
-    found = std::accumulate(state.counts.begin(), state.counts.end(), 0UL);
-    if (state.operations != 0 || found != 0 || state.suppressed != 0) {
-      WriteSummary(found);
+  Check([&found] {
+    const Counts& counts = TheCounts();
+    found = std::accumulate(counts.kinds.begin(), counts.kinds.end(), 0UL);
+    if (counts.operations != 0 || found != 0 || counts.suppressed != 0) {
+      OnOwnThread([found] { WriteSummary(found); });
     }
   });
-  if (found != 0 && state.options.status != 0) {
+  if (found != 0 && TheOptions().status != 0) {
     // Goes on with another status.
-    std::exit(state.options.status);
+    std::exit(TheOptions().status);
   }
-}
-
-void BeforeFork() {
-  LockObjects();
-  LockLargeStack();
-  TheState().mutex.lock();
-  LockHeap();
-}
-
-void Unlock() {
-  TheState().mutex.unlock();
-  UnlockLargeStack();
-  UnlockObjects();
-}
-
-void AfterForkInParent() {
-  UnlockHeap();
-  Unlock();
-}
-
-// A child has a summary of its own.
-void AfterForkInChild() {
-  UnlockHeap();
-  State& state = TheState();
-  state.sites.clear();
-  state.counts = {};
-  state.suppressed = 0;
-  state.operations = 0;
-  state.waited = {};
-  ForgetUses();
-  Unlock();
-}
-
-State::State() {
-  try {
-    options = ReadEnvironment();
-    suppressions = ReadSuppressions(options.suppressions);
-  } catch (const std::exception& error) {
-    WriteAtOnce(STDERR_FILENO, std::string("vorncheck: ") + error.what() + '\n');
-    _exit(2);
-  }
-}
-
-__attribute__((constructor)) void Start() {
-  const std::string& json = TheState().options.json;
-  if (!json.empty() && !Append(json, "")) {
-    WriteAtOnce(STDERR_FILENO, "vorncheck: cannot write to " + json + '\n');
-  }
-  on_exit(End, nullptr);
-  pthread_atfork(BeforeFork, AfterForkInParent, AfterForkInChild);
 }
 
 }  // namespace
 
-bool IsOn(Kind kind) { return TheState().options.IsOn(kind); }
-
-bool IsWanted(Kind kind, const void* site) {
-  State& state = TheState();
-  if (!state.options.IsOn(kind)) {
-    return false;
-  }
-  const std::lock_guard<std::mutex> lock(state.mutex);
-  const unsigned long limit = Limit(kind);
-  unsigned long& count = state.sites[{kind, site}];
-  if (limit == 0 || count < limit || !state.suppressions.empty()) {
-    return true;
-  }
-  ++count;
-  ++state.counts[static_cast<std::size_t>(kind)];
-  return false;
+std::mutex& WriteMutex() {
+  // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables)
+  static auto* const mutex = new std::mutex;
+  return *mutex;
 }
 
-void Write(Kind kind, const void* site, const Finding& finding) {
+void Report(Finding finding) {
+  const auto kind = static_cast<std::size_t>(finding.kind);
+  if (!TheOptions().kinds[kind]) {
+    return;
+  }
+  const bool isQuiet = TheCounts().sites[{finding.kind, finding.site}] >= Limit(finding.kind);
+  if (isQuiet && TheOptions().suppressions.empty()) {
+    Count(finding);
+    return;
+  }
+  finding.thread = syscall(SYS_gettid);
+  TheFindings().push_back(std::move(finding));
+}
+
+void UnlockAndWrite() noexcept {
+  const Findings findings = std::exchange(TheFindings(), {});
+  CheckMutex().unlock();
   bool isWritten = false;
-  OnLargeStack([&] {
-    isWritten = CountFinding(kind, site, IsSuppressed(kind, finding));
-    if (isWritten) {
-      WriteAtOnce(STDERR_FILENO, AsShortText(kind, finding));
-      AppendJson(AsJson(kind, finding));
-    }
-  });
-  if (isWritten && TheState().options.isFatal) {
+  if (!findings.empty()) {
+    // A handler may end the program: it runs when all is unlocked.
+    const SignalsBlocked blocked;
+    const std::lock_guard<std::mutex> lock(WriteMutex());
+    isWritten = WriteFindings(findings);
+  }
+  if (isWritten && TheOptions().isFatal) {
     std::abort();
   }
 }
 
-void CountOperation(std::chrono::nanoseconds waited) {
-  State& state = TheState();
-  const std::lock_guard<std::mutex> lock(state.mutex);
-  ++state.operations;
-  state.waited += waited;
+void BeginReport() {
+  // The first stack loads the unwinder.
+  StackFrom(nullptr);
+  if (!TheOptions().json.empty()) {
+    OnOwnThread([] { AppendLine(TheOptions().json, ""); });
+  }
+  on_exit(End, nullptr);
 }
 
-std::chrono::milliseconds MainThreadLimit() {
-  return std::chrono::milliseconds(TheState().options.mainThread);
+void CountOperation(std::chrono::nanoseconds waited) {
+  ++TheCounts().operations;
+  TheCounts().waited += waited;
 }
+
+void ForgetCounts() { TheCounts() = {}; }
 
 std::string Shown(const std::string& text) {
-  std::size_t length = std::min<std::size_t>(text.size(), 60);
-  // Not inside a character of several bytes.
-  while (length > 0 && length < text.size() && (text[length] & 0xC0) == 0x80) {
-    --length;
-  }
-  std::ostringstream shown;
-  shown << '"' << std::hex << std::setfill('0');
-  for (const char letter : text.substr(0, length)) {
-    const unsigned byte = static_cast<unsigned char>(letter);
-    if (byte < ' ' || byte == 0x7F) {
-      shown << "\\x" << std::setw(2) << byte;
-    } else {
-      shown << letter;
-    }
-  }
-  shown << (length < text.size() ? "...\"" : "\"");
-  return shown.str();
+  constexpr std::size_t kLongest = 60;
+  const Json start = text.substr(0, kLongest);
+  return start.dump(-1, ' ', false, Json::error_handler_t::replace) +
+         (text.size() > kLongest ? "..." : "");
+}
+
+std::string Shown(std::chrono::nanoseconds duration) {
+  return Text(std::fixed, std::setprecision(3), Seconds(duration), " s");
 }
 
 }  // namespace vorncheck

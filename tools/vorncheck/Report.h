@@ -1,59 +1,76 @@
-// The findings, their output and the summary.
+// The findings, their output and the summary. All of it is for checks.
 
 #ifndef VORNDATABASE_TOOLS_VORNCHECK_REPORT_H
 #define VORNDATABASE_TOOLS_VORNCHECK_REPORT_H
 
+#include <bitset>
 #include <chrono>
+#include <mutex>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "Aside.h"
 #include "Kinds.h"
 #include "Stack.h"
 
 namespace vorncheck {
 
-struct Finding {
-  explicit Finding(std::string text) : sentence(std::move(text)) {}
-
-  std::string sentence;
-  std::vector<std::pair<std::string, Stack>> stacks;  // with a heading each
-  std::string excerpt;                                // of a statement
-  std::size_t mark = std::string::npos;               // the place in the excerpt to point at
+// Each option is an environment variable: --quiet-after is VORNCHECK_QUIET_AFTER.
+struct Options {
+  std::bitset<kKindCount> kinds;  // that are on
+  bool isFatal;
+  int status;
+  int quietAfter;
+  int mainThread;                         // milliseconds
+  std::string json;                       // a path, or empty
+  std::vector<std::string> suppressions;  // patterns of an identifier, a blank and a function
 };
 
-// Whether findings of a kind are wanted at all.
-bool IsOn(Kind kind);
+// The options, read when they are first needed. Ends the program if one is wrong.
+const Options& TheOptions();
 
-// Whether the next finding of a kind at a call site would be seen. If not, it is counted.
-bool IsWanted(Kind kind, const void* site);
+struct Finding {
+  Kind kind;
+  const void* site;
+  std::string sentence;
+  std::vector<std::pair<const char*, Stack>> stacks;  // with a heading each
+  std::string excerpt = {};                           // of a statement
+  std::size_t mark = 0;                               // the place in the excerpt to point at
+  long thread = 0;
+};
 
-// Counts a finding and writes it, unless it is suppressed.
-void Write(Kind kind, const void* site, const Finding& finding);
+// Has a finding written after the check, unless it is suppressed.
+void Report(Finding finding);
 
-// Reports a finding that `make` returns, if it is wanted.
-template <typename Make>
-void Report(Kind kind, const void* site, Make make) {
-  Aside([&] {
-    if (IsWanted(kind, site)) {
-      Write(kind, site, make());
-    }
-  });
-}
+// Ends a check: unlocks its mutex and writes its findings. While they are written, other threads go
+// on.
+void UnlockAndWrite() noexcept;
+
+// Held while findings are written, and taken before that of the checks.
+std::mutex& WriteMutex();
 
 // Adds an operation to the summary.
 void CountOperation(std::chrono::nanoseconds waited);
 
-constexpr double Seconds(std::chrono::nanoseconds duration) {
-  return std::chrono::duration<double>(duration).count();
-}
+// The summary is written at exit.
+void BeginReport();
 
-// The limit of --main-thread.
-std::chrono::milliseconds MainThreadLimit();
+// A child that was forked has a summary of its own.
+void ForgetCounts();
+
+template <typename... Values>
+std::string Text(const Values&... values) {
+  std::ostringstream text;
+  (text << ... << values);
+  return text.str();
+}
 
 // A string of the program for a sentence, in quotes, printable and not too long.
 std::string Shown(const std::string& text);
+
+// Such as "0.100 s".
+std::string Shown(std::chrono::nanoseconds duration);
 
 }  // namespace vorncheck
 

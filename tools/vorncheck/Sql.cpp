@@ -17,27 +17,22 @@ bool IsLetter(char letter) {
          static_cast<unsigned char>(letter) >= 0x80;
 }
 
-bool IsQuote(char letter) { return letter == '"' || letter == '`' || letter == '['; }
-
 bool IsDigit(char letter) { return letter >= '0' && letter <= '9'; }
 
-// The end of the part of a name that begins at a position, or npos if it is neither plain nor
-// properly quoted.
+// The end of the part of a name that begins at a position; the same position if it is neither
+// plain nor in double quotes.
 std::size_t EndOfPart(const std::string& name, std::size_t begin) {
-  if (IsQuote(name[begin])) {
-    const char quote = name[begin] == '[' ? ']' : name[begin];
-    for (std::size_t at = begin + 1; at < name.size(); ++at) {
-      if (name[at] == quote && (name[++at] != quote || quote == ']')) {
-        return at;
-      }
-    }
-    return std::string::npos;
-  }
   std::size_t end = begin;
+  if (name[begin] == '"') {
+    do {
+      end = name.find('"', end + 1);
+    } while (end != std::string::npos && name[++end] == '"');
+    return end != std::string::npos ? end : begin;
+  }
   while (IsLetter(name[end]) || (end > begin && IsDigit(name[end]))) {
     ++end;
   }
-  return end > begin ? end : std::string::npos;
+  return end;
 }
 
 // The keywords that SQLite does not take for names, too, in the order of their letters.
@@ -80,20 +75,17 @@ std::size_t OpenQuote(const std::string& name) {
   return open;
 }
 
-NameForm FormOf(const std::string& name) {
-  NameForm form = NameForm::kPlain;
+const char* FaultOf(const std::string& name) {
   for (std::size_t begin = 0;; ++begin) {
     const std::size_t end = EndOfPart(name, begin);
-    if (end == std::string::npos || (end < name.size() && name[end] != '.')) {
-      return NameForm::kOdd;
+    if (end == begin || (end < name.size() && name[end] != '.')) {
+      return " is no plain identifier";
     }
-    if (IsQuote(name[begin])) {
-      form = NameForm::kQuoted;
-    } else if (IsReserved(name.substr(begin, end - begin))) {
-      form = NameForm::kReserved;
+    if (IsReserved(name.substr(begin, end - begin))) {
+      return " is a reserved word";
     }
     if (end == name.size()) {
-      return form;
+      return nullptr;
     }
     begin = end;
   }

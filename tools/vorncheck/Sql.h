@@ -14,10 +14,9 @@ std::size_t LoneQuote(const std::string& text);
 // The position of a quote in a name that is not closed, or npos.
 std::size_t OpenQuote(const std::string& name);
 
-enum class NameForm { kPlain, kQuoted, kReserved, kOdd };
-
-// The form of a table or column name, perhaps with the name of its table or database before it.
-NameForm FormOf(const std::string& name);
+// The fault of a table or column name, perhaps with the name of its table or database before it;
+// null if it is plain or in double quotes.
+const char* FaultOf(const std::string& name);
 
 // SQLite takes names that differ in ASCII case for the same.
 std::string LowerCase(std::string name);

@@ -4,7 +4,6 @@
 #define VORNDATABASE_TOOLS_VORNCHECK_STACK_H
 
 #include <cstddef>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -26,16 +25,9 @@ struct Frame {
   unsigned long offset = 0;
 };
 
-// Runs a function on a stack of its own, one at a time: to read debug information takes more than
-// a thread may have.
-void OnLargeStack(const std::function<void()>& function);
-
-// The call at a return address. The result is kept. For a function on the large stack.
-const Frame& FrameAt(const void* address);
-
-// Held by the thread that forks, so that the child can use it.
-void LockLargeStack();
-void UnlockLargeStack();
+// The calls of a stack, as far as the program's own main(). Takes a large stack to read debug
+// information.
+std::vector<Frame> FramesOf(const Stack& stack);
 
 }  // namespace vorncheck
 
