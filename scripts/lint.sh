@@ -38,7 +38,7 @@ run_quietly '== lint: cppcheck' cppcheck --quiet --inline-suppr -j "$(nproc)" --
   --std=c++17 --enable=warning,performance,portability --suppress=passedByValue \
   --error-exitcode=1 -I include -I src -I platform/dlog -I platform/vornutil \
   src platform examples tools
-run_quietly '== lint: shellcheck' on '*.sh *.bash .ci/run' shellcheck --external-sources
+run_quietly '== lint: shellcheck' on '*.sh *.bash .ci/run tools/vorncheck/vorncheck.in' shellcheck --external-sources
 # Other manual pages are not checked.
 run_quietly '== lint: mandoc' on '*.1' mandoc -T lint -W warning
 run_quietly '== lint: black' on '*.py' black --quiet --check --diff --line-length 100

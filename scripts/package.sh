@@ -53,7 +53,7 @@ pack_deb() {
   local runtime tool checker stand_ins package
   runtime=$(dependencies_of "$tree/src/libvorndatabase.so") &&
     tool=$(dependencies_of "$tree/tools/vorndb/vorndb") &&
-    checker=$(dependencies_of "$tree"/tools/vorncheck/{vorncheck,libvorncheck.so}) &&
+    checker=$(dependencies_of "$tree/tools/vorncheck/libvorncheck.so") &&
     stand_ins=$(dependencies_of "$tree"/platform/*.so) &&
     configure "$deb_libdir" -DVORN_RUNTIME_DEPENDS="$runtime" -DVORN_TOOL_DEPENDS="$tool" \
       -DVORN_CHECKER_DEPENDS="$checker" -DVORN_STAND_INS_DEPENDS="$stand_ins" &&
