@@ -52,6 +52,17 @@ configure_file("${CMAKE_CURRENT_LIST_DIR}/vorndatabase.pc.in"
 install(FILES "${PROJECT_BINARY_DIR}/vorndatabase.pc"
   DESTINATION "${vorn_pkgconfigdir}" COMPONENT development)
 
+# vorn_install_completion(<program> <component>): its folder completion/ has a file for each shell.
+function(vorn_install_completion program component)
+  set(data "${CMAKE_INSTALL_DATADIR}")
+  install(FILES completion/${program}.bash RENAME ${program}
+    DESTINATION "${data}/bash-completion/completions" COMPONENT ${component})
+  install(FILES completion/${program}.zsh RENAME _${program}
+    DESTINATION "${data}/zsh/vendor-completions" COMPONENT ${component})
+  install(FILES completion/${program}.fish
+    DESTINATION "${data}/fish/vendor_completions.d" COMPONENT ${component})
+endfunction()
+
 # vorn_install_manual(<page> <component>): a page of the calling folder; packages have it
 # compressed.
 function(vorn_install_manual page component)
