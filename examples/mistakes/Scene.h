@@ -8,7 +8,9 @@
 #include <cstdlib>
 
 #include "CreateRequest.h"
+#include "Cursor.h"
 #include "Database.h"
+#include "SelectRequest.h"
 #include "UpsertRequest.h"
 
 constexpr char kFile[] = "contacts.db";
@@ -52,6 +54,14 @@ inline void WriteContact(const char* name, const char* phone) {
   request.SetData(kName, name);
   request.SetData(kPhone, phone);
   Check(Database().Upsert(request));
+}
+
+// Moves to the first of all contacts.
+inline void ReadContacts(Cursor& cursor) {
+  SelectRequest request;
+  Address(request, "contact");
+  Check(Database().Select(request, cursor));
+  Check(cursor.MoveToNext());
 }
 
 #endif  // MISTAKES_SCENE_H

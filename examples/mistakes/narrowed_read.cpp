@@ -2,18 +2,13 @@
 //
 // vorncheck: Cursor::GetInt read 100 from the cell "100-7"
 
-#include "Cursor.h"
 #include "Scene.h"
-#include "SelectRequest.h"
 
 int main() {
   CreateContacts();
   WriteContact("Kim", "100-7");
-  SelectRequest request;
-  Address(request, "contact");
   Cursor cursor;
-  Check(Database().Select(request, cursor));
-  Check(cursor.MoveToNext());
+  ReadContacts(cursor);
   int phone = 0;
   return cursor.GetInt(kPhone, phone);  // vorncheck: narrowed-read, read at
 }

@@ -4,18 +4,13 @@
 
 #include <string>
 
-#include "Cursor.h"
 #include "Scene.h"
-#include "SelectRequest.h"
 
 int main() {
   CreateContacts();
   WriteContact("Kim", "100");
-  SelectRequest request;
-  Address(request, "contact");
   Cursor cursor;
-  Check(Database().Select(request, cursor));
-  Check(cursor.MoveToNext());
+  ReadContacts(cursor);
   std::string phone;
   return cursor.GetString("PHONE", phone);  // vorncheck: unread-failure, read at
 }
