@@ -1,4 +1,4 @@
-// Columns are told apart by their pointers. The statement names one column twice.
+// A request identifies columns by their pointers. The statement names one column twice.
 //
 // vorncheck: the statement names the column "name" twice
 

@@ -1,4 +1,4 @@
-// Keeps the checks apart from the program that they watch.
+// Isolates the checks from the program.
 
 #ifndef VORNDATABASE_TOOLS_VORNCHECK_CHECK_H
 #define VORNDATABASE_TOOLS_VORNCHECK_CHECK_H
@@ -10,7 +10,8 @@ namespace vorncheck {
 // Held by each check.
 std::mutex& CheckMutex();
 
-// The thread is not cancelled in a check, and keeps its errno. The findings are written after it.
+// The scope of a check. The thread is not cancelled in it, and its errno is restored. Its findings
+// are written at the end.
 class Aside {
  public:
   Aside();
@@ -21,8 +22,8 @@ class Aside {
   int m_cancellation = 0;
 };
 
-// Runs a check, which has no other one in it. No exception reaches the program: a check without
-// memory is not made.
+// Runs a check. Checks are not nested. No exception reaches the program: a check that runs out of
+// memory is dropped.
 template <typename Function>
 void Check(Function check) noexcept {
   const Aside aside;

@@ -1,5 +1,5 @@
-// The memory of the checker is apart from the application's: a name that was freed is not
-// overwritten by a note of it, and the application's heap is laid out as without the checker.
+// The notes have a heap of their own. In the application's heap, the note of a name could take the
+// memory of the name when that is freed, and hide the dangling pointer.
 
 #include <sys/mman.h>
 

@@ -29,9 +29,8 @@ std::string DescribeProcess(int process) {
   return "process " + number + (name.empty() ? "" : " (" + name + ")");
 }
 
-// A line is "1: POSIX  ADVISORY  WRITE 4711 08:01:131090 1073741824 1073741825"; one that waits
-// has "->" before its kind, and no process in the fifth place. Returns the process, or an empty
-// text if the lock is another file's.
+// A line is "1: POSIX  ADVISORY  WRITE 4711 08:01:131090 1073741824 1073741825". A waiting process
+// has "->" before "POSIX", and is left out. Returns an empty text for a lock of another file.
 std::string HolderIn(const std::string& line, std::uint64_t file, std::uint64_t index) {
   std::istringstream words(line);
   std::string access;

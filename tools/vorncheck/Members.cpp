@@ -88,7 +88,7 @@ VORN_PASS(int, Cursor, MoveToPosition, (int position), (position), kChange)
 VORN_PASS(bool, Cursor, IsValidPosition, (int position), (position), kRead)
 VORN_PASS(int, Cursor, GetPosition, (), (), kRead)
 
-// --- Operations, with the places of their request that get into the statement
+// --- Operations, with the items of their request that the statement has
 
 #define VORN_OPERATION(Member, request, places) \
   Operation operation(VORN_CALL(Database, Member, request, kRead), kPath | (places))

@@ -1,5 +1,5 @@
-// Notes about the live requests and cursors of the program. All of them are for checks, but for
-// Use.
+// Notes about the live requests and cursors of the program. The functions are called in a check;
+// a Use makes its own.
 
 #ifndef VORNDATABASE_TOOLS_VORNCHECK_OBJECTS_H
 #define VORNDATABASE_TOOLS_VORNCHECK_OBJECTS_H
@@ -48,12 +48,12 @@ struct Object {
 Object& ObjectAt(const void* address);
 void Forget(const void* address);
 
-// Note a part, of which the request keeps a copy: a path, a table, a key, a side of a join. Report
-// one that is set again.
+// Notes a part, of which the request keeps a copy: a path, a table, a key, a side of a join.
+// Reports a part that is set again.
 void NotePart(const Call& call, Place place, const char* role, const char* text);
 
-// Note a column, whose name the request keeps by pointer. Report a value that is ignored or loses
-// digits.
+// Notes a column, whose name the request keeps by pointer. Reports a value that is ignored or
+// loses digits.
 void NoteColumn(const Call& call, Place place, const char* name, const char* value = "");
 void NoteColumn(const Call& call, Place place, const char* name, int value);
 void NoteColumn(const Call& call, Place place, const char* name, double value);
@@ -61,14 +61,13 @@ void NoteColumn(const Call& call, Place place, const char* name, double value);
 // In a child that was forked, only one thread is left.
 void ForgetUses();
 
-// A use of an object by this thread, while a member runs. Reports a use by another thread that it
-// excludes.
+// A use of an object by this thread, while a member runs. Reports a conflict with another thread.
 class Use {
  public:
   explicit Use(const Call& call) noexcept;
   ~Use();
 
-  // Whether no other thread uses the object so that its content may change.
+  // Whether there was no conflict when the use began.
   bool IsAlone() const { return m_isAlone; }
 
  private:

@@ -1,4 +1,4 @@
-// The operation that runs on a thread, as its calls of SQLite show it, and its checks.
+// The operation that runs on a thread, observed through its calls of SQLite, and its checks.
 
 #ifndef VORNDATABASE_TOOLS_VORNCHECK_OPERATION_H
 #define VORNDATABASE_TOOLS_VORNCHECK_OPERATION_H

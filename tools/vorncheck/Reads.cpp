@@ -16,15 +16,15 @@ void ReportRead(Kind kind, const Call& call, const std::string& sentence) {
   Report({kind, call.site, call.name + sentence, {{"read at", StackFrom(call.site)}}});
 }
 
-// Whether a text is a number and nothing else but blanks.
+// Whether a text is one number, perhaps between blanks.
 template <typename Number>
 bool IsWhole(const std::string& text, Number& number) {
   std::istringstream stream(text);
   return !(stream >> number).fail() && (stream >> std::ws).eof();
 }
 
-// Whether a type holds an integer exactly. The largest ones are rounded to a double that is no
-// integer of 64 bits.
+// Whether a type holds an integer exactly. The largest integers are rounded to 2^63, which cannot
+// be converted back.
 template <typename Number>
 bool IsExact(long long integer) {
   const auto number = static_cast<Number>(integer);

@@ -1,4 +1,4 @@
-// The findings, their output and the summary. All of it is for checks.
+// The findings, their output and the summary. The functions are called in a check.
 
 #ifndef VORNDATABASE_TOOLS_VORNCHECK_REPORT_H
 #define VORNDATABASE_TOOLS_VORNCHECK_REPORT_H
@@ -40,14 +40,14 @@ struct Finding {
   long thread = 0;
 };
 
-// Has a finding written after the check, unless it is suppressed.
+// Queues a finding, which is written after the check unless it is suppressed.
 void Report(Finding finding);
 
-// Ends a check: unlocks its mutex and writes its findings. While they are written, other threads go
-// on.
+// Ends a check: unlocks its mutex, then writes its findings. Other threads are not blocked
+// meanwhile.
 void UnlockAndWrite() noexcept;
 
-// Held while findings are written, and taken before that of the checks.
+// Held while findings are written. The lock order is this one, then CheckMutex().
 std::mutex& WriteMutex();
 
 // Adds an operation to the summary.

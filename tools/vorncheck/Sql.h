@@ -14,8 +14,8 @@ std::size_t LoneQuote(const std::string& text);
 // The position of a quote in a name that is not closed, or npos.
 std::size_t OpenQuote(const std::string& name);
 
-// The fault of a table or column name, perhaps with the name of its table or database before it;
-// null if it is plain or in double quotes.
+// The fault of a table or column name, which may be qualified, as in main.contact. Null if all
+// parts are plain identifiers or in double quotes.
 const char* FaultOf(const std::string& name);
 
 // SQLite takes names that differ in ASCII case for the same.

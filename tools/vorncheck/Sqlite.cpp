@@ -13,8 +13,8 @@ using vorncheck::Operation;
 
 namespace {
 
-// Passes a call on. If an operation calls, it is shown the result; SQLite calls its own functions,
-// too.
+// Passes a call on, and its result to the operation that made it. Calls that SQLite makes itself
+// are not observed.
 template <typename Call, typename Show>
 int Observe(Call call, Show show) {
   Operation* const operation = std::exchange(Operation::Current(), nullptr);
@@ -29,7 +29,7 @@ int Observe(Call call, Show show) {
   return result;
 }
 
-// Likewise for a call that is repeated while the file is busy.
+// The same for a call that is repeated while the file is busy.
 template <typename Call, typename Show>
 int ObserveAttempt(Call call, Show show) {
   return Observe(call, [&](Operation& operation, int result) {

@@ -16,7 +16,7 @@
 namespace vorncheck {
 namespace {
 
-// The lowest bit of an ARM address is the instruction set; elsewhere it does not matter.
+// Clears the lowest bit, which is the instruction set on ARM. It is not significant elsewhere.
 std::uintptr_t Plain(const void* address) {
   return reinterpret_cast<std::uintptr_t>(address) & ~std::uintptr_t{1};
 }

@@ -13,8 +13,8 @@ namespace vorncheck {
 using Stack = std::vector<const void*>;
 constexpr std::size_t kMaximumFrames = 16;
 
-// The stack of this thread from a call site on; of the site alone if the stack cannot be unwound
-// as far as that.
+// The stack of this thread from a call site on. If unwinding does not reach the site, the site
+// alone.
 Stack StackFrom(const void* site);
 
 struct Frame {
@@ -25,8 +25,8 @@ struct Frame {
   unsigned long offset = 0;
 };
 
-// The calls of a stack, as far as the program's own main(). Takes a large stack to read debug
-// information.
+// The calls of a stack, up to main(). Reads debug information, which needs a large thread stack.
+// WriteMutex() is held.
 std::vector<Frame> FramesOf(const Stack& stack);
 
 }  // namespace vorncheck
