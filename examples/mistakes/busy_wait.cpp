@@ -27,7 +27,7 @@ int main() {
   UpsertRequest request;
   Address(request, "contact");
   request.SetData(kName, "Kim");
-  const int result = Database().Upsert(request);  // vorncheck: busy-wait, run at
+  const int result = Database().Upsert(request);  // vorncheck: busy-wait, called at
   close(ends[0]);
   wait(nullptr);
   return result;

@@ -1,7 +1,6 @@
 // A thread changes the request that another thread is running.
 //
-// vorncheck: BaseSet::SetData on thread ... uses an object while Database::Upsert on thread ...
-//   uses it
+// vorncheck: BaseSet::SetData uses an object while Database::Upsert on another thread uses it
 
 #include <future>
 #include <thread>
@@ -36,10 +35,10 @@ int main() {
   Address(request, "contact");
   request.SetData(kName, "Kim");
   std::thread other([&] {
-    Database().Upsert(request);  // vorncheck: concurrent-change, the other thread
+    Database().Upsert(request);  // vorncheck: concurrent-change, other call at
   });
   TheMeeting().begun.get_future().wait();
-  request.SetData(kPhone, "100");  // vorncheck: concurrent-change, this thread
+  request.SetData(kPhone, "100");  // vorncheck: concurrent-change, called at
   TheMeeting().changed.set_value();
   other.join();
   return 0;

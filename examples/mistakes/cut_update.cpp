@@ -11,5 +11,5 @@ int main() {
   UpdateRequest request;
   Address(request, "contact");
   request.SetData(kPhone, "200");
-  return Database().Update(request);  // vorncheck: cut-update, run at
+  return Database().Update(request);  // vorncheck: cut-update, called at
 }

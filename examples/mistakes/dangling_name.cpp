@@ -14,5 +14,5 @@ int main() {
   Address(request, "contact");
   request.SetData(column.c_str(), "Kim");  // vorncheck: dangling-name, set at
   column = kPhone;
-  return Database().Upsert(request);  // vorncheck: dangling-name, run at
+  return Database().Upsert(request);  // vorncheck: dangling-name, called at
 }

@@ -13,5 +13,5 @@ int main() {
   Address(request, "contact");
   request.SetData(columns[0].c_str(), "Kim");    // vorncheck: duplicate-name, and at
   request.SetData(columns[1].c_str(), "Miles");  // vorncheck: duplicate-name, set at
-  return Database().Upsert(request);             // vorncheck: duplicate-name, run at
+  return Database().Upsert(request);             // vorncheck: duplicate-name, called at
 }

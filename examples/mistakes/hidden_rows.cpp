@@ -11,5 +11,5 @@ int main() {
   SelectRequest request;
   Address(request, "tag");
   Cursor cursor;
-  return Database().Select(request, cursor);  // vorncheck: hidden-rows, run at
+  return Database().Select(request, cursor);  // vorncheck: hidden-rows, called at
 }

@@ -8,8 +8,8 @@ int main() {
   CreateContacts();
   UpsertRequest request;
   Address(request, "contact");
-  request.SetData(kName, "Kim");  // vorncheck: ignored-value, first set at
+  request.SetData(kName, "Kim");  // vorncheck: ignored-value, set at
   Check(Database().Upsert(request));
-  request.SetData(kName, "Miles");  // vorncheck: ignored-value, ignored at
+  request.SetData(kName, "Miles");  // vorncheck: ignored-value, called at
   return Database().Upsert(request);
 }

@@ -12,5 +12,5 @@ int main() {
   request.SetPath("missing", kFile);
   request.SetTable("contact");
   Cursor cursor;
-  return Database().Select(request, cursor);  // vorncheck: leaked-handle, run at
+  return Database().Select(request, cursor);  // vorncheck: leaked-handle, called at
 }

@@ -12,8 +12,8 @@ int main() {
   SelectRequest request;
   request.SetPath(".", kFile);
   Cursor cursor;
-  request.SetTable("contact");  // vorncheck: leaked-setter, first set at
+  request.SetTable("contact");  // vorncheck: leaked-setter, set at
   Check(Database().Select(request, cursor));
-  request.SetTable("sqlite_master");  // vorncheck: leaked-setter, set again at
+  request.SetTable("sqlite_master");  // vorncheck: leaked-setter, called at
   return Database().Select(request, cursor);
 }

@@ -9,6 +9,6 @@ int main() {
   UpsertRequest request;
   Address(request, "contact");
   request.SetData(kName, "Kim");
-  request.SetData(kPhone, 351912345678.0);  // vorncheck: lost-digits, set at
+  request.SetData(kPhone, 351912345678.0);  // vorncheck: lost-digits, called at
   return Database().Upsert(request);
 }

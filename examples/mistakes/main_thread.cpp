@@ -14,5 +14,5 @@ int main() {
   SelectRequest request;
   Address(request, "statistic");
   Cursor cursor;
-  return Database().Select(request, cursor);  // vorncheck: main-thread, run at
+  return Database().Select(request, cursor);  // vorncheck: main-thread, called at
 }

@@ -10,5 +10,5 @@ int main() {
   Cursor cursor;
   ReadContacts(cursor);
   int phone = 0;
-  return cursor.GetInt(kPhone, phone);  // vorncheck: narrowed-read, read at
+  return cursor.GetInt(kPhone, phone);  // vorncheck: narrowed-read, called at
 }

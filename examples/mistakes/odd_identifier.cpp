@@ -9,5 +9,5 @@ int main() {
   request.SetPath(".", kFile);
   request.SetTable("order");  // vorncheck: odd-identifier, set at
   request.SetColumnKey(kName, "TEXT");
-  return Database().CreateTable(request);  // vorncheck: odd-identifier, run at
+  return Database().CreateTable(request);  // vorncheck: odd-identifier, called at
 }

@@ -15,5 +15,5 @@ int main() {
   request.SetLeftJoin("contact", "phone");
   request.SetRightJoin("phone", "number");
   Cursor cursor;
-  return Database().JoinSelect(request, cursor);  // vorncheck: shared-column, run at
+  return Database().JoinSelect(request, cursor);  // vorncheck: shared-column, called at
 }

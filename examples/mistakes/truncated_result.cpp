@@ -13,5 +13,5 @@ int main() {
   SelectRequest request;
   Address(request, "balance");
   Cursor cursor;
-  return Database().Select(request, cursor);  // vorncheck: truncated-result, run at
+  return Database().Select(request, cursor);  // vorncheck: truncated-result, called at
 }

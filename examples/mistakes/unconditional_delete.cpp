@@ -12,5 +12,5 @@ int main() {
   DeleteRequest request;
   Address(request, "contact");
   request.SetData(kName, "Kim");      // SetWhere is meant
-  return Database().Delete(request);  // vorncheck: unconditional-delete, run at
+  return Database().Delete(request);  // vorncheck: unconditional-delete, called at
 }

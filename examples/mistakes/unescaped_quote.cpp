@@ -9,5 +9,5 @@ int main() {
   UpsertRequest request;
   Address(request, "contact");
   request.SetData(kName, "Miles O'Brien");  // vorncheck: unescaped-quote, set at
-  return Database().Upsert(request);        // vorncheck: unescaped-quote, run at
+  return Database().Upsert(request);        // vorncheck: unescaped-quote, called at
 }

@@ -12,5 +12,5 @@ int main() {
   Cursor cursor;
   ReadContacts(cursor);
   std::string phone;
-  return cursor.GetString("PHONE", phone);  // vorncheck: unread-failure, read at
+  return cursor.GetString("PHONE", phone);  // vorncheck: unread-failure, called at
 }

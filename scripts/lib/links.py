@@ -42,6 +42,7 @@ class Markdown:
         text = re.sub(r"^\s*(```+).*?^\s*\1\s*$", "", path.read_text("utf-8"), flags=re.M | re.S)
         for heading in re.findall(r"^#{1,6} (.*)$", text, re.M):
             self.add_heading(slug(heading))
+        self.anchors.update(re.findall(r'<a id="([\w-]+)"></a>', text))
         for paragraph in re.split(r"\n\s*\n|^#{1,6} ", text, flags=re.M):
             self.add_links(SPAN.sub("", paragraph))
 

@@ -110,6 +110,7 @@ class Page:
             return f"\0{len(spans) - 1}\0"
 
         text = LINK.sub(self.link, SPAN.sub(keep, text))
+        text = re.sub(r'<a id="([\w-]+)"></a>', rf"\\anchor {self.name}-\1\n", text)
         text = "\n".join(map(self.percents, text.split("\n")))
         text = re.sub(r"@(?!ref )", r"\\@", text)
         # Two stars beside a code span would stay.

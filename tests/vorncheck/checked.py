@@ -27,7 +27,7 @@ def as_variables(options):
     variables = {}
     for option in options:
         name, _, value = option[2:].partition("=")
-        variables[f"VORNCHECK_{name.upper().replace('-', '_')}"] = value or "true"
+        variables[f"VORNCHECK_{name.upper().replace('-', '_')}"] = value or "1"
     return variables
 
 

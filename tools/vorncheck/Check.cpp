@@ -23,11 +23,10 @@ void AfterForkInParent() {
 }
 
 void AfterForkInChild() {
-  HeapMutex().unlock();
+  AfterForkInParent();
+  // No other thread is left.
   ForgetUses();
   ForgetCounts();
-  CheckMutex().unlock();
-  WriteMutex().unlock();
 }
 
 __attribute__((constructor)) void Start() {

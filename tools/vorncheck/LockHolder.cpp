@@ -1,16 +1,18 @@
-#include "LockHolder.h"
-
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <fstream>
 #include <set>
 #include <sstream>
 
+#include "Operation.h"
+
 namespace vorncheck {
 namespace {
 
+// 0 if there is no such file.
 std::uint64_t NodeOf(const std::string& path) {
   struct stat file {};
   return stat(path.c_str(), &file) == 0 ? file.st_ino : 0;
@@ -29,29 +31,27 @@ std::string DescribeProcess(int process) {
   return "process " + number + (name.empty() ? "" : " (" + name + ")");
 }
 
-// A line is "1: POSIX  ADVISORY  WRITE 4711 08:01:131090 1073741824 1073741825". A waiting process
-// has "->" before "POSIX", and is left out. Returns an empty text for a lock of another file.
-std::string HolderIn(const std::string& line, std::uint64_t file, std::uint64_t index) {
-  std::istringstream words(line);
-  std::string access;
-  std::string node;
-  int process = 0;
-  words >> node >> node >> node >> access >> process >> node;
-  const std::uint64_t locked = words ? std::stoull(node.substr(node.rfind(':') + 1)) : 0;
-  const bool isHeld = index == 0 ? locked == file : locked == index && access == "WRITE";
-  return words && isHeld ? DescribeProcess(process) : "";
-}
-
 }  // namespace
 
 std::string LockHolders(const std::string& database) {
-  const std::uint64_t file = NodeOf(database);
   // With a write-ahead log the locks are on its index, where readers exclude nobody.
   const std::uint64_t index = NodeOf(database + "-shm");
+  const std::uint64_t locked = index != 0 ? index : NodeOf(database);
   std::set<std::string> holders;
   std::ifstream table("/proc/locks");
+  // A line is "1: POSIX  ADVISORY  WRITE 4711 08:01:131090 1073741824 1073741825". A waiting
+  // process has "->" before "POSIX", so the line cannot be read.
   for (std::string line; std::getline(table, line);) {
-    holders.insert(HolderIn(line, file, index));
+    std::replace(line.begin(), line.end(), ':', ' ');
+    std::istringstream words(line);
+    std::string skipped;
+    std::string access;
+    int process = 0;
+    std::uint64_t node = 0;
+    words >> skipped >> skipped >> skipped >> access >> process >> skipped >> skipped >> node;
+    if (words && node == locked && (index == 0 || access == "WRITE")) {
+      holders.insert(DescribeProcess(process));
+    }
   }
   std::string text;
   for (const std::string& holder : holders) {

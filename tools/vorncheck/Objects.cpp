@@ -1,11 +1,7 @@
 #include "Objects.h"
 
-#include <sys/syscall.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <charconv>
-#include <cmath>
 #include <string_view>
 #include <unordered_map>
 
@@ -17,36 +13,22 @@ namespace {
 
 using Objects = std::unordered_map<const void*, Object>;
 
-// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables)
-thread_local long threadNumber = 0;
-
-long ThisThread() {
-  threadNumber = threadNumber != 0 ? threadNumber : syscall(SYS_gettid);
-  return threadNumber;
+bool AreInConflict(const Call& one, const Call& other) {
+  return one.thread != other.thread &&
+         (one.access != other.access || one.access == Access::kChange);
 }
 
-bool AreInOrder(const Call& one, const Call& other) {
-  return one.access == other.access && one.access != Access::kChange;
-}
-
-void ReportConflict(const Call& call, const Call& other, long thread) {
+void ReportConflict(const Call& call, const Call& other) {
   Report({Kind::kConcurrentChange,
           call.site,
-          Text(call.name, " on thread ", ThisThread(), " uses an object while ", other.name,
-               " on thread ", thread, " uses it"),
-          {{"this thread", StackFrom(call.site)}, {"the other thread", {other.site}}}});
+          Text(call.name, " uses an object while ", other.name, " on another thread uses it"),
+          {{"other call at", {other.site}}}});
 }
 
-template <typename... Format>
-std::string Digits(double value, Format... format) {
+// With the digits that are needed to read the same number back.
+std::string Exactly(double value) {
   char digits[32];
-  return {digits, std::to_chars(digits, digits + sizeof digits, value, format...).ptr};
-}
-
-double Number(const std::string& digits) {
-  double number = 0;
-  std::from_chars(digits.data(), digits.data() + digits.size(), number);
-  return number;
+  return {digits, std::to_chars(digits, digits + sizeof digits, value).ptr};
 }
 
 // The item of the request that is found, or null.
@@ -79,7 +61,7 @@ void NotePart(const Call& call, Place place, const char* role, const char* text)
           call.site,
           Text("the ", place == kType ? "type of the " : "", role, " was ", Shown(earlier->name),
                " before ", call.name, " set it to ", Shown(item.name), "; the earlier copy leaks"),
-          {{"set again at", item.stack}, {"first set at", earlier->stack}}});
+          {{"set at", earlier->stack}}});
   *earlier = item;
 }
 
@@ -99,7 +81,7 @@ void NoteColumn(const Call& call, Place place, const char* name, const char* val
             Text("the column ", Shown(first->name), " keeps its first value, ", Shown(first->value),
                  "; ignored is ", Shown(item.value),
                  first->name != item.name ? " for " + Shown(item.name) : ""),
-            {{"ignored at", item.stack}, {"first set at", first->stack}}});
+            {{"set at", first->stack}}});
   }
 }
 
@@ -108,19 +90,17 @@ void NoteColumn(const Call& call, Place place, const char* name, int value) {
 }
 
 void NoteColumn(const Call& call, Place place, const char* name, double value) {
-  const std::string kept = Digits(value, std::chars_format::general, 6);
-  // Infinities and NaN have no digits.
-  if (name != nullptr && (!std::isfinite(value) || Number(kept) != value)) {
-    Report({Kind::kLostDigits,
-            call.site,
-            Text("the column ", Shown(name), " gets ", kept, " for the double ", Digits(value)),
-            {{"set at", StackFrom(call.site)}}});
+  // As the request converts it.
+  const std::string kept = Text(value);
+  double read = 0;
+  if (name != nullptr && (!IsWhole(kept, read) || read != value)) {
+    Report({Kind::kLostDigits, call.site,
+            Text("the column ", Shown(name), " gets ", kept, " for the double ", Exactly(value))});
   }
   NoteColumn(call, place, name, kept.c_str());
 }
 
 void ForgetUses() {
-  threadNumber = 0;
   for (auto& entry : TheOnly<Objects>()) {
     entry.second.calls.clear();
   }
@@ -129,18 +109,18 @@ void ForgetUses() {
 Use::Use(const Call& call) noexcept : m_call(call) {
   Check([this] {
     Object& object = ObjectAt(m_call.object);
-    for (const auto& [other, thread] : object.calls) {
-      if (thread != ThisThread() && !AreInOrder(m_call, other)) {
-        m_isAlone = false;
-        ReportConflict(m_call, other, thread);
-        break;
-      }
+    const auto other =
+        std::find_if(object.calls.begin(), object.calls.end(),
+                     [this](const Call& earlier) { return AreInConflict(m_call, earlier); });
+    m_isAlone = other == object.calls.end();
+    if (!m_isAlone) {
+      ReportConflict(m_call, *other);
     }
     if (m_call.access == Access::kFill) {
       // Cells that are filled by hand are none of a query.
       object.emptyCells.clear();
     }
-    object.calls.emplace_back(m_call, ThisThread());
+    object.calls.push_back(m_call);
   });
 }
 
@@ -150,8 +130,9 @@ Use::~Use() {
     const auto object = TheOnly<Objects>().find(m_call.object);
     if (object != TheOnly<Objects>().end()) {
       auto& calls = object->second.calls;
-      const auto isMine = [](const auto& call) { return call.second == ThisThread(); };
-      const auto mine = std::find_if(calls.begin(), calls.end(), isMine);
+      const auto mine = std::find_if(calls.begin(), calls.end(), [this](const Call& call) {
+        return call.thread == m_call.thread;
+      });
       if (mine != calls.end()) {
         calls.erase(mine);
       }

@@ -4,6 +4,8 @@
 #ifndef VORNDATABASE_TOOLS_VORNCHECK_OBJECTS_H
 #define VORNDATABASE_TOOLS_VORNCHECK_OBJECTS_H
 
+#include <pthread.h>
+
 #include <string>
 #include <utility>
 #include <vector>
@@ -34,11 +36,12 @@ struct Call {
   const void* site;
   const void* object;
   Access access;
+  pthread_t thread = pthread_self();
 };
 
 struct Object {
-  std::vector<std::pair<Call, long>> calls;  // those that run, with the threads
-  std::vector<Item> items;                   // of a request
+  std::vector<Call> calls;  // those that run
+  std::vector<Item> items;  // of a request
   // Of a cursor: cells that are NULL or a blob (true), by their number in the result, and the
   // memory of the first column, which a copied result does not share.
   std::vector<std::pair<std::size_t, bool>> emptyCells;

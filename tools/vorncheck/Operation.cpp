@@ -12,7 +12,6 @@
 #include <string_view>
 
 #include "Cursor.h"
-#include "LockHolder.h"
 #include "Report.h"
 #include "Sql.h"
 
@@ -25,29 +24,32 @@ namespace {
 bool IsFirst(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80; }
 bool IsControl(char byte) { return static_cast<unsigned char>(byte) < ' '; }
 
-// Shows the part of a statement around the mark.
-void ShowStatement(Finding& finding, const std::string& sql, std::size_t mark) {
-  constexpr std::size_t kAround = 50;
-  const std::size_t begin = mark > kAround ? mark - kAround : 0;
-  std::string& excerpt = finding.excerpt;
-  excerpt = (begin > 0 ? "..." : "") + sql.substr(begin, mark - begin);
-  finding.mark = static_cast<std::size_t>(std::count_if(excerpt.begin(), excerpt.end(), IsFirst));
-  excerpt += sql.substr(mark, kAround) + (mark + kAround < sql.size() ? "..." : "");
-  std::replace_if(excerpt.begin(), excerpt.end(), IsControl, ' ');
+template <typename... Values>
+void ReportRun(const Operation& operation, Kind kind, const Values&... sentence) {
+  Report({kind, operation.call.site, Text(sentence...)});
 }
 
-// With the call site of the operation, and that of a setter if it is known.
-void ReportRun(const Operation& operation, Kind kind, const std::string& sentence,
-               const Stack& setter = {}, std::size_t mark = std::string::npos) {
-  const void* const site = operation.call.site;
-  Finding finding{kind, site, sentence, {{"run at", StackFrom(site)}}};
-  if (!setter.empty()) {
-    finding.stacks.emplace_back("set at", setter);
+template <typename... Values>
+void ReportItem(const Operation& operation, const Item& item, Kind kind,
+                const Values&... predicate) {
+  Report({kind,
+          operation.call.site,
+          Text("the ", item.role, ' ', Shown(item.name), predicate...),
+          {{"set at", item.stack}}});
+}
+
+// Reports a finding with the part of the statement around the mark.
+void ReportStatement(Finding finding, const std::string& sql, std::size_t mark) {
+  constexpr std::size_t kAround = 50;
+  if (mark <= sql.size()) {
+    const std::size_t begin = mark > kAround ? mark - kAround : 0;
+    std::string& excerpt = finding.excerpt;
+    excerpt = (begin > 0 ? "..." : "") + sql.substr(begin, mark - begin);
+    finding.mark = static_cast<std::size_t>(std::count_if(excerpt.begin(), excerpt.end(), IsFirst));
+    excerpt += sql.substr(mark, kAround) + (mark + kAround < sql.size() ? "..." : "");
+    std::replace_if(excerpt.begin(), excerpt.end(), IsControl, ' ');
   }
-  if (mark <= operation.sql.size()) {
-    ShowStatement(finding, operation.sql, mark);
-  }
-  Report(finding);
+  Report(std::move(finding));
 }
 
 // --- The items of the request
@@ -79,59 +81,43 @@ Items ItemsIn(const Operation& operation, unsigned places) {
 bool IsReadable(const char* text) { return faccessat(-1, text, F_OK, 0) == 0 || errno != EFAULT; }
 
 void CheckPointer(const Operation& operation, const Item& item) {
-  const char* const pointer = item.pointer;
-  if (pointer == nullptr) {
+  if (item.pointer == nullptr) {
     return;
   }
-  const bool isReadable = IsReadable(pointer);
-  const std::string now(isReadable ? pointer : "",
-                        isReadable ? strnlen(pointer, item.name.size() + 1) : 0);
+  const bool isReadable = IsReadable(item.pointer);
+  const std::size_t length = isReadable ? strnlen(item.pointer, item.name.size() + 1) : 0;
+  const std::string now(item.pointer, length);
   if (!isReadable || now != item.name) {
-    ReportRun(operation, Kind::kDanglingName,
-              Text("the column name ", Shown(item.name),
-                   isReadable ? " is " + Shown(now) + " now" : " is no longer in memory", ", when ",
-                   operation.call.name, " reads it"),
-              item.stack);
+    ReportItem(operation, item, Kind::kDanglingName,
+               isReadable ? " is " + Shown(now) + " now" : " is no longer in memory", ", when ",
+               operation.call.name, " reads it");
   }
-}
-
-void ReportQuote(const Operation& operation, const char* role, const std::string& text,
-                 const std::string& written, std::size_t quote, const Stack& setter) {
-  const std::size_t place = operation.sql.find(written);
-  ReportRun(operation, Kind::kUnescapedQuote,
-            Text("the ", role, ' ', Shown(text), " ends early in the statement, at its quote"),
-            setter, place != std::string::npos ? place + quote : place);
 }
 
 void CheckPath(const Operation& operation, const Item& part) {
   if (LoneQuote(part.name) != std::string::npos) {
-    ReportRun(operation, Kind::kUnescapedQuote,
-              Text("the ", part.role, ' ', Shown(part.name),
-                   " has a quote; a path is no SQL, so a doubled one would be two"),
-              part.stack);
+    ReportItem(operation, part, Kind::kUnescapedQuote,
+               " has a quote; a path is no SQL, so a doubled one would be two");
   }
 }
 
 void CheckForm(const Operation& operation, const Item& item) {
   const char* const fault = FaultOf(item.name);
   if (fault != nullptr && OpenQuote(item.name) == std::string::npos) {
-    ReportRun(operation, Kind::kOddIdentifier,
-              Text("the ", item.role, ' ', Shown(item.name), fault), item.stack);
+    ReportItem(operation, item, Kind::kOddIdentifier, fault);
   }
 }
 
-void CheckNameQuotes(const Operation& operation, const Item& item) {
-  const std::size_t quote = OpenQuote(item.name);
+// Reports a text that ends at a quote in the statement, unless the quote is npos.
+void CheckQuote(const Operation& operation, const char* role, const std::string& text,
+                std::size_t quote, const std::string& delimiter, const Stacks& setter) {
   if (quote != std::string::npos) {
-    ReportQuote(operation, item.role, item.name, item.name, quote, item.stack);
-  }
-}
-
-void CheckValueQuotes(const Operation& operation, const char* role, const std::string& value,
-                      const Stack& setter) {
-  const std::size_t quote = LoneQuote(value);
-  if (quote != std::string::npos) {
-    ReportQuote(operation, role, value, '\'' + value + '\'', quote + 1, setter);
+    const std::size_t place = operation.sql.find(delimiter + text + delimiter);
+    ReportStatement(
+        {Kind::kUnescapedQuote, operation.call.site,
+         Text("the ", role, ' ', Shown(text), " ends early in the statement, at its quote"),
+         setter},
+        operation.sql, place != std::string::npos ? place + delimiter.size() + quote : place);
   }
 }
 
@@ -143,19 +129,15 @@ void CheckDuplicates(const Operation& operation, const Items& items) {
       Report({Kind::kDuplicateName,
               operation.call.site,
               Text("the statement names the column ", Shown(item->name), " twice"),
-              {{"run at", StackFrom(operation.call.site)},
-               {"set at", item->stack},
-               {"and at", first->second->stack}}});
+              {{"set at", item->stack}, {"and at", first->second->stack}}});
     }
   }
 }
 
 void CheckExistence(const Operation& operation) {
-  const std::string& table = operation.checkedTable;
-  if (table[0] == '"') {
-    ReportRun(
-        operation, Kind::kOddIdentifier,
-        Text("the table name ", Shown(table), " is compared as a text, with its double quotes"));
+  if (operation.checkedTable[0] == '"') {
+    ReportRun(operation, Kind::kOddIdentifier, "the table name ", Shown(operation.checkedTable),
+              " is compared as a text, with its double quotes");
   }
 }
 
@@ -165,8 +147,8 @@ bool IsUnconditional(const Operation& operation, std::string_view name) {
 
 void CheckDelete(const Operation& operation) {
   if (IsUnconditional(operation, "Database::Delete")) {
-    ReportRun(operation, Kind::kUnconditionalDelete,
-              Text(operation.call.name, " has no condition, so it deletes all rows"));
+    ReportRun(operation, Kind::kUnconditionalDelete, operation.call.name,
+              " has no condition, so it deletes all rows");
   }
 }
 
@@ -175,19 +157,22 @@ void CheckUpdate(const Operation& operation) {
     constexpr std::string_view kEnd = " WHERE ";
     const std::string& sql = operation.sql;
     const bool isCut = !sql.empty() && sql.rfind(kEnd) + kEnd.size() != sql.size();
-    ReportRun(operation, Kind::kCutUpdate,
-              Text(operation.call.name, " has no condition, ",
-                   isCut ? "and is cut at the last \" AND\" of a value" : "so SQLite refuses it"),
-              {}, sql.size());
+    ReportStatement(
+        {Kind::kCutUpdate, operation.call.site,
+         Text(operation.call.name, " has no condition, ",
+              isCut ? "and is cut at the last \" AND\" of a value" : "so SQLite refuses it")},
+        sql, sql.size());
   }
 }
 
 void CheckStatement(const Operation& operation) {
   for (const Item* const item : ItemsIn(operation, kEverywhere & ~kPath)) {
-    CheckNameQuotes(operation, *item);
-    CheckValueQuotes(operation, "value", item->value, item->stack);
+    const Stacks setter = {{"set at", item->stack}};
+    CheckQuote(operation, item->role, item->name, OpenQuote(item->name), "", setter);
+    CheckQuote(operation, "value", item->value, LoneQuote(item->value), "'", setter);
   }
-  CheckValueQuotes(operation, "table name", operation.checkedTable, {});
+  const std::string& table = operation.checkedTable;
+  CheckQuote(operation, "table name", table, LoneQuote(table), "'", {});
   CheckUpdate(operation);
 }
 
@@ -196,44 +181,35 @@ void CheckStatement(const Operation& operation) {
 void CheckCourse(const Operation& operation, int result) {
   const char* const name = operation.call.name;
   if (!operation.leaked.empty()) {
-    ReportRun(operation, Kind::kLeakedHandle,
-              Text(name, " could not open ", Shown(operation.path), ", and ",
-                   operation.leaked.size(), " of SQLite's handles leaked"));
+    ReportRun(operation, Kind::kLeakedHandle, name, " could not open ", Shown(operation.path),
+              ", and ", operation.leaked.size(), " of SQLite's handles leaked");
   }
-  if (result == SQLITE_OK && operation.isStepped && !operation.isComplete) {
-    ReportRun(operation, Kind::kTruncatedResult,
-              Text(name, " returned 0, but its result ends after ", operation.rows,
-                   " rows: ", operation.failure));
+  const bool isStepped = operation.step != 0;
+  if (result == SQLITE_OK && isStepped && operation.step != SQLITE_DONE) {
+    ReportRun(operation, Kind::kTruncatedResult, name, " returned 0, but its result ends after ",
+              operation.rows, " rows: ", operation.failure);
   }
   if (operation.waits > 0) {
-    ReportRun(operation, Kind::kBusyWait,
-              Text(name, " found ", Shown(operation.path), " busy ", operation.waits,
-                   " times and waited ", Shown(operation.waited), "; locked by ",
-                   operation.holders.empty() ? "an unknown process" : operation.holders));
+    ReportRun(operation, Kind::kBusyWait, name, " found ", Shown(operation.path), " busy ",
+              operation.waits, " times and waited ", Shown(operation.waited), "; locked by ",
+              operation.holders.empty() ? "an unknown process" : operation.holders);
   }
   const auto taken = Operation::Clock::now() - operation.start;
   const std::chrono::milliseconds limit(TheOptions().mainThread);
   if (limit.count() != 0 && taken > limit && syscall(SYS_gettid) == getpid()) {
-    ReportRun(operation, Kind::kMainThread,
-              Text(name, " took ", Shown(taken), " on the main thread"));
+    ReportRun(operation, Kind::kMainThread, name, " took ", Shown(taken), " on the main thread");
   }
 }
 
 }  // namespace
 
 Operation::Operation(const Call& theCall, unsigned thePlaces) : call(theCall), places(thePlaces) {
-  Current() = this;
+  current = this;
 }
 
 Operation::~Operation() {
-  Current() = outer;
+  current = outer;
   Check([this] { CountOperation(waited); });
-}
-
-Operation*& Operation::Current() {
-  // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables)
-  thread_local Operation* current = nullptr;
-  return current;
 }
 
 void Operation::NoteStatement(const char* statement) {
@@ -243,18 +219,17 @@ void Operation::NoteStatement(const char* statement) {
   }
 }
 
-void Operation::NoteBusy() {
-  isBusy = true;
-  busySince = Clock::now();
-  if (waits++ == 0) {
-    holders = LockHolders(path);
+void Operation::NoteAttempt(int result) {
+  if (result == SQLITE_BUSY) {
+    busySince = Clock::now();
+    holders = waits++ == 0 ? LockHolders(path) : holders;
   }
 }
 
 void Operation::NoteRepeated() {
-  if (isBusy) {
+  if (busySince != Clock::time_point()) {
     waited += Clock::now() - busySince;
-    isBusy = false;
+    busySince = {};
   }
 }
 
@@ -288,17 +263,15 @@ void CheckCursor(const Operation& operation, const Cursor& cursor) {
   object.emptyCells = operation.emptyCells;
   object.memory = cells.empty() ? nullptr : cells.begin()->second.data();
   if (cursor.m_columns.size() == 1 && cells.size() == 1 && cells.begin()->second.size() > 1) {
-    ReportRun(operation, Kind::kHiddenRows,
-              Text("the result has the column ", Shown(cells.begin()->first),
-                   " alone, so only the first of ", cells.begin()->second.size(),
-                   " rows can be reached"));
+    ReportRun(operation, Kind::kHiddenRows, "the result has the column ",
+              Shown(cells.begin()->first), " alone, so only the first of ",
+              cells.begin()->second.size(), " rows can be reached");
   }
   std::map<std::string, int> known;
   for (const std::string& column : cursor.m_columns) {
     if (++known[column] == 2) {
-      ReportRun(operation, Kind::kSharedColumn,
-                Text("several columns of the result are named ", Shown(column),
-                     ", and share one list of cells"));
+      ReportRun(operation, Kind::kSharedColumn, "several columns of the result are named ",
+                Shown(column), ", and share one list of cells");
     }
   }
 }

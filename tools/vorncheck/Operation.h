@@ -27,19 +27,20 @@ struct Operation {
   Operation(const Operation&) = delete;
   Operation& operator=(const Operation&) = delete;
 
-  // The one that runs on this thread, or null.
-  static Operation*& Current();
-
   // The statement is checked when it is first known.
   void NoteStatement(const char* statement);
 
   // A call that finds the file busy is repeated.
-  void NoteBusy();
+  void NoteAttempt(int result);
   void NoteRepeated();
+
+  // The one that runs on this thread, or null.
+  // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables)
+  static inline thread_local Operation* current = nullptr;
 
   const Call call;
   const unsigned places;
-  Operation* const outer = Current();
+  Operation* const outer = current;
   const Clock::time_point start = Clock::now();
 
   std::string path;
@@ -47,20 +48,21 @@ struct Operation {
   std::string checkedTable;
   std::set<sqlite3*> leaked;
 
-  bool isBusy = false;
   int waits = 0;
-  Clock::time_point busySince;
+  Clock::time_point busySince;  // or the epoch
   Clock::duration waited{};
   std::string holders;
 
-  bool isStepped = false;
-  bool isComplete = false;
-  bool isRowUnread = false;
+  int step = 0;  // the last result of stepping
   std::size_t rows = 0;
   std::size_t cells = 0;
   std::vector<std::pair<std::size_t, bool>> emptyCells;
   std::string failure;
 };
+
+// The processes that hold a lock of SQLite on a database file, from the system's table of locks,
+// such as "process 4711 (settings)".
+std::string LockHolders(const std::string& database);
 
 void CheckBefore(const Operation& operation);
 void CheckAfter(const Operation& operation, int result);

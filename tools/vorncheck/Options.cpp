@@ -80,9 +80,8 @@ std::vector<std::string> ReadSuppressions(const std::string& path) {
 
 Options ReadOptions() {
   const auto only = KindsIn("ONLY");
-  const std::string fatal = Variable("FATAL");
   Options options{(only.none() ? ~only : only) & ~KindsIn("EXCEPT"),
-                  !fatal.empty() && fatal != "0" && fatal != "false",
+                  Number("FATAL", 0, 1) != 0,
                   Number("STATUS", 3, 255),
                   Number("QUIET_AFTER", 10),
                   Number("MAIN_THREAD", 0),

@@ -13,14 +13,7 @@ namespace vorncheck {
 namespace {
 
 void ReportRead(Kind kind, const Call& call, const std::string& sentence) {
-  Report({kind, call.site, call.name + sentence, {{"read at", StackFrom(call.site)}}});
-}
-
-// Whether a text is one number, perhaps between blanks.
-template <typename Number>
-bool IsWhole(const std::string& text, Number& number) {
-  std::istringstream stream(text);
-  return !(stream >> number).fail() && (stream >> std::ws).eof();
+  Report({kind, call.site, call.name + sentence});
 }
 
 // Whether a type holds an integer exactly. The largest integers are rounded to 2^63, which cannot

@@ -19,11 +19,12 @@
 #include "Check.h"
 
 namespace vorncheck {
+
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Frame, function, file, line, object, offset)
+
 namespace {
 
-using Json = nlohmann::ordered_json;
-
-constexpr const char* kGuide = "docs/guide.md#";
+using Json = nlohmann::json;
 
 struct Counts {
   std::map<std::pair<Kind, const void*>, unsigned long> sites;
@@ -48,22 +49,16 @@ std::string Prefix() { return Text("vorncheck[", getpid(), "]: "); }
 // --- Output
 
 // At once, so that lines of several threads and processes are not mixed.
-void WriteAtOnce(int descriptor, const std::string& text) {
-  ssize_t written = 0;
-  for (std::size_t done = 0; done < text.size() && written >= 0;) {
-    written = write(descriptor, text.data() + done, text.size() - done);
-    done += written > 0 ? static_cast<std::size_t>(written) : 0;
-  }
+bool WriteAtOnce(int descriptor, const std::string& text) {
+  return write(descriptor, text.data(), text.size()) == static_cast<ssize_t>(text.size());
 }
 
 // The file is open for the time of a line only: a program may close all descriptors.
 void AppendLine(const std::string& path, const std::string& line) {
   const int file = open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
-  if (file < 0) {
+  if (!WriteAtOnce(file, line)) {
     WriteAtOnce(STDERR_FILENO, "vorncheck: cannot write to " + path + '\n');
-    return;
   }
-  WriteAtOnce(file, line);
   close(file);
 }
 
@@ -124,18 +119,20 @@ bool IsMatch(const std::string& suppression, const std::string& call) {
 }
 
 bool IsSuppressed(const Finding& finding) {
-  const auto& all = TheOptions().suppressions;
   for (const auto& [heading, stack] : finding.stacks) {
     for (const Frame& frame : FramesOf(stack)) {
       const std::string call = Text(TextOf(finding.kind).identifier, ' ', frame.function);
-      if (std::any_of(all.begin(), all.end(),
-                      [&](const std::string& suppression) { return IsMatch(suppression, call); })) {
-        return true;
+      for (const std::string& suppression : TheOptions().suppressions) {
+        if (IsMatch(suppression, call)) {
+          return true;
+        }
       }
     }
   }
   return false;
 }
+
+std::string GuideTo(Kind kind) { return Text("docs/guide.md#", TextOf(kind).identifier); }
 
 std::string Describe(const Frame& frame) {
   constexpr std::size_t kLongest = 100;
@@ -157,7 +154,7 @@ std::string AsText(const Finding& finding, std::size_t limit) {
       text += Text("    #", number, ' ', Describe(frames[number]), '\n');
     }
   }
-  return text + Text("  remedy: ", kind.remedy, "\n  guide: ", kGuide, kind.section, '\n');
+  return text + Text("  remedy: ", kind.remedy, "\n  guide: ", GuideTo(finding.kind), '\n');
 }
 
 // A pipe takes that much at once. A text that is longer has fewer frames.
@@ -173,26 +170,18 @@ std::string AsShortText(const Finding& finding) {
 Json AsJson(const Finding& finding) {
   Json stacks = Json::array();
   for (const auto& [heading, stack] : finding.stacks) {
-    Json frames = Json::array();
-    for (const Frame& frame : FramesOf(stack)) {
-      frames.push_back({{"function", frame.function},
-                        {"file", frame.file},
-                        {"line", frame.line},
-                        {"object", frame.object},
-                        {"offset", frame.offset}});
-    }
-    stacks.push_back({{"heading", heading}, {"frames", frames}});
+    stacks.push_back({{"heading", heading}, {"frames", FramesOf(stack)}});
   }
   const KindText& kind = TextOf(finding.kind);
-  Json json = {
-      {"finding", kind.identifier},         {"process", getpid()}, {"thread", finding.thread},
-      {"sentence", finding.sentence},       {"stacks", stacks},    {"remedy", kind.remedy},
-      {"guide", Text(kGuide, kind.section)}};
-  if (!finding.excerpt.empty()) {
-    json["excerpt"] = finding.excerpt;
-    json["mark"] = finding.mark;
-  }
-  return json;
+  return {{"finding", kind.identifier},
+          {"process", getpid()},
+          {"thread", finding.thread},
+          {"sentence", finding.sentence},
+          {"excerpt", finding.excerpt},
+          {"mark", finding.mark},
+          {"stacks", stacks},
+          {"remedy", kind.remedy},
+          {"guide", GuideTo(finding.kind)}};
 }
 
 // A failed read in a loop is the same mistake each time.
@@ -268,9 +257,8 @@ void End(int /*status*/, void* /*data*/) {
 }  // namespace
 
 std::mutex& WriteMutex() {
-  // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables)
-  static auto* const mutex = new std::mutex;
-  return *mutex;
+  struct Mutex : std::mutex {};
+  return TheOnly<Mutex>();
 }
 
 void Report(Finding finding) {
@@ -284,6 +272,7 @@ void Report(Finding finding) {
     return;
   }
   finding.thread = syscall(SYS_gettid);
+  finding.stacks.insert(finding.stacks.begin(), {"called at", StackFrom(finding.site)});
   TheFindings().push_back(std::move(finding));
 }
 

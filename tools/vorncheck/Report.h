@@ -30,17 +30,20 @@ struct Options {
 // The options, read when they are first needed. Ends the program if one is wrong.
 const Options& TheOptions();
 
+// With a heading each.
+using Stacks = std::vector<std::pair<const char*, Stack>>;
+
 struct Finding {
   Kind kind;
   const void* site;
   std::string sentence;
-  std::vector<std::pair<const char*, Stack>> stacks;  // with a heading each
-  std::string excerpt = {};                           // of a statement
-  std::size_t mark = 0;                               // the place in the excerpt to point at
+  Stacks stacks = {};  // of other calls
+  std::string excerpt = {};
+  std::size_t mark = 0;  // the place in the excerpt to point at
   long thread = 0;
 };
 
-// Queues a finding, which is written after the check unless it is suppressed.
+// Queues a finding of this thread, which is written after the check unless it is suppressed.
 void Report(Finding finding);
 
 // Ends a check: unlocks its mutex, then writes its findings. Other threads are not blocked
@@ -64,6 +67,13 @@ std::string Text(const Values&... values) {
   std::ostringstream text;
   (text << ... << values);
   return text.str();
+}
+
+// Reads a text that is one number, perhaps between blanks.
+template <typename Number>
+bool IsWhole(const std::string& text, Number& number) {
+  std::istringstream stream(text);
+  return !(stream >> number).fail() && (stream >> std::ws).eof();
 }
 
 // A string of the program for a sentence, in quotes, printable and not too long.

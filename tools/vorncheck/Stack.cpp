@@ -21,8 +21,6 @@ std::uintptr_t Plain(const void* address) {
   return reinterpret_cast<std::uintptr_t>(address) & ~std::uintptr_t{1};
 }
 
-std::string Known(const char* name) { return name != nullptr ? name : ""; }
-
 std::string Demangled(const char* symbol) {
   const std::unique_ptr<char, void (*)(void*)> name(
       abi::__cxa_demangle(symbol, nullptr, nullptr, nullptr), std::free);
@@ -43,42 +41,41 @@ Dwarf_Line* LineOf(Dwfl_Module* module, Dwarf_Addr address) {
 
 // The modules of the program at the moment, with their debug information. Their files are open
 // only as long as this lives.
-class Modules {
- public:
-  Modules() : m_modules(dwfl_begin(&kCallbacks), dwfl_end) {
-    dwfl_report_begin(m_modules.get());
-    dwfl_linux_proc_report(m_modules.get(), getpid());
-    dwfl_report_end(m_modules.get(), nullptr, nullptr);
-  }
+using Modules = std::unique_ptr<Dwfl, void (*)(Dwfl*)>;
 
-  Frame Find(const void* address) {
-    // The call is before the address to which it returns.
-    const auto call = static_cast<Dwarf_Addr>(Plain(address) - 1);
-    Frame frame;
-    Dwfl_Module* const module = dwfl_addrmodule(m_modules.get(), call);
-    if (module == nullptr) {
-      return frame;
-    }
-    Dwarf_Addr start = 0;
-    frame.object = Known(
-        dwfl_module_info(module, nullptr, &start, nullptr, nullptr, nullptr, nullptr, nullptr));
-    frame.offset = static_cast<unsigned long>(call - start);
-    if (const char* const symbol = dwfl_module_addrname(module, call)) {
-      frame.function = Demangled(symbol);
-    }
-    if (Dwarf_Line* const line = LineOf(module, call)) {
-      frame.file = Known(dwarf_linesrc(line, nullptr, nullptr));
-      dwarf_lineno(line, &frame.line);
-    }
-    return frame;
-  }
-
- private:
+Modules ReadModules() {
   // Debug files are found by the build identifier alone: the other ways may lead into the network.
   static constexpr Dwfl_Callbacks kCallbacks = {dwfl_linux_proc_find_elf,
                                                 dwfl_build_id_find_debuginfo, nullptr, nullptr};
-  const std::unique_ptr<Dwfl, void (*)(Dwfl*)> m_modules;
-};
+  Modules modules(dwfl_begin(&kCallbacks), dwfl_end);
+  dwfl_report_begin(modules.get());
+  dwfl_linux_proc_report(modules.get(), getpid());
+  dwfl_report_end(modules.get(), nullptr, nullptr);
+  return modules;
+}
+
+Frame Find(const Modules& modules, const void* address) {
+  // The call is before the address to which it returns.
+  const auto call = static_cast<Dwarf_Addr>(Plain(address) - 1);
+  Frame frame;
+  Dwfl_Module* const module = dwfl_addrmodule(modules.get(), call);
+  if (module == nullptr) {
+    return frame;
+  }
+  Dwarf_Addr start = 0;
+  frame.object =
+      dwfl_module_info(module, nullptr, &start, nullptr, nullptr, nullptr, nullptr, nullptr);
+  frame.offset = static_cast<unsigned long>(call - start);
+  if (const char* const symbol = dwfl_module_addrname(module, call)) {
+    frame.function = Demangled(symbol);
+  }
+  if (Dwarf_Line* const line = LineOf(module, call)) {
+    const char* const file = dwarf_linesrc(line, nullptr, nullptr);
+    frame.file = file != nullptr ? file : "";
+    dwarf_lineno(line, &frame.line);
+  }
+  return frame;
+}
 
 }  // namespace
 
@@ -93,13 +90,13 @@ Stack StackFrom(const void* site) {
 
 std::vector<Frame> FramesOf(const Stack& stack) {
   auto& known = TheOnly<std::unordered_map<const void*, Frame>>();
-  std::unique_ptr<Modules> modules;
+  Modules modules(nullptr, dwfl_end);
   std::vector<Frame> frames;
   for (const void* const address : stack) {
     const auto [entry, isNew] = known.try_emplace(address);
     if (isNew) {
-      modules = modules != nullptr ? std::move(modules) : std::make_unique<Modules>();
-      entry->second = modules->Find(address);
+      modules = modules != nullptr ? std::move(modules) : ReadModules();
+      entry->second = Find(modules, address);
     }
     frames.push_back(entry->second);
     if (frames.back().function == "main") {
