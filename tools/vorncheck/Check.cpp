@@ -38,15 +38,18 @@ __attribute__((constructor)) void Start() {
 
 std::mutex& CheckMutex() { return TheOnly<std::mutex>(); }
 
-Aside::Aside() : m_error(errno) {
-  pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_cancellation);
+void RunCheck(const std::function<void()>& check) noexcept {
+  const int error = errno;
+  int cancellation = 0;
+  pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancellation);
   CheckMutex().lock();
-}
-
-Aside::~Aside() {
+  try {
+    check();
+  } catch (...) {
+  }
   UnlockAndWrite();
-  pthread_setcancelstate(m_cancellation, nullptr);
-  errno = m_error;
+  pthread_setcancelstate(cancellation, nullptr);
+  errno = error;
 }
 
 }  // namespace vorncheck

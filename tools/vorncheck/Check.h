@@ -3,6 +3,7 @@
 #ifndef VORNDATABASE_TOOLS_VORNCHECK_CHECK_H
 #define VORNDATABASE_TOOLS_VORNCHECK_CHECK_H
 
+#include <functional>
 #include <mutex>
 
 namespace vorncheck {
@@ -10,27 +11,15 @@ namespace vorncheck {
 // Held by each check.
 std::mutex& CheckMutex();
 
-// The scope of a check. The thread is not cancelled in it, and its errno is restored. Its findings
-// are written at the end.
-class Aside {
- public:
-  Aside();
-  ~Aside();
-
- private:
-  int m_error;
-  int m_cancellation = 0;
-};
-
-// Runs a check. Checks are not nested. No exception reaches the program: a check that runs out of
+// Runs a check, then writes its findings. The thread is not cancelled meanwhile, and its errno is
+// restored. Checks are not nested. No exception reaches the program: a check that runs out of
 // memory is dropped.
+void RunCheck(const std::function<void()>& check) noexcept;
+
 template <typename Function>
-void Check(Function check) noexcept {
-  const Aside aside;
-  try {
-    check();
-  } catch (...) {
-  }
+void Check(const Function& check) noexcept {
+  // A reference needs no memory.
+  RunCheck(std::cref(check));
 }
 
 // The only object of a type. It is never destroyed, since a program may use the library before

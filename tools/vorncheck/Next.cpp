@@ -11,15 +11,14 @@
 namespace vorncheck {
 namespace {
 
-int AddName(dl_phdr_info* object, std::size_t /*size*/, void* names) {
-  static_cast<std::vector<std::string>*>(names)->emplace_back(object->dlpi_name);
-  return 0;
-}
-
 // A plug-in may have brought a library along, for itself alone.
 void* FindInPlugin(const char* symbol) {
   std::vector<std::string> names;
-  dl_iterate_phdr(AddName, &names);
+  const auto add = [](dl_phdr_info* object, std::size_t /*size*/, void* list) {
+    static_cast<std::vector<std::string>*>(list)->emplace_back(object->dlpi_name);
+    return 0;
+  };
+  dl_iterate_phdr(add, &names);
   for (const std::string& name : names) {
     if (void* const object = dlopen(name.c_str(), RTLD_LAZY | RTLD_NOLOAD)) {
       void* const found = dlsym(object, symbol);

@@ -94,8 +94,8 @@ void NoteColumn(const Call& call, Place place, const char* name, double value) {
   const std::string kept = Text(value);
   double read = 0;
   if (name != nullptr && (!IsWhole(kept, read) || read != value)) {
-    Report({Kind::kLostDigits, call.site,
-            Text("the column ", Shown(name), " gets ", kept, " for the double ", Exactly(value))});
+    Report(Kind::kLostDigits, call.site, "the column ", Shown(name), " gets ", kept,
+           " for the double ", Exactly(value));
   }
   NoteColumn(call, place, name, kept.c_str());
 }

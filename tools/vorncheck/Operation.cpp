@@ -25,11 +25,6 @@ bool IsFirst(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) != 0
 bool IsControl(char byte) { return static_cast<unsigned char>(byte) < ' '; }
 
 template <typename... Values>
-void ReportRun(const Operation& operation, Kind kind, const Values&... sentence) {
-  Report({kind, operation.call.site, Text(sentence...)});
-}
-
-template <typename... Values>
 void ReportItem(const Operation& operation, const Item& item, Kind kind,
                 const Values&... predicate) {
   Report({kind,
@@ -136,8 +131,8 @@ void CheckDuplicates(const Operation& operation, const Items& items) {
 
 void CheckExistence(const Operation& operation) {
   if (operation.checkedTable[0] == '"') {
-    ReportRun(operation, Kind::kOddIdentifier, "the table name ", Shown(operation.checkedTable),
-              " is compared as a text, with its double quotes");
+    Report(Kind::kOddIdentifier, operation.call.site, "the table name ",
+           Shown(operation.checkedTable), " is compared as a text, with its double quotes");
   }
 }
 
@@ -147,8 +142,8 @@ bool IsUnconditional(const Operation& operation, std::string_view name) {
 
 void CheckDelete(const Operation& operation) {
   if (IsUnconditional(operation, "Database::Delete")) {
-    ReportRun(operation, Kind::kUnconditionalDelete, operation.call.name,
-              " has no condition, so it deletes all rows");
+    Report(Kind::kUnconditionalDelete, operation.call.site, operation.call.name,
+           " has no condition, so it deletes all rows");
   }
 }
 
@@ -180,24 +175,25 @@ void CheckStatement(const Operation& operation) {
 
 void CheckCourse(const Operation& operation, int result) {
   const char* const name = operation.call.name;
+  const void* const site = operation.call.site;
   if (!operation.leaked.empty()) {
-    ReportRun(operation, Kind::kLeakedHandle, name, " could not open ", Shown(operation.path),
-              ", and ", operation.leaked.size(), " of SQLite's handles leaked");
+    Report(Kind::kLeakedHandle, site, name, " could not open ", Shown(operation.path), ", and ",
+           operation.leaked.size(), " of SQLite's handles leaked");
   }
   const bool isStepped = operation.step != 0;
   if (result == SQLITE_OK && isStepped && operation.step != SQLITE_DONE) {
-    ReportRun(operation, Kind::kTruncatedResult, name, " returned 0, but its result ends after ",
-              operation.rows, " rows: ", operation.failure);
+    Report(Kind::kTruncatedResult, site, name, " returned 0, but its result ends after ",
+           operation.rows, " rows: ", operation.failure);
   }
   if (operation.waits > 0) {
-    ReportRun(operation, Kind::kBusyWait, name, " found ", Shown(operation.path), " busy ",
-              operation.waits, " times and waited ", Shown(operation.waited), "; locked by ",
-              operation.holders.empty() ? "an unknown process" : operation.holders);
+    Report(Kind::kBusyWait, site, name, " found ", Shown(operation.path), " busy ", operation.waits,
+           " times and waited ", Shown(operation.waited), "; locked by ",
+           operation.holders.empty() ? "an unknown process" : operation.holders);
   }
   const auto taken = Operation::Clock::now() - operation.start;
   const std::chrono::milliseconds limit(TheOptions().mainThread);
   if (limit.count() != 0 && taken > limit && syscall(SYS_gettid) == getpid()) {
-    ReportRun(operation, Kind::kMainThread, name, " took ", Shown(taken), " on the main thread");
+    Report(Kind::kMainThread, site, name, " took ", Shown(taken), " on the main thread");
   }
 }
 
@@ -263,15 +259,15 @@ void CheckCursor(const Operation& operation, const Cursor& cursor) {
   object.emptyCells = operation.emptyCells;
   object.memory = cells.empty() ? nullptr : cells.begin()->second.data();
   if (cursor.m_columns.size() == 1 && cells.size() == 1 && cells.begin()->second.size() > 1) {
-    ReportRun(operation, Kind::kHiddenRows, "the result has the column ",
-              Shown(cells.begin()->first), " alone, so only the first of ",
-              cells.begin()->second.size(), " rows can be reached");
+    Report(Kind::kHiddenRows, operation.call.site, "the result has the column ",
+           Shown(cells.begin()->first), " alone, so only the first of ",
+           cells.begin()->second.size(), " rows can be reached");
   }
   std::map<std::string, int> known;
   for (const std::string& column : cursor.m_columns) {
     if (++known[column] == 2) {
-      ReportRun(operation, Kind::kSharedColumn, "several columns of the result are named ",
-                Shown(column), ", and share one list of cells");
+      Report(Kind::kSharedColumn, operation.call.site, "several columns of the result are named ",
+             Shown(column), ", and share one list of cells");
     }
   }
 }

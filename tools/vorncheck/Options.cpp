@@ -1,6 +1,5 @@
 #include <unistd.h>
 
-#include <charconv>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
@@ -21,12 +20,9 @@ std::string Variable(const std::string& option) {
 
 int Number(const char* option, int preset, int largest = INT_MAX) {
   const std::string text = Variable(option);
-  const char* const end = text.data() + text.size();
   int number = preset;
-  const auto [rest, error] = std::from_chars(text.data(), end, number);
-  if (!text.empty() && (error != std::errc() || rest != end || number < 0 || number > largest)) {
-    throw std::runtime_error(option + (" is not from 0 to " + std::to_string(largest)) + ": " +
-                             text);
+  if (!text.empty() && (!IsWhole(text, number) || number < 0 || number > largest)) {
+    throw std::runtime_error(Text(option, " is not from 0 to ", largest, ": ", text));
   }
   return number;
 }
@@ -72,7 +68,7 @@ std::vector<std::string> ReadSuppressions(const std::string& path) {
         throw std::runtime_error("a suppression is an identifier and a function: " + line);
       }
       function.erase(function.find_last_not_of(" \t\r") + 1);
-      suppressions.push_back(identifier.append(" ").append(function));
+      suppressions.push_back(Text(identifier, ' ', function));
     }
   }
   return suppressions;

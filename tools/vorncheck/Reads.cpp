@@ -12,10 +12,6 @@
 namespace vorncheck {
 namespace {
 
-void ReportRead(Kind kind, const Call& call, const std::string& sentence) {
-  Report({kind, call.site, call.name + sentence});
-}
-
 // Whether a type holds an integer exactly. The largest integers are rounded to 2^63, which cannot
 // be converted back.
 template <typename Number>
@@ -29,9 +25,10 @@ void CheckNumber(const Call& call, const std::string& cell, int result, Number v
   long long integer = 0;
   double whole = 0;
   if (IsWhole(cell, integer) && !IsExact<Number>(integer)) {
-    ReportRead(Kind::kNarrowedRead, call, Text(" cannot hold the 64-bit number ", integer));
+    Report(Kind::kNarrowedRead, call.site, call.name, " cannot hold the 64-bit number ", integer);
   } else if (result == 0 && (!IsWhole(cell, whole) || whole != value)) {
-    ReportRead(Kind::kNarrowedRead, call, Text(" read ", value, " from the cell ", Shown(cell)));
+    Report(Kind::kNarrowedRead, call.site, call.name, " read ", value, " from the cell ",
+           Shown(cell));
   }
 }
 
@@ -54,16 +51,14 @@ void CheckRead(const Call& call, const Cursor& cursor, const std::string& column
   const auto cells = cursor.m_cells.find(column);
   const auto row = static_cast<std::size_t>(cursor.m_position);
   if (cells == cursor.m_cells.end()) {
-    ReportRead(Kind::kUnreadFailure, call, " found no column " + Shown(column));
+    Report(Kind::kUnreadFailure, call.site, call.name, " found no column ", Shown(column));
   } else if (!isOnRow || row >= cells->second.size()) {
-    ReportRead(Kind::kUnreadFailure, call,
-               Text(" read the column ", Shown(column), " on no row, at the position ",
-                    cursor.m_position));
+    Report(Kind::kUnreadFailure, call.site, call.name, " read the column ", Shown(column),
+           " on no row, at the position ", cursor.m_position);
   } else if (const char* const origin =
                  cells->second[row].empty() ? Origin(cursor, column, row) : nullptr) {
-    ReportRead(Kind::kNarrowedRead, call,
-               Text(" read a ", origin, " of the column ", Shown(column),
-                    ", which arrives as an empty text"));
+    Report(Kind::kNarrowedRead, call.site, call.name, " read a ", origin, " of the column ",
+           Shown(column), ", which arrives as an empty text");
   } else if constexpr (std::is_arithmetic_v<Value>) {
     CheckNumber(call, cells->second[row], result, value);
   }

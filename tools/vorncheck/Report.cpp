@@ -84,28 +84,30 @@ class SignalsBlocked {
   sigset_t m_mask{};
 };
 
+using Task = std::function<void()>;
+
+// Drops a task that runs out of memory, as a check.
+void* RunTask(void* task) noexcept {
+  try {
+    (*static_cast<const Task*>(task))();
+  } catch (...) {
+  }
+  return nullptr;
+}
+
 // On a thread of our own, whose stack suffices for debug information, and with which a SIGPIPE
 // ends. Without one, on this thread.
-template <typename Function>
-void OnOwnThread(Function function) noexcept {
+void RunApart(Task task) {
   constexpr std::size_t kStack = std::size_t{1} << 20;
   const SignalsBlocked blocked;
-  const auto run = [](void* data) noexcept -> void* {
-    try {
-      (*static_cast<Function*>(data))();
-    } catch (...) {
-      // As in a check.
-    }
-    return nullptr;
-  };
   pthread_attr_t attributes;
   pthread_attr_init(&attributes);
   pthread_attr_setstacksize(&attributes, kStack);
   pthread_t thread{};
-  if (pthread_create(&thread, &attributes, run, &function) == 0) {
+  if (pthread_create(&thread, &attributes, RunTask, &task) == 0) {
     pthread_join(thread, nullptr);
   } else {
-    run(&function);
+    RunTask(&task);
   }
   pthread_attr_destroy(&attributes);
 }
@@ -206,7 +208,7 @@ bool CountUnlessSuppressed(const Finding& finding) {
 // Returns whether one was written.
 bool WriteFindings(const Findings& findings) {
   bool isWritten = false;
-  OnOwnThread([&] {
+  RunApart([&] {
     for (const Finding& finding : findings) {
       if (!(isWritten && TheOptions().isFatal) && CountUnlessSuppressed(finding)) {
         Write(AsShortText(finding), AsJson(finding));
@@ -245,7 +247,7 @@ void End(int /*status*/, void* /*data*/) {
     const Counts& counts = TheCounts();
     found = std::accumulate(counts.kinds.begin(), counts.kinds.end(), 0UL);
     if (counts.operations != 0 || found != 0 || counts.suppressed != 0) {
-      OnOwnThread([found] { WriteSummary(found); });
+      RunApart([found] { WriteSummary(found); });
     }
   });
   if (found != 0 && TheOptions().status != 0) {
@@ -295,7 +297,7 @@ void BeginReport() {
   // The first stack loads the unwinder.
   StackFrom(nullptr);
   if (!TheOptions().json.empty()) {
-    OnOwnThread([] { AppendLine(TheOptions().json, ""); });
+    RunApart([] { AppendLine(TheOptions().json, ""); });
   }
   on_exit(End, nullptr);
 }

@@ -69,6 +69,12 @@ std::string Text(const Values&... values) {
   return text.str();
 }
 
+// Reports a sentence about one call.
+template <typename... Values>
+void Report(Kind kind, const void* site, const Values&... sentence) {
+  Report({kind, site, Text(sentence...)});
+}
+
 // Reads a text that is one number, perhaps between blanks.
 template <typename Number>
 bool IsWhole(const std::string& text, Number& number) {
