@@ -23,10 +23,12 @@ void AfterForkInParent() {
 }
 
 void AfterForkInChild() {
-  AfterForkInParent();
-  // No other thread is left.
+  HeapMutex().unlock();
+  // Another handler may have begun a thread by now.
   ForgetUses();
   ForgetCounts();
+  CheckMutex().unlock();
+  WriteMutex().unlock();
 }
 
 __attribute__((constructor)) void Start() {

@@ -105,13 +105,13 @@ void CheckForm(const Operation& operation, const Item& item) {
 
 // Reports a text that ends at a quote in the statement, unless the quote is npos.
 void CheckQuote(const Operation& operation, const char* role, const std::string& text,
-                std::size_t quote, const std::string& delimiter, const Stacks& setter) {
+                std::size_t quote, const std::string& delimiter, const Stack& setter = {}) {
   if (quote != std::string::npos) {
     const std::size_t place = operation.sql.find(delimiter + text + delimiter);
     ReportStatement(
         {Kind::kUnescapedQuote, operation.call.site,
          Text("the ", role, ' ', Shown(text), " ends early in the statement, at its quote"),
-         setter},
+         setter.empty() ? Stacks() : Stacks{{"set at", setter}}},
         operation.sql, place != std::string::npos ? place + delimiter.size() + quote : place);
   }
 }
@@ -162,12 +162,11 @@ void CheckUpdate(const Operation& operation) {
 
 void CheckStatement(const Operation& operation) {
   for (const Item* const item : ItemsIn(operation, kEverywhere & ~kPath)) {
-    const Stacks setter = {{"set at", item->stack}};
-    CheckQuote(operation, item->role, item->name, OpenQuote(item->name), "", setter);
-    CheckQuote(operation, "value", item->value, LoneQuote(item->value), "'", setter);
+    CheckQuote(operation, item->role, item->name, OpenQuote(item->name), "", item->stack);
+    CheckQuote(operation, "value", item->value, LoneQuote(item->value), "'", item->stack);
   }
   const std::string& table = operation.checkedTable;
-  CheckQuote(operation, "table name", table, LoneQuote(table), "'", {});
+  CheckQuote(operation, "table name", table, LoneQuote(table), "'");
   CheckUpdate(operation);
 }
 

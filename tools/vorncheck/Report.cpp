@@ -15,6 +15,7 @@
 #include <map>
 #include <nlohmann/json.hpp>
 #include <numeric>
+#include <string_view>
 
 #include "Check.h"
 
@@ -49,14 +50,20 @@ std::string Prefix() { return Text("vorncheck[", getpid(), "]: "); }
 // --- Output
 
 // At once, so that lines of several threads and processes are not mixed.
-bool WriteAtOnce(int descriptor, const std::string& text) {
-  return write(descriptor, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+bool WriteAtOnce(int descriptor, std::string_view text) {
+  ssize_t written = 1;
+  // A stop of the process can cut a write to a pipe.
+  while (written > 0 && !text.empty()) {
+    written = write(descriptor, text.data(), text.size());
+    text.remove_prefix(written > 0 ? static_cast<std::size_t>(written) : 0);
+  }
+  return text.empty();
 }
 
 // The file is open for the time of a line only: a program may close all descriptors.
 void AppendLine(const std::string& path, const std::string& line) {
   const int file = open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
-  if (!WriteAtOnce(file, line)) {
+  if (file < 0 || !WriteAtOnce(file, line)) {
     WriteAtOnce(STDERR_FILENO, "vorncheck: cannot write to " + path + '\n');
   }
   close(file);
