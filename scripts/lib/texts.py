@@ -24,7 +24,7 @@ def shown(path):
 
 def plain(text):
     """A line, or a cell, of a page, as it is to be shown, without blanks."""
-    text = re.sub(r"^\s*(#+|[-*]|\d+\.)\s|</?sub>|`|\\(?=\|)", "", text)
+    text = re.sub(r"^\s*(#+|[-*]|\d+\.)\s|</?sub>|<a id=[^>]*></a>|`|\\(?=\|)", "", text)
     return re.sub(r"\s|\*", "", html.unescape(text))
 
 
