@@ -35,6 +35,7 @@ def expect_marked(run, finding):
     assert (run.status, run.identifiers()) == (FOUND, [finding]), run.text
     pattern = headed(source)[1].replace("...", "*")
     assert fnmatch.fnmatchcase(run.findings[0]["sentence"], pattern)
+    assert run.findings[0]["guide"] == f"docs/guide.md#{finding}"
     frames = {stack["heading"]: stack["frames"][0] for stack in run.findings[0]["stacks"]}
     lines = sorted((heading, frame["line"]) for heading, frame in frames.items())
     assert lines == marked(source, finding)

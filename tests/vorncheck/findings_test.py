@@ -1,6 +1,8 @@
 """Variants of the findings, from the application that makes each mistake."""
 
+import os
 import re
+import sqlite3
 
 import pytest
 from checked import EMULATOR, EXAMPLES, FOUND, SOURCE
@@ -160,10 +162,16 @@ def test_a_forked_child_has_findings_and_a_summary_of_its_own(make):
     assert run.text.count("operations:") == 1
 
 
-def test_the_lock_holder_is_another_process(check):
+@pytest.mark.parametrize("journal", ["delete", "wal"])
+def test_the_lock_holder_is_the_writer(check, tmp_path, journal):
+    database = sqlite3.connect(tmp_path / "contacts.db", isolation_level=None)
+    database.execute(f"PRAGMA journal_mode = {journal}")
+    if journal == "wal":
+        # This process reads meanwhile.
+        database.executescript("BEGIN; SELECT * FROM sqlite_master")
     run = check([EXAMPLES["busy-wait"][1]])
-    holder = re.search(r"locked by process (\d+) \(", run.findings[0]["sentence"])
-    assert int(holder[1]) != run.findings[0]["process"]
+    holder = re.search(r"; locked by process (\d+) \([^,]*\)$", run.findings[0]["sentence"])
+    assert int(holder[1]) not in (run.findings[0]["process"], os.getpid())
 
 
 def test_an_operation_on_the_main_thread_is_found_on_demand(check):

@@ -99,6 +99,7 @@ def test_findings_are_appended_to_the_file(check, tmp_path):
     [
         (["--only=none"], "no finding is named none; there are: dangling-name "),
         (["--status=256"], "256"),
+        (["--fatal=2"], "2"),
         (["--quiet-after=-1"], "-1"),
         (["--quiet-after=x"], "x"),
         (["--suppressions=nosuch"], "nosuch"),

@@ -69,12 +69,13 @@ void NoteColumn(const Call& call, Place place, const char* name, const char* val
   if (name == nullptr) {
     return;
   }
-  const Item item{place, "column name", name, name, value, StackFrom(call.site)};
+  Item item{place, "column name", name, name, value};
   const Item* const first = Find(call, [&](const Item& other) {
     return other.place == place && other.pointer == name && place != kKey;
   });
   if (first == nullptr) {
-    ObjectAt(call.object).items.push_back(item);
+    item.stack = StackFrom(call.site);
+    ObjectAt(call.object).items.push_back(std::move(item));
   } else if (first->name != item.name || first->value != item.value) {
     Report({Kind::kIgnoredValue,
             call.site,
@@ -90,7 +91,7 @@ void NoteColumn(const Call& call, Place place, const char* name, int value) {
 }
 
 void NoteColumn(const Call& call, Place place, const char* name, double value) {
-  // As the request converts it.
+  // With six digits, as the request keeps it.
   const std::string kept = Text(value);
   double read = 0;
   if (name != nullptr && (!IsWhole(kept, read) || read != value)) {

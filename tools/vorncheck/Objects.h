@@ -61,7 +61,7 @@ void NoteColumn(const Call& call, Place place, const char* name, const char* val
 void NoteColumn(const Call& call, Place place, const char* name, int value);
 void NoteColumn(const Call& call, Place place, const char* name, double value);
 
-// In a child that was forked, only one thread is left.
+// In a child that was forked, the calls of other threads do not end.
 void ForgetUses();
 
 // A use of an object by this thread, while a member runs. Reports a conflict with another thread.
